@@ -1,0 +1,34 @@
+# Every choice a build offers, in one place.
+
+set(SEG_MASK_DEVICE cpu CACHE STRING "What answers the CUDA runtime calls: cpu (this project's cudart_cpu) or cuda (the toolkit)")
+set_property(CACHE SEG_MASK_DEVICE PROPERTY STRINGS cpu cuda)
+if(NOT SEG_MASK_DEVICE MATCHES "^(cpu|cuda)$")
+  message(FATAL_ERROR "SEG_MASK_DEVICE is '${SEG_MASK_DEVICE}'; it can be cpu or cuda")
+endif()
+
+set(SEG_MASK_SANITIZE "" CACHE STRING "Sanitizers, comma separated as -fsanitize takes them; empty for none")
+
+set(ZELVO_TOOLS_ROOT "" CACHE PATH "Where the platform's picture library lies (include/, lib/libZelvoTools.so); empty builds the stand-in")
+
+# The tools and the tests use parts of the stand-in that the platform's library does not have (upload, download,
+# a device backend), so a build against the real one makes the plug-in alone.
+if(ZELVO_TOOLS_ROOT)
+  set(_stand_in OFF)
+else()
+  set(_stand_in ON)
+endif()
+option(SEG_MASK_BUILD_TOOLS "Build the reference host and the examples" ${_stand_in})
+option(SEG_MASK_BUILD_TESTS "Build the tests" ${_stand_in})
+if(ZELVO_TOOLS_ROOT AND (SEG_MASK_BUILD_TOOLS OR SEG_MASK_BUILD_TESTS))
+  message(FATAL_ERROR "ZELVO_TOOLS_ROOT builds the plug-in alone; turn SEG_MASK_BUILD_TOOLS and SEG_MASK_BUILD_TESTS off")
+endif()
+
+option(SEG_MASK_WARNINGS_AS_ERRORS "Treat compiler warnings as errors" OFF)
+
+# Guard bytes around each picture plane: on in debug builds unless said otherwise.
+if(CMAKE_BUILD_TYPE STREQUAL "Debug")
+  set(_guard_bytes ON)
+else()
+  set(_guard_bytes OFF)
+endif()
+option(SEG_MASK_GUARD_BYTES "Surround picture planes with guard bytes, checked when a picture is freed" ${_guard_bytes})

@@ -1,0 +1,9 @@
+#pragma once
+
+class IRenderBackend;
+
+/// What a host hands to a plug-in before the first frame.
+struct RenderInit {
+  /// Not owned; must outlive every render call that follows. Null leaves the plug-in inert.
+  IRenderBackend* backend = nullptr;
+};

@@ -1,0 +1,3 @@
+#include "render_base/IRenderPlugin.h"
+
+IRenderPlugin::~IRenderPlugin() = default;

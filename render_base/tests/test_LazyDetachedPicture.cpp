@@ -1,0 +1,184 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+#include "render_base/LazyDetachedPicture.h"
+#include "zelvo/ZelvoPicture.h"
+#include "zelvo/ZelvoPicturePool.h"
+
+namespace {
+
+using SharedPicture = std::shared_ptr<zelvo::ZelvoPicture>;
+
+SharedPicture emptyPicture() {
+  return std::make_shared<zelvo::ZelvoPicture>();
+}
+
+/// A pool that gives what it is told to and counts how often it is asked.
+class FakePool : public zelvo::ZelvoPicturePool {
+ public:
+  explicit FakePool(SharedPicture result) : result_(std::move(result)) {}
+  SharedPicture clone(const zelvo::ZelvoPicture& picture) override {
+    ++calls;
+    cloned = &picture;
+    return result_;
+  }
+
+  int calls = 0;
+  const zelvo::ZelvoPicture* cloned = nullptr;
+
+ private:
+  SharedPicture result_;
+};
+
+std::string failureOf(LazyDetachedPicture& picture) {
+  try {
+    picture.ensureWritablePicShared();
+  } catch (const std::runtime_error& error) {
+    return error.what();
+  }
+  return "no failure";
+}
+
+TEST(LazyDetachedPicture, ASecondCallReturnsTheSamePictureWithoutAskingAgain) {
+  LazyDetachedPicture picture;
+  picture.source = emptyPicture();
+  picture.sourceId = 1;
+  const auto pool = std::make_shared<FakePool>(emptyPicture());
+  picture.pool = pool;
+  int callbacks = 0;
+  picture.cloneDetached = [&](const std::string&, uint64_t) {
+    ++callbacks;
+    return emptyPicture();
+  };
+  const SharedPicture first = picture.ensureWritablePicShared();
+  EXPECT_NE(first, nullptr);
+  EXPECT_EQ(picture.ensureWritablePicShared(), first);
+  EXPECT_EQ(picture.writable, first);
+  EXPECT_EQ(pool->calls, 1);
+  EXPECT_EQ(pool->cloned, picture.source.get());
+  EXPECT_EQ(callbacks, 0);
+}
+
+TEST(LazyDetachedPicture, NoPoolAndNoCallableThrowsCloneDetachedFailed) {
+  LazyDetachedPicture picture;
+  picture.source = emptyPicture();
+  picture.sourceId = 1;
+  EXPECT_EQ(failureOf(picture), "LazyDetachedPicture cloneDetached failed");
+  EXPECT_EQ(picture.writable, nullptr);
+}
+
+TEST(LazyDetachedPicture, APoolThatGivesNothingFallsBackToTheCallable) {
+  LazyDetachedPicture picture;
+  picture.source = emptyPicture();
+  picture.sourceId = 77;
+  picture.sourceName = "yard";
+  const auto pool = std::make_shared<FakePool>(nullptr);
+  picture.pool = pool;
+  const SharedPicture copy = emptyPicture();
+  std::string name;
+  uint64_t id = 0;
+  picture.cloneDetached = [&](const std::string& askedName, uint64_t askedId) {
+    name = askedName;
+    id = askedId;
+    return copy;
+  };
+  EXPECT_EQ(picture.ensureWritablePicShared(), copy);
+  EXPECT_EQ(pool->calls, 1);
+  EXPECT_EQ(name, "yard");
+  EXPECT_EQ(id, 77U);
+}
+
+TEST(LazyDetachedPicture, ACallableThatYieldsNothingThrowsAndALaterCallTriesAgain) {
+  LazyDetachedPicture picture;
+  picture.source = emptyPicture();
+  picture.sourceId = 1;
+  SharedPicture result;
+  picture.cloneDetached = [&](const std::string&, uint64_t) { return result; };
+  EXPECT_EQ(failureOf(picture), "LazyDetachedPicture cloneDetached failed");
+  EXPECT_EQ(picture.writable, nullptr);
+  result = emptyPicture();
+  EXPECT_EQ(picture.ensureWritablePicShared(), result);
+}
+
+TEST(LazyDetachedPicture, AnEmptySourceNameReachesTheCallableAsASlash) {
+  LazyDetachedPicture picture;
+  picture.source = emptyPicture();
+  picture.sourceId = 1;
+  std::string name;
+  picture.cloneDetached = [&](const std::string& asked, uint64_t) {
+    name = asked;
+    return emptyPicture();
+  };
+  picture.ensureWritablePicShared();
+  EXPECT_EQ(name, "/");
+}
+
+TEST(LazyDetachedPicture, Id0WithASourceThrowsNoIdAndWithNeitherTheSourceIsMissedFirst) {
+  LazyDetachedPicture picture;
+  EXPECT_EQ(failureOf(picture), "LazyDetachedPicture has no source picture");
+  picture.sourceId = 5;
+  EXPECT_EQ(failureOf(picture), "LazyDetachedPicture has no source picture");
+  picture.sourceId = 0;
+  picture.source = emptyPicture();
+  EXPECT_EQ(failureOf(picture), "LazyDetachedPicture has no source picture id");
+}
+
+TEST(LazyDetachedPicture, AWritablePictureServesThoughTheSourceIsGone) {
+  LazyDetachedPicture picture;
+  picture.writable = emptyPicture();
+  EXPECT_EQ(picture.ensureWritablePicShared(), picture.writable);
+}
+
+TEST(LazyDetachedPicture, TheMutexIsFreeWhileTheCopyIsMade) {
+  LazyDetachedPicture picture;
+  picture.source = emptyPicture();
+  picture.sourceId = 1;
+  bool wasFree = false;
+  picture.cloneDetached = [&](const std::string&, uint64_t) {
+    // Another thread, because trying a mutex that one's own thread holds is undefined.
+    std::thread([&] {
+      wasFree = picture.mutex.try_lock();
+      if (wasFree) picture.mutex.unlock();
+    }).join();
+    return emptyPicture();
+  };
+  picture.ensureWritablePicShared();
+  EXPECT_TRUE(wasFree);
+}
+
+TEST(LazyDetachedPicture, OfTwoCallersAtOnceTheFirstToPublishWinsForBoth) {
+  LazyDetachedPicture picture;
+  picture.source = emptyPicture();
+  picture.sourceId = 1;
+  // Whoever copies waits until both do, so that both have found the picture not detached.
+  std::atomic<int> copying{0};
+  picture.cloneDetached = [&](const std::string&, uint64_t) {
+    ++copying;
+    while (copying < 2) std::this_thread::yield();
+    return emptyPicture();
+  };
+  std::vector<SharedPicture> results(2);
+  std::thread other([&] { results[0] = picture.ensureWritablePicShared(); });
+  results[1] = picture.ensureWritablePicShared();
+  other.join();
+  EXPECT_NE(results[0], nullptr);
+  EXPECT_EQ(results[0], results[1]);
+  EXPECT_EQ(copying, 2);
+}
+
+TEST(LazyDetachedPicture, TheReadablePictureIsTheCopyAndBeforeThatTheSource) {
+  LazyDetachedPicture picture;
+  EXPECT_FALSE(picture.hasSource());
+  EXPECT_EQ(picture.readable(), nullptr);
+  picture.source = emptyPicture();
+  EXPECT_TRUE(picture.hasSource());
+  EXPECT_EQ(picture.readable(), picture.source);
+  picture.writable = emptyPicture();
+  EXPECT_EQ(picture.readable(), picture.writable);
+}
+
+}  // namespace

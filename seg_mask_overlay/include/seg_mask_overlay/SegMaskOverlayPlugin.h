@@ -1,0 +1,86 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "render_base/RenderBase.h"
+
+struct RenderContext;
+
+namespace seg_mask_overlay {
+class FrameMask;
+struct FrameDetections;
+struct OverlayItem;
+}  // namespace seg_mask_overlay
+
+/// Draws the segmentation masks of "detection.v1" payloads into NV12 frames, each in its class's colour.
+///
+/// One thread at a time may call an instance. It creates no threads and never waits for the device: all work
+/// of a frame is queued on the stream that comes with the mapped picture. An instance's frames must all go to
+/// one stream, or the host must order the streams, because the device buffer of the masks is reused.
+class SegMaskOverlayPlugin final : public RenderBase {
+ public:
+  SegMaskOverlayPlugin();
+  SegMaskOverlayPlugin(const SegMaskOverlayPlugin&) = delete;
+  SegMaskOverlayPlugin& operator=(const SegMaskOverlayPlugin&) = delete;
+
+  /// Frees the device buffer, if any frame needed one.
+  ~SegMaskOverlayPlugin() override;
+
+  /// "SegMaskOverlayPlugin", the name under which the factory is registered.
+  const char* getName() const override;
+
+  /// "segmask-" and the instance's address in decimal. The first call fills a cache: not to be called for the
+  /// first time by two threads at once.
+  std::string getUuid() const override;
+
+  /// "detection.v1" alone.
+  std::vector<std::string> input_types() const override;
+
+  /// With it on, frames without detections write a throttled line to the standard error stream.
+  void enableDebug(bool on) override;
+
+  /// Takes the backend over as it is, null included (then render does nothing). Always true.
+  bool init(const RenderInit& init) override;
+
+  /// seg_mask_cfg::kSchema, whatever is configured.
+  std::string getConfigList() override;
+
+  /// Applies "alpha", "min_score" and "max_overlay_dets". A text that is not one JSON object changes nothing,
+  /// an unusable value leaves its setting alone, and numbers are clamped; see parseConfig for the rules. Not
+  /// to be called during render.
+  void setConfig(std::string json) override;
+
+  /// Draws the frame's detections into the writable copy of its picture.
+  ///
+  /// Leaves the picture alone when there is nothing to draw or the device fails. Lets out std::runtime_error
+  /// when the picture has no readable or no writable form, whatever the host's resolver throws, and
+  /// std::bad_alloc.
+  void render(RenderContext& ctx) override;
+
+ private:
+  friend struct SegMaskOverlayPluginPeer;  // the tests' view of the fields
+
+  void skipFrame(uint64_t frame_id, const seg_mask_overlay::FrameDetections& frame, uint64_t now_ns);
+  bool reserveMaskBuffer(std::size_t bytes);
+  void drawItems(const RenderContext& ctx, int width, int height,
+                 const std::vector<seg_mask_overlay::OverlayItem>& items);
+
+  IRenderBackend* backend_ = nullptr;  ///< not owned
+  mutable std::string uuid_;           ///< filled by the first getUuid
+  bool debug_ = false;
+  float alpha_ = 0.45F;         ///< weight of the mask colour, 0 to 1
+  float min_score_ = 0.0F;      ///< detections below it are not drawn
+  void* d_mask_buf_ = nullptr;  ///< device memory for one frame-sized mask, one byte a pixel; only grows
+  std::size_t d_mask_buf_bytes_ = 0;
+  uint64_t dbg_frame_count_ = 0;  ///< consecutive frames without detections
+  uint64_t dbg_next_log_ns_ = 0;  ///< steady clock; from then on the next line may be written on time alone
+  uint64_t dbg_log_interval_ms_ = 2000;  ///< between two lines written on time
+  uint64_t dbg_log_every_n_ = 60;        ///< a line every so many skipped frames; 0 turns that rule off
+  int32_t max_overlay_dets_ = 256;       ///< detections gathered a frame; below 1 counts as 1
+
+  std::unique_ptr<seg_mask_overlay::FrameMask> frame_mask_;  ///< the host's one frame-sized mask
+};

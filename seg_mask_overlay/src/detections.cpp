@@ -1,0 +1,107 @@
+#include "detections.h"
+
+#include <algorithm>
+#include <new>
+
+#include "core/SwJsonArray.h"
+#include "core/SwJsonValue.h"
+#include "core/render_payload.h"
+#include "core/saturate.h"
+#include "low_bits.h"
+
+namespace seg_mask_overlay {
+namespace {
+
+int32_t readInt(const SwJsonValue& value) {
+  switch (value.kind()) {
+    case SwJsonValue::Kind::Int:
+      return lowBits(value.integer());
+    case SwJsonValue::Kind::Bool:
+      return value.boolean() ? 1 : 0;
+    case SwJsonValue::Kind::Double:
+      return sw_number::saturate<int32_t>(value.number());
+    default:
+      return 0;
+  }
+}
+
+float readFloat(const SwJsonValue& value) {
+  switch (value.kind()) {
+    case SwJsonValue::Kind::Double:
+      return sw_number::toSinglePrecision(value.number());
+    case SwJsonValue::Kind::Int:
+      return static_cast<float>(value.integer());
+    case SwJsonValue::Kind::Bool:
+      return value.boolean() ? 1.0F : 0.0F;
+    default:
+      return 0.0F;
+  }
+}
+
+DetView readDetection(const SwJsonObject& object) {
+  DetView detection;
+  detection.x = readInt(object["x"]);
+  detection.y = readInt(object["y"]);
+  detection.w = readInt(object["w"]);
+  detection.h = readInt(object["h"]);
+  detection.class_id = readInt(object["class_id"]);
+  detection.score = readFloat(object["score"]);
+  detection.class_info = object["class_info"].toString();
+  return detection;
+}
+
+/// The payload as the resolver gives it, as JSON; empty when there is nothing to resolve or it is no JSON
+/// object.
+SwJsonObject resolvePayload(const RenderContext& ctx, const RenderInput& input) {
+  if (!ctx.payload_resolver || !ctx.payload_resolver->resolve || input.payload.isEmpty()) return {};
+  const uint64_t frame_id = input.frame_id != 0 ? input.frame_id : ctx.frame_id;
+  const SwAny payload = ctx.payload_resolver->resolve(frame_id, input.payload);
+  try {
+    return render_payload::anyToJsonObject(payload);
+  } catch (const std::bad_alloc&) {
+    throw;
+  } catch (...) {
+    // A conversion that a host registered may throw anything; one producer's bad day must not cost the others
+    // theirs.
+    return {};
+  }
+}
+
+bool isLookback(const RenderInput* input) {
+  return input && input->uses_lookback;
+}
+
+}  // namespace
+
+void collectDetections(const SwJsonObject& payload, std::size_t cap, std::vector<DetView>& list) {
+  const SwJsonArray* elements = payload["detections"].array();
+  if (!elements) return;
+  for (const SwJsonValue& element : *elements) {
+    if (list.size() >= cap) return;
+    if (const SwJsonObject* object = element.object()) list.push_back(readDetection(*object));
+  }
+}
+
+FrameDetections gatherDetections(const RenderContext& ctx, const RenderProducerTypeView& view,
+                                 std::size_t cap) {
+  FrameDetections frame;
+  for (const std::string& producer : view.producers) {
+    if (frame.detections.size() >= cap) break;
+    if (producer.empty()) continue;
+    const auto found = view.inputsByProducer.find(producer);
+    if (found == view.inputsByProducer.end()) {
+      ++frame.missing;
+      continue;
+    }
+    const std::vector<const RenderInput*>& inputs = found->second;
+    if (std::any_of(inputs.begin(), inputs.end(), isLookback)) ++frame.lookback;
+    const std::size_t before = frame.detections.size();
+    for (const RenderInput* input : inputs) {
+      if (input) collectDetections(resolvePayload(ctx, *input), cap, frame.detections);
+    }
+    if (frame.detections.size() == before) ++frame.missing;
+  }
+  return frame;
+}
+
+}  // namespace seg_mask_overlay

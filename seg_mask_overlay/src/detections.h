@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "core/SwJsonObject.h"
+#include "render_base/RenderContext.h"
+#include "render_base/RenderProducerTypeView.h"
+
+namespace seg_mask_overlay {
+
+/// The payload type that the plug-in draws.
+inline constexpr const char kDetectionType[] = "detection.v1";
+
+/// One detection as read from a payload; nothing is validated.
+struct DetView {
+  int32_t x = 0;  ///< the box's top-left corner, in frame pixels
+  int32_t y = 0;
+  int32_t w = 0;  ///< the box's sides, in frame pixels
+  int32_t h = 0;
+  int32_t class_id = 0;
+  float score = 0.0F;
+  std::string class_info;  ///< the mask text
+};
+
+/// A frame's detections, and how its producers did.
+struct FrameDetections {
+  std::vector<DetView> detections;
+  uint64_t missing = 0;   ///< producers without any detection
+  uint64_t lookback = 0;  ///< producers with an input from an earlier frame
+};
+
+/// Appends the elements of the payload's "detections" array to `list` while it holds fewer than `cap`.
+/// Elements that are not objects are passed over; a member that is absent or of a wrong kind reads as 0 (as
+/// "null" for the text). Integers keep their low 32 bits, floating values are cut toward zero and saturate.
+void collectDetections(const SwJsonObject& payload, std::size_t cap, std::vector<DetView>& list);
+
+/// Gathers up to `cap` detections: producer by producer in the view's order, input by input, element by
+/// element. Once the cap is reached, further producers are neither read nor counted. What the context's
+/// resolver throws passes through; a payload whose conversion throws counts as empty.
+FrameDetections gatherDetections(const RenderContext& ctx, const RenderProducerTypeView& view,
+                                 std::size_t cap);
+
+}  // namespace seg_mask_overlay

@@ -1,0 +1,52 @@
+#include "mapped_picture.h"
+
+#include <utility>
+
+#include "render_base/RenderContext.h"
+#include "zelvo/ZelvoPicture.h"
+
+namespace seg_mask_overlay {
+namespace {
+
+bool areValid(const IRenderBackend::MappedPlanes& planes) {
+  return planes.y && planes.uv && planes.yPitch > 0 && planes.uvPitch > 0;
+}
+
+/// Gives up another backend's mapping: the guard first, then what it mapped.
+void releaseMapping(RenderContext& ctx) {
+  ctx.guard_active = false;
+  ctx.guard = IRenderBackend::Guard();
+  ctx.render_target.reset();
+  ctx.guard_backend = nullptr;
+}
+
+/// Replaces the context's render target by one of the writable picture. False when there is none.
+bool makeRenderTarget(RenderContext& ctx) {
+  const std::shared_ptr<zelvo::ZelvoPicture> picture = ctx.picture.ensureWritablePicShared();
+  ctx.render_target = picture ? picture->makeRenderTarget() : nullptr;
+  return ctx.render_target != nullptr;
+}
+
+}  // namespace
+
+bool mapWritablePicture(RenderContext& ctx, IRenderBackend& backend) {
+  if (ctx.guard_active && areValid(ctx.planes)) {
+    if (ctx.guard_backend == &backend) return true;
+    releaseMapping(ctx);
+  }
+  if (!makeRenderTarget(ctx)) return false;
+
+  IRenderBackend::Mapping mapping = backend.map(*ctx.render_target);
+  if (!areValid(mapping.planes)) {
+    ctx.render_target.reset();
+    ctx.guard_backend = nullptr;
+    return false;
+  }
+  ctx.guard_backend = &backend;
+  ctx.guard = std::move(mapping.guard);
+  ctx.planes = mapping.planes;
+  ctx.guard_active = true;
+  return true;
+}
+
+}  // namespace seg_mask_overlay

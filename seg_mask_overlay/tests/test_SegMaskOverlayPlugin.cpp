@@ -1,0 +1,302 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <limits>
+#include <stdexcept>
+
+#include "SegMaskOverlayPluginPeer.h"
+#include "core/SwJsonDocument.h"
+#include "core/SwString.h"
+#include "render_base/RenderContext.h"
+#include "seg_mask_overlay/SegMaskOverlayPlugin.h"
+#include "zelvo/DeviceRenderBackend.h"
+#include "zelvo/ZelvoPicture.h"
+#include "zelvo/ZelvoPicturePool.h"
+#include "zelvo/transfer.h"
+
+namespace {
+
+constexpr uint64_t kNever = std::numeric_limits<uint64_t>::max();
+
+/// One 8 x 4 frame of grey with one producer.
+struct Frame {
+  std::unordered_map<std::string, std::vector<RenderProducerStatus>> statuses;
+  std::unordered_map<std::string, std::vector<RenderInput>> inputs;
+  RenderPayloadResolver resolver{[](uint64_t, const SwAny& stored) { return stored; }};
+  RenderContext ctx;
+
+  explicit Frame(const std::string& payload = "") {
+    ctx.payload_resolver = &resolver;
+    ctx.producer_statuses = &statuses;
+    ctx.inputs = &inputs;
+    ctx.picture.source = std::make_shared<zelvo::ZelvoPicture>(8, 4);
+    const std::vector<unsigned char> grey(zelvo::packedNv12Bytes(8, 4), 100);
+    zelvo::upload(*ctx.picture.source, grey.data(), nullptr);
+    ctx.picture.sourceId = 1;
+    ctx.picture.pool = std::make_shared<zelvo::ZelvoPicturePool>();
+    if (!payload.empty()) addInput(payload);
+  }
+
+  void addInput(const std::string& payload) {
+    RenderInput input;
+    input.producer_id = "p";
+    input.payload = SwAny(SwString(payload));
+    inputs["detection.v1"].push_back(input);
+  }
+
+  std::vector<unsigned char> drawn() const {
+    std::vector<unsigned char> bytes(zelvo::packedNv12Bytes(8, 4));
+    zelvo::download(*ctx.picture.readable(), bytes.data(), nullptr);
+    return bytes;
+  }
+};
+
+std::string detection(const std::string& box, const std::string& score = "1",
+                      const std::string& mask = "SEG1|1|1|AQ") {
+  return "{" + box + ", \"score\": " + score + ", \"class_info\": \"" + mask + "\"}";
+}
+
+std::string payload(const std::string& detections) {
+  return "{\"detections\": [" + detections + "]}";
+}
+
+const std::string kWholeFrame = "\"x\": 0, \"y\": 0, \"w\": 8, \"h\": 4";
+
+struct Plugin : testing::Test {
+  zelvo::DeviceRenderBackend backend{nullptr};
+  SegMaskOverlayPlugin plugin;
+  SegMaskOverlayPluginPeer fields{plugin};
+
+  Plugin() { plugin.init({&backend}); }
+
+  /// What rendering the frame writes to the standard error stream.
+  std::string logOf(Frame& frame) {
+    testing::internal::CaptureStderr();
+    plugin.render(frame.ctx);
+    return testing::internal::GetCapturedStderr();
+  }
+
+  /// Renders `count` frames without detections and returns the numbers of those that wrote a line, from 1.
+  std::vector<int> framesLogged(int count) {
+    std::vector<int> logged;
+    for (int i = 1; i <= count; ++i) {
+      Frame frame;
+      if (!logOf(frame).empty()) logged.push_back(i);
+    }
+    return logged;
+  }
+};
+
+TEST_F(Plugin, ConstructionSetsTheDefaults) {
+  SegMaskOverlayPlugin fresh;
+  SegMaskOverlayPluginPeer peer{fresh};
+  EXPECT_EQ(peer.backend(), nullptr);
+  EXPECT_FALSE(peer.debug());
+  EXPECT_EQ(peer.alpha(), 0.45F);
+  EXPECT_EQ(peer.minScore(), 0.0F);
+  EXPECT_EQ(peer.deviceMask(), nullptr);
+  EXPECT_EQ(peer.deviceMaskBytes(), 0U);
+  EXPECT_EQ(peer.skippedFrames(), 0U);
+  EXPECT_EQ(peer.nextLogNs(), 0U);
+  EXPECT_EQ(peer.logIntervalMs(), 2000U);
+  EXPECT_EQ(peer.logEveryN(), 60U);
+  EXPECT_EQ(peer.maxOverlayDets(), 256);
+}
+
+TEST_F(Plugin, TheIdIsThePrefixAndTheAddressInDecimal) {
+  const SegMaskOverlayPlugin other;
+  EXPECT_EQ(plugin.getUuid(), "segmask-" + std::to_string(reinterpret_cast<uintptr_t>(&plugin)));
+  EXPECT_EQ(plugin.getUuid(), plugin.getUuid());
+  EXPECT_NE(plugin.getUuid(), other.getUuid());
+}
+
+TEST_F(Plugin, InitWithANullBackendReturnsTrueAndLeavesItInert) {
+  EXPECT_TRUE(plugin.init({nullptr}));
+  Frame frame(payload(detection(kWholeFrame)));
+  plugin.render(frame.ctx);
+  EXPECT_EQ(frame.ctx.picture.writable, nullptr);
+  EXPECT_EQ(fields.skippedFrames(), 0U);
+}
+
+TEST_F(Plugin, TheSchemaIs477CharactersBeforeAndAfterAnyConfiguration) {
+  const std::string schema = plugin.getConfigList();
+  EXPECT_EQ(schema.size(), 477U);
+  EXPECT_EQ(schema.substr(0, 3), "\n{\n");
+  EXPECT_EQ(schema.substr(schema.size() - 3), "\n}\n");
+  plugin.setConfig("{\"alpha\": 0.5}");
+  EXPECT_EQ(plugin.getConfigList(), schema);
+}
+
+TEST_F(Plugin, TheSchemaIsJsonWithTheDefaultsOfConstruction) {
+  SwJsonDocument document;
+  SwString error;
+  ASSERT_TRUE(document.loadFromJson(plugin.getConfigList(), error)) << error.str();
+  const SwJsonObject schema = document.object();
+  EXPECT_EQ(schema["$schema"].text(), "http://json-schema.org/draft-07/schema#");
+  EXPECT_EQ(schema["title"].text(), "SegMaskOverlayPlugin configuration");
+  const SwJsonObject& properties = *schema["properties"].object();
+  EXPECT_EQ((*properties["alpha"].object())["default"].number(), 0.45);
+  EXPECT_EQ((*properties["min_score"].object())["default"].number(), 0.0);
+  EXPECT_EQ((*properties["max_overlay_dets"].object())["default"].integer(), 256);
+  EXPECT_EQ((*properties["max_overlay_dets"].object())["maximum"].integer(), 4096);
+  EXPECT_TRUE(schema["additionalProperties"].isBool());
+}
+
+TEST_F(Plugin, AConfigurationKeepsWhatItDoesNotName) {
+  plugin.setConfig("{\"alpha\": 0.25, \"min_score\": 0.5, \"max_overlay_dets\": 7}");
+  plugin.setConfig("{\"min_score\": 0.75}");
+  plugin.setConfig("not JSON");
+  EXPECT_EQ(fields.alpha(), 0.25F);
+  EXPECT_EQ(fields.minScore(), 0.75F);
+  EXPECT_EQ(fields.maxOverlayDets(), 7);
+}
+
+TEST_F(Plugin, DrawsTheDefaultWeightOfTheClassColour) {
+  Frame frame(payload(detection("\"x\": 2, \"y\": 0, \"w\": 2, \"h\": 2")));
+  plugin.render(frame.ctx);
+  // Class 0 is Y 115, U 94, V 227: 51.75 + 55 + 0.5 = 107.25, 42.3 + 55 + 0.5 = 97.8, 102.15 + 55 + 0.5 =
+  // 157.65.
+  std::vector<unsigned char> expected(zelvo::packedNv12Bytes(8, 4), 100);
+  for (const std::size_t i : {2U, 3U, 10U, 11U}) expected[i] = 107;
+  expected[32 + 2] = 97;
+  expected[32 + 3] = 157;
+  EXPECT_EQ(frame.drawn(), expected);
+}
+
+TEST_F(Plugin, ACapOf0OrLessActsAs1) {
+  for (const int32_t cap : {0, -5}) {
+    fields.maxOverlayDets() = cap;
+    Frame frame(payload(detection("\"x\": 0, \"y\": 0, \"w\": 1, \"h\": 1") + "," +
+                        detection("\"x\": 5, \"y\": 0, \"w\": 1, \"h\": 1")));
+    plugin.render(frame.ctx);
+    EXPECT_EQ(frame.drawn()[0], 107) << cap;
+    EXPECT_EQ(frame.drawn()[5], 100) << cap;
+  }
+}
+
+TEST_F(Plugin, ADroppedDetectionStillCountsTowardTheCap) {
+  plugin.setConfig("{\"max_overlay_dets\": 1, \"min_score\": 0.5}");
+  Frame frame(payload(detection(kWholeFrame, "0.1") + "," + detection(kWholeFrame)));
+  plugin.render(frame.ctx);
+  EXPECT_EQ(frame.ctx.picture.writable, nullptr);
+}
+
+TEST_F(Plugin, AFrameWithoutDrawableItemsNeitherMapsNorAllocates) {
+  Frame frame(payload(detection(kWholeFrame, "1", "SEG1|4|2")));
+  plugin.render(frame.ctx);
+  EXPECT_EQ(frame.ctx.picture.writable, nullptr);
+  EXPECT_EQ(fields.deviceMask(), nullptr);
+}
+
+TEST_F(Plugin, AFrameWhoseBoxesAllLieOutsideStillMapsAndAllocates) {
+  Frame frame(payload(detection("\"x\": 100, \"y\": 0, \"w\": 8, \"h\": 4")));
+  plugin.render(frame.ctx);
+  EXPECT_TRUE(frame.ctx.guard_active);
+  EXPECT_EQ(fields.deviceMaskBytes(), 32U);
+  EXPECT_EQ(frame.drawn(), std::vector<unsigned char>(zelvo::packedNv12Bytes(8, 4), 100));
+}
+
+TEST_F(Plugin, APictureWithoutSizeIsLeftAlone) {
+  Frame frame(payload(detection(kWholeFrame)));
+  frame.ctx.picture.source = std::make_shared<zelvo::ZelvoPicture>();
+  plugin.render(frame.ctx);
+  EXPECT_EQ(frame.ctx.picture.writable, nullptr);
+}
+
+TEST_F(Plugin, ASourceLostDuringTheFrameIsReported) {
+  Frame frame(payload(detection(kWholeFrame)));
+  // The resolver runs between the two looks at the picture.
+  frame.resolver.resolve = [&frame](uint64_t, const SwAny& stored) {
+    frame.ctx.picture.source.reset();
+    return stored;
+  };
+  try {
+    plugin.render(frame.ctx);
+    FAIL() << "nothing was thrown";
+  } catch (const std::runtime_error& error) {
+    EXPECT_STREQ(error.what(), "LazyDetachedPicture has no readable picture");
+  }
+}
+
+TEST_F(Plugin, WithoutASourceNothingIsCountedOrLogged) {
+  plugin.enableDebug(true);
+  Frame frame;
+  frame.ctx.picture.source.reset();
+  EXPECT_EQ(logOf(frame), "");
+  EXPECT_EQ(fields.skippedFrames(), 0U);
+}
+
+TEST_F(Plugin, TheSkipLineNamesFrameMissingAndLookback) {
+  plugin.enableDebug(true);
+  Frame frame("{}");
+  frame.inputs["detection.v1"][0].uses_lookback = true;
+  frame.statuses["detection.v1"].resize(1);
+  frame.statuses["detection.v1"][0].producer_name = "silent";
+  frame.ctx.frame_id = 1042;
+  EXPECT_EQ(logOf(frame),
+            "[SegMask][Fallback] frame=1042 decision=skip providers_missing=2 providers_using_lookback=1\n");
+}
+
+TEST_F(Plugin, TheFrameNumberIsUnsigned) {
+  plugin.enableDebug(true);
+  Frame frame;
+  frame.ctx.frame_id = kNever;
+  EXPECT_EQ(logOf(frame),
+            "[SegMask][Fallback] frame=18446744073709551615 decision=skip providers_missing=0 "
+            "providers_using_lookback=0\n");
+}
+
+TEST_F(Plugin, WithinAnIntervalTheFirstAndEvery60thSkippedFrameAreLogged) {
+  plugin.enableDebug(true);
+  fields.logIntervalMs() = 3'600'000;  // no slow machine may add a line on time
+  EXPECT_EQ(framesLogged(125), (std::vector<int>{1, 60, 120}));
+}
+
+TEST_F(Plugin, ALineIsAlsoDueWhenItsTimeHasCome) {
+  plugin.enableDebug(true);
+  fields.logIntervalMs() = 3'600'000;
+  EXPECT_EQ(framesLogged(3), std::vector<int>{1});
+  fields.nextLogNs() = 0;
+  EXPECT_EQ(framesLogged(3), std::vector<int>{1});
+  EXPECT_EQ(fields.skippedFrames(), 6U);
+}
+
+TEST_F(Plugin, ALineMovesTheNextTimeByTheIntervalAndFramesWithoutOneDoNot) {
+  plugin.enableDebug(true);
+  framesLogged(1);
+  const uint64_t first = fields.nextLogNs();
+  EXPECT_GE(first, 2'000'000'000U);
+  fields.nextLogNs() = kNever;
+  framesLogged(1);
+  EXPECT_EQ(fields.nextLogNs(), kNever);
+}
+
+TEST_F(Plugin, ACountIntervalOf0LeavesTheFirstFrameAndTheTimeAlone) {
+  plugin.enableDebug(true);
+  fields.logIntervalMs() = 3'600'000;
+  fields.logEveryN() = 0;
+  EXPECT_EQ(framesLogged(121), std::vector<int>{1});
+}
+
+TEST_F(Plugin, WithDebugOffNothingIsWrittenButFramesCount) {
+  EXPECT_EQ(framesLogged(61), std::vector<int>{});
+  EXPECT_EQ(fields.skippedFrames(), 61U);
+  EXPECT_EQ(fields.nextLogNs(), 0U);
+  plugin.enableDebug(true);
+  fields.nextLogNs() = kNever;
+  EXPECT_EQ(framesLogged(1), std::vector<int>{});  // the 62nd
+  plugin.enableDebug(false);
+  EXPECT_EQ(framesLogged(58), std::vector<int>{});
+}
+
+TEST_F(Plugin, AnyFrameWithDetectionsEndsTheRunEvenIfNothingIsDrawn) {
+  plugin.enableDebug(true);
+  fields.logIntervalMs() = 3'600'000;
+  framesLogged(2);
+  Frame undrawable(payload(detection(kWholeFrame, "1", "no mask")));
+  EXPECT_EQ(logOf(undrawable), "");
+  EXPECT_EQ(fields.skippedFrames(), 0U);
+  EXPECT_EQ(framesLogged(1), std::vector<int>{1});
+}
+
+}  // namespace

@@ -1,0 +1,143 @@
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "mapped_picture.h"
+#include "render_base/RenderContext.h"
+#include "zelvo/ZelvoPicture.h"
+
+namespace seg_mask_overlay {
+namespace {
+
+/// What happened, in order, to the guards and mappings of a test.
+using Events = std::vector<std::string>;
+
+/// A backend that maps to made-up addresses and logs.
+class FakeBackend : public IRenderBackend {
+ public:
+  FakeBackend(std::string name, Events& events) : name_(std::move(name)), events_(events) {
+    planes.y = &sample;
+    planes.uv = &sample;
+    planes.yPitch = 4;
+    planes.uvPitch = 2;
+  }
+
+  Mapping map(zelvo::RenderTarget& target) override {
+    events_.push_back("map " + name_);
+    lastTarget = &target;
+    std::shared_ptr<void> token(
+        &sample, [events = &events_, name = name_](void*) { events->push_back("unmap " + name); });
+    return {Guard(std::move(token)), planes};
+  }
+
+  MappedPlanes planes;
+  zelvo::RenderTarget* lastTarget = nullptr;
+
+ private:
+  std::string name_;
+  Events& events_;
+  unsigned char sample = 0;
+};
+
+struct MappedPicture : testing::Test {
+  Events events;
+  FakeBackend a{"a", events};
+  FakeBackend b{"b", events};
+  RenderContext ctx;
+  std::shared_ptr<zelvo::ZelvoPicture> copy = std::make_shared<zelvo::ZelvoPicture>(4, 2);
+
+  MappedPicture() {
+    ctx.picture.source = std::make_shared<zelvo::ZelvoPicture>(4, 2);
+    ctx.picture.sourceId = 1;
+    ctx.picture.cloneDetached = [this](const std::string&, uint64_t) { return copy; };
+  }
+};
+
+TEST_F(MappedPicture, TheFirstPassMapsATargetOfTheWritablePicture) {
+  EXPECT_TRUE(mapWritablePicture(ctx, a));
+  EXPECT_EQ(events, Events{"map a"});
+  EXPECT_EQ(ctx.picture.writable, copy);
+  EXPECT_EQ(a.lastTarget, ctx.render_target.get());
+  EXPECT_TRUE(ctx.guard_active);
+  EXPECT_TRUE(ctx.guard.holds());
+  EXPECT_EQ(ctx.guard_backend, &a);
+  EXPECT_EQ(ctx.planes.yPitch, 4);
+}
+
+TEST_F(MappedPicture, ASecondPassOfTheSameBackendKeepsGuardAndTarget) {
+  mapWritablePicture(ctx, a);
+  const zelvo::RenderTarget* target = ctx.render_target.get();
+  EXPECT_TRUE(mapWritablePicture(ctx, a));
+  EXPECT_EQ(events, Events{"map a"});
+  EXPECT_EQ(ctx.render_target.get(), target);
+}
+
+TEST_F(MappedPicture, APassOfAnotherBackendReleasesTheGuardBeforeItMaps) {
+  mapWritablePicture(ctx, a);
+  EXPECT_TRUE(mapWritablePicture(ctx, b));
+  EXPECT_EQ(events, (Events{"map a", "unmap a", "map b"}));
+  EXPECT_EQ(ctx.guard_backend, &b);
+}
+
+TEST_F(MappedPicture, AnActiveGuardWithInvalidPlanesIsReplacedAfterTheNewMapping) {
+  for (int way = 0; way < 4; ++way) {
+    events.clear();
+    ctx.guard_active = false;
+    ctx.guard = IRenderBackend::Guard();
+    mapWritablePicture(ctx, a);
+    if (way == 0) ctx.planes.y = nullptr;
+    if (way == 1) ctx.planes.uv = nullptr;
+    if (way == 2) ctx.planes.yPitch = 0;
+    if (way == 3) ctx.planes.uvPitch = -1;
+    events.clear();
+    EXPECT_TRUE(mapWritablePicture(ctx, a));
+    EXPECT_EQ(events, (Events{"map a", "unmap a"})) << way;
+    EXPECT_EQ(ctx.planes.uvPitch, 2);
+  }
+}
+
+TEST_F(MappedPicture, AnInvalidMappingClearsTargetAndBackendAndEndsTheMapping) {
+  for (int way = 0; way < 4; ++way) {
+    events.clear();
+    FakeBackend bad("bad", events);
+    if (way == 0) bad.planes.y = nullptr;
+    if (way == 1) bad.planes.uv = nullptr;
+    if (way == 2) bad.planes.yPitch = -1;
+    if (way == 3) bad.planes.uvPitch = 0;
+    EXPECT_FALSE(mapWritablePicture(ctx, bad));
+    EXPECT_EQ(events, (Events{"map bad", "unmap bad"})) << way;
+    EXPECT_EQ(ctx.render_target, nullptr);
+    EXPECT_EQ(ctx.guard_backend, nullptr);
+    EXPECT_FALSE(ctx.guard_active);
+  }
+}
+
+TEST_F(MappedPicture, AnInvalidMappingByAnotherBackendLeavesNothingOfTheFirst) {
+  mapWritablePicture(ctx, a);
+  b.planes.y = nullptr;
+  EXPECT_FALSE(mapWritablePicture(ctx, b));
+  EXPECT_EQ(events, (Events{"map a", "unmap a", "map b", "unmap b"}));
+  EXPECT_EQ(ctx.render_target, nullptr);
+  EXPECT_FALSE(ctx.guard.holds());
+}
+
+TEST_F(MappedPicture, APictureWithoutARenderTargetMapsNothingAndDropsTheOldTarget) {
+  mapWritablePicture(ctx, a);
+  events.clear();
+  ctx.guard_active = false;
+  ctx.picture.writable = std::make_shared<zelvo::ZelvoPicture>();  // the empty picture has no target
+  EXPECT_FALSE(mapWritablePicture(ctx, a));
+  EXPECT_EQ(ctx.render_target, nullptr);
+  EXPECT_EQ(events, Events{});
+}
+
+TEST_F(MappedPicture, WhatDetachingThrowsPassesThrough) {
+  ctx.picture.sourceId = 0;
+  EXPECT_THROW(mapWritablePicture(ctx, a), std::runtime_error);
+  EXPECT_EQ(events, Events{});
+}
+
+}  // namespace
+}  // namespace seg_mask_overlay

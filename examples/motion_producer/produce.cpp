@@ -1,0 +1,64 @@
+#include "produce.h"
+
+#include <FrameReader.h>
+#include <OutputFile.h>
+#include <StagedOutput.h>
+
+#include <algorithm>
+#include <memory>
+#include <opencv2/core.hpp>
+#include <optional>
+#include <vector>
+
+#include "BoxTracker.h"
+#include "MotionDetector.h"
+#include "detection_line.h"
+
+namespace motion_producer {
+namespace {
+
+/// The luma plane of a packed NV12 frame, without copying it.
+cv::Mat lumaOf(segmask::Frame& frame, cv::Size size) {
+  return cv::Mat(size, CV_8UC1, frame.nv12.data());
+}
+
+/// Shows the detector the video's beginning, so that it knows the background when the first frame comes.
+void warmUp(MotionDetector& detector, const Options& options, cv::Size size) {
+  const std::unique_ptr<segmask::FrameReader> reader = segmask::openFrameReader(options.input, std::nullopt);
+  segmask::Frame frame;
+  for (int i = 0; i < options.warmUp && reader->next(frame); ++i) detector.learn(lumaOf(frame, size));
+}
+
+cv::Size maskSizeFor(cv::Size frame, int maskWidth) {
+  const int width = std::min(maskWidth, frame.width);
+  return {width, std::max(1, cvRound(static_cast<double>(frame.height) * width / frame.width))};
+}
+
+}  // namespace
+
+Result produce(const Options& options) {
+  const std::unique_ptr<segmask::FrameReader> reader = segmask::openFrameReader(options.input, std::nullopt);
+  const cv::Size frameSize(reader->format().width, reader->format().height);
+  const cv::Size maskSize = maskSizeFor(frameSize, options.maskWidth);
+  segmask::StagedOutput staged(options.output);
+  segmask::OutputFile lines(staged.path(), options.output);
+
+  MotionDetector detector(frameSize, std::max(1, cvRound(options.minArea * frameSize.area())));
+  warmUp(detector, options, frameSize);
+
+  BoxTracker tracker;
+  Result result;
+  segmask::Frame frame;
+  for (; reader->next(frame); ++result.frames) {
+    const std::vector<Silhouette> silhouettes = detector.detect(lumaOf(frame, frameSize));
+    std::vector<cv::Rect> boxes;
+    for (const Silhouette& silhouette : silhouettes) boxes.push_back(silhouette.box);
+    lines.write(detectionLine(result.frames, silhouettes, tracker.update(boxes), frameSize, maskSize));
+    result.detections += silhouettes.size();
+  }
+  lines.close();
+  staged.commit();
+  return result;
+}
+
+}  // namespace motion_producer

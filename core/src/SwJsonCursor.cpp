@@ -1,0 +1,55 @@
+#include "SwJsonCursor.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "ascii.h"
+
+namespace {
+
+// How many bytes of the text an error message quotes before the error and from it on.
+constexpr unsigned long kExcerptReach = 20;
+
+// SwString::mid counts in int.
+int clampToInt(unsigned long position) {
+  constexpr unsigned long kMax = std::numeric_limits<int>::max();
+  return static_cast<int>(std::min(position, kMax));
+}
+
+}  // namespace
+
+SwJsonCursor::SwJsonCursor(const SwString& json, unsigned long& index, SwString& errorMessage)
+    : json_(json), index_(index), errorMessage_(errorMessage) {
+  index_ = std::min<unsigned long>(index_, json.size());
+}
+
+bool SwJsonCursor::skip(char byte) noexcept {
+  if (atEnd() || peek() != byte) return false;
+  advance();
+  return true;
+}
+
+void SwJsonCursor::skipSpace() noexcept {
+  while (ascii::isSpace(peek())) advance();
+}
+
+bool SwJsonCursor::skipDigits() noexcept {
+  const unsigned long start = index_;
+  while (ascii::isDigit(peek())) advance();
+  return index_ != start;
+}
+
+void SwJsonCursor::fail(const char* message, unsigned long index) {
+  reportJsonError(errorMessage_, json_, index, message);
+}
+
+void reportJsonError(SwString& errorMessage, const SwString& json, unsigned long index,
+                     const std::string& message) {
+  if (!errorMessage.empty()) return;
+  const unsigned long start = std::max(index, kExcerptReach) - kExcerptReach;
+  const unsigned long end =
+      index < json.size() ? index + std::min<unsigned long>(kExcerptReach, json.size() - index) : json.size();
+  const int first = clampToInt(start);
+  const SwString excerpt = json.mid(first, std::max(clampToInt(end) - first, 0));
+  errorMessage = message + " (index " + std::to_string(index) + ") near \"" + excerpt.str() + "\"";
+}

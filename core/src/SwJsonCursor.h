@@ -1,0 +1,44 @@
+#pragma once
+
+#include <string>
+
+#include "core/SwString.h"
+
+// The state of one parse: a text, the position in it and the first error. The position and the error are the
+// caller's; a position past the end is moved to the end.
+class SwJsonCursor {
+ public:
+  SwJsonCursor(const SwString& json, unsigned long& index, SwString& errorMessage);
+
+  const std::string& text() const noexcept { return json_.str(); }
+  unsigned long index() const noexcept { return index_; }
+  bool atEnd() const noexcept { return index_ == text().size(); }
+  unsigned long remaining() const noexcept { return text().size() - index_; }
+  bool failed() const noexcept { return !errorMessage_.empty(); }
+
+  // The byte at the position; NUL at the end. As a NUL may also stand in the text, it proves nothing.
+  char peek() const noexcept { return text().c_str()[index_]; }
+
+  // Moves forward; there must be as many bytes.
+  void advance(unsigned long bytes = 1) noexcept { index_ += bytes; }
+
+  // Moves past the byte if it is the next one.
+  bool skip(char byte) noexcept;
+  void skipSpace() noexcept;
+
+  // Moves past the digits at the position; false if there is none.
+  bool skipDigits() noexcept;
+
+  // Records an error at the position or at `index`; of several the first stays.
+  void fail(const char* message) { fail(message, index_); }
+  void fail(const char* message, unsigned long index);
+
+ private:
+  const SwString& json_;
+  unsigned long& index_;
+  SwString& errorMessage_;
+};
+
+// What SwJsonDocument::reportError does.
+void reportJsonError(SwString& errorMessage, const SwString& json, unsigned long index,
+                     const std::string& message);

@@ -1,0 +1,66 @@
+#include "core/SwJsonDocument.h"
+
+#include <utility>
+
+#include "SwJsonCursor.h"
+#include "SwJsonGenerator.h"
+#include "SwJsonParser.h"
+#include "diagnostics.h"
+#include "json_string_reader.h"
+
+namespace {
+
+constexpr const char* kKeyedNotSupported = "Keyed documents are not supported";
+
+}  // namespace
+
+bool SwJsonDocument::loadFromJson(const SwString& json, SwString& errorMessage, const SwString& key) {
+  errorMessage.clear();
+  unsigned long index = 0;
+  root_ = parseJson(json, index, key, errorMessage);
+  if (!errorMessage.empty()) return false;
+
+  SwJsonCursor rest(json, index, errorMessage);
+  rest.skipSpace();
+  if (!rest.atEnd()) errorMessage = "Unexpected characters at the end of JSON.";
+  return rest.atEnd();
+}
+
+SwJsonObject SwJsonDocument::object() const {
+  if (!root_.isObject()) {
+    writeDiagnostic("Root is not a JSON object.");
+    return SwJsonObject();
+  }
+  return root_.object() != nullptr ? *root_.object() : SwJsonObject();
+}
+
+SwJsonValue SwJsonDocument::parseJson(const SwString& json, unsigned long& index, const SwString& key,
+                                      SwString& errorMessage) const {
+  if (!key.empty()) {
+    reportError(errorMessage, json, index, kKeyedNotSupported);
+    return SwJsonValue();
+  }
+  SwJsonCursor cursor(json, index, errorMessage);
+  return SwJsonParser(cursor).parse();
+}
+
+SwString SwJsonDocument::parseString(const SwString& json, unsigned long& index,
+                                     SwString& errorMessage) const {
+  SwJsonCursor cursor(json, index, errorMessage);
+  return readJsonString(cursor);
+}
+
+void SwJsonDocument::reportError(SwString& errorMessage, const SwString& json, unsigned long index,
+                                 const std::string& message) const {
+  reportJsonError(errorMessage, json, index, message);
+}
+
+void SwJsonDocument::generateJson(const SwJsonValue& value, SwString& out, bool indented, int level,
+                                  const SwString& key) const {
+  if (!key.empty()) {
+    writeDiagnostic(kKeyedNotSupported);
+    return;
+  }
+  using Layout = SwJsonGenerator::Layout;
+  SwJsonGenerator(out, indented ? Layout::Indented : Layout::Compact, level).append(value);
+}

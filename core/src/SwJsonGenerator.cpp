@@ -1,0 +1,127 @@
+#include "SwJsonGenerator.h"
+
+#include <cmath>
+#include <cstdint>
+#include <string>
+
+#include "c_locale.h"
+#include "core/SwJsonArray.h"
+#include "core/saturate.h"
+
+namespace {
+
+// An output stream's default.
+constexpr int kSignificantDigits = 6;
+
+}  // namespace
+
+SwJsonGenerator::SwJsonGenerator(SwString& out, Layout layout, int level)
+    : out_(out), layout_(layout), level_(level < 0 ? 0 : static_cast<std::size_t>(level)) {}
+
+void SwJsonGenerator::append(const SwJsonValue& value) {
+  begin(value);
+  finishOpen();
+}
+
+void SwJsonGenerator::append(const SwJsonObject& object) {
+  begin(object);
+  finishOpen();
+}
+
+void SwJsonGenerator::append(const SwJsonArray& array) {
+  begin(array);
+  finishOpen();
+}
+
+// Writes a value as far as possible without its members; finishOpen writes those.
+void SwJsonGenerator::begin(const SwJsonValue& value) {
+  switch (value.kind()) {
+    case SwJsonValue::Kind::Null:
+    case SwJsonValue::Kind::Bool:
+    case SwJsonValue::Kind::Int:
+      out_ += value.toString();
+      break;
+    case SwJsonValue::Kind::Double:
+      appendNumber(value.number());
+      break;
+    case SwJsonValue::Kind::String:
+      appendQuoted(value.text());
+      break;
+    case SwJsonValue::Kind::Object:
+      value.object() != nullptr ? begin(*value.object()) : begin(SwJsonObject());
+      break;
+    case SwJsonValue::Kind::Array:
+      value.array() != nullptr ? begin(*value.array()) : begin(SwJsonArray());
+      break;
+  }
+}
+
+void SwJsonGenerator::begin(const SwJsonObject& object) {
+  if (object.empty()) {
+    out_ += "{}";
+    return;
+  }
+  out_ += '{';
+  open_.push_back({&object, nullptr, object.begin(), 0});
+}
+
+void SwJsonGenerator::begin(const SwJsonArray& array) {
+  if (array.empty()) {
+    out_ += "[]";
+    return;
+  }
+  out_ += '[';
+  open_.push_back({nullptr, &array, {}, 0});
+}
+
+void SwJsonGenerator::finishOpen() {
+  while (!open_.empty()) {
+    Open& open = open_.back();
+    if (const SwJsonValue* next = beginNext(open)) {
+      begin(*next);
+      continue;
+    }
+    const char bracket = open.object != nullptr ? '}' : ']';
+    open_.pop_back();
+    beginLine(level_ + open_.size());
+    out_ += bracket;
+  }
+}
+
+// Writes what stands before the next member's value or the next element, and gives that; null if there is no
+// more.
+const SwJsonValue* SwJsonGenerator::beginNext(Open& open) {
+  const bool isObject = open.object != nullptr;
+  const bool isFirst = isObject ? open.nextMember == open.object->begin() : open.nextElement == 0;
+  const bool isEnd =
+      isObject ? open.nextMember == open.object->end() : open.nextElement == open.array->size();
+  if (isEnd) return nullptr;
+
+  if (!isFirst) out_ += ',';
+  beginLine(level_ + open_.size());
+  if (!isObject) return &(*open.array)[open.nextElement++];
+
+  const auto& [key, value] = *open.nextMember++;
+  appendQuoted(key);
+  out_ += ": ";
+  return &value;
+}
+
+void SwJsonGenerator::beginLine(std::size_t level) {
+  if (layout_ == Layout::Compact) return;
+  out_ += '\n';
+  out_.append(2 * level, ' ');
+}
+
+void SwJsonGenerator::appendNumber(double number) {
+  double integralPart = 0.0;
+  const bool isIntegral = std::modf(number, &integralPart) == 0.0;
+  out_ += isIntegral ? std::to_string(sw_number::saturate<std::int64_t>(number))
+                     : c_locale::toText(number, kSignificantDigits);
+}
+
+void SwJsonGenerator::appendQuoted(const std::string& text) {
+  out_ += '"';
+  out_ += SwJsonValue::escapeString(text);
+  out_ += '"';
+}

@@ -1,0 +1,37 @@
+#include "core/SwJsonObject.h"
+
+#include <utility>
+
+namespace {
+
+const char* keyOrEmpty(const char* key) {
+  return key == nullptr ? "" : key;
+}
+
+}  // namespace
+
+void SwJsonObject::insert(std::string key, SwJsonValue value) {
+  members_.insert_or_assign(std::move(key), std::move(value));
+}
+
+SwJsonValue SwJsonObject::value(const char* key, const SwJsonValue& defaultValue) const {
+  const SwJsonValue* member = find(keyOrEmpty(key));
+  return member != nullptr ? *member : defaultValue;
+}
+
+const SwJsonValue& SwJsonObject::operator[](const char* key) const {
+  // Never destroyed, because an object may be read while the process is already taking its statics down.
+  static const SwJsonValue& null = *new SwJsonValue();
+  const SwJsonValue* member = find(keyOrEmpty(key));
+  return member != nullptr ? *member : null;
+}
+
+const SwJsonValue* SwJsonObject::find(const std::string& key) const {
+  const auto member = members_.find(key);
+  return member != members_.end() ? &member->second : nullptr;
+}
+
+SwJsonValue* SwJsonObject::find(const std::string& key) {
+  const auto member = members_.find(key);
+  return member != members_.end() ? &member->second : nullptr;
+}

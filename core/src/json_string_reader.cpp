@@ -1,0 +1,153 @@
+#include "json_string_reader.h"
+
+#include <cstdint>
+
+#include "ascii.h"
+
+namespace {
+
+constexpr std::uint32_t kHighSurrogates = 0xD800;
+constexpr std::uint32_t kLowSurrogates = 0xDC00;
+constexpr std::uint32_t kAfterSurrogates = 0xE000;
+
+bool isControl(char byte) {
+  return static_cast<unsigned char>(byte) < 0x20;
+}
+
+void appendUtf8(std::uint32_t codePoint, std::string& out) {
+  const auto append = [&out](std::uint32_t byte) {
+    out += static_cast<char>(static_cast<unsigned char>(byte));
+  };
+  const auto appendContinuation = [&](unsigned shift) { append(0x80U | ((codePoint >> shift) & 0x3FU)); };
+  if (codePoint < 0x80) {
+    append(codePoint);
+  } else if (codePoint < 0x800) {
+    append(0xC0U | (codePoint >> 6));
+    appendContinuation(0);
+  } else if (codePoint < 0x10000) {
+    append(0xE0U | (codePoint >> 12));
+    appendContinuation(6);
+    appendContinuation(0);
+  } else {
+    append(0xF0U | (codePoint >> 18));
+    appendContinuation(12);
+    appendContinuation(6);
+    appendContinuation(0);
+  }
+}
+
+// Reads the four digits after "\u".
+bool readHexDigits(SwJsonCursor& cursor, std::uint32_t& out) {
+  if (cursor.remaining() < 4) {
+    cursor.fail("Incomplete Unicode escape sequence");
+    return false;
+  }
+  out = 0;
+  for (int i = 0; i < 4; ++i) {
+    const int digit = ascii::hexDigitValue(cursor.peek());
+    if (digit < 0) {
+      cursor.fail("Invalid hex digit in Unicode escape");
+      return false;
+    }
+    out = out * 16 + static_cast<std::uint32_t>(digit);
+    cursor.advance();
+  }
+  return true;
+}
+
+// Reads what follows "\u": four digits, and the second escape of a surrogate pair.
+bool readUnicodeEscape(SwJsonCursor& cursor, std::string& out) {
+  std::uint32_t codePoint = 0;
+  if (!readHexDigits(cursor, codePoint)) return false;
+
+  if (codePoint >= kLowSurrogates && codePoint < kAfterSurrogates) {
+    cursor.fail("Unexpected low surrogate without leading high surrogate");
+    return false;
+  }
+  if (codePoint >= kHighSurrogates && codePoint < kLowSurrogates) {
+    if (cursor.text().compare(cursor.index(), 2, "\\u") != 0) {
+      cursor.fail("Missing low surrogate after high surrogate");
+      return false;
+    }
+    cursor.advance(2);
+    std::uint32_t low = 0;
+    if (!readHexDigits(cursor, low)) return false;
+    if (low < kLowSurrogates || low >= kAfterSurrogates) {
+      cursor.fail("Invalid low surrogate in Unicode escape");
+      return false;
+    }
+    codePoint = 0x10000 + ((codePoint - kHighSurrogates) << 10) + (low - kLowSurrogates);
+  }
+  appendUtf8(codePoint, out);
+  return true;
+}
+
+// The byte that a backslash and `letter` stand for; NUL if the letter means nothing.
+char simpleEscape(char letter) {
+  switch (letter) {
+    case '"':
+    case '\\':
+    case '/':
+      return letter;
+    case 'b':
+      return '\b';
+    case 'f':
+      return '\f';
+    case 'n':
+      return '\n';
+    case 'r':
+      return '\r';
+    case 't':
+      return '\t';
+    default:
+      return '\0';
+  }
+}
+
+// Reads what follows a backslash.
+bool readEscape(SwJsonCursor& cursor, std::string& out) {
+  if (cursor.atEnd()) {
+    cursor.fail("Invalid escape sequence in string");
+    return false;
+  }
+  if (cursor.skip('u')) return readUnicodeEscape(cursor, out);
+
+  const char byte = simpleEscape(cursor.peek());
+  if (byte == '\0') {
+    cursor.fail("Invalid escape character in string");
+    return false;
+  }
+  out += byte;
+  cursor.advance();
+  return true;
+}
+
+// Appends the bytes up to the next one that needs a look: a quote, a backslash, a control byte or the end.
+void readPlainBytes(SwJsonCursor& cursor, std::string& out) {
+  const std::string& text = cursor.text();
+  const unsigned long start = cursor.index();
+  unsigned long end = start;
+  while (end < text.size() && text[end] != '"' && text[end] != '\\' && !isControl(text[end])) ++end;
+  out.append(text, start, end - start);
+  cursor.advance(end - start);
+}
+
+}  // namespace
+
+std::string readJsonString(SwJsonCursor& cursor) {
+  if (!cursor.atEnd()) cursor.advance();
+  std::string result;
+  for (;;) {
+    readPlainBytes(cursor, result);
+    if (cursor.atEnd()) {
+      cursor.fail("Unterminated string literal");
+      return std::string();
+    }
+    if (cursor.skip('"')) return result;
+    if (!cursor.skip('\\')) {
+      cursor.fail("Unescaped control character in string");
+      return std::string();
+    }
+    if (!readEscape(cursor, result)) return std::string();
+  }
+}

@@ -1,0 +1,8 @@
+#include "core/number_text.h"
+
+#include "c_locale.h"
+
+bool sw_number::toDouble(const std::string& text, double& out) noexcept {
+  std::size_t consumed = 0;
+  return c_locale::toDouble(text, out, consumed);
+}

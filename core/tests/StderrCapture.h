@@ -1,0 +1,43 @@
+#pragma once
+
+#include <iostream>
+#include <streambuf>
+#include <string>
+
+// While one lives, what goes to std::cerr comes here instead.
+class StderrCapture : private std::streambuf {
+ public:
+  StderrCapture() : previous_(std::cerr.rdbuf(this)) {}
+  ~StderrCapture() override { std::cerr.rdbuf(previous_); }
+  StderrCapture(const StderrCapture&) = delete;
+  StderrCapture& operator=(const StderrCapture&) = delete;
+
+  const std::string& text() const { return text_; }
+
+  // In how many pieces the text came, and how often it was flushed.
+  int writes() const { return writes_; }
+  int flushes() const { return flushes_; }
+
+ private:
+  std::streamsize xsputn(const char* bytes, std::streamsize count) override {
+    ++writes_;
+    text_.append(bytes, static_cast<std::size_t>(count));
+    return count;
+  }
+
+  int_type overflow(int_type byte) override {
+    ++writes_;
+    text_ += traits_type::to_char_type(byte);
+    return byte;
+  }
+
+  int sync() override {
+    ++flushes_;
+    return 0;
+  }
+
+  std::streambuf* previous_;
+  std::string text_;
+  int writes_ = 0;
+  int flushes_ = 0;
+};

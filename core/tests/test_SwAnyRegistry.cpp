@@ -1,0 +1,167 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <functional>
+#include <thread>
+
+#include "StderrCapture.h"
+#include "core/SwAny.h"
+#include "core/SwJsonDocument.h"
+#include "core/SwList.h"
+
+namespace {
+
+constexpr const char* kMarker = "********************CALL ONCE NOT TWICE********************\n";
+
+struct Payload {
+  int value = 0;
+};
+
+struct Other {
+  int value = 0;
+};
+
+// Ends the process with the number of times that `operation` made the registry report its filling.
+[[noreturn]] void exitWithFillings(const std::function<void()>& operation) {
+  int fillings = 0;
+  {
+    const StderrCapture captured;
+    operation();
+    for (std::size_t at = captured.text().find(kMarker); at != std::string::npos;
+         at = captured.text().find(kMarker, at + 1)) {
+      ++fillings;
+    }
+  }
+  std::_Exit(fillings);
+}
+
+// Each statement runs in a process of its own, whose registry nobody has asked for.
+class SwAnyRegistryDeathTest : public testing::Test {
+ protected:
+  void SetUp() override { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
+};
+
+void expectFillings(int fillings, const std::function<void()>& operation) {
+  EXPECT_EXIT(exitWithFillings(operation), testing::ExitedWithCode(fillings), "");
+}
+
+}  // namespace
+
+TEST_F(SwAnyRegistryDeathTest, InlineValuesDoNotFillIt) {
+  expectFillings(0, [] {
+    SwAny any(7);
+    SwAny copy(any);
+    copy = std::move(any);
+    copy.copyFrom(SwAny(std::string("text")));
+    copy.get<std::string>();
+    copy.data();
+    copy.clear();
+    SwAny(0.5).toString(6);
+    SwAny(0.5F).toString(6);
+    SwAny("text").get<const char*>();
+    SwAny(std::vector<unsigned char>{1});
+    SwAny().data();
+  });
+}
+
+TEST_F(SwAnyRegistryDeathTest, ConvertFillsIt) {
+  expectFillings(1, [] { SwAny(7).convert("d"); });
+}
+
+TEST_F(SwAnyRegistryDeathTest, ConvertToTheHeldTypeFillsIt) {
+  expectFillings(1, [] { SwAny(7).convert("i"); });
+}
+
+TEST_F(SwAnyRegistryDeathTest, ToStringOfAnotherKindFillsIt) {
+  expectFillings(1, [] { SwAny(7).toString(6); });
+}
+
+TEST_F(SwAnyRegistryDeathTest, AMetaTypeFillsIt) {
+  expectFillings(1, [] { SwAny any = SwString("text"); });
+}
+
+TEST_F(SwAnyRegistryDeathTest, WrappingAnAddressFillsIt) {
+  expectFillings(1, [] { SwAny::fromVoidPtr("8SwString", nullptr); });
+}
+
+TEST_F(SwAnyRegistryDeathTest, AnUnregisteredTypeFillsIt) {
+  expectFillings(1, [] { SwAny::from(Other()); });
+}
+
+TEST_F(SwAnyRegistryDeathTest, TheConversionRulesFillIt) {
+  expectFillings(1, [] { SwAny::getConversionRules(); });
+}
+
+TEST_F(SwAnyRegistryDeathTest, RegistrationFillsItFirst) {
+  expectFillings(1, [] { SwAny::registerMetaType<Payload>(); });
+  expectFillings(1, [] { SwAny::registerConverter("a", "b", [](const SwAny& any) { return any; }); });
+  expectFillings(1, [] {
+    SwAny::registerConversion<SwJsonValue, SwString>(
+        [](const SwJsonValue&) { return SwString("the host's"); });
+    if (SwAny(SwJsonValue(1)).toString(6) != "the host's") std::abort();
+  });
+}
+
+TEST_F(SwAnyRegistryDeathTest, ItIsFilledOnceFromManyThreads) {
+  expectFillings(1, [] {
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 8; ++i) threads.emplace_back([] { SwAny(7).toString(6); });
+    for (std::thread& thread : threads) thread.join();
+    SwAny(7).convert("i");
+  });
+}
+
+TEST(SwAnyRegistry, RulesStandInTheOrderOfRegistration) {
+  const auto& rules = SwAny::getConversionRules();
+  EXPECT_EQ(rules.at("8SwString"),
+            (std::vector<std::string>{
+                "PKc", "i", "j", "l", "m", "f", "d", "b", SwAny::typeNameOf<std::vector<std::string>>(),
+                SwAny::typeNameOf<SwList<unsigned char>>(), SwAny::typeNameOf<std::vector<unsigned char>>(),
+                SwAny::typeNameOf<std::string>()}));
+  for (const std::string& source :
+       {SwAny::typeNameOf<int>(), SwAny::typeNameOf<unsigned int>(), SwAny::typeNameOf<long>(),
+        SwAny::typeNameOf<unsigned long>(), SwAny::typeNameOf<float>(), SwAny::typeNameOf<double>(),
+        SwAny::typeNameOf<bool>(), SwAny::typeNameOf<std::vector<std::string>>(),
+        SwAny::typeNameOf<SwList<unsigned char>>(), SwAny::typeNameOf<SwJsonValue>(),
+        SwAny::typeNameOf<SwJsonArray>(), SwAny::typeNameOf<SwJsonObject>(), SwAny::typeNameOf<std::string>(),
+        SwAny::typeNameOf<const char*>()}) {
+    EXPECT_EQ(rules.at(source), std::vector<std::string>{"8SwString"}) << source;
+  }
+}
+
+TEST(SwAnyRegistry, AHostsConversionWorksBothWays) {
+  SwAny::registerMetaType<Payload>();
+  SwAny::registerConversion<Payload, SwString>(
+      [](const Payload& payload) { return SwString("payload " + std::to_string(payload.value)); });
+  SwAny::registerConversion<int, Payload>([](int value) { return Payload{value}; });
+  EXPECT_EQ(SwAny(7).convert(SwAny::typeNameOf<Payload>()).toString(6), "payload 7");
+}
+
+TEST(SwAnyRegistry, ALaterConversionReplacesTheEarlierAndIsListedOnce) {
+  SwAny::registerMetaType<Other>();
+  for (const int offset : {1, 2}) {
+    SwAny::registerConversion<Other, int>([offset](const Other& other) { return other.value + offset; });
+  }
+  EXPECT_EQ(SwAny::from(Other{10}).convert("i").get<int>(), 12);
+  EXPECT_EQ(SwAny::getConversionRules().at(SwAny::typeNameOf<Other>()), std::vector<std::string>{"i"});
+}
+
+TEST(SwAnyRegistry, AConversionToAnUnregisteredTypeGivesItsNameWithoutStorage) {
+  struct Local {};
+  SwAny::registerConversion<int, Local>([](int) { return Local(); });
+  const SwAny result = SwAny(7).convert(SwAny::typeNameOf<Local>());
+  EXPECT_EQ(result.typeName(), SwAny::typeNameOf<Local>());
+  EXPECT_EQ(result.data(), nullptr);
+}
+
+TEST(SwAnyRegistry, AConverterThatGivesAnotherTypeIsAMismatch) {
+  SwAny::registerConverter("nobody's type", "8SwString", [](const SwAny&) { return SwAny(7); });
+  const SwAny any = SwAny::fromVoidPtr("nobody's type", nullptr);
+  EXPECT_EQ(any.convert("8SwString").get<int>(), 7);
+  try {
+    any.toString(6);
+    ADD_FAILURE() << "nothing was thrown";
+  } catch (const std::runtime_error& error) {
+    EXPECT_STREQ(error.what(), "Type mismatch in SwAny::get");
+  }
+}

@@ -1,0 +1,42 @@
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+#include "core/SwJsonArray.h"
+
+TEST(SwJsonArray, KeepsTheOrderOfAppending) {
+  SwJsonArray array;
+  EXPECT_TRUE(array.empty());
+  array.reserve(2);
+  array.append("a");
+  array.append(2);
+  ASSERT_EQ(array.size(), 2U);
+  EXPECT_EQ(array[0].text(), "a");
+  EXPECT_EQ(array.at(1).integer(), 2);
+  int sum = 0;
+  for (const SwJsonValue& value : array) sum += static_cast<int>(value.integer());
+  EXPECT_EQ(sum, 2);
+}
+
+TEST(SwJsonArray, AtPastTheEndThrows) {
+  const SwJsonArray array;
+  EXPECT_THROW(array.at(0), std::out_of_range);
+}
+
+TEST(SwJsonArray, AppendsACopyOfItsOwnElement) {
+  SwJsonArray array;
+  array.append("a text that is too long for the string's own buffer");
+  for (int i = 0; i < 10; ++i) array.append(array[0]);
+  EXPECT_EQ(array[10], array[0]);
+  EXPECT_TRUE(array[0].isString());
+}
+
+TEST(SwJsonArray, AssignmentFromInsideTheArray) {
+  SwJsonArray inner;
+  inner.append(7);
+  SwJsonArray array;
+  array.append(std::move(inner));
+  array = std::move(*array[0].array());
+  ASSERT_EQ(array.size(), 1U);
+  EXPECT_EQ(array[0].integer(), 7);
+}

@@ -1,0 +1,73 @@
+#include <gtest/gtest.h>
+
+#include "StderrCapture.h"
+#include "core/SwJsonDocument.h"
+
+TEST(SwJsonDocument, RootIsNullBeforeTheFirstParse) {
+  EXPECT_TRUE(SwJsonDocument().root().isNull());
+}
+
+TEST(SwJsonDocument, LoadKeepsTheValueAndClearsTheMessage) {
+  SwJsonDocument document;
+  SwString error("old");
+  EXPECT_TRUE(document.loadFromJson(" {\"a\":1} \n\v", error));
+  EXPECT_EQ(error, "");
+  EXPECT_EQ(document.object()["a"].integer(), 1);
+}
+
+TEST(SwJsonDocument, AFailedLoadResetsTheRoot) {
+  SwJsonDocument document;
+  SwString error;
+  ASSERT_TRUE(document.loadFromJson("1", error));
+  EXPECT_FALSE(document.loadFromJson("[1", error));
+  EXPECT_EQ(error, "Unterminated JSON array (index 2) near \"[1\"");
+  EXPECT_TRUE(document.root().isNull());
+}
+
+TEST(SwJsonDocument, TrailingCharactersFailButKeepTheRoot) {
+  SwJsonDocument document;
+  SwString error;
+  EXPECT_FALSE(document.loadFromJson("true false", error));
+  EXPECT_EQ(error, "Unexpected characters at the end of JSON.");
+  EXPECT_EQ(document.root(), SwJsonValue(true));
+}
+
+TEST(SwJsonDocument, ATrailingNulByteIsACharacter) {
+  SwJsonDocument document;
+  SwString error;
+  EXPECT_FALSE(document.loadFromJson(SwString("1\0", 2), error));
+  EXPECT_EQ(error, "Unexpected characters at the end of JSON.");
+}
+
+TEST(SwJsonDocument, ObjectOfAnotherRootIsEmptyWithTheMessage) {
+  SwJsonDocument document;
+  SwString error;
+  ASSERT_TRUE(document.loadFromJson("[1]", error));
+  const StderrCapture captured;
+  EXPECT_TRUE(document.object().empty());
+  EXPECT_EQ(captured.text(), "Root is not a JSON object.\n");
+  EXPECT_EQ(captured.writes(), 1);
+}
+
+TEST(SwJsonDocument, ObjectIsACopy) {
+  SwJsonDocument document;
+  SwString error;
+  ASSERT_TRUE(document.loadFromJson("{\"a\":{\"b\":1}}", error));
+  SwJsonObject copy = document.object();
+  copy.find("a")->object()->insert("b", 2);
+  EXPECT_EQ(document.root().object()->find("a")->object()->find("b")->integer(), 1);
+}
+
+TEST(SwJsonDocument, KeyedDocumentsAreRefused) {
+  SwJsonDocument document;
+  SwString error;
+  EXPECT_FALSE(document.loadFromJson("{}", error, "key"));
+  EXPECT_EQ(error, "Keyed documents are not supported (index 0) near \"{}\"");
+  EXPECT_TRUE(document.root().isNull());
+
+  const StderrCapture captured;
+  SwString out("before");
+  document.generateJson("secret", out, false, 0, "key");
+  EXPECT_EQ(out, "before");
+  EXPECT_EQ(captured.text(), "Keyed documents are not supported\n");
+}

@@ -1,0 +1,90 @@
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "core/SwJsonObject.h"
+
+TEST(SwJsonObject, ValueOfAMissingKeyIsTheDefault) {
+  const SwJsonObject object;
+  EXPECT_TRUE(object.value("missing", SwJsonValue()).isNull());
+  EXPECT_EQ(object.value("missing", 7).integer(), 7);
+}
+
+TEST(SwJsonObject, NullKeyIsTheEmptyKey) {
+  SwJsonObject object;
+  EXPECT_EQ(object.value(nullptr, 7).integer(), 7);
+  EXPECT_TRUE(object[nullptr].isNull());
+  object.insert("", 1);
+  EXPECT_EQ(object.value(nullptr, 7).integer(), 1);
+  EXPECT_EQ(object[nullptr].integer(), 1);
+}
+
+TEST(SwJsonObject, ValueIsACopy) {
+  SwJsonObject inner;
+  inner.insert("x", 1);
+  SwJsonObject object;
+  object.insert("inner", inner);
+  SwJsonValue copy = object.value("inner", SwJsonValue());
+  copy.object()->insert("x", 2);
+  EXPECT_EQ((*object["inner"].object())["x"].integer(), 1);
+}
+
+TEST(SwJsonObject, IndexOfAMissingKeyIsOneSharedNull) {
+  const SwJsonObject first;
+  const SwJsonObject second;
+  EXPECT_TRUE(first["a"].isNull());
+  EXPECT_EQ(&first["a"], &second["b"]);
+}
+
+TEST(SwJsonObject, InsertOverwrites) {
+  SwJsonObject object;
+  object.insert("a", 1);
+  object.insert("a", "two");
+  EXPECT_EQ(object.size(), 1U);
+  EXPECT_EQ(object["a"].text(), "two");
+}
+
+TEST(SwJsonObject, RemoveTellsWhetherThereWasAMember) {
+  SwJsonObject object;
+  object.insert("a", 1);
+  EXPECT_TRUE(object.remove("a"));
+  EXPECT_FALSE(object.remove("a"));
+  EXPECT_TRUE(object.empty());
+}
+
+TEST(SwJsonObject, KeysStandInByteOrder) {
+  SwJsonObject object;
+  for (const char* key : {"\xC3\xA9", "b", "a", "B", "ab"}) object.insert(key, nullptr);
+  std::vector<std::string> keys;
+  for (const auto& [key, value] : object) keys.push_back(key);
+  EXPECT_EQ(keys, (std::vector<std::string>{"B", "a", "ab", "b", "\xC3\xA9"}));
+}
+
+TEST(SwJsonObject, KeysMayHoldNulBytes) {
+  SwJsonObject object;
+  const std::string key("a\0b", 3);
+  object.insert(key, 1);
+  EXPECT_TRUE(object.contains(key));
+  EXPECT_FALSE(object.contains("a"));
+  EXPECT_EQ(object.find(key)->integer(), 1);
+}
+
+TEST(SwJsonObject, FindGivesTheMemberItself) {
+  SwJsonObject object;
+  object.insert("a", 1);
+  *object.find("a") = 2;
+  EXPECT_EQ(object["a"].integer(), 2);
+  EXPECT_EQ(object.find("b"), nullptr);
+}
+
+TEST(SwJsonObject, AssignmentFromInsideTheObject) {
+  SwJsonObject inner;
+  inner.insert("x", 1);
+  SwJsonObject object;
+  object.insert("inner", std::move(inner));
+  SwJsonObject other = object;
+  object = *object.find("inner")->object();
+  EXPECT_EQ(object["x"].integer(), 1);
+  other = std::move(*other.find("inner")->object());
+  EXPECT_EQ(other, object);
+}

@@ -1,0 +1,205 @@
+// Trees nested a million deep, on a thread whose stack a recursion of that depth would overrun at once.
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <functional>
+#include <new>
+
+#include "SmallStack.h"
+#include "core/SwAny.h"
+#include "core/SwJsonDocument.h"
+#include "core/render_payload.h"
+#include "core/swcfg.h"
+
+namespace {
+
+std::atomic<long> allocations{0};
+
+constexpr std::size_t kDepth = 1000000;
+
+std::string repeated(const std::string& text, std::size_t count) {
+  std::string result;
+  result.reserve(text.size() * count);
+  for (std::size_t i = 0; i < count; ++i) result += text;
+  return result;
+}
+
+// In the form in which the generator writes them.
+std::string deepArrays() {
+  return repeated("[", kDepth) + repeated("]", kDepth);
+}
+std::string deepObjects() {
+  return repeated("{\"k\": ", kDepth) + "1" + repeated("}", kDepth);
+}
+std::string deepMixed() {
+  return repeated("[{\"k\": ", kDepth / 2) + "1" + repeated("}]", kDepth / 2);
+}
+std::string deepWithSiblings() {
+  return repeated("[1,[2],{\"a\": [3],\"k\": ", kDepth / 2) + "4" +
+         repeated(",\"z\": {\"y\": 5}},6,[7]]", kDepth / 2);
+}
+
+SwJsonValue parsed(const std::string& text) {
+  SwJsonDocument document;
+  SwString error;
+  unsigned long index = 0;
+  SwJsonValue value = document.parseJson(text, index, "", error);
+  EXPECT_EQ(error, "");
+  EXPECT_EQ(index, text.size());
+  return value;
+}
+
+// Follows the last array element or the member "k" down and changes what stands at the bottom.
+void changeBottom(SwJsonValue& root) {
+  SwJsonValue* value = &root;
+  for (;;) {
+    SwJsonValue* below = nullptr;
+    if (value->isArray() && !value->array()->empty()) below = &value->array()->at(0);
+    if (value->isObject()) below = value->object()->find("k");
+    if (below == nullptr) break;
+    value = below;
+  }
+  *value = "changed";
+}
+
+void exerciseDeepTree(const std::string& text) {
+  runOnSmallStack([&text] {
+    SwJsonValue tree = parsed(text);
+
+    SwString out;
+    SwJsonDocument().generateJson(tree, out, false, 0, "");
+    EXPECT_TRUE(out == text) << "the generated text differs";
+
+    SwJsonValue copy(tree);
+    EXPECT_TRUE(copy == tree);
+    changeBottom(copy);
+    EXPECT_TRUE(copy != tree);
+
+    SwJsonValue moved(std::move(tree));
+    EXPECT_TRUE(tree.isNull());  // NOLINT(bugprone-use-after-move): the state it promises
+    copy = std::move(moved);
+
+    const long before = allocations;
+    copy = SwJsonValue();
+    EXPECT_EQ(allocations - before, 0) << "destroying a tree allocated memory";
+  });
+}
+
+}  // namespace
+
+// Counting what the library allocates needs the allocator itself. Inlined, these would look mismatched to the
+// compiler: it would see a new without its malloc and a delete with its free.
+[[gnu::noinline]] void* operator new(std::size_t bytes) {
+  ++allocations;
+  if (void* memory = std::malloc(bytes == 0 ? 1 : bytes)) return memory;
+  throw std::bad_alloc();
+}
+[[gnu::noinline]] void operator delete(void* memory) noexcept {
+  std::free(memory);
+}
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept {
+  std::free(memory);
+}
+
+TEST(SwJsonTree, TheAllocationCounterSeesTheLibrary) {
+  const long before = allocations;
+  const SwJsonValue value{SwJsonArray()};
+  EXPECT_GT(allocations, before);
+}
+
+TEST(SwJsonTree, DeepArrays) {
+  exerciseDeepTree(deepArrays());
+}
+
+TEST(SwJsonTree, DeepObjects) {
+  exerciseDeepTree(deepObjects());
+}
+
+TEST(SwJsonTree, DeepMixedContainers) {
+  exerciseDeepTree(deepMixed());
+}
+
+TEST(SwJsonTree, DeepContainersWithSiblings) {
+  exerciseDeepTree(deepWithSiblings());
+}
+
+TEST(SwJsonTree, WideContainersOfContainers) {
+  runOnSmallStack([] {
+    const std::string text = "[" + repeated("[1,{\"a\": [2]}],", 200000) + "3]";
+    const SwJsonValue tree = parsed(text);
+    const SwJsonValue copy(tree);
+    EXPECT_TRUE(copy == tree);
+    EXPECT_EQ(copy.array()->size(), 200001U);
+  });
+}
+
+TEST(SwJsonTree, TenMillionUnclosedArrays) {
+  runOnSmallStack([] {
+    SwJsonDocument document;
+    SwString error;
+    EXPECT_FALSE(document.loadFromJson(std::string(10000000, '['), error));
+    EXPECT_EQ(error, "Unterminated JSON array (index 10000000) near \"[[[[[[[[[[[[[[[[[[[[\"");
+  });
+}
+
+TEST(SwJsonTree, AMillionUnclosedObjects) {
+  runOnSmallStack([] {
+    SwJsonDocument document;
+    SwString error;
+    EXPECT_FALSE(document.loadFromJson(repeated("{\"k\":", kDepth), error));
+    EXPECT_EQ(error, "Unexpected end of JSON input (index 5000000) near \"" + repeated("{\"k\":", 4) + "\"");
+  });
+}
+
+TEST(SwJsonTree, ADeepErrorDiscardsWhatWasBuilt) {
+  runOnSmallStack([] {
+    SwJsonDocument document;
+    SwString error;
+    EXPECT_FALSE(document.loadFromJson("[" + deepMixed() + ",?", error));
+    EXPECT_TRUE(document.root().isNull());
+  });
+}
+
+TEST(SwJsonTree, BuildingAroundAMovedTreeDoesNotCopyIt) {
+  runOnSmallStack([] {
+    SwJsonValue tree(1);
+    for (std::size_t i = 0; i < kDepth; ++i) {
+      SwJsonObject object;
+      object.insert("k", std::move(tree));
+      tree = std::move(object);
+    }
+    SwString out;
+    SwJsonDocument().generateJson(tree, out, false, 0, "");
+    EXPECT_TRUE(out == deepObjects());
+  });
+}
+
+TEST(SwJsonTree, ContainersByValueCopyCompareAndDie) {
+  runOnSmallStack([] {
+    SwJsonDocument document;
+    SwString error;
+    ASSERT_TRUE(document.loadFromJson(deepObjects(), error));
+    const SwJsonObject object = document.object();
+    SwJsonObject copy = object;
+    EXPECT_TRUE(copy == object);
+    copy = *copy.find("k")->object();
+    EXPECT_TRUE(copy != object);
+    EXPECT_TRUE(copy.remove("k"));
+  });
+}
+
+TEST(SwJsonTree, PayloadsMayBeDeepToo) {
+  runOnSmallStack([] {
+    const SwAny text = SwString(deepObjects());
+    const SwJsonObject object = render_payload::anyToJsonObject(text);
+    EXPECT_EQ(object.size(), 1U);
+    const SwAny held = object;
+    EXPECT_TRUE(held.toString(6) == deepObjects());
+    EXPECT_TRUE(render_payload::anyToJsonObject(held) == object);
+    SwJsonValue below;
+    EXPECT_TRUE(swcfg::getValue(object, "k/k/k", below));
+    EXPECT_TRUE(below.isObject());
+  });
+}

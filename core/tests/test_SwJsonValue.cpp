@@ -1,0 +1,243 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <type_traits>
+
+#include "core/SwJsonValue.h"
+
+namespace {
+
+using Kind = SwJsonValue::Kind;
+
+const std::string kNul(1, '\0');
+
+void expectClearExcept(const SwJsonValue& value, Kind kind) {
+  EXPECT_EQ(value.kind(), kind);
+  EXPECT_EQ(value.isNull(), kind == Kind::Null);
+  EXPECT_EQ(value.isBool(), kind == Kind::Bool);
+  EXPECT_EQ(value.isInt(), kind == Kind::Int);
+  EXPECT_EQ(value.isDouble(), kind == Kind::Double);
+  EXPECT_EQ(value.isString(), kind == Kind::String);
+  EXPECT_EQ(value.isObject(), kind == Kind::Object);
+  EXPECT_EQ(value.isArray(), kind == Kind::Array);
+  if (kind != Kind::Bool) {
+    EXPECT_FALSE(value.boolean());
+  }
+  if (kind != Kind::Int) {
+    EXPECT_EQ(value.integer(), 0);
+  }
+  if (kind != Kind::Double) {
+    EXPECT_EQ(value.number(), 0.0);
+  }
+  if (kind != Kind::String) {
+    EXPECT_EQ(value.text(), "");
+  }
+  EXPECT_EQ(value.object() != nullptr, kind == Kind::Object);
+  EXPECT_EQ(value.array() != nullptr, kind == Kind::Array);
+}
+
+SwJsonObject objectWith(const char* key, SwJsonValue value) {
+  SwJsonObject object;
+  object.insert(key, std::move(value));
+  return object;
+}
+
+SwJsonArray arrayWith(SwJsonValue value) {
+  SwJsonArray array;
+  array.append(std::move(value));
+  return array;
+}
+
+}  // namespace
+
+TEST(SwJsonValue, KindsHaveTheirFixedNumbers) {
+  EXPECT_EQ(static_cast<int>(Kind::Null), 0);
+  EXPECT_EQ(static_cast<int>(Kind::Bool), 1);
+  EXPECT_EQ(static_cast<int>(Kind::Int), 2);
+  EXPECT_EQ(static_cast<int>(Kind::Double), 3);
+  EXPECT_EQ(static_cast<int>(Kind::String), 4);
+  EXPECT_EQ(static_cast<int>(Kind::Object), 5);
+  EXPECT_EQ(static_cast<int>(Kind::Array), 6);
+  EXPECT_EQ(sizeof(Kind), 4U);
+}
+
+TEST(SwJsonValue, ConstructorsClearTheFieldsTheyDoNotSet) {
+  expectClearExcept(SwJsonValue(), Kind::Null);
+  expectClearExcept(SwJsonValue(nullptr), Kind::Null);
+  expectClearExcept(SwJsonValue(true), Kind::Bool);
+  expectClearExcept(SwJsonValue(7), Kind::Int);
+  expectClearExcept(SwJsonValue(7.5), Kind::Double);
+  expectClearExcept(SwJsonValue("x"), Kind::String);
+  expectClearExcept(SwJsonValue(SwJsonObject()), Kind::Object);
+  expectClearExcept(SwJsonValue(SwJsonArray()), Kind::Array);
+}
+
+TEST(SwJsonValue, ConstructorsChooseTheKindOfTheirArgument) {
+  EXPECT_TRUE(SwJsonValue(true).boolean());
+  EXPECT_EQ(SwJsonValue(-5).integer(), -5);
+  EXPECT_EQ(SwJsonValue(5U).integer(), 5);
+  EXPECT_EQ(SwJsonValue(4294967295U).integer(), 4294967295);
+  EXPECT_EQ(SwJsonValue(1LL << 40).integer(), 1099511627776);
+  EXPECT_EQ(SwJsonValue(std::size_t{3}).integer(), 3);
+  EXPECT_EQ(SwJsonValue(std::numeric_limits<std::int64_t>::min()).integer(), INT64_MIN);
+  EXPECT_EQ(SwJsonValue(0.5F).number(), 0.5);
+  EXPECT_EQ(SwJsonValue(std::string("a" + kNul)).text(), "a" + kNul);
+  EXPECT_EQ(SwJsonValue(SwString("s")).text(), "s");
+  EXPECT_EQ(SwJsonValue(static_cast<const char*>(nullptr)), SwJsonValue(""));
+  char mutableText[] = "m";
+  EXPECT_EQ(SwJsonValue(mutableText).text(), "m");
+}
+
+TEST(SwJsonValue, UnsignedBeyondSigned64BitsBecomesTheNearestDouble) {
+  EXPECT_EQ(SwJsonValue(9223372036854775807UL).integer(), INT64_MAX);
+  const SwJsonValue large(9223372036854775808ULL);
+  EXPECT_TRUE(large.isDouble());
+  EXPECT_EQ(large.number(), 9223372036854775808.0);
+}
+
+TEST(SwJsonValue, OtherPointersAndCharactersAreNoValues) {
+  EXPECT_FALSE((std::is_constructible_v<SwJsonValue, int*>));
+  EXPECT_FALSE((std::is_constructible_v<SwJsonValue, const void*>));
+  EXPECT_FALSE((std::is_constructible_v<SwJsonValue, const unsigned char*>));
+  EXPECT_FALSE((std::is_constructible_v<SwJsonValue, char>));
+}
+
+TEST(SwJsonValue, OfKindHasNoContainer) {
+  EXPECT_EQ(SwJsonValue::ofKind(Kind::Object).object(), nullptr);
+  EXPECT_EQ(SwJsonValue::ofKind(Kind::Array).array(), nullptr);
+  EXPECT_TRUE(SwJsonValue::ofKind(Kind::Object).isObject());
+  const SwJsonValue copy = SwJsonValue::ofKind(Kind::Array);
+  const SwJsonValue copyOfCopy(copy);
+  EXPECT_TRUE(copyOfCopy.isArray());
+  EXPECT_EQ(copyOfCopy.array(), nullptr);
+}
+
+TEST(SwJsonValue, ChangingACopiedObjectLeavesTheSourceAlone) {
+  const SwJsonValue source(objectWith("a", 1));
+  SwJsonValue copy(source);
+  copy.object()->insert("a", 2);
+  EXPECT_EQ((*source.object())["a"].integer(), 1);
+  EXPECT_EQ((*copy.object())["a"].integer(), 2);
+}
+
+TEST(SwJsonValue, ChangingANestedArrayOfACopyLeavesTheSourceAlone) {
+  const SwJsonValue source(objectWith("a", arrayWith(arrayWith("deep"))));
+  SwJsonValue copy;
+  copy = source;
+  copy.object()->find("a")->array()->at(0).array()->at(0) = "changed";
+  EXPECT_EQ(source.object()->find("a")->array()->at(0).array()->at(0).text(), "deep");
+  EXPECT_EQ(copy.object()->find("a")->array()->at(0).array()->at(0).text(), "changed");
+}
+
+TEST(SwJsonValue, CopyKeepsEveryKind) {
+  SwJsonArray array;
+  array.append(nullptr);
+  array.append(true);
+  array.append(-3);
+  array.append(0.25);
+  array.append("t");
+  array.append(SwJsonObject());
+  const SwJsonValue source(array);
+  const SwJsonValue copy(source);
+  ASSERT_EQ(copy.array()->size(), 6U);
+  EXPECT_TRUE(copy.array()->at(0).isNull());
+  EXPECT_TRUE(copy.array()->at(1).boolean());
+  EXPECT_EQ(copy.array()->at(2).integer(), -3);
+  EXPECT_EQ(copy.array()->at(3).number(), 0.25);
+  EXPECT_EQ(copy.array()->at(4).text(), "t");
+  EXPECT_NE(copy.array()->at(5).object(), source.array()->at(5).object());
+}
+
+TEST(SwJsonValue, MoveTransfersTheContainerAndLeavesNull) {
+  SwJsonValue source(arrayWith(1));
+  const SwJsonArray* container = source.array();
+  const SwJsonValue target(std::move(source));
+  EXPECT_EQ(target.array(), container);
+  expectClearExcept(source, Kind::Null);  // NOLINT(bugprone-use-after-move): the state it promises
+}
+
+TEST(SwJsonValue, AMovedFromScalarIsNullToo) {
+  SwJsonValue text("some text that is too long for the string's own buffer");
+  SwJsonValue target;
+  target = std::move(text);
+  expectClearExcept(text, Kind::Null);  // NOLINT(bugprone-use-after-move): the state it promises
+  EXPECT_EQ(target.text(), "some text that is too long for the string's own buffer");
+}
+
+TEST(SwJsonValue, AssignmentFromItselfKeepsTheValue) {
+  SwJsonValue value(arrayWith(1));
+  SwJsonValue& same = value;
+  value = same;
+  EXPECT_EQ(value.array()->at(0).integer(), 1);
+  value = std::move(same);
+  EXPECT_EQ(value.array()->at(0).integer(), 1);
+}
+
+TEST(SwJsonValue, AssignmentFromInsideTheValue) {
+  SwJsonValue copied(objectWith("a", arrayWith(7)));
+  copied = *copied.object()->find("a");
+  EXPECT_EQ(copied.array()->at(0).integer(), 7);
+
+  SwJsonValue moved(objectWith("a", arrayWith(8)));
+  moved = std::move(*moved.object()->find("a"));
+  EXPECT_EQ(moved.array()->at(0).integer(), 8);
+}
+
+TEST(SwJsonValue, EqualityComparesKindsFirst) {
+  EXPECT_NE(SwJsonValue(1), SwJsonValue(1.0));
+  EXPECT_NE(SwJsonValue(), SwJsonValue(false));
+  EXPECT_NE(SwJsonValue(SwJsonObject()), SwJsonValue(SwJsonArray()));
+  EXPECT_EQ(SwJsonValue(), SwJsonValue());
+  EXPECT_EQ(SwJsonValue(0.0), SwJsonValue(-0.0));
+  EXPECT_NE(SwJsonValue("1"), SwJsonValue(1));
+}
+
+TEST(SwJsonValue, NanEqualsNothing) {
+  const SwJsonValue nan(std::nan(""));
+  EXPECT_NE(nan, nan);
+  EXPECT_NE(SwJsonValue(arrayWith(nan)), SwJsonValue(arrayWith(nan)));
+}
+
+TEST(SwJsonValue, EqualityComparesContainersMemberByMember) {
+  EXPECT_EQ(SwJsonValue(objectWith("a", arrayWith(1))), SwJsonValue(objectWith("a", arrayWith(1))));
+  EXPECT_NE(SwJsonValue(objectWith("a", arrayWith(1))), SwJsonValue(objectWith("a", arrayWith(2))));
+  EXPECT_NE(SwJsonValue(objectWith("a", 1)), SwJsonValue(objectWith("b", 1)));
+  SwJsonArray two = arrayWith(1);
+  two.append(2);
+  EXPECT_NE(SwJsonValue(two), SwJsonValue(arrayWith(1)));
+  EXPECT_EQ(SwJsonValue::ofKind(Kind::Object), SwJsonValue(SwJsonObject()));
+}
+
+TEST(SwJsonValue, ToStringOfEveryKind) {
+  EXPECT_EQ(SwJsonValue().toString(), "null");
+  EXPECT_EQ(SwJsonValue(true).toString(), "true");
+  EXPECT_EQ(SwJsonValue(false).toString(), "false");
+  EXPECT_EQ(SwJsonValue(-42).toString(), "-42");
+  EXPECT_EQ(SwJsonValue(1.0).toString(), "1.000000");
+  EXPECT_EQ(SwJsonValue(0.45).toString(), "0.450000");
+  EXPECT_EQ(SwJsonValue(-1e21).toString(), "-1000000000000000000000.000000");
+  EXPECT_EQ(SwJsonValue(std::numeric_limits<double>::infinity()).toString(), "inf");
+  EXPECT_EQ(SwJsonValue("a\"\n" + kNul).toString(), "a\"\n" + kNul);
+  EXPECT_EQ(SwJsonValue(objectWith("a", 1)).toString(), "{}");
+}
+
+TEST(SwJsonValue, ToStringOfAnArrayIsBracesToo) {
+  EXPECT_EQ(SwJsonValue(arrayWith(1)).toString(), "{}");
+}
+
+TEST(SwJsonValue, EscapeStringOfNamedEscapes) {
+  EXPECT_EQ(SwJsonValue::escapeString("\"\\\b\f\n\r\t"), "\\\"\\\\\\b\\f\\n\\r\\t");
+}
+
+TEST(SwJsonValue, EscapeStringOfOtherControlBytes) {
+  EXPECT_EQ(SwJsonValue::escapeString("\x01"), "\\u0001");
+  EXPECT_EQ(SwJsonValue::escapeString("\x1F"), "\\u001F");
+  EXPECT_EQ(SwJsonValue::escapeString(kNul), "\\u0000");
+  EXPECT_EQ(SwJsonValue::escapeString("\v"), "\\u000B");
+}
+
+TEST(SwJsonValue, EscapeStringCopiesEverythingElse) {
+  EXPECT_EQ(SwJsonValue::escapeString("/ a\x7F"), "/ a\x7F");
+  EXPECT_EQ(SwJsonValue::escapeString("\xC3\xA9\x80\xFF"), "\xC3\xA9\x80\xFF");
+}

@@ -1,0 +1,32 @@
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <string>
+
+#include "core/SwList.h"
+
+TEST(SwList, AppendsAndReads) {
+  SwList<std::string> list;
+  EXPECT_TRUE(list.isEmpty());
+  list.append("a");
+  list.append("b");
+  EXPECT_EQ(list.size(), 2U);
+  EXPECT_EQ(list.at(1), "b");
+  EXPECT_THROW(list.at(2), std::out_of_range);
+  EXPECT_EQ(list, (SwList<std::string>{"a", "b"}));
+  EXPECT_NE(list, (SwList<std::string>{"a"}));
+}
+
+TEST(SwList, CopiesAreIndependent) {
+  SwList<unsigned char> list{1, 2};
+  const SwList<unsigned char> copy = list;
+  list.clear();
+  EXPECT_TRUE(list.isEmpty());
+  EXPECT_EQ(copy.size(), 2U);
+}
+
+TEST(SwList, TakesARange) {
+  const std::string bytes = "\x01\xFF";
+  const SwList<unsigned char> list(bytes.begin(), bytes.end());
+  EXPECT_EQ(list, (SwList<unsigned char>{1, 255}));
+}

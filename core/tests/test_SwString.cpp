@@ -1,0 +1,201 @@
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include "StderrCapture.h"
+#include "core/SwString.h"
+
+namespace {
+
+using Parts = std::vector<SwString>;
+
+const std::string kNul(1, '\0');
+
+int intOf(const SwString& text, bool expectedOk = true) {
+  bool ok = !expectedOk;
+  const int value = text.toInt(&ok);
+  EXPECT_EQ(ok, expectedOk) << text.str();
+  return value;
+}
+
+double doubleOf(const SwString& text) {
+  double value = -77.0;
+  EXPECT_TRUE(text.parseNumericDouble(value)) << text.str();
+  return value;
+}
+
+void expectNoDouble(const SwString& text) {
+  double value = -77.0;
+  EXPECT_FALSE(text.parseNumericDouble(value)) << text.str();
+  EXPECT_EQ(value, -77.0) << "the output of a failed conversion changed";
+}
+
+}  // namespace
+
+TEST(SwString, ConvertsFromAndToStandardStrings) {
+  const std::string bytes = "a" + kNul + "b";
+  const SwString string = bytes;
+  const std::string back = string;
+  EXPECT_EQ(back, bytes);
+  EXPECT_EQ(string.size(), 3U);
+  EXPECT_EQ(SwString(bytes.data(), 2).str(), "a" + kNul);
+  EXPECT_EQ(SwString(static_cast<const char*>(nullptr)), "");
+}
+
+TEST(SwString, ConcatenationKeepsNulBytes) {
+  EXPECT_EQ((SwString("a" + kNul) + "b").str(), "a" + kNul + "b");
+  SwString string("x");
+  string += "y";
+  string += 'z';
+  string.append(2, '!').append("abc", 1);
+  EXPECT_EQ(string, "xyz!!a");
+}
+
+TEST(SwString, OrderComparesBytesAsUnsigned) {
+  EXPECT_TRUE(SwString("z") < SwString("\xC3"));
+  EXPECT_FALSE(SwString("\xC3") < SwString("z"));
+}
+
+TEST(SwString, TrimmedDropsBlanksTabsCrAndLf) {
+  EXPECT_EQ(SwString(" \t\r\n x y \n\r\t ").trimmed(), "x y");
+}
+
+TEST(SwString, TrimmedKeepsVerticalTabsAndFormFeeds) {
+  EXPECT_EQ(SwString("\v\v\v").trimmed(), "\v\v\v");
+  EXPECT_EQ(SwString(" \fx\f ").trimmed(), "\fx\f");
+}
+
+TEST(SwString, TrimmedOfBlanksOnlyIsEmpty) {
+  EXPECT_EQ(SwString(" \t\n\r").trimmed(), "");
+}
+
+TEST(SwString, MidOutsideTheStringIsEmpty) {
+  const SwString string("abcde");
+  EXPECT_EQ(string.mid(-1, 3), "");
+  EXPECT_EQ(string.mid(10, 1), "");
+  EXPECT_EQ(string.mid(5, 1), "");
+}
+
+TEST(SwString, MidWithNegativeLengthIsTheRest) {
+  EXPECT_EQ(SwString("abcde").mid(2, -1), "cde");
+}
+
+TEST(SwString, MidPastTheEndIsTheRest) {
+  EXPECT_EQ(SwString("abcde").mid(1, 3), "bcd");
+  EXPECT_EQ(SwString("abcde").mid(3, std::numeric_limits<int>::max()), "de");
+  EXPECT_EQ(SwString("abcde").mid(1, 0), "");
+}
+
+TEST(SwString, ArgFillsTheFirstPlaceholderOnly) {
+  EXPECT_EQ(SwString("value %1 of %2").arg("a"), "value a of %2");
+  EXPECT_EQ(SwString("value %1 of %2").arg("a").arg("b"), "value a of b");
+}
+
+TEST(SwString, ArgIgnoresTheDigitsValue) {
+  EXPECT_EQ(SwString("%2 %1").arg("a"), "a %1");
+  EXPECT_EQ(SwString("%10").arg("a"), "a0");
+}
+
+TEST(SwString, ArgWithoutPlaceholderChangesNothing) {
+  EXPECT_EQ(SwString("100%").arg("a"), "100%");
+  EXPECT_EQ(SwString("%x %%").arg("a"), "%x %%");
+  EXPECT_EQ(SwString("%%1").arg("a"), "%a");
+}
+
+TEST(SwString, SplitKeepsEmptyPartsExceptTheLast) {
+  EXPECT_EQ(SwString("a,,b").split(','), (Parts{"a", "", "b"}));
+  EXPECT_EQ(SwString("a,b,").split(','), (Parts{"a", "b"}));
+  EXPECT_EQ(SwString(",").split(','), (Parts{""}));
+}
+
+TEST(SwString, SplitOfEmptyAndUnseparatedStrings) {
+  EXPECT_EQ(SwString("").split(','), Parts{});
+  EXPECT_EQ(SwString("ab").split(','), (Parts{"ab"}));
+}
+
+TEST(SwString, ToIntReadsEveryBase) {
+  for (const char* text : {"42", " 42 ", "4_2", "0x2A", "0X2a", "052", "0b101010", "0B101010", "+42"}) {
+    EXPECT_EQ(intOf(text), 42) << text;
+  }
+  EXPECT_EQ(intOf("-0b1"), -1);
+  EXPECT_EQ(intOf("-0x10"), -16);
+}
+
+TEST(SwString, ToIntIgnoresTrailingBytesOfAPlainNumber) {
+  EXPECT_EQ(intOf("12abc"), 12);
+  EXPECT_EQ(intOf("0x"), 0);
+  EXPECT_EQ(intOf("09"), 0);
+}
+
+TEST(SwString, ToIntAcceptsTheLimitsOf32Bits) {
+  EXPECT_EQ(intOf("2147483647"), 2147483647);
+  EXPECT_EQ(intOf("-2147483648"), std::numeric_limits<int>::min());
+}
+
+TEST(SwString, ToIntFailsWithTheMessageAndTheOriginalText) {
+  const StderrCapture captured;
+  EXPECT_EQ(intOf(" 2147483648_", false), 0);
+  EXPECT_EQ(captured.text(), "Invalid int conversion in SwString:  2147483648_\n");
+  EXPECT_EQ(captured.writes(), 1);
+  EXPECT_GE(captured.flushes(), 1);
+}
+
+TEST(SwString, ToIntFailsWithoutANumber) {
+  const StderrCapture captured;
+  for (const char* text :
+       {"", "+", "-", "_", "abc", "0b", "0b2", "-0b", "0b12", "0b1 1", "-2147483649", "9223372036854775808",
+        "99999999999999999999", "0b1111111111111111111111111111111111111111111111111111111111111111"}) {
+    EXPECT_EQ(intOf(text, false), 0) << text;
+  }
+}
+
+TEST(SwString, ToIntTakesANullVerdict) {
+  const StderrCapture captured;
+  EXPECT_EQ(SwString("7").toInt(nullptr), 7);
+  EXPECT_EQ(captured.text(), "");
+  EXPECT_EQ(SwString("x").toInt(nullptr), 0);
+  EXPECT_EQ(captured.text(), "Invalid int conversion in SwString: x\n");
+}
+
+TEST(SwString, ParseNumericDoubleReadsFractionsAndExponents) {
+  EXPECT_EQ(doubleOf("1.5"), 1.5);
+  EXPECT_EQ(doubleOf("1_000.5"), 1000.5);
+  EXPECT_EQ(doubleOf(" 1e3x "), 1000.0);
+  EXPECT_EQ(doubleOf("-2.5E-1"), -0.25);
+}
+
+TEST(SwString, ParseNumericDoubleReadsIntegersOfEveryBase) {
+  EXPECT_EQ(doubleOf("0x10"), 16.0);
+  EXPECT_EQ(doubleOf("010"), 8.0);
+  EXPECT_EQ(doubleOf("-0b101"), -5.0);
+  EXPECT_EQ(doubleOf("12abc"), 12.0);
+}
+
+TEST(SwString, ParseNumericDoubleFallsBackToFloatingPoint) {
+  EXPECT_EQ(doubleOf("99999999999999999999"), 1e20);
+  EXPECT_EQ(doubleOf("inf"), std::numeric_limits<double>::infinity());
+  EXPECT_EQ(doubleOf("0b12"), 0.0) << "a malformed binary literal is read as the number at its start";
+}
+
+TEST(SwString, ParseNumericDoubleRefusesWithoutAMessage) {
+  const StderrCapture captured;
+  for (const char* text : {"", " \t", "_", "abc", "1e400", "1e-400", ".", "e5"}) expectNoDouble(text);
+  expectNoDouble("0b1" + std::string(64, '0'));
+  EXPECT_EQ(captured.text(), "");
+}
+
+TEST(SwString, ToFloatNarrowsAndReportsFailure) {
+  const StderrCapture captured;
+  EXPECT_EQ(SwString("0.45").toFloat(), 0.45F);
+  EXPECT_EQ(SwString("1e300").toFloat(), std::numeric_limits<float>::infinity());
+  EXPECT_EQ(captured.text(), "");
+  EXPECT_EQ(SwString(" x").toFloat(), 0.0F);
+  EXPECT_EQ(captured.text(), "Invalid float conversion in SwString:  x\n");
+}
+
+TEST(SwString, ToDoubleReportsFailure) {
+  const StderrCapture captured;
+  EXPECT_EQ(SwString("0.45").toDouble(), 0.45);
+  EXPECT_EQ(SwString("").toDouble(), 0.0);
+  EXPECT_EQ(captured.text(), "Invalid double conversion in SwString: \n");
+}

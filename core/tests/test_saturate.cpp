@@ -1,0 +1,52 @@
+#include <gtest/gtest.h>
+
+#include <cstdint>
+
+#include "core/saturate.h"
+
+using sw_number::saturate;
+using sw_number::toSinglePrecision;
+
+namespace {
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+
+}  // namespace
+
+TEST(Saturate, TruncatesTowardZero) {
+  EXPECT_EQ(saturate<std::int64_t>(2.9), 2);
+  EXPECT_EQ(saturate<std::int64_t>(-2.9), -2);
+  EXPECT_EQ(saturate<std::uint8_t>(255.9), 255);
+}
+
+TEST(Saturate, StopsAtTheLimits) {
+  EXPECT_EQ(saturate<std::int64_t>(9223372036854775808.0), INT64_MAX);
+  EXPECT_EQ(saturate<std::int64_t>(-9223372036854775808.0), INT64_MIN);
+  EXPECT_EQ(saturate<std::int64_t>(9223372036854774784.0), 9223372036854774784);
+  EXPECT_EQ(saturate<std::int64_t>(kInfinity), INT64_MAX);
+  EXPECT_EQ(saturate<std::int64_t>(-kInfinity), INT64_MIN);
+  EXPECT_EQ(saturate<std::int32_t>(2147483648.0), INT32_MAX);
+  EXPECT_EQ(saturate<std::int32_t>(-2147483648.5), INT32_MIN);
+  EXPECT_EQ(saturate<std::uint8_t>(256.0), 255);
+  EXPECT_EQ(saturate<std::uint8_t>(-1.0), 0);
+}
+
+TEST(Saturate, NanIsZero) {
+  EXPECT_EQ(saturate<std::int64_t>(kNan), 0);
+}
+
+TEST(ToSinglePrecision, RoundsToTheNearestFloat) {
+  EXPECT_EQ(toSinglePrecision(0.45), 0.45F);
+  EXPECT_TRUE(std::isnan(toSinglePrecision(kNan)));
+}
+
+TEST(ToSinglePrecision, BeyondTheRangeIsInfinity) {
+  constexpr float kMax = std::numeric_limits<float>::max();
+  constexpr float kInf = std::numeric_limits<float>::infinity();
+  EXPECT_EQ(toSinglePrecision(1e300), kInf);
+  EXPECT_EQ(toSinglePrecision(-kInfinity), -kInf);
+  EXPECT_EQ(toSinglePrecision(0x1.fffffefp127), kMax) << "less than half a unit above the largest float";
+  EXPECT_EQ(toSinglePrecision(-0x1.fffffefp127), -kMax);
+  EXPECT_EQ(toSinglePrecision(0x1.ffffffp127), kInf) << "half a unit above";
+}

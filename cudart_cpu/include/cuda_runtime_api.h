@@ -1,0 +1,145 @@
+/// The CUDA runtime calls this project uses, answered by the CPU. Names, tags, values, include guards and
+/// default arguments are those of the CUDA runtime, so that a source file compiles against either and an
+/// accidental second inclusion, of the toolkit's header, adds nothing. C++ only.
+///
+/// The model
+/// - There is one device. Its memory is host memory, 16 GiB of it at most; fresh memory is filled with junk.
+/// - A stream runs its work in order, in the thread that makes the call, before the call returns. Two things
+///   put work off: a stream that a test holds (cudart_cpu/control.h), and unfinished work of another thread
+///   that it is ordered after; then the thread that ends the wait runs it. The order of a stream is kept.
+/// - The null stream is the legacy default stream: its work comes after all earlier work of every stream made
+///   without cudaStreamNonBlocking, and before all their later work.
+/// - Any thread may make any call at any time, except from within a host function (cudaLaunchHostFunc): every
+///   call but those that ask for an error or its text is refused there with cudaErrorNotPermitted.
+/// - Every call that returns something other than cudaSuccess and cudaErrorNotReady sets the calling thread's
+///   last error. When host memory runs out inside a call, it returns cudaErrorMemoryAllocation.
+///
+/// Addresses are checked more strictly than the CUDA runtime does: a copy whose kind says "device" for an
+/// address that is in no live allocation, or "host" for one that is, and a copy or fill that runs past the
+/// end of its allocation, are refused with cudaErrorInvalidValue. A copy or fill of nothing succeeds whatever
+/// the addresses are. Errors are found at the call, never later: work that was accepted succeeds.
+///
+/// Left out altogether: graphs, events, pinned and managed memory, several devices, per-thread default
+/// streams.
+
+#if !defined(__CUDA_RUNTIME_API_H__)
+// The toolkit's own guard, so that its header adds nothing after this one.
+#define __CUDA_RUNTIME_API_H__  // NOLINT(bugprone-reserved-identifier)
+
+#include <cstddef>
+
+#include "cudart_cpu/export.h"
+
+#define CUDART_CB
+
+#define cudaStreamDefault 0x00
+#define cudaStreamNonBlocking 0x01
+
+/// The codes that the calls below return, and some that tests let them return.
+enum cudaError {
+  cudaSuccess = 0,
+  cudaErrorInvalidValue = 1,
+  cudaErrorMemoryAllocation = 2,
+  cudaErrorInitializationError = 3,
+  cudaErrorInvalidPitchValue = 12,
+  cudaErrorInvalidMemcpyDirection = 21,
+  cudaErrorNoDevice = 100,
+  cudaErrorInvalidResourceHandle = 400,
+  cudaErrorNotReady = 600,
+  cudaErrorIllegalAddress = 700,
+  cudaErrorLaunchFailure = 719,
+  cudaErrorNotPermitted = 800,
+  cudaErrorUnknown = 999
+};
+typedef enum cudaError cudaError_t;
+
+enum cudaMemcpyKind {
+  cudaMemcpyHostToHost = 0,
+  cudaMemcpyHostToDevice = 1,
+  cudaMemcpyDeviceToHost = 2,
+  cudaMemcpyDeviceToDevice = 3,
+  cudaMemcpyDefault = 4  ///< each side is what its address says
+};
+
+typedef struct CUstream_st* cudaStream_t;
+
+typedef void(CUDART_CB* cudaHostFn_t)(void* userData);
+
+extern "C" {
+
+/// Stores 1. cudaErrorInvalidValue when `count` is null.
+CUDART_CPU_EXPORT cudaError_t cudaGetDeviceCount(int* count);
+
+/// Waits for all work of all streams; runs what is held.
+CUDART_CPU_EXPORT cudaError_t cudaDeviceSynchronize(void);
+
+/// The calling thread's last error, which becomes cudaSuccess.
+CUDART_CPU_EXPORT cudaError_t cudaGetLastError(void);
+
+/// The calling thread's last error, which stays.
+CUDART_CPU_EXPORT cudaError_t cudaPeekAtLastError(void);
+
+/// The code's name as written above; "unrecognized error code" for any other value. Static text.
+CUDART_CPU_EXPORT const char* cudaGetErrorName(cudaError_t error);
+
+/// What the code means, in a few words of ours; "unrecognized error code" for any other value. Static text.
+CUDART_CPU_EXPORT const char* cudaGetErrorString(cudaError_t error);
+
+/// Stores the address of `size` bytes of junk, aligned to 256 bytes; a null address for 0 bytes. The caller
+/// owns them (cudaFree). cudaErrorInvalidValue when `devPtr` is null; cudaErrorMemoryAllocation, with nothing
+/// stored, when the device would hold more than 16 GiB. Waits for nothing.
+CUDART_CPU_EXPORT cudaError_t cudaMalloc(void** devPtr, size_t size);
+
+/// Waits for all work of all streams (runs what is held), then frees what cudaMalloc gave. Null is allowed.
+/// cudaErrorInvalidValue when `devPtr` is not the start of a live allocation.
+CUDART_CPU_EXPORT cudaError_t cudaFree(void* devPtr);
+
+/// Copies `count` bytes in the order of the null stream and waits for it: work held there, and on the streams
+/// that order themselves with it, runs; work held on a cudaStreamNonBlocking stream does not. (The CUDA
+/// runtime may return from a device-to-device copy, and from a short one to the device, before it is done.)
+/// cudaErrorInvalidMemcpyDirection when `kind` is none of the five.
+CUDART_CPU_EXPORT cudaError_t cudaMemcpy(void* dst, const void* src, size_t count, enum cudaMemcpyKind kind);
+
+/// Queues a copy of `count` bytes. Host bytes that go to the device are taken before the call returns, so
+/// their memory may be reused at once, as the CUDA runtime does for pageable memory. A copy to host memory
+/// happens in stream order like any other: its target must live until then. (The CUDA runtime waits for such
+/// a copy when the target is pageable memory.)
+CUDART_CPU_EXPORT cudaError_t cudaMemcpyAsync(void* dst, const void* src, size_t count,
+                                              enum cudaMemcpyKind kind, cudaStream_t stream = nullptr);
+
+/// Queues a copy of `height` rows of `width` bytes, from one pitch to another; otherwise like
+/// cudaMemcpyAsync. Bytes between row end and pitch are neither read nor written. cudaErrorInvalidPitchValue
+/// when a pitch is smaller than `width`; cudaErrorInvalidValue when a size overflows.
+CUDART_CPU_EXPORT cudaError_t cudaMemcpy2DAsync(void* dst, size_t dpitch, const void* src, size_t spitch,
+                                                size_t width, size_t height, enum cudaMemcpyKind kind,
+                                                cudaStream_t stream = nullptr);
+
+/// Queues setting `count` bytes of device memory to the low byte of `value`.
+CUDART_CPU_EXPORT cudaError_t cudaMemsetAsync(void* devPtr, int value, size_t count,
+                                              cudaStream_t stream = nullptr);
+
+/// Makes a stream, owned by the caller (cudaStreamDestroy). cudaErrorInvalidValue when `pStream` is null.
+CUDART_CPU_EXPORT cudaError_t cudaStreamCreate(cudaStream_t* pStream);
+
+/// The same with flags: cudaStreamDefault, or cudaStreamNonBlocking for a stream without any order to the
+/// null stream. cudaErrorInvalidValue for other flags.
+CUDART_CPU_EXPORT cudaError_t cudaStreamCreateWithFlags(cudaStream_t* pStream, unsigned int flags);
+
+/// Runs what the stream still has to do, held or not, and ends it. (The CUDA runtime returns at once and lets
+/// the work finish by itself.) For this call and the ones below, cudaErrorInvalidResourceHandle when `stream`
+/// is not a live stream; the null stream cannot be destroyed.
+CUDART_CPU_EXPORT cudaError_t cudaStreamDestroy(cudaStream_t stream);
+
+/// Waits for all work of the stream and for what that is ordered after; runs what is held.
+CUDART_CPU_EXPORT cudaError_t cudaStreamSynchronize(cudaStream_t stream);
+
+/// cudaSuccess when the stream has nothing left to do, else cudaErrorNotReady. Runs nothing.
+CUDART_CPU_EXPORT cudaError_t cudaStreamQuery(cudaStream_t stream);
+
+/// Queues a call of `fn(userData)`, which must neither make such calls nor throw. `userData` must live until
+/// then. cudaErrorInvalidValue when `fn` is null. (The CUDA runtime calls it in a thread of its own.)
+CUDART_CPU_EXPORT cudaError_t cudaLaunchHostFunc(cudaStream_t stream, cudaHostFn_t fn, void* userData);
+
+}  // extern "C"
+
+#endif

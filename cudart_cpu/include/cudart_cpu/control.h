@@ -1,0 +1,108 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "cuda_runtime_api.h"
+#include "cudart_cpu/export.h"
+
+/// What tests see and steer of the runtime: counters, records, failures on demand, held streams. All of it is
+/// one state a process, shared by all threads; any thread may call any function. None of these counts as a
+/// call.
+namespace cudart_cpu {
+
+/// The calls that are counted, by their own names. Both overloads of cudaMalloc are one call;
+/// cudaGetErrorName and cudaGetErrorString, which only look up a text, are not counted.
+enum class Call {
+  cudaGetDeviceCount,
+  cudaDeviceSynchronize,
+  cudaGetLastError,
+  cudaPeekAtLastError,
+  cudaMalloc,
+  cudaFree,
+  cudaMemcpy,
+  cudaMemcpyAsync,
+  cudaMemcpy2DAsync,
+  cudaMemsetAsync,
+  cudaStreamCreate,
+  cudaStreamCreateWithFlags,
+  cudaStreamDestroy,
+  cudaStreamSynchronize,
+  cudaStreamQuery,
+  cudaLaunchHostFunc
+};
+
+/// The call's name. Static text.
+CUDART_CPU_EXPORT const char* callName(Call call);
+
+/// How often the call was made since the last resetCounters, failed ones included.
+CUDART_CPU_EXPORT std::uint64_t count(Call call);
+
+/// The same over all calls.
+CUDART_CPU_EXPORT std::uint64_t totalCalls();
+
+/// The same over the calls whose purpose is to wait: cudaMemcpy, cudaStreamSynchronize,
+/// cudaDeviceSynchronize. cudaFree waits too, but as a side effect, and is not among them.
+CUDART_CPU_EXPORT std::uint64_t waitingCalls();
+
+/// Sets all counters to 0 and forgets the recorded calls; recording stays on or off.
+CUDART_CPU_EXPORT void resetCounters();
+
+/// One call as it was made. Fields that the call does not have are 0, null or cudaMemcpyDefault.
+struct RecordedCall {
+  Call call;
+  std::size_t bytes;         ///< asked for, copied, filled or freed; width x height for rows
+  cudaMemcpyKind kind;       ///< as given to a copy
+  const void* deviceMemory;  ///< allocated or freed, else what was copied or filled to
+  cudaStream_t stream;       ///< the stream meant, or made
+  cudaError_t result;
+};
+
+/// Starts or stops keeping a record of every call. Off at first, because the record only grows.
+CUDART_CPU_EXPORT void recordCalls(bool on);
+
+/// The calls recorded since recording began or since the last resetCounters, in the order in which they
+/// returned.
+CUDART_CPU_EXPORT std::vector<RecordedCall> recordedCalls();
+
+/// Lets the `nth` next call of this kind fail, 1 meaning the very next: it returns `error`, sets the last
+/// error and does nothing else. The calls after it work again. Several plans may stand side by side, each
+/// counting from where it was made. Throws std::invalid_argument when `nth` is 0 or `error` is cudaSuccess.
+CUDART_CPU_EXPORT void failCall(Call call, unsigned nth, cudaError_t error);
+
+/// Drops the plans that failCall made and that did not come true.
+CUDART_CPU_EXPORT void clearFailures();
+
+/// Holds back the stream's work from now on: it is queued, and so is other streams' work that is
+/// ordered after it, until release, or until a call that waits for it runs it; the stream stays held then.
+/// Throws std::invalid_argument when it is not a live stream, and so do the two functions below.
+CUDART_CPU_EXPORT void hold(cudaStream_t stream);
+
+/// Ends the hold and runs, in this thread, what waited for that.
+CUDART_CPU_EXPORT void release(cudaStream_t stream);
+
+/// How many pieces of work the stream has still to do.
+CUDART_CPU_EXPORT std::size_t heldWork(cudaStream_t stream);
+
+/// Device memory that was allocated and not freed yet.
+struct LiveAllocations {
+  std::size_t count;
+  std::size_t bytes;
+};
+CUDART_CPU_EXPORT LiveAllocations liveAllocations();
+
+/// Releases every stream, clears counters, records and failures, and stops recording. Live allocations,
+/// streams and the threads' last errors stay.
+CUDART_CPU_EXPORT void reset();
+
+/// Resets when it is made and when it goes, so that no test leaves anything to the next.
+class CUDART_CPU_EXPORT ScopedReset {
+ public:
+  ScopedReset();
+  ~ScopedReset();
+  ScopedReset(const ScopedReset&) = delete;
+  ScopedReset& operator=(const ScopedReset&) = delete;
+};
+
+}  // namespace cudart_cpu

@@ -1,0 +1,72 @@
+#include "DeviceMemory.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+
+namespace cudart_cpu {
+namespace {
+
+constexpr std::size_t kDeviceBytes = std::size_t{16} << 30;
+constexpr std::size_t kAlignment = 256;
+
+// Neither black nor white nor zero: who reads memory before writing it gets a picture that shows it.
+constexpr int kJunk = 0xCD;
+
+}  // namespace
+
+void* DeviceMemory::allocate(std::size_t bytes) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  if (bytes > kDeviceBytes - liveBytes_) return nullptr;
+  void* memory = nullptr;
+  // Not aligned_alloc: it wants the size rounded up, and the address sanitizer would then miss the last
+  // bytes.
+  if (::posix_memalign(&memory, kAlignment, bytes) != 0) return nullptr;
+  try {
+    sizes_.emplace(reinterpret_cast<std::uintptr_t>(memory), bytes);
+  } catch (...) {
+    std::free(memory);
+    throw;
+  }
+  liveBytes_ += bytes;
+  std::memset(memory, kJunk, bytes);
+  return memory;
+}
+
+bool DeviceMemory::free(void* memory, std::size_t& freedBytes) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  const auto found = sizes_.find(reinterpret_cast<std::uintptr_t>(memory));
+  if (found == sizes_.end()) return false;
+  freedBytes = found->second;
+  liveBytes_ -= freedBytes;
+  sizes_.erase(found);
+  std::free(memory);
+  return true;
+}
+
+bool DeviceMemory::holds(const void* address, std::size_t bytes) const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  const auto found = find(address);
+  if (found == sizes_.end()) return false;
+  return bytes <= found->second - (reinterpret_cast<std::uintptr_t>(address) - found->first);
+}
+
+bool DeviceMemory::isHost(const void* address) const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return find(address) == sizes_.end();
+}
+
+LiveAllocations DeviceMemory::live() const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return {sizes_.size(), liveBytes_};
+}
+
+DeviceMemory::Table::const_iterator DeviceMemory::find(const void* address) const {
+  const auto wanted = reinterpret_cast<std::uintptr_t>(address);
+  const auto above = sizes_.upper_bound(wanted);
+  if (above == sizes_.begin()) return sizes_.end();
+  const auto candidate = std::prev(above);
+  return wanted - candidate->first < candidate->second ? candidate : sizes_.end();
+}
+
+}  // namespace cudart_cpu

@@ -1,0 +1,15 @@
+#include "Runtime.h"
+
+namespace cudart_cpu {
+
+Runtime& Runtime::instance() {
+  static Runtime* const runtime = new Runtime;
+  return *runtime;
+}
+
+ThreadState& ThreadState::current() {
+  thread_local ThreadState state;
+  return state;
+}
+
+}  // namespace cudart_cpu

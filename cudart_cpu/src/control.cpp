@@ -1,0 +1,121 @@
+#include "cudart_cpu/control.h"
+
+#include <stdexcept>
+
+#include "Runtime.h"
+
+namespace cudart_cpu {
+namespace {
+
+void requireLive(bool live) {
+  if (!live) throw std::invalid_argument("not a live stream");
+}
+
+}  // namespace
+
+const char* callName(Call call) {
+  // No default: the compiler names the call that is missing.
+  switch (call) {
+    case Call::cudaGetDeviceCount:
+      return "cudaGetDeviceCount";
+    case Call::cudaDeviceSynchronize:
+      return "cudaDeviceSynchronize";
+    case Call::cudaGetLastError:
+      return "cudaGetLastError";
+    case Call::cudaPeekAtLastError:
+      return "cudaPeekAtLastError";
+    case Call::cudaMalloc:
+      return "cudaMalloc";
+    case Call::cudaFree:
+      return "cudaFree";
+    case Call::cudaMemcpy:
+      return "cudaMemcpy";
+    case Call::cudaMemcpyAsync:
+      return "cudaMemcpyAsync";
+    case Call::cudaMemcpy2DAsync:
+      return "cudaMemcpy2DAsync";
+    case Call::cudaMemsetAsync:
+      return "cudaMemsetAsync";
+    case Call::cudaStreamCreate:
+      return "cudaStreamCreate";
+    case Call::cudaStreamCreateWithFlags:
+      return "cudaStreamCreateWithFlags";
+    case Call::cudaStreamDestroy:
+      return "cudaStreamDestroy";
+    case Call::cudaStreamSynchronize:
+      return "cudaStreamSynchronize";
+    case Call::cudaStreamQuery:
+      return "cudaStreamQuery";
+    case Call::cudaLaunchHostFunc:
+      return "cudaLaunchHostFunc";
+  }
+  return "unknown call";
+}
+
+std::uint64_t count(Call call) {
+  return Runtime::instance().log.count(call);
+}
+
+std::uint64_t totalCalls() {
+  return Runtime::instance().log.total();
+}
+
+std::uint64_t waitingCalls() {
+  return count(Call::cudaMemcpy) + count(Call::cudaStreamSynchronize) + count(Call::cudaDeviceSynchronize);
+}
+
+void resetCounters() {
+  Runtime::instance().log.resetCounters();
+}
+
+void recordCalls(bool on) {
+  Runtime::instance().log.record(on);
+}
+
+std::vector<RecordedCall> recordedCalls() {
+  return Runtime::instance().log.recorded();
+}
+
+void failCall(Call call, unsigned nth, cudaError_t error) {
+  Runtime::instance().log.fail(call, nth, error);
+}
+
+void clearFailures() {
+  Runtime::instance().log.clearFailures();
+}
+
+void hold(cudaStream_t stream) {
+  requireLive(Runtime::instance().streams.hold(stream));
+}
+
+void release(cudaStream_t stream) {
+  requireLive(Runtime::instance().streams.release(stream));
+}
+
+std::size_t heldWork(cudaStream_t stream) {
+  std::size_t pieces = 0;
+  requireLive(Runtime::instance().streams.pending(stream, pieces));
+  return pieces;
+}
+
+LiveAllocations liveAllocations() {
+  return Runtime::instance().memory.live();
+}
+
+void reset() {
+  Runtime& runtime = Runtime::instance();
+  runtime.streams.releaseAll();
+  runtime.log.record(false);
+  runtime.log.resetCounters();
+  runtime.log.clearFailures();
+}
+
+ScopedReset::ScopedReset() {
+  reset();
+}
+
+ScopedReset::~ScopedReset() {
+  reset();
+}
+
+}  // namespace cudart_cpu

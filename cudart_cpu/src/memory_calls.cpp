@@ -1,0 +1,191 @@
+#include <cstring>
+#include <memory>
+#include <vector>
+
+#include "Runtime.h"
+
+using cudart_cpu::begin;
+using cudart_cpu::Call;
+using cudart_cpu::DeviceMemory;
+using cudart_cpu::perform;
+using cudart_cpu::RecordedCall;
+using cudart_cpu::Runtime;
+using cudart_cpu::Streams;
+
+namespace {
+
+using Byte = unsigned char;
+
+/// One side of a copy: `rows` rows that begin `pitch` bytes apart.
+template <class T>
+struct Side {
+  T* first;
+  std::size_t pitch;
+};
+
+struct Rows {
+  Side<Byte> to;
+  Side<const Byte> from;
+  std::size_t width;
+  std::size_t rows;
+};
+
+Rows makeRows(void* dst, std::size_t dpitch, const void* src, std::size_t spitch, std::size_t width,
+              std::size_t height) {
+  return {{static_cast<Byte*>(dst), dpitch}, {static_cast<const Byte*>(src), spitch}, width, height};
+}
+
+/// memmove, because the two sides may overlap in one allocation.
+void copyRows(const Rows& copy) {
+  if (copy.to.pitch == copy.width && copy.from.pitch == copy.width) {
+    std::memmove(copy.to.first, copy.from.first, copy.width * copy.rows);
+    return;
+  }
+  for (std::size_t row = 0; row < copy.rows; ++row) {
+    std::memmove(copy.to.first + row * copy.to.pitch, copy.from.first + row * copy.from.pitch, copy.width);
+  }
+}
+
+/// The same copy from a private buffer that has the source's bytes of now.
+Streams::Work takeBytes(const Rows& copy) {
+  auto bytes = std::make_shared<std::vector<Byte>>(copy.width * copy.rows);
+  copyRows({{bytes->data(), copy.width}, copy.from, copy.width, copy.rows});
+  return [copy, bytes] { copyRows({copy.to, {bytes->data(), copy.width}, copy.width, copy.rows}); };
+}
+
+enum class Place { Host, Device, Either };
+
+struct Places {
+  Place to;
+  Place from;
+};
+
+bool placesOf(cudaMemcpyKind kind, Places& places) {
+  switch (kind) {
+    case cudaMemcpyHostToHost:
+      places = {Place::Host, Place::Host};
+      return true;
+    case cudaMemcpyHostToDevice:
+      places = {Place::Device, Place::Host};
+      return true;
+    case cudaMemcpyDeviceToHost:
+      places = {Place::Host, Place::Device};
+      return true;
+    case cudaMemcpyDeviceToDevice:
+      places = {Place::Device, Place::Device};
+      return true;
+    case cudaMemcpyDefault:
+      places = {Place::Either, Place::Either};
+      return true;
+  }
+  return false;
+}
+
+template <class T>
+bool sideIsGood(const DeviceMemory& memory, const Side<T>& side, std::size_t width, std::size_t rows,
+                Place place) {
+  if (side.first == nullptr) return false;
+  std::size_t bytes = 0;
+  if (__builtin_mul_overflow(rows - 1, side.pitch, &bytes)) return false;
+  if (__builtin_add_overflow(bytes, width, &bytes)) return false;
+  if (memory.isHost(side.first)) return place != Place::Device;
+  return place != Place::Host && memory.holds(side.first, bytes);
+}
+
+/// cudaSuccess when the copy, of at least one byte, can be made.
+cudaError_t check(const DeviceMemory& memory, const Rows& copy, cudaMemcpyKind kind) {
+  Places places{};
+  if (!placesOf(kind, places)) return cudaErrorInvalidMemcpyDirection;
+  std::size_t total = 0;
+  if (__builtin_mul_overflow(copy.width, copy.rows, &total)) return cudaErrorInvalidValue;
+  if (!sideIsGood(memory, copy.to, copy.width, copy.rows, places.to)) return cudaErrorInvalidValue;
+  if (!sideIsGood(memory, copy.from, copy.width, copy.rows, places.from)) return cudaErrorInvalidValue;
+  return cudaSuccess;
+}
+
+RecordedCall beginCopy(Call call, const Rows& copy, cudaMemcpyKind kind, cudaStream_t stream) {
+  return {call, copy.width * copy.rows, kind, copy.to.first, stream, cudaSuccess};
+}
+
+/// Both asynchronous copies, once their pitches are known to be good.
+cudaError_t queueCopy(Runtime& runtime, const Rows& copy, cudaMemcpyKind kind, cudaStream_t stream) {
+  if (!runtime.streams.isLive(stream)) return cudaErrorInvalidResourceHandle;
+  if (copy.width == 0 || copy.rows == 0) return cudaSuccess;
+  const cudaError_t error = check(runtime.memory, copy, kind);
+  if (error != cudaSuccess) return error;
+  const bool hostToDevice = runtime.memory.isHost(copy.from.first) && !runtime.memory.isHost(copy.to.first);
+  const auto takeNow = [copy] { return takeBytes(copy); };
+  const bool queued = runtime.streams.submit(
+      stream, [copy] { copyRows(copy); }, hostToDevice ? Streams::MakeLasting(takeNow) : nullptr);
+  return queued ? cudaSuccess : cudaErrorInvalidResourceHandle;
+}
+
+}  // namespace
+
+cudaError_t cudaMalloc(void** devPtr, std::size_t size) {
+  RecordedCall made = begin(Call::cudaMalloc);
+  made.bytes = size;
+  return perform(made, [&](Runtime& runtime, RecordedCall& record) {
+    if (devPtr == nullptr) return cudaErrorInvalidValue;
+    void* memory = nullptr;
+    if (size != 0) {
+      memory = runtime.memory.allocate(size);
+      if (memory == nullptr) return cudaErrorMemoryAllocation;
+    }
+    *devPtr = memory;
+    record.deviceMemory = memory;
+    return cudaSuccess;
+  });
+}
+
+cudaError_t cudaFree(void* devPtr) {
+  RecordedCall made = begin(Call::cudaFree);
+  made.deviceMemory = devPtr;
+  return perform(made, [&](Runtime& runtime, RecordedCall& record) {
+    runtime.streams.finishAll();
+    if (devPtr == nullptr || runtime.memory.free(devPtr, record.bytes)) return cudaSuccess;
+    return cudaErrorInvalidValue;
+  });
+}
+
+cudaError_t cudaMemcpy(void* dst, const void* src, std::size_t count, cudaMemcpyKind kind) {
+  const Rows copy = makeRows(dst, count, src, count, count, 1);
+  return perform(beginCopy(Call::cudaMemcpy, copy, kind, nullptr), [&](Runtime& runtime, RecordedCall&) {
+    if (count != 0) {
+      const cudaError_t error = check(runtime.memory, copy, kind);
+      if (error != cudaSuccess) return error;
+      runtime.streams.submit(nullptr, [copy] { copyRows(copy); });
+    }
+    runtime.streams.finish(nullptr);
+    return cudaSuccess;
+  });
+}
+
+cudaError_t cudaMemcpyAsync(void* dst, const void* src, std::size_t count, cudaMemcpyKind kind,
+                            cudaStream_t stream) {
+  const Rows copy = makeRows(dst, count, src, count, count, 1);
+  return perform(beginCopy(Call::cudaMemcpyAsync, copy, kind, stream),
+                 [&](Runtime& runtime, RecordedCall&) { return queueCopy(runtime, copy, kind, stream); });
+}
+
+cudaError_t cudaMemcpy2DAsync(void* dst, std::size_t dpitch, const void* src, std::size_t spitch,
+                              std::size_t width, std::size_t height, cudaMemcpyKind kind,
+                              cudaStream_t stream) {
+  const Rows copy = makeRows(dst, dpitch, src, spitch, width, height);
+  return perform(beginCopy(Call::cudaMemcpy2DAsync, copy, kind, stream),
+                 [&](Runtime& runtime, RecordedCall&) {
+                   if (dpitch < width || spitch < width) return cudaErrorInvalidPitchValue;
+                   return queueCopy(runtime, copy, kind, stream);
+                 });
+}
+
+cudaError_t cudaMemsetAsync(void* devPtr, int value, std::size_t count, cudaStream_t stream) {
+  const RecordedCall made = {Call::cudaMemsetAsync, count, cudaMemcpyDefault, devPtr, stream, cudaSuccess};
+  return perform(made, [&](Runtime& runtime, RecordedCall&) {
+    if (!runtime.streams.isLive(stream)) return cudaErrorInvalidResourceHandle;
+    if (count == 0) return cudaSuccess;
+    if (!runtime.memory.holds(devPtr, count)) return cudaErrorInvalidValue;
+    const bool queued = runtime.streams.submit(stream, [=] { std::memset(devPtr, value, count); });
+    return queued ? cudaSuccess : cudaErrorInvalidResourceHandle;
+  });
+}

@@ -1,0 +1,69 @@
+#include "PictureStorage.h"
+
+#include <cstdint>
+#include <limits>
+#include <stdexcept>
+#include <utility>
+
+#include "CudaError.h"
+#include "GuardBytes.h"
+
+namespace zelvo {
+namespace {
+
+/// The layout, once it is known to be one that drawing code can address.
+PictureLayout checkedLayout(int width, int height) {
+  if (width <= 0 || height <= 0) throw std::invalid_argument("a picture's sides must be positive");
+  const PictureLayout layout = layoutOf(width, height);
+  constexpr std::size_t kMost = std::numeric_limits<std::int32_t>::max();
+  if (layout.luma.bytes() > kMost || layout.chroma.bytes() > kMost) {
+    throw std::invalid_argument("a picture plane must fit 32-bit byte offsets");
+  }
+  return layout;
+}
+
+/// A report is one line, whatever a writer calls itself.
+std::string onOneLine(std::string text) {
+  for (char& c : text) {
+    if (static_cast<unsigned char>(c) < 0x20) c = '?';
+  }
+  return text;
+}
+
+}  // namespace
+
+PictureStorage::PictureStorage(int width, int height)
+    : width_(width),
+      height_(height),
+      luma_(checkedLayout(width, height).luma),
+      chroma_(layoutOf(width, height).chroma) {}
+
+PictureStorage::~PictureStorage() {
+  checkGuardBytes();
+}
+
+void PictureStorage::setWriter(std::string name) {
+  writer_ = onOneLine(std::move(name));
+}
+
+bool PictureStorage::checkGuardBytes() {
+  if (!kGuardBytes) return true;
+  if (damaged_) return false;
+  // Work may be in flight on any stream, on those without an order to the default stream too.
+  if (cudaDeviceSynchronize() != cudaSuccess) return true;
+  const bool lumaIsWhole = checkPlane(luma_, "luma");
+  const bool chromaIsWhole = checkPlane(chroma_, "chroma");
+  damaged_ = !lumaIsWhole || !chromaIsWhole;
+  return !damaged_;
+}
+
+bool PictureStorage::checkPlane(const Plane& plane, const char* name) const {
+  const std::optional<std::ptrdiff_t> offset = plane.damage();
+  if (!offset) return true;
+  reportDamage("guard bytes overwritten by " + (writer_.empty() ? "unknown writer" : writer_) + ": " + name +
+               " plane of a " + std::to_string(width_) + "x" + std::to_string(height_) +
+               " picture, first at byte offset " + std::to_string(*offset));
+  return false;
+}
+
+}  // namespace zelvo

@@ -1,6 +1,7 @@
-# seg_mask_add_test(NAME name SOURCES file... [LIBRARIES target...] [LABELS label...])
+# seg_mask_add_test(NAME name SOURCES file... [LIBRARIES target...] [DEVICE])
 #
-# One GoogleTest program; each of its tests becomes a CTest test named "<name>.<suite>.<test>".
+# One GoogleTest program; each of its tests becomes a CTest test named "<name>.<suite>.<test>". DEVICE says that it works
+# on the compute device: in a CUDA build such tests carry the label "gpu".
 
 if(NOT SEG_MASK_BUILD_TESTS)
   function(seg_mask_add_test)
@@ -12,18 +13,25 @@ enable_testing()
 find_package(GTest REQUIRED)
 include(GoogleTest)
 
-set(_tsan_suppressions "${PROJECT_SOURCE_DIR}/cmake/tsan.supp")
-set(SEG_MASK_TEST_ENVIRONMENT
-  "ASAN_OPTIONS=detect_stack_use_after_return=1:strict_string_checks=1"
-  "UBSAN_OPTIONS=print_stacktrace=1"
-  "TSAN_OPTIONS=suppressions=${_tsan_suppressions}")
+# One variable at most: gtest_discover_tests keeps only the first of a list.
+if(SEG_MASK_SANITIZE MATCHES "thread")
+  set(SEG_MASK_TEST_ENVIRONMENT ENVIRONMENT "TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/cmake/tsan.supp")
+elseif(SEG_MASK_SANITIZE MATCHES "undefined")
+  set(SEG_MASK_TEST_ENVIRONMENT ENVIRONMENT "UBSAN_OPTIONS=print_stacktrace=1")
+else()
+  set(SEG_MASK_TEST_ENVIRONMENT)
+endif()
 
 function(seg_mask_add_test)
-  cmake_parse_arguments(ARG "" "NAME" "SOURCES;LIBRARIES;LABELS" ${ARGN})
+  cmake_parse_arguments(ARG "DEVICE" "NAME" "SOURCES;LIBRARIES" ${ARGN})
   add_executable(${ARG_NAME} ${ARG_SOURCES})
   target_link_libraries(${ARG_NAME} PRIVATE ${ARG_LIBRARIES} GTest::gtest_main)
+  set(_labels)
+  if(ARG_DEVICE AND SEG_MASK_DEVICE STREQUAL "cuda")
+    set(_labels LABELS gpu)
+  endif()
   gtest_discover_tests(${ARG_NAME}
     TEST_PREFIX "${ARG_NAME}."
     DISCOVERY_TIMEOUT 120
-    PROPERTIES TIMEOUT 300 LABELS "${ARG_LABELS}" ENVIRONMENT "${SEG_MASK_TEST_ENVIRONMENT}")
+    PROPERTIES TIMEOUT 300 ${SEG_MASK_TEST_ENVIRONMENT} ${_labels})
 endfunction()

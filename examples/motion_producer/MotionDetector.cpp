@@ -7,7 +7,15 @@
 namespace motion_producer {
 namespace {
 
-constexpr int kHistory = 300;  // frames that the background is learnt from
+// Shares of the background model that one picture replaces. While learning the subtractor's own choice, which
+// weighs all pictures so far alike; slow once the background is known, or whoever stands still for some
+// seconds would become part of it.
+constexpr double kLearnRate = -1;
+constexpr double kDetectRate = 0.0005;
+// The share of all pictures in which what a pixel shows most often is its background. Far below the default,
+// because people who stand for a while show for longer than the rest that it leaves.
+constexpr double kBackgroundRatio = 0.5;
+constexpr int kHistory = 500;  // frames; bounds the subtractor's own choice
 constexpr double kVarThreshold =
     20.0;  // squared Mahalanobis distance; a little above the default against codec noise
 
@@ -25,15 +33,17 @@ cv::Mat ellipse(cv::Size frameSize, double shareX, double shareY) {
 MotionDetector::MotionDetector(cv::Size frameSize, int minArea)
     : background_(cv::createBackgroundSubtractorMOG2(kHistory, kVarThreshold, /*detectShadows=*/true)),
       openKernel_(ellipse(frameSize, 0.005, 0.005)),
-      closeKernel_(ellipse(frameSize, 0.012, 0.024)),  // taller than wide: people break at belt and knees
-      minArea_(minArea) {}
+      closeKernel_(ellipse(frameSize, 0.005, 0.021)),  // taller than wide: people break at belt and knees
+      minArea_(minArea) {
+  background_->setBackgroundRatio(kBackgroundRatio);
+}
 
 void MotionDetector::learn(const cv::Mat& luma) {
-  subtractBackground(luma);
+  subtractBackground(luma, kLearnRate);
 }
 
 std::vector<Silhouette> MotionDetector::detect(const cv::Mat& luma) {
-  subtractBackground(luma);
+  subtractBackground(luma, kDetectRate);
   cv::morphologyEx(foreground_, foreground_, cv::MORPH_OPEN, openKernel_);
   cv::morphologyEx(foreground_, foreground_, cv::MORPH_CLOSE, closeKernel_);
 
@@ -54,9 +64,9 @@ std::vector<Silhouette> MotionDetector::detect(const cv::Mat& luma) {
   return silhouettes;
 }
 
-void MotionDetector::subtractBackground(const cv::Mat& luma) {
+void MotionDetector::subtractBackground(const cv::Mat& luma, double learningRate) {
   cv::GaussianBlur(luma, smooth_, {3, 3}, 0);
-  background_->apply(smooth_, foreground_);
+  background_->apply(smooth_, foreground_, learningRate);
   cv::threshold(foreground_, foreground_, 200, 255, cv::THRESH_BINARY);  // shadows are marked 127
 }
 

@@ -25,7 +25,7 @@ class MotionDetector {
   std::vector<Silhouette> detect(const cv::Mat& luma);
 
  private:
-  void subtractBackground(const cv::Mat& luma);
+  void subtractBackground(const cv::Mat& luma, double learningRate);
 
   cv::Ptr<cv::BackgroundSubtractorMOG2> background_;
   cv::Mat openKernel_;

@@ -28,7 +28,8 @@ int main(int argc, char** argv) try {
       "segmask."};
   app.add_option("--input", options.input, "The video")->required();
   app.add_option("--output", options.output, "The JSON lines to write")->required();
-  app.add_option("--warm-up", options.warmUp, "Frames to learn the background from first")
+  app.add_option("--warm-up", options.warmUp,
+                 "Frames, spread over the video, to learn the background from first")
       ->check(CLI::NonNegativeNumber)
       ->capture_default_str();
   app.add_option("--mask-width", options.maskWidth,

@@ -22,11 +22,18 @@ cv::Mat lumaOf(segmask::Frame& frame, cv::Size size) {
   return cv::Mat(size, CV_8UC1, frame.nv12.data());
 }
 
-/// Shows the detector the video's beginning, so that it knows the background when the first frame comes.
+/// Shows the detector frames from all over the video, so that it knows the background when the first frame
+/// comes: people who take their time stand somewhere else in most of them. Where nobody knows the video's
+/// length, from its beginning.
 void warmUp(MotionDetector& detector, const Options& options, cv::Size size) {
+  if (options.warmUp == 0) return;
   const std::unique_ptr<segmask::FrameReader> reader = segmask::openFrameReader(options.input, std::nullopt);
+  const auto wanted = static_cast<uint64_t>(options.warmUp);
+  const uint64_t stride = std::max<uint64_t>(1, reader->frameCount().value_or(0) / wanted);
   segmask::Frame frame;
-  for (int i = 0; i < options.warmUp && reader->next(frame); ++i) detector.learn(lumaOf(frame, size));
+  for (uint64_t i = 0; i < wanted * stride && reader->next(frame); ++i) {
+    if (i % stride == 0) detector.learn(lumaOf(frame, size));
+  }
 }
 
 cv::Size maskSizeFor(cv::Size frame, int maskWidth) {

@@ -8,9 +8,9 @@ namespace motion_producer {
 struct Options {
   std::string input;        ///< a video of a fixed camera
   std::string output;       ///< JSON lines, replaced when the run succeeds
-  int warmUp = 60;          ///< frames the background is learnt from before the first one is looked at
+  int warmUp = 50;          ///< frames, spread over the video, that the background is learnt from first
   int maskWidth = 384;      ///< columns of the masks; rows follow from the frame's shape
-  double minArea = 0.0008;  ///< share of the frame below which something that moves is noise
+  double minArea = 0.0005;  ///< share of the frame below which something that moves is noise
 };
 
 struct Result {

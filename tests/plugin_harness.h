@@ -1,0 +1,144 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <class_loader/class_loader.hpp>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "core/SwAny.h"
+#include "cuda_runtime_api.h"
+#include "render_base/IRenderPlugin.h"
+#include "render_base/RenderContext.h"
+#include "scene.h"
+#include "zelvo/DeviceRenderBackend.h"
+
+/// A host for tests: loads the plug-in as hosts do, and makes contexts from scenes.
+namespace plugin_test {
+
+/// The payload type that the plug-in draws.
+extern const char kDetections[];
+
+/// The library file under test.
+std::string pluginPath();
+
+/// Whether there is a device to draw on.
+bool deviceAvailable();
+
+/// Runs `action` and gives what it wrote to the standard error stream, the plug-in's lines included.
+std::string standardErrorOf(const std::function<void()>& action);
+
+/// The library, kept loaded. Instances must be gone before it is.
+class PluginLibrary {
+ public:
+  using Instance = class_loader::ClassLoader::UniquePtr<IRenderPlugin>;
+
+  PluginLibrary();
+  std::vector<std::string> classes() const;
+  Instance create();
+
+ private:
+  class_loader::ClassLoader loader_;
+};
+
+/// One instance together with its library.
+class LoadedPlugin {
+ public:
+  LoadedPlugin() : instance_(library_.create()) {}
+
+  IRenderPlugin* operator->() const { return instance_.get(); }
+  IRenderPlugin& operator*() const { return *instance_; }
+  void destroyInstance() { instance_.reset(); }
+
+ private:
+  PluginLibrary library_;  // before the instance: class_loader aborts when a library goes first
+  PluginLibrary::Instance instance_;
+};
+
+class Stream {
+ public:
+  Stream();
+  ~Stream();
+  Stream(const Stream&) = delete;
+  Stream& operator=(const Stream&) = delete;
+  cudaStream_t get() const { return stream_; }
+  void synchronize() const;
+
+ private:
+  cudaStream_t stream_ = nullptr;
+};
+
+/// The payload that carries these detections.
+SwAny payloadOf(const std::vector<scene::Detection>& detections, scene::PayloadForm form);
+
+/// One frame on its way through the plug-in: a context and everything that it points to.
+class Frame {
+ public:
+  /// `stream` must outlive the frame.
+  Frame(const scene::Scene& scene, cudaStream_t stream);
+  Frame(const Frame&) = delete;
+  Frame& operator=(const Frame&) = delete;
+
+  RenderContext& context() { return context_; }
+
+  /// The scene's inputs as the plug-in gets them, in the same order. To be changed before the first pass
+  /// only.
+  std::vector<RenderInput>& inputs() { return inputs_[kDetections]; }
+
+  /// The frame number of each call of the payload resolver, in order.
+  const std::vector<uint64_t>& resolvedFrames() const { return resolved_frames_; }
+
+  /// The frame as others see it after the pass, and the host's own source picture.
+  std::vector<uint8_t> pixels() const;
+  std::vector<uint8_t> sourcePixels() const;
+
+ private:
+  cudaStream_t stream_;
+  std::unordered_map<std::string, std::vector<RenderProducerStatus>> statuses_;
+  std::unordered_map<std::string, std::vector<RenderInput>> inputs_;
+  std::vector<uint64_t> resolved_frames_;
+  RenderPayloadResolver resolver_;
+  RenderContext context_;
+};
+
+/// A device, a backend and an initialised plug-in with its default settings.
+class Host {
+ public:
+  Host();
+
+  cudaStream_t stream() const { return stream_.get(); }
+  zelvo::DeviceRenderBackend& backend() { return backend_; }
+  LoadedPlugin& plugin() { return plugin_; }
+
+  void configure(const scene::Settings& settings);
+  void render(Frame& frame) { plugin_->render(frame.context()); }
+
+  /// The scene's frame after a pass with the scene's settings.
+  std::vector<uint8_t> drawn(const scene::Scene& scene);
+
+ private:
+  Stream stream_;
+  zelvo::DeviceRenderBackend backend_;
+  LoadedPlugin plugin_;
+};
+
+/// Gives each test a host of its own, and skips it where there is no device.
+class PluginTest : public ::testing::Test {
+ protected:
+  void SetUp() override;
+
+  Host& host() { return *host_; }
+
+  /// Renders the scene with its settings and compares with the model; the source picture must stay as it was.
+  void expectGolden(const scene::Scene& scene);
+
+ private:
+  std::optional<Host> host_;
+};
+
+}  // namespace plugin_test

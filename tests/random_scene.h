@@ -1,0 +1,11 @@
+#pragma once
+
+#include "scene.h"
+
+namespace scene {
+
+/// A small frame with everything a host may meet in it: odd sides, boxes anywhere, masks of any size and some
+/// broken ones, several producers. The same seed gives the same scene everywhere.
+Scene randomScene(unsigned seed);
+
+}  // namespace scene

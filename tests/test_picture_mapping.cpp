@@ -1,0 +1,335 @@
+// How a pass gets at the picture: what is kept in the context from pass to pass, what is replaced, and what
+// is left behind when no picture can be had.
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "frame_check.h"
+#include "golden_model.h"
+#include "plugin_harness.h"
+#include "scene.h"
+#include "zelvo/RenderTarget.h"
+#include "zelvo/ZelvoPicture.h"
+#include "zelvo/ZelvoPicturePool.h"
+
+namespace {
+
+using plugin_test::Frame;
+using plugin_test::sameFrame;
+using scene::Scene;
+using Events = std::vector<std::string>;
+
+// Maps like the reference host's backend and notes what happens; a spoiler may damage what is handed out.
+class ProbeBackend : public IRenderBackend {
+ public:
+  using Spoil = void (*)(MappedPlanes& planes);
+
+  ProbeBackend(std::string name, IRenderBackend& inner, Events& events)
+      : name_(std::move(name)), inner_(inner), events_(events) {}
+
+  Mapping map(zelvo::RenderTarget& target) override {
+    events_.push_back(name_ + " maps");
+    target_ = &target;
+    const auto inner = std::make_shared<Mapping>(inner_.map(target));
+    Mapping mapping;
+    mapping.planes = inner->planes;
+    if (spoil_ != nullptr) spoil_(mapping.planes);
+    mapping.guard = Guard(
+        std::shared_ptr<void>(this, [this, inner](void*) { events_.push_back(name_ + " is released"); }));
+    return mapping;
+  }
+
+  void spoilWith(Spoil spoil) { spoil_ = spoil; }
+  const zelvo::RenderTarget* lastTarget() const { return target_; }
+
+ private:
+  std::string name_;
+  IRenderBackend& inner_;
+  Events& events_;
+  Spoil spoil_ = nullptr;
+  const zelvo::RenderTarget* target_ = nullptr;
+};
+
+// Notes its end.
+class NotedTarget : public zelvo::RenderTarget {
+ public:
+  NotedTarget(const zelvo::RenderTarget& like, Events& events)
+      : zelvo::RenderTarget(like.storage()), events_(events) {}
+  ~NotedTarget() override { events_.emplace_back("target is destroyed"); }
+
+ private:
+  Events& events_;
+};
+
+class PictureMapping : public plugin_test::PluginTest {
+ protected:
+  void SetUp() override {
+    PluginTest::SetUp();
+    if (IsSkipped()) return;
+    scene_.inputs[0].detections[0].score = 0.5F;
+    first_ = std::make_unique<ProbeBackend>("first", host().backend(), events_);
+    second_ = std::make_unique<ProbeBackend>("second", host().backend(), events_);
+    frame_ = std::make_unique<Frame>(scene_, host().stream());
+    once_ = golden::expectedFrame(scene_);
+    Scene again = scene_;
+    again.frame = once_;
+    twice_ = golden::expectedFrame(again);
+  }
+
+  void pass(ProbeBackend& backend) {
+    RenderInit init;
+    init.backend = &backend;
+    host().plugin()->init(init);
+    host().render(*frame_);
+  }
+
+  RenderContext& context() { return frame_->context(); }
+
+  // Stands in for the target that the last pass left.
+  void noteEndOfTarget() {
+    context().render_target = std::make_unique<NotedTarget>(*context().render_target, events_);
+  }
+
+  void expectNothingMapped() {
+    EXPECT_EQ(context().render_target, nullptr);
+    EXPECT_EQ(context().guard_backend, nullptr);
+    EXPECT_FALSE(context().guard_active);
+  }
+
+  Scene scene_ = scene::oneProducer(6, 4, {scene::coverAll(6, 4)});
+  Events events_;
+  std::unique_ptr<ProbeBackend> first_;
+  std::unique_ptr<ProbeBackend> second_;
+  std::unique_ptr<Frame> frame_;  // after the backends, which its guard refers to
+  std::vector<uint8_t> once_;
+  std::vector<uint8_t> twice_;
+};
+
+TEST_F(PictureMapping, FirstPassLeavesItsMappingInTheContext) {
+  pass(*first_);
+  EXPECT_EQ(events_, Events{"first maps"});
+  EXPECT_TRUE(context().guard_active);
+  EXPECT_TRUE(context().guard.holds());
+  EXPECT_EQ(context().guard_backend, first_.get());
+  ASSERT_NE(context().render_target, nullptr);
+  EXPECT_EQ(first_->lastTarget(), context().render_target.get());
+  EXPECT_EQ(context().planes.y, context().picture.writable->yPlane());
+  EXPECT_EQ(context().planes.uv, context().picture.writable->uvPlane());
+  EXPECT_EQ(context().planes.stream, host().stream());
+  EXPECT_TRUE(sameFrame(scene_, once_, frame_->pixels()));
+}
+
+TEST_F(PictureMapping, DrawsOnTheWritableCopyAlone) {
+  pass(*first_);
+  ASSERT_NE(context().picture.writable, nullptr);
+  EXPECT_NE(context().picture.writable, context().picture.source);
+  EXPECT_TRUE(sameFrame(scene_, scene_.frame, frame_->sourcePixels()));
+}
+
+TEST_F(PictureMapping, LaterPassOfTheSameBackendKeepsTargetAndGuard) {
+  pass(*first_);
+  const zelvo::RenderTarget* target = context().render_target.get();
+  const auto writable = context().picture.writable;
+  for (int i = 0; i < 3; ++i) pass(*first_);
+  EXPECT_EQ(events_, Events{"first maps"});
+  EXPECT_EQ(context().render_target.get(), target);
+  EXPECT_EQ(context().picture.writable, writable);
+  EXPECT_TRUE(context().guard_active);
+}
+
+TEST_F(PictureMapping, LaterPassDrawsOnWhatIsThere) {
+  pass(*first_);
+  pass(*first_);
+  EXPECT_NE(once_, twice_);
+  EXPECT_TRUE(sameFrame(scene_, twice_, frame_->pixels()));
+}
+
+TEST_F(PictureMapping, PassOfAnotherBackendReleasesTheMappingThenTheTargetThenMapsAnew) {
+  pass(*first_);
+  noteEndOfTarget();
+  events_.clear();
+  pass(*second_);
+  EXPECT_EQ(events_, (Events{"first is released", "target is destroyed", "second maps"}));
+  EXPECT_EQ(context().guard_backend, second_.get());
+  EXPECT_TRUE(context().guard_active);
+  EXPECT_TRUE(context().guard.holds());
+  EXPECT_EQ(second_->lastTarget(), context().render_target.get());
+  EXPECT_TRUE(sameFrame(scene_, twice_, frame_->pixels()));
+}
+
+TEST_F(PictureMapping, ActiveGuardWithInvalidPlanesIsReplaced) {
+  pass(*first_);
+  const ProbeBackend::Spoil kSpoils[] = {
+      [](IRenderBackend::MappedPlanes& planes) { planes.y = nullptr; },
+      [](IRenderBackend::MappedPlanes& planes) { planes.uv = nullptr; },
+      [](IRenderBackend::MappedPlanes& planes) { planes.yPitch = 0; },
+      [](IRenderBackend::MappedPlanes& planes) { planes.uvPitch = -1; },
+  };
+  for (const ProbeBackend::Spoil spoil : kSpoils) {
+    spoil(context().planes);
+    events_.clear();
+    pass(*first_);
+    EXPECT_EQ(events_, (Events{"first maps", "first is released"}));
+    EXPECT_TRUE(context().guard_active);
+    EXPECT_TRUE(context().guard.holds());
+    EXPECT_EQ(context().planes.y, context().picture.writable->yPlane());
+    EXPECT_EQ(first_->lastTarget(), context().render_target.get());
+  }
+  Scene scene = scene_;
+  for (int i = 0; i < 5; ++i) scene.frame = golden::expectedFrame(scene);
+  EXPECT_TRUE(sameFrame(scene, scene.frame, frame_->pixels()));
+}
+
+TEST_F(PictureMapping, InvalidMappingDrawsNothingAndLeavesNoMapping) {
+  const ProbeBackend::Spoil kSpoils[] = {
+      [](IRenderBackend::MappedPlanes& planes) { planes.y = nullptr; },
+      [](IRenderBackend::MappedPlanes& planes) { planes.uv = nullptr; },
+      [](IRenderBackend::MappedPlanes& planes) { planes.yPitch = 0; },
+      [](IRenderBackend::MappedPlanes& planes) { planes.uvPitch = 0; },
+      [](IRenderBackend::MappedPlanes& planes) { planes.yPitch = -64; },
+      [](IRenderBackend::MappedPlanes& planes) { planes.uvPitch = INT32_MIN; },
+  };
+  for (const ProbeBackend::Spoil spoil : kSpoils) {
+    first_->spoilWith(spoil);
+    events_.clear();
+    pass(*first_);
+    EXPECT_EQ(events_, (Events{"first maps", "first is released"}));
+    expectNothingMapped();
+    EXPECT_TRUE(sameFrame(scene_, scene_.frame, frame_->pixels()));
+  }
+  first_->spoilWith(nullptr);
+  pass(*first_);
+  EXPECT_TRUE(sameFrame(scene_, once_, frame_->pixels()));
+}
+
+TEST_F(PictureMapping, AnotherBackendsInvalidMappingEndsTheOldOneToo) {
+  pass(*first_);
+  events_.clear();
+  second_->spoilWith([](IRenderBackend::MappedPlanes& planes) { planes.y = nullptr; });
+  pass(*second_);
+  EXPECT_EQ(events_, (Events{"first is released", "second maps", "second is released"}));
+  expectNothingMapped();
+  EXPECT_TRUE(sameFrame(scene_, once_, frame_->pixels()));
+}
+
+TEST_F(PictureMapping, InactiveGuardIsNotTrusted) {
+  pass(*first_);
+  context().guard_active = false;
+  events_.clear();
+  pass(*first_);
+  EXPECT_EQ(events_, (Events{"first maps", "first is released"}));
+  EXPECT_TRUE(context().guard_active);
+  EXPECT_TRUE(sameFrame(scene_, twice_, frame_->pixels()));
+}
+
+// Passes that draw nothing have no use for the picture.
+TEST_F(PictureMapping, PassWithoutItemsLeavesTheMappingAlone) {
+  pass(*first_);
+  scene::Settings strict;
+  strict.min_score = 0.75F;
+  host().configure(strict);
+  events_.clear();
+  pass(*second_);
+  EXPECT_EQ(events_, Events{});
+  EXPECT_EQ(context().guard_backend, first_.get());
+  EXPECT_TRUE(context().guard_active);
+}
+
+TEST_F(PictureMapping, EmptyWritablePictureHasNoTarget) {
+  context().picture.writable = std::make_shared<zelvo::ZelvoPicture>();
+  pass(*first_);
+  EXPECT_EQ(events_, Events{});
+  EXPECT_EQ(context().render_target, nullptr);
+}
+
+// Runs the pass, which must throw a std::runtime_error, and gives its text.
+class UnreadablePicture : public PictureMapping {
+ protected:
+  std::string errorOfPass() {
+    try {
+      pass(*first_);
+    } catch (const std::runtime_error& error) {
+      return error.what();
+    }
+    return "nothing was thrown";
+  }
+
+  std::shared_ptr<zelvo::ZelvoPicturePool> pool_;  // where a test puts the context's pool aside
+};
+
+TEST_F(UnreadablePicture, NoWayToCopyIsReported) {
+  context().picture.pool = nullptr;
+  EXPECT_EQ(errorOfPass(), "LazyDetachedPicture cloneDetached failed");
+  EXPECT_EQ(events_, Events{});
+  EXPECT_FALSE(context().guard_active);
+}
+
+TEST_F(UnreadablePicture, FailedCopyIsReported) {
+  context().picture.pool = nullptr;
+  context().picture.cloneDetached = [](const std::string&, uint64_t) { return nullptr; };
+  EXPECT_EQ(errorOfPass(), "LazyDetachedPicture cloneDetached failed");
+}
+
+TEST_F(UnreadablePicture, SourceWithoutIdIsReported) {
+  context().picture.sourceId = 0;
+  EXPECT_EQ(errorOfPass(), "LazyDetachedPicture has no source picture id");
+}
+
+TEST_F(UnreadablePicture, NextPassTriesAgain) {
+  std::swap(context().picture.pool, pool_);
+  EXPECT_NE(errorOfPass(), "nothing was thrown");
+  std::swap(context().picture.pool, pool_);
+  pass(*first_);
+  EXPECT_TRUE(sameFrame(scene_, once_, frame_->pixels()));
+}
+
+TEST_F(UnreadablePicture, CopierOfTheHostIsAskedWithNameAndId) {
+  std::string asked;
+  std::swap(context().picture.pool, pool_);
+  context().picture.sourceId = 31;
+  context().picture.sourceName = "cam/7";
+  context().picture.cloneDetached = [&](const std::string& name, uint64_t id) {
+    asked = name + " " + std::to_string(id);
+    return pool_->clone(*context().picture.source);
+  };
+  pass(*first_);
+  EXPECT_EQ(asked, "cam/7 31");
+  EXPECT_TRUE(sameFrame(scene_, once_, frame_->pixels()));
+}
+
+TEST_F(UnreadablePicture, PictureThatVanishesDuringThePassIsReported) {
+  RenderPayloadResolver resolver;
+  resolver.resolve = [this](uint64_t, const SwAny& stored) {
+    context().picture.source = nullptr;
+    return stored;
+  };
+  context().payload_resolver = &resolver;
+  EXPECT_EQ(errorOfPass(), "LazyDetachedPicture has no readable picture");
+}
+
+TEST_F(UnreadablePicture, PictureThatVanishesFromAFrameWithoutDetectionsIsNot) {
+  RenderPayloadResolver resolver;
+  resolver.resolve = [this](uint64_t, const SwAny&) {
+    context().picture.source = nullptr;
+    return SwAny();
+  };
+  context().payload_resolver = &resolver;
+  EXPECT_EQ(errorOfPass(), "nothing was thrown");
+}
+
+// The picture that the masks are fitted to is the copy, once there is one.
+TEST_F(PictureMapping, CopyDecidesTheSizeOnceItIsThere) {
+  Scene small = scene::oneProducer(4, 2, {scene::coverAll(6, 4)});
+  Frame other(small, host().stream());
+  context().picture.writable = other.context().picture.ensureWritablePicShared();
+  pass(*first_);
+  EXPECT_TRUE(sameFrame(small, golden::expectedFrame(small), frame_->pixels()));
+}
+
+}  // namespace

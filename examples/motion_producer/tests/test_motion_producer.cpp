@@ -34,7 +34,9 @@ TEST(BoxTracker, AMovingBoxKeepsItsNumberAndANewOneGetsItsOwn) {
     const std::vector<TrackedBox> tracked = tracker.update(boxes);
     ASSERT_EQ(tracked.back().track, 0);
     ASSERT_EQ(tracked.back().sightings, frame + 1);
-    if (frame >= 10) ASSERT_EQ(tracked.front().track, 1);
+    if (frame >= 10) {
+      ASSERT_EQ(tracked.front().track, 1);
+    }
   }
 }
 

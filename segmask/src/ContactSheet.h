@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "Frame.h"
+#include "RgbConverter.h"
+#include "SpreadChoice.h"
+#include "StagedOutput.h"
+#include "VideoFormat.h"
+
+namespace segmask {
+
+/// One PNG with 2 by 2 frames spread over the output, those that were drawn on before others. Frames larger
+/// than 960x540 are scaled down to fit; with fewer than four frames the rest of the sheet stays black.
+class ContactSheet {
+ public:
+  /// Nothing appears at `path` before finish() and commit(). Throws UserError as StagedOutput does.
+  ContactSheet(const std::string& path, const VideoFormat& format);
+
+  /// To be called with every frame of the output, in order.
+  void offer(uint64_t number, const Frame& frame, bool drawn);
+
+  void finish();
+  void commit() { stage_.commit(); }
+
+ private:
+  struct Size {
+    int width;
+    int height;
+  };
+  static Size tileSize(const VideoFormat& format);
+  AVFramePtr compose() const;
+
+  std::string path_;
+  StagedOutput stage_;
+  Size tile_;
+  RgbConverter converter_;
+  SpreadChoice drawn_;
+  SpreadChoice plain_;
+};
+
+}  // namespace segmask

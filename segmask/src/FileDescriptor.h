@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+namespace segmask {
+
+/// Owns a file descriptor and closes it at the end.
+class FileDescriptor {
+ public:
+  FileDescriptor() = default;
+  explicit FileDescriptor(int fd) : fd_(fd) {}
+  FileDescriptor(FileDescriptor&& other) noexcept : fd_(other.release()) {}
+  FileDescriptor& operator=(FileDescriptor&& other) noexcept;
+  FileDescriptor(const FileDescriptor&) = delete;
+  FileDescriptor& operator=(const FileDescriptor&) = delete;
+  ~FileDescriptor() { reset(); }
+
+  int get() const { return fd_; }
+  explicit operator bool() const { return fd_ >= 0; }
+
+  /// Hands the descriptor over to the caller.
+  int release();
+
+  /// Closes it. Returns 0, or the error number that closing gave.
+  int reset();
+
+ private:
+  int fd_ = -1;
+};
+
+/// Opens `path` for reading. Throws UserError.
+FileDescriptor openForReading(const std::string& path);
+
+/// Reads up to `size` bytes, waiting for them as long as it takes; less only at the end of the file, or when
+/// the user has asked to stop meanwhile. Throws UserError that names `path`.
+std::size_t readFully(int fd, void* bytes, std::size_t size, const std::string& path);
+
+/// Reads what is there, at most `size` bytes, waiting for the first of them. 0 at the end of the file, or
+/// when the user has asked to stop meanwhile. Throws UserError that names `path`.
+std::size_t readSome(int fd, void* bytes, std::size_t size, const std::string& path);
+
+/// Writes all bytes. Returns 0 or the error number.
+int writeFully(int fd, const void* bytes, std::size_t size);
+
+}  // namespace segmask

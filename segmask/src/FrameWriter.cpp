@@ -1,0 +1,43 @@
+#include "FrameWriter.h"
+
+#include "H264Writer.h"
+#include "PngPattern.h"
+#include "PngSequenceWriter.h"
+#include "RawNv12Writer.h"
+#include "UserError.h"
+#include "Y4mWriter.h"
+#include "file_names.h"
+
+namespace segmask {
+
+OutputKind outputKindOf(const std::string& path) {
+  const std::string ending = lowerCaseEnding(path);
+  if (ending == ".mp4") return OutputKind::Mp4;
+  if (ending == ".mkv") return OutputKind::Mkv;
+  if (ending == ".y4m") return OutputKind::Y4m;
+  if (ending == ".nv12") return OutputKind::RawNv12;
+  if (ending == ".png") {
+    PngPattern check(path);
+    return OutputKind::PngSequence;
+  }
+  throw UserError(path + ": unknown output ending '" + ending +
+                  "'; it can be .mp4, .mkv, .y4m, .nv12 or a pattern such as name_%04d.png");
+}
+
+std::unique_ptr<FrameWriter> openFrameWriter(const std::string& path, const VideoFormat& format) {
+  switch (outputKindOf(path)) {
+    case OutputKind::Mp4:
+      return std::make_unique<H264Writer>(path, "mp4", format);
+    case OutputKind::Mkv:
+      return std::make_unique<H264Writer>(path, "matroska", format);
+    case OutputKind::Y4m:
+      return std::make_unique<Y4mWriter>(path, format);
+    case OutputKind::RawNv12:
+      return std::make_unique<RawNv12Writer>(path);
+    case OutputKind::PngSequence:
+      return std::make_unique<PngSequenceWriter>(path, format);
+  }
+  return nullptr;
+}
+
+}  // namespace segmask

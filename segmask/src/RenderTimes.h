@@ -1,0 +1,30 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+namespace segmask {
+
+/// Durations by their order of magnitude: a histogram of fixed size, so that a day of frames costs no more
+/// than a second of them. A bucket is 4.4 % wide, and what is read out is a bucket's middle: within 3 % of
+/// the true value for 1 microsecond to an hour.
+class RenderTimes {
+ public:
+  void add(double milliseconds);
+
+  uint64_t count() const { return count_; }
+
+  /// The duration in milliseconds that the part `fraction` (0 to 1) of all durations does not exceed; 0 when
+  /// there are none.
+  double percentile(double fraction) const;
+
+ private:
+  static constexpr std::size_t kBucketsPerOctave = 16;
+  static constexpr std::size_t kBuckets = kBucketsPerOctave * 32;
+
+  std::array<uint64_t, kBuckets> buckets_{};
+  uint64_t count_ = 0;
+};
+
+}  // namespace segmask

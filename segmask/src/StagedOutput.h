@@ -1,0 +1,39 @@
+#pragma once
+
+#include <string>
+
+namespace segmask {
+
+/// Output that appears whole or not at all. Files are written into a hidden folder beside their target
+/// (".segmask-XXXXXX") and moved to their final names by commit(). Without a commit the folder and all in it
+/// vanish with this object, and what stood under the target's name before is untouched.
+///
+/// Only a process that is killed leaves the folder behind; it may be deleted.
+class StagedOutput {
+ public:
+  /// `target` is the output's path as the user gave it; a link is followed. For a sequence it is any path in
+  /// the same folder. Throws UserError when the folder is missing or cannot be written, or the target exists
+  /// and is no regular file.
+  explicit StagedOutput(const std::string& target);
+  ~StagedOutput();
+  StagedOutput(const StagedOutput&) = delete;
+  StagedOutput& operator=(const StagedOutput&) = delete;
+
+  /// Where the file with this final name is written until the commit.
+  std::string pathOf(const std::string& fileName) const { return stage_ + "/" + fileName; }
+
+  /// Where the target itself is written until the commit.
+  std::string path() const { return pathOf(fileName_); }
+
+  /// Moves everything that was written to its final name, replacing files that are there. Throws UserError.
+  void commit();
+
+ private:
+  void moveIntoPlace(const std::string& fileName) const;
+
+  std::string folder_;
+  std::string fileName_;
+  std::string stage_;
+};
+
+}  // namespace segmask

@@ -1,0 +1,110 @@
+#include "command_line.h"
+
+#include <CLI/CLI.hpp>
+#include <csignal>
+#include <exception>
+#include <iostream>
+#include <new>
+#include <optional>
+#include <string>
+
+#include "Interrupt.h"
+#include "UserError.h"
+#include "exit_codes.h"
+#include "inspect_command.h"
+#include "libav_handles.h"
+#include "render_command.h"
+
+namespace segmask {
+namespace {
+
+struct Options {
+  RenderOptions render;
+  std::optional<std::string> inspectedPlugin;
+};
+
+CLI::App* addRender(CLI::App& app, RenderOptions& options) {
+  CLI::App* const render = app.add_subcommand("render", "Draw segmentation masks into a video");
+  render
+      ->add_option("--input", options.input,
+                   "Video or image to draw into, or raw frames (.nv12, with --size; taken as 30 frames/s)")
+      ->required()
+      ->type_name("FILE");
+  render->add_option("--size", options.size, "Size of the frames in a raw .nv12 file")->type_name("WxH");
+  render
+      ->add_option(
+          "--detections", options.detections,
+          "What to draw: JSON lines {\"frame\":0,\"producer\":\"name\",\"detections\":[...]}, in frame "
+          "order, frames counted from 0")
+      ->required()
+      ->type_name("FILE.jsonl");
+  render
+      ->add_option(
+          "--output", options.output,
+          "Where the result goes: .mp4 or .mkv (H.264; an odd side grows by one sample), .y4m, .nv12 "
+          "(raw), or name_%04d.png (one file a frame)")
+      ->required()
+      ->type_name("FILE");
+  render->add_option("--config", options.config, "Configuration of the plug-in, a JSON object")
+      ->type_name("JSON");
+  render->add_option("--plugin", options.plugin, "Plug-in library (default: the one beside this program)")
+      ->type_name("FILE.so");
+  render->add_flag("--debug", options.debug, "Let the plug-in and the libraries print diagnostics");
+  render
+      ->add_option("--lookback", options.lookback,
+                   "How many frames a producer's last line serves when it has none (default: 0)")
+      ->check(CLI::NonNegativeNumber)
+      ->type_name("N");
+  render
+      ->add_option("--contact-sheet", options.contactSheet,
+                   "Also write four frames of the result as a picture")
+      ->type_name("FILE.png");
+  render->add_flag("--no-progress", options.noProgress, "Show no progress");
+  return render;
+}
+
+CLI::App* addInspect(CLI::App& app, std::optional<std::string>& plugin) {
+  CLI::App* const inspect = app.add_subcommand("inspect", "Show what a plug-in says of itself");
+  inspect->add_option("--plugin", plugin, "Plug-in library (default: the one beside this program)")
+      ->type_name("FILE.so");
+  return inspect;
+}
+
+int report(const std::string& text) {
+  std::cerr << "segmask: " + oneLine(text) + "\n" << std::flush;
+  return kExitError;
+}
+
+int parseAndRun(int argc, char** argv) {
+  CLI::App app("Draws segmentation masks into videos, through a render plug-in", "segmask");
+  app.require_subcommand(1);
+  Options options;
+  const CLI::App* const renderCommand = addRender(app, options.render);
+  addInspect(app, options.inspectedPlugin);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::Success& success) {  // --help
+    return app.exit(success);
+  } catch (const CLI::ParseError& error) {
+    return report(std::string(error.what()) + " (see segmask --help)");
+  }
+  return renderCommand->parsed() ? render(options.render) : inspect(options.inspectedPlugin);
+}
+
+}  // namespace
+
+int runCommandLine(int argc, char** argv) {
+  // A full disk, a closed pipe and a file at its size limit are errors to report, not reasons to die.
+  std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN);
+  silenceLibav();
+  try {
+    return parseAndRun(argc, argv);
+  } catch (const std::bad_alloc&) {
+    return report("out of memory");
+  } catch (const std::exception& error) {
+    return report(error.what());
+  }
+}
+
+}  // namespace segmask

@@ -1,0 +1,70 @@
+#include "render_checks.h"
+
+#include <filesystem>
+#include <utility>
+#include <vector>
+
+#include "FrameWriter.h"
+#include "PngPattern.h"
+#include "UserError.h"
+#include "core/SwJsonDocument.h"
+#include "file_names.h"
+
+namespace fs = std::filesystem;
+
+namespace segmask {
+namespace {
+
+bool isSamePath(const std::string& a, const std::string& b) {
+  std::error_code errorA;
+  std::error_code errorB;
+  const fs::path first = fs::weakly_canonical(a, errorA);
+  const fs::path second = fs::weakly_canonical(b, errorB);
+  return !errorA && !errorB && first == second;
+}
+
+/// Whether writing `output` would replace `input`.
+bool replaces(const std::string& output, const std::string& input) {
+  if (isSameFile(output, input) || isSamePath(output, input)) return true;
+  if (outputKindOf(output) != OutputKind::PngSequence) return false;
+  const fs::path file(input);
+  const bool sameFolder = isSamePath(fs::path(output).parent_path() / ".", file.parent_path() / ".");
+  return sameFolder && PngPattern(output).matches(file.filename().string());
+}
+
+void checkRoles(const RenderOptions& options) {
+  const std::vector<std::pair<const char*, const std::string*>> inputs{{"--input", &options.input},
+                                                                       {"--detections", &options.detections}};
+  for (const auto& [option, path] : inputs) {
+    if (replaces(options.output, *path)) {
+      throw UserError(options.output + ": --output would replace " + option);
+    }
+    if (options.contactSheet &&
+        (isSameFile(*options.contactSheet, *path) || isSamePath(*options.contactSheet, *path))) {
+      throw UserError(*options.contactSheet + ": --contact-sheet would replace " + option);
+    }
+  }
+  if (options.contactSheet && replaces(options.output, *options.contactSheet)) {
+    throw UserError(*options.contactSheet + ": --contact-sheet and --output are the same file");
+  }
+}
+
+void checkConfig(const std::string& config) {
+  SwJsonDocument document;
+  SwString error;
+  if (!document.loadFromJson(config, error)) throw UserError("--config: not JSON: " + error.str());
+  if (!document.root().isObject()) throw UserError("--config: not a JSON object");
+}
+
+}  // namespace
+
+void checkOptions(const RenderOptions& options) {
+  outputKindOf(options.output);
+  if (options.contactSheet && lowerCaseEnding(*options.contactSheet) != ".png") {
+    throw UserError(*options.contactSheet + ": a contact sheet is a .png file");
+  }
+  checkRoles(options);
+  if (options.config) checkConfig(*options.config);
+}
+
+}  // namespace segmask

@@ -1,0 +1,185 @@
+#include "render_command.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <iomanip>
+#include <iostream>
+#include <memory>
+#include <optional>
+
+#include "ContactSheet.h"
+#include "DetectionPayload.h"
+#include "DetectionStream.h"
+#include "FrameReader.h"
+#include "FrameRenderer.h"
+#include "FrameWriter.h"
+#include "Interrupt.h"
+#include "PluginHost.h"
+#include "ProducerInputs.h"
+#include "Progress.h"
+#include "RenderTimes.h"
+#include "StderrGuard.h"
+#include "UserError.h"
+#include "exit_codes.h"
+#include "render_checks.h"
+
+namespace segmask {
+namespace {
+
+/// The road of the frames, from the reader to the writers.
+struct Pipeline {
+  FrameReader& reader;
+  DetectionStream& detections;
+  FrameRenderer& renderer;
+  FrameWriter& writer;
+  ContactSheet* sheet;  // may be null
+};
+
+struct Totals {
+  uint64_t frames = 0;
+  uint64_t framesDrawn = 0;
+  uint64_t detections = 0;
+  RenderTimes times;
+};
+
+Totals renderFrames(const Pipeline& pipeline, uint64_t lookback, Progress& progress) {
+  Totals totals;
+  ProducerInputs inputs(lookback);
+  Frame frame;
+  while (pipeline.reader.next(frame)) {
+    inputs.advance(totals.frames, pipeline.detections.take(totals.frames));
+    // The detections may have been cut short by the same wish to stop; such a frame would lack some.
+    if (Interrupt::requested()) break;
+    const FrameRenderer::Result result = pipeline.renderer.render(totals.frames, frame, inputs);
+    totals.times.add(result.renderMs);
+    pipeline.writer.write(frame);
+    if (pipeline.sheet) pipeline.sheet->offer(totals.frames, frame, result.drawn);
+    if (result.drawn) ++totals.framesDrawn;
+    progress.update(++totals.frames);
+  }
+  totals.detections = inputs.detectionsSeen();
+  return totals;
+}
+
+/// The same with the progress shown on standard error, and what others write there kept out of its way.
+Totals renderWithProgress(const Pipeline& pipeline, const RenderOptions& options) {
+  using Style = Progress::Style;
+  const Style style = options.noProgress ? Style::None : progressStyleFor(STDERR_FILENO);
+  const FileDescriptor terminal(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+  Progress progress(terminal ? style : Style::None, terminal.get(), pipeline.reader.frameCount());
+  std::unique_ptr<StderrGuard> guard;
+  if (terminal && style == Style::Bar) {
+    guard =
+        std::make_unique<StderrGuard>([&progress](const std::string& line) { progress.printAbove(line); });
+  }
+  return renderFrames(pipeline, options.lookback, progress);
+}
+
+/// Registering fills the library's registries, which it announces on standard error: worth knowing for
+/// whoever looks for faults, noise for everybody else.
+void registerPayloads(bool debug) {
+  if (debug) {
+    registerDetectionPayload();
+  } else {
+    const StderrSilence silence;
+    registerDetectionPayload();
+  }
+}
+
+void setUp(IRenderPlugin& plugin, FrameRenderer& renderer, const RenderOptions& options) {
+  renderer.use(plugin);
+  plugin.enableDebug(options.debug);
+  if (options.config) plugin.setConfig(*options.config);
+}
+
+void warn(const std::string& text) {
+  std::cerr << "segmask: warning: " + oneLine(text) + "\n" << std::flush;
+}
+
+void warnOfRest(const FrameReader& reader, DetectionStream& detections, uint64_t frames) {
+  if (!reader.warning().empty()) warn(reader.warning());
+  if (Interrupt::requested()) return;
+  const std::optional<DetectionLine>& rest = detections.rest();
+  if (!rest) return;
+  warn(detections.path() + ":" + std::to_string(rest->lineNumber) + ": frame " + std::to_string(rest->frame) +
+       " is past the end of the video, which has " + std::to_string(frames) +
+       " frames; this line and all after it were not used");
+}
+
+void printSummary(const RenderOptions& options, const Totals& totals) {
+  std::cout << "frames        " << totals.frames << "\n"
+            << "frames drawn  " << totals.framesDrawn << "\n"
+            << "detections    " << totals.detections << "\n"
+            << std::fixed << std::setprecision(3) << "render        median " << totals.times.percentile(0.5)
+            << " ms, 99th percentile " << totals.times.percentile(0.99) << " ms a frame (within 3 %)\n"
+            << "output        " << options.output << "\n";
+  if (options.contactSheet) std::cout << "contact sheet " << *options.contactSheet << "\n";
+  std::cout << std::flush;
+}
+
+int reportEarlyInterrupt() {
+  std::cerr << "segmask: interrupted before the first frame; nothing was written\n" << std::flush;
+  return kExitInterrupted;
+}
+
+int finish(const Pipeline& pipeline, const RenderOptions& options, const Totals& totals) {
+  if (totals.frames == 0) {
+    if (!Interrupt::requested()) throw UserError(options.input + ": holds no frame");
+    return reportEarlyInterrupt();
+  }
+  warnOfRest(pipeline.reader, pipeline.detections, totals.frames);
+  // All that can fail for want of space comes before the first new name appears.
+  pipeline.writer.finish();
+  if (pipeline.sheet) pipeline.sheet->finish();
+  pipeline.writer.commit();
+  if (pipeline.sheet) pipeline.sheet->commit();
+  printSummary(options, totals);
+  if (!Interrupt::requested()) return kExitDone;
+  std::cerr << "segmask: interrupted; the first " + std::to_string(totals.frames) + " frames are in " +
+                   options.output + "\n"
+            << std::flush;
+  return kExitInterrupted;
+}
+
+struct Inputs {
+  std::unique_ptr<FrameReader> reader;
+  std::unique_ptr<DetectionStream> detections;
+};
+
+/// Empty when the user has asked to stop meanwhile: pipes and streams may take long to open, and what they
+/// fail with then is no error.
+std::optional<Inputs> openInputs(const RenderOptions& options) {
+  try {
+    Inputs inputs{openFrameReader(options.input, options.size),
+                  std::make_unique<DetectionStream>(options.detections)};
+    if (!Interrupt::requested()) return inputs;
+  } catch (const UserError&) {
+    if (!Interrupt::requested()) throw;
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+int render(const RenderOptions& options) {
+  const Interrupt interrupt;
+  checkOptions(options);
+  const std::optional<Inputs> inputs = openInputs(options);
+  if (!inputs) return reportEarlyInterrupt();
+  registerPayloads(options.debug);
+  FrameReader& reader = *inputs->reader;
+
+  // Before the plug-in, so that the backend it is given outlives it.
+  FrameRenderer renderer(reader.format().width, reader.format().height);
+  PluginHost host(options.plugin.value_or(defaultPluginPath()));
+  setUp(host.plugin(), renderer, options);
+
+  const std::unique_ptr<FrameWriter> writer = openFrameWriter(options.output, reader.format());
+  std::unique_ptr<ContactSheet> sheet;
+  if (options.contactSheet) sheet = std::make_unique<ContactSheet>(*options.contactSheet, reader.format());
+  const Pipeline pipeline{reader, *inputs->detections, renderer, *writer, sheet.get()};
+  return finish(pipeline, options, renderWithProgress(pipeline, options));
+}
+
+}  // namespace segmask

@@ -1,0 +1,217 @@
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <filesystem>
+
+#include "TempFolder.h"
+#include "frames.h"
+#include "run_tool.h"
+
+namespace {
+
+constexpr int kWidth = 16;
+constexpr int kHeight = 8;
+constexpr int kFrames = 6;
+
+/// A folder with good input and an older output, and the tool's complaints about what a test changes in it.
+class ToolBadInput : public ::testing::Test {
+ protected:
+  ToolBadInput() {
+    folder_.write("in.nv12", flatFrames(kWidth, kHeight, kFrames));
+    folder_.write("good.jsonl", fullMaskLine(0, "p") + fullMaskLine(1, "p") + fullMaskLine(3, "p"));
+    folder_.write("out.nv12", "old");
+  }
+
+  std::string path(const std::string& name) const { return folder_.path(name); }
+
+  /// Whole command lines, so that a test shows all that it gives.
+  ToolResult render(const std::vector<std::string>& arguments) const {
+    std::vector<std::string> all{"render"};
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    return runTool(all);
+  }
+
+  /// The tool ends with exit code 2 and one line that says `what`, and leaves no trace.
+  void expectRefused(const std::vector<std::string>& arguments, const std::string& what) const {
+    const std::vector<std::string> before = folder_.names();
+    const ToolResult result = render(arguments);
+    EXPECT_EQ(result.exitCode, 2) << what;
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(lineCount(result.err), 1U) << result.err;
+    EXPECT_EQ(result.err.find("segmask: "), 0U) << result.err;
+    EXPECT_NE(result.err.find(what), std::string::npos) << result.err << "\nlacks: " << what;
+    EXPECT_EQ(folder_.names(), before);
+    EXPECT_EQ(readFile(path("out.nv12")), "old");
+  }
+
+  void expectInputRefused(const std::string& input, const std::string& what) const {
+    expectRefused({"--input", input, "--detections", path("good.jsonl"), "--output", path("out.nv12")}, what);
+  }
+
+  void expectDetectionsRefused(const std::string& text, const std::string& what) const {
+    const std::string file = folder_.write("bad.jsonl", text);
+    expectRefused(
+        {"--input", path("in.nv12"), "--size", "16x8", "--detections", file, "--output", path("out.nv12")},
+        file + ":" + what);
+  }
+
+  void expectOutputRefused(const std::string& output, const std::string& what) const {
+    expectRefused({"--input", path("in.nv12"), "--size", "16x8", "--detections", path("good.jsonl"),
+                   "--output", output},
+                  output + ": " + what);
+  }
+
+  /// With these arguments after good ones.
+  void expectAdditionRefused(const std::vector<std::string>& addition, const std::string& what) const {
+    std::vector<std::string> all{"--input",      path("in.nv12"),    "--size",   "16x8",
+                                 "--detections", path("good.jsonl"), "--output", path("out.nv12")};
+    all.insert(all.end(), addition.begin(), addition.end());
+    expectRefused(all, what);
+  }
+
+  TempFolder folder_;
+};
+
+TEST_F(ToolBadInput, FilesThatAreMissingOrNoVideo) {
+  expectInputRefused(path("none.mp4"), path("none.mp4") + ": No such file or directory");
+  expectInputRefused(folder_.write("text.mp4", "no video\n"), path("text.mp4") + ": Invalid data");
+  expectInputRefused(folder_.write("empty.mkv", ""), path("empty.mkv") + ": ");
+  expectInputRefused(path(""), ": Is a directory");
+}
+
+TEST_F(ToolBadInput, AFileWithoutAVideoStream) {
+  // A WAV file: 8 bits, one channel, 8000 samples a second, four samples.
+  const std::string wav(
+      "RIFF\x28\0\0\0WAVEfmt \x10\0\0\0\1\0\1\0\x40\x1F\0\0\x40\x1F\0\0\1\0\x8\0data\4\0\0\0abcd", 48);
+  expectInputRefused(folder_.write("sound.wav", wav), path("sound.wav") + ": no video stream");
+}
+
+TEST_F(ToolBadInput, SizesThatAreMissingMalformedOrDoNotFit) {
+  expectInputRefused(path("in.nv12"), path("in.nv12") + ": raw frames need --size");
+  const std::vector<std::string> rest{"--input",          path("in.nv12"), "--detections",
+                                      path("good.jsonl"), "--output",      path("out.nv12")};
+  for (const char* size : {"16", "16x", "axb", "0x8", "-16x8", "16x8x8", "99999999999x8"}) {
+    std::vector<std::string> arguments = rest;
+    arguments.push_back(std::string("--size=") + size);
+    expectRefused(arguments, std::string("--size: '") + size + "' is not WIDTHxHEIGHT");
+  }
+  std::vector<std::string> arguments = rest;
+  arguments.insert(arguments.end(), {"--size", "16x9"});
+  expectRefused(arguments, path("in.nv12") + ": --size 16x9 does not fit");
+  folder_.write("v.y4m", "YUV4MPEG2 W2 H2 F25:1 Ip A0:0 C420jpeg\nFRAME\nabcdef");
+  expectRefused({"--input", path("v.y4m"), "--size", "2x2", "--detections", path("good.jsonl"), "--output",
+                 path("out.nv12")},
+                path("v.y4m") + ": --size is for raw .nv12 input");
+}
+
+TEST_F(ToolBadInput, DetectionLines) {
+  const std::string good = fullMaskLine(0, "p");
+  expectDetectionsRefused(good + "{\"frame\": 1\n", "2: not JSON: ");
+  expectDetectionsRefused(good + "\n\n{} {}\n", "4: not JSON: Unexpected characters");
+  expectDetectionsRefused(good + "[]\n", "2: not a JSON object");
+  expectDetectionsRefused(good + "{\"producer\": \"p\"}\n", "2: no \"frame\"");
+  expectDetectionsRefused(good + "{\"frame\": \"1\", \"producer\": \"p\"}\n",
+                          "2: \"frame\" is not a whole number");
+  expectDetectionsRefused(good + "{\"frame\": 1}\n", "2: no \"producer\"");
+  expectDetectionsRefused(good + "{\"frame\": 1, \"producer\": []}\n", "2: \"producer\" is not a name");
+  expectDetectionsRefused(good + "{\"frame\": 1, \"producer\": \"p\", \"detections\": 3}\n",
+                          "2: \"detections\" is not an array");
+  // Late, when frames have been drawn and written.
+  expectDetectionsRefused(good + fullMaskLine(4, "p") + fullMaskLine(2, "p"),
+                          "3: frame 2 comes after frame 4");
+  expectRefused({"--input", path("in.nv12"), "--size", "16x8", "--detections", path("none.jsonl"), "--output",
+                 path("out.nv12")},
+                path("none.jsonl") + ": No such file or directory");
+}
+
+TEST_F(ToolBadInput, BytesThatWouldBreakTheLineAreMadeVisible) {
+  const std::string file = folder_.write("bad.jsonl", "{\"a\": \x1b[2J\r}\n");
+  const ToolResult result = render(
+      {"--input", path("in.nv12"), "--size", "16x8", "--detections", file, "--output", path("out.nv12")});
+  EXPECT_EQ(result.exitCode, 2);
+  EXPECT_EQ(result.err.find('\x1b'), std::string::npos);
+  EXPECT_EQ(result.err.find('\r'), std::string::npos);
+  EXPECT_EQ(lineCount(result.err), 1U);
+}
+
+TEST_F(ToolBadInput, Outputs) {
+  expectOutputRefused(path("out.avi"), "unknown output ending '.avi'");
+  expectOutputRefused(path("out"), "unknown output ending ''");
+  expectOutputRefused(path("out.png"), "a PNG sequence needs exactly one integer conversion");
+  expectOutputRefused(path("out_%d_%d.png"), "a PNG sequence needs exactly one integer conversion");
+  expectOutputRefused(path("out_%s.png"), "a PNG sequence needs exactly one integer conversion");
+  expectOutputRefused(path("none/out.mp4"), "cannot write into the folder");
+  expectOutputRefused(path("in.nv12"), "--output would replace --input");
+  std::filesystem::create_directory(path("folder.mp4"));
+  expectOutputRefused(path("folder.mp4"), "is a folder");
+  std::filesystem::create_symlink(path("in.nv12"), path("link.nv12"));
+  expectOutputRefused(path("link.nv12"), "--output would replace --input");
+}
+
+TEST_F(ToolBadInput, AnOutputThatIsAnInputByAnotherName) {
+  const std::vector<std::string> arguments{"--input",      folder_.write("f_0003.png", "x"),
+                                           "--detections", path("good.jsonl"),
+                                           "--output",     path("./f_%04d.png")};
+  expectRefused(arguments, "--output would replace --input");
+  expectAdditionRefused({"--contact-sheet", path("sheet.jpg")}, "a contact sheet is a .png file");
+  std::filesystem::create_hard_link(path("good.jsonl"), path("good.png"));
+  expectAdditionRefused({"--contact-sheet", path("good.png")}, "--contact-sheet would replace --detections");
+  expectAdditionRefused({"--contact-sheet", path("none/sheet.png")}, "cannot write into the folder");
+}
+
+TEST_F(ToolBadInput, Plugins) {
+  expectAdditionRefused({"--plugin", path("none.so")}, path("none.so") + ": No such file or directory");
+  expectAdditionRefused({"--plugin", path("")}, ": Is a directory");
+  const std::string text = folder_.write("text.so", "no library\n");
+  expectAdditionRefused({"--plugin", text}, text + ": the plug-in does not load: ");
+  const std::string other = libraryPath("libsw_core.so");
+  expectAdditionRefused({"--plugin", other}, other + ": holds no render plug-in");
+  const std::string crowded = libraryPath("libsegmask_crowded_plugin.so");
+  expectAdditionRefused({"--plugin", crowded}, crowded + ": holds several render plug-ins");
+}
+
+TEST_F(ToolBadInput, AnExceptionThatLeavesRenderIsReportedWithItsFrame) {
+  expectAdditionRefused({"--plugin", libraryPath("libsegmask_throwing_plugin.so")},
+                        "segmask: frame 2: no luck today\n");
+}
+
+TEST_F(ToolBadInput, ConfigurationsThatThePluginWouldPassOver) {
+  for (const char* config : {"", "{", "[1]", "3", "{} x", "alpha=1"}) {
+    expectAdditionRefused({std::string("--config=") + config}, "--config");
+  }
+}
+
+TEST_F(ToolBadInput, CommandLines) {
+  expectRefused({}, "--input is required");
+  expectAdditionRefused({"--lookback", "-1"}, "--lookback");
+  expectAdditionRefused({"--lookback", "many"}, "--lookback");
+  expectAdditionRefused({"--loopback", "1"}, "--loopback");
+  expectAdditionRefused({"extra"}, "extra");
+  for (const std::vector<std::string>& arguments : {std::vector<std::string>{}, {"draw"}, {"--nonsense"}}) {
+    const ToolResult result = runTool(arguments);
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_EQ(lineCount(result.err), 1U) << result.err;
+  }
+}
+
+TEST_F(ToolBadInput, ADiskThatIsFullLeavesNothingBehind) {
+  const std::string input = folder_.write("noise.nv12", noiseFrames(128, 96, 40));
+  for (const char* name : {"full.nv12", "full.y4m", "full.mp4", "full.mkv", "full_%d.png"}) {
+    const std::vector<std::string> before = folder_.names();
+    // A limit on the size of files fails a write just like a full disk, at a size that a test can choose. It
+    // is less than one frame as PNG.
+    const ToolResult result = runTool({"render", "--input", input, "--size", "128x96", "--detections",
+                                       path("good.jsonl"), "--output", path(name)},
+                                      [] {
+                                        const rlimit limit{20'000, 20'000};
+                                        setrlimit(RLIMIT_FSIZE, &limit);
+                                      });
+    EXPECT_EQ(result.exitCode, 2) << name;
+    EXPECT_EQ(lineCount(result.err), 1U) << result.err;
+    EXPECT_NE(result.err.find("File too large"), std::string::npos) << result.err;
+    EXPECT_NE(result.err.find(path(name)), std::string::npos) << result.err;
+    EXPECT_EQ(folder_.names(), before) << name;
+  }
+}
+
+}  // namespace

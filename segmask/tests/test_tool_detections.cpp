@@ -1,0 +1,119 @@
+#include <gtest/gtest.h>
+
+#include "TempFolder.h"
+#include "frames.h"
+#include "run_tool.h"
+
+namespace {
+
+constexpr int kWidth = 32;
+constexpr int kHeight = 16;
+constexpr int kFrames = 8;
+
+// Class 0 is (255, 56, 56), which is this in full-range BT.601.
+constexpr unsigned char kY = 115;
+constexpr unsigned char kU = 94;
+constexpr unsigned char kV = 227;
+
+class ToolDetections : public ::testing::Test {
+ protected:
+  ToolResult render(const std::string& detections, const std::vector<std::string>& more = {}) const {
+    std::vector<std::string> arguments{"render",
+                                       "--input",
+                                       folder_.write("in.nv12", flatFrames(kWidth, kHeight, kFrames)),
+                                       "--size",
+                                       "32x16",
+                                       "--detections",
+                                       folder_.write("d.jsonl", detections),
+                                       "--output",
+                                       folder_.path("out.nv12"),
+                                       "--config",
+                                       "{\"alpha\": 1}"};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return runTool(arguments);
+  }
+
+  /// Which frames of the output are painted all over; frames that are neither painted nor untouched fail.
+  std::vector<int> paintedFrames() const {
+    const std::string before = readFile(folder_.path("in.nv12"));
+    const std::string after = readFile(folder_.path("out.nv12"));
+    EXPECT_EQ(after.size(), before.size());
+    std::string painted(kWidth * kHeight, static_cast<char>(kY));
+    for (int pair = 0; pair < kWidth * kHeight / 4; ++pair)
+      painted += {static_cast<char>(kU), static_cast<char>(kV)};
+    std::vector<int> frames;
+    for (int frame = 0; frame < kFrames; ++frame) {
+      const std::size_t at = static_cast<std::size_t>(frame) * painted.size();
+      if (after.compare(at, painted.size(), painted) == 0) {
+        frames.push_back(frame);
+      } else {
+        EXPECT_EQ(after.compare(at, painted.size(), before, at, painted.size()), 0) << "frame " << frame;
+      }
+    }
+    return frames;
+  }
+
+  TempFolder folder_;
+};
+
+using Frames = std::vector<int>;
+
+TEST_F(ToolDetections, PaintTheirFramesAndNoOthers) {
+  const ToolResult result = render(fullMaskLine(0, "p") + fullMaskLine(3, "p") + fullMaskLine(7, "p"));
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(paintedFrames(), (Frames{0, 3, 7}));
+  EXPECT_NE(result.out.find("frames        8\nframes drawn  3\ndetections    3\n"), std::string::npos)
+      << result.out;
+}
+
+TEST_F(ToolDetections, LookbackPaintsTheFramesAfterThem) {
+  const std::string nothing = "{\"frame\": 4, \"producer\": \"p\", \"detections\": []}\n";
+  EXPECT_EQ(render(fullMaskLine(0, "p") + fullMaskLine(3, "p") + nothing, {"--lookback", "2"}).exitCode, 0);
+  EXPECT_EQ(paintedFrames(), (Frames{0, 1, 2, 3}));
+}
+
+TEST_F(ToolDetections, TheConfigurationReachesThePlugin) {
+  EXPECT_EQ(render(fullMaskLine(0, "p"), {"--config", "{\"alpha\": 1, \"min_score\": 0.95}"}).exitCode, 2)
+      << "an option given twice is a mistake";
+  const ToolResult result =
+      runTool({"render", "--input", folder_.path("in.nv12"), "--size", "32x16", "--detections",
+               folder_.path("d.jsonl"), "--output", folder_.path("out.nv12"), "--config",
+               "{\"alpha\": 1, \"min_score\": 0.95}"});
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_EQ(paintedFrames(), Frames{});
+}
+
+TEST_F(ToolDetections, LinesPastTheEndAreMentionedOnce) {
+  const ToolResult result = render(fullMaskLine(7, "p") + fullMaskLine(8, "p") + fullMaskLine(9, "p"));
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_EQ(result.err, "segmask: warning: " + folder_.path("d.jsonl") +
+                            ":2: frame 8 is past the end of the video, which has 8 frames; this line and all "
+                            "after it were not used\n");
+  EXPECT_EQ(paintedFrames(), (Frames{7}));
+}
+
+TEST_F(ToolDetections, TheFallbackLineCountsProducersSeenSoFar) {
+  const std::string nothing = "{\"frame\": 2, \"producer\": \"p\", \"detections\": []}\n";
+  const ToolResult result = render(fullMaskLine(0, "p") + fullMaskLine(1, "q") + nothing, {"--debug"});
+  EXPECT_EQ(result.exitCode, 0);
+  const std::string line =
+      "[SegMask][Fallback] frame=2 decision=skip providers_missing=2 providers_using_lookback=0\n";
+  EXPECT_NE(result.err.find(line), std::string::npos) << result.err;
+}
+
+TEST_F(ToolDetections, TheFallbackLineCountsLookback) {
+  const std::string nothing = "{\"frame\": 0, \"producer\": \"p\", \"detections\": []}\n";
+  const ToolResult result = render(nothing + fullMaskLine(1, "q") + "{\"frame\": 2, \"producer\": \"q\"}\n",
+                                   {"--debug", "--lookback", "3"});
+  EXPECT_EQ(result.exitCode, 0);
+  // In frame 0 only p is known; in frame 2 it looks back.
+  EXPECT_NE(result.err.find("frame=0 decision=skip providers_missing=1 providers_using_lookback=0\n"),
+            std::string::npos)
+      << result.err;
+  EXPECT_NE(result.err.find("frame=2 decision=skip providers_missing=2 providers_using_lookback=1\n"),
+            std::string::npos)
+      << result.err;
+}
+
+}  // namespace

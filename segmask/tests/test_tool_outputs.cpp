@@ -1,0 +1,158 @@
+#include <gtest/gtest.h>
+
+#include <cstdio>
+
+#include "LibavReader.h"
+#include "TempFolder.h"
+#include "frames.h"
+#include "run_tool.h"
+
+namespace {
+
+using segmask::Frame;
+using segmask::LibavReader;
+
+constexpr int kFrames = 12;
+
+class ToolOutputs : public ::testing::Test {
+ protected:
+  std::string path(const std::string& name) const { return folder_.path(name); }
+
+  /// Runs a render that has to succeed; returns the summary.
+  std::string render(const std::vector<std::string>& arguments) const {
+    std::vector<std::string> all{"render"};
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    const ToolResult result = runTool(all);
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.err, "");
+    return result.out;
+  }
+
+  /// Writes raw frames of this size as in.nv12 and renders them, by default with nothing to draw.
+  std::string renderRaw(int width, int height, const std::string& frames, const std::string& output,
+                        const std::string& detections = "") const {
+    const std::string size = std::to_string(width) + "x" + std::to_string(height);
+    return render({"--input", folder_.write("in.nv12", frames), "--size", size, "--detections",
+                   folder_.write("d.jsonl", detections), "--output", path(output)});
+  }
+
+  static int countFrames(LibavReader& reader) {
+    int count = 0;
+    for (Frame frame; reader.next(frame);) ++count;
+    return count;
+  }
+
+  TempFolder folder_;
+};
+
+TEST_F(ToolOutputs, WhatNothingIsDrawnOnLeavesByteForByte) {
+  for (const auto& [width, height] :
+       {std::pair(64, 48), std::pair(63, 47), std::pair(1, 1), std::pair(3, 2)}) {
+    const std::string frames = noiseFrames(width, height, kFrames);
+    const std::string lines =
+        "{\"frame\":0,\"producer\":\"p\",\"detections\":[]}\n"
+        "{\"frame\":2,\"producer\":\"p\",\"detections\":[{\"x\":0,\"y\":0,\"w\":9,\"h\":9,\"score\":1}]}\n";
+    const std::string summary = renderRaw(width, height, frames, "out.nv12", lines);
+    EXPECT_TRUE(readFile(path("out.nv12")) == frames) << width << "x" << height;
+    EXPECT_NE(summary.find("frames        12\nframes drawn  0\ndetections    1\n"), std::string::npos)
+        << summary;
+  }
+}
+
+TEST_F(ToolOutputs, PlanarInputLeavesByteForByteToo) {
+  const std::string frames = noiseFrames(63, 47, kFrames);
+  renderRaw(63, 47, frames, "planar.y4m");
+  render({"--input", path("planar.y4m"), "--detections", path("d.jsonl"), "--output", path("back.nv12")});
+  EXPECT_TRUE(readFile(path("back.nv12")) == frames);
+}
+
+TEST_F(ToolOutputs, Y4mHasItsHeaderAndItsSize) {
+  renderRaw(5, 3, flatFrames(5, 3, 2), "out.y4m");
+  const std::string file = readFile(path("out.y4m"));
+  const std::string header = "YUV4MPEG2 W5 H3 F30:1 Ip A0:0 C420jpeg\n";
+  EXPECT_EQ(file.substr(0, header.size()), header);
+  EXPECT_EQ(file.size(), header.size() + 2 * (6 + frameBytes(5, 3)));
+}
+
+TEST_F(ToolOutputs, VideosDecodeToTheSameNumberOfFrames) {
+  for (const char* name : {"out.mp4", "out.mkv", "out.MP4"}) {
+    renderRaw(64, 48, flatFrames(64, 48, kFrames), name);
+    LibavReader reader(path(name));
+    EXPECT_EQ(reader.format().width, 64);
+    EXPECT_EQ(reader.format().height, 48);
+    EXPECT_NEAR(av_q2d(reader.format().frameRate), 30.0, 0.01) << name;
+    EXPECT_EQ(countFrames(reader), kFrames) << name;
+  }
+}
+
+TEST_F(ToolOutputs, AnExistingOutputIsReplaced) {
+  folder_.write("out.nv12", "old and of another size");
+  const std::string frames = noiseFrames(8, 8, 2);
+  renderRaw(8, 8, frames, "out.nv12");
+  EXPECT_TRUE(readFile(path("out.nv12")) == frames);
+}
+
+TEST_F(ToolOutputs, PngSequencesAreNumberedByFrame) {
+  renderRaw(63, 47, flatFrames(63, 47, kFrames), "f_%03d.png");
+  std::vector<std::string> expected{"d.jsonl"};
+  for (int frame = 0; frame < kFrames; ++frame) {
+    char name[32];
+    std::snprintf(name, sizeof name, "f_%03d.png", frame);
+    expected.push_back(name);
+    LibavReader reader(path(name));
+    EXPECT_EQ(reader.format().width, 63);
+    EXPECT_EQ(reader.format().height, 47);
+    Frame picture;
+    ASSERT_TRUE(reader.next(picture));
+    EXPECT_NEAR(picture.nv12[0], 40 + 4 * frame, 2);
+    EXPECT_FALSE(reader.next(picture));
+  }
+  expected.push_back("in.nv12");
+  EXPECT_EQ(folder_.names(), expected);
+}
+
+TEST_F(ToolOutputs, ContactSheetsHoldTwoByTwoFrames) {
+  const std::string input = folder_.write("in.nv12", flatFrames(63, 47, kFrames));
+  const std::string detections = folder_.write("d.jsonl", "");
+  const std::string summary = render({"--input", input, "--size", "63x47", "--detections", detections,
+                                      "--output", path("out.y4m"), "--contact-sheet", path("sheet.png")});
+  EXPECT_NE(summary.find("contact sheet " + path("sheet.png") + "\n"), std::string::npos);
+  LibavReader reader(path("sheet.png"));
+  ASSERT_EQ(reader.format().width, 126);
+  ASSERT_EQ(reader.format().height, 94);
+  Frame sheet;
+  ASSERT_TRUE(reader.next(sheet));
+  // The first frame top left, a later one in each further tile.
+  const int topLeft = sheet.nv12[0];
+  const int topRight = sheet.nv12[125];
+  const int bottomLeft = sheet.nv12[126 * 93];
+  const int bottomRight = sheet.nv12[126 * 94 - 1];
+  EXPECT_NEAR(topLeft, 40, 2);
+  EXPECT_GT(topRight, topLeft + 4);
+  EXPECT_GT(bottomLeft, topRight + 4);
+  EXPECT_GT(bottomRight, bottomLeft + 4);
+}
+
+TEST_F(ToolOutputs, ContactSheetsPreferFramesThatWereDrawnOn) {
+  const std::string input = folder_.write("in.nv12", flatFrames(64, 48, kFrames));
+  std::string lines;
+  for (const int frame : {1, 4, 5, 9}) lines += fullMaskLine(frame, "p");
+  render({"--input", input, "--size", "64x48", "--detections", folder_.write("d.jsonl", lines), "--output",
+          path("out.y4m"), "--contact-sheet", path("sheet.png"), "--config", "{\"alpha\": 1}"});
+  LibavReader reader(path("sheet.png"));
+  Frame sheet;
+  ASSERT_TRUE(reader.next(sheet));
+  // The colour of class 0 is lighter than any frame that was not drawn on.
+  for (const std::size_t corner : {0U, 127U, 128U * 95, 128U * 96 - 1}) EXPECT_GT(sheet.nv12[corner], 100);
+}
+
+TEST_F(ToolOutputs, LargeFramesAreScaledOnTheContactSheet) {
+  const std::string input = folder_.write("in.nv12", flatFrames(1920, 1080, 1));
+  render({"--input", input, "--size", "1920x1080", "--detections", folder_.write("d.jsonl", ""), "--output",
+          path("out.nv12"), "--contact-sheet", path("sheet.png")});
+  LibavReader reader(path("sheet.png"));
+  EXPECT_EQ(reader.format().width, 1920);
+  EXPECT_EQ(reader.format().height, 1080);
+}
+
+}  // namespace

@@ -13,12 +13,10 @@
 
 namespace {
 
-// Enough digits that what a float or double holds can be told apart in the text, if not restored.
+// Significant digits. Ten restore every float; fifteen restore every decimal of as many digits, but not every
+// double.
 constexpr int kFloatDigits = 10;
 constexpr int kDoubleDigits = 15;
-
-// An output stream's default.
-constexpr int kDefaultDigits = 6;
 
 const char* sharedBytes(const SwString& text) {
   // Never destroyed: the pointer that was given out stays good until the next conversion.
@@ -67,7 +65,8 @@ SwString compactText(const Json& json) {
 
 // Unlike in JSON text, a Double without a fraction is not written as an integer: 1e20 stays "1e+20".
 SwString jsonValueText(const SwJsonValue& value) {
-  return value.isDouble() ? SwString(c_locale::toText(value.number(), kDefaultDigits)) : compactText(value);
+  return value.isDouble() ? SwString(c_locale::toText(value.number(), c_locale::kDefaultDigits))
+                          : compactText(value);
 }
 
 }  // namespace

@@ -4,8 +4,8 @@
 
 #include "core/SwString.h"
 
-// The state of one parse: a text, the position in it and the first error. The position and the error are the
-// caller's; a position past the end is moved to the end.
+/// The state of one parse: a text, the position in it and the first error. The position and the error are the
+/// caller's; a position past the end is moved to the end.
 class SwJsonCursor {
  public:
   SwJsonCursor(const SwString& json, unsigned long& index, SwString& errorMessage);
@@ -16,20 +16,20 @@ class SwJsonCursor {
   unsigned long remaining() const noexcept { return text().size() - index_; }
   bool failed() const noexcept { return !errorMessage_.empty(); }
 
-  // The byte at the position; NUL at the end. As a NUL may also stand in the text, it proves nothing.
+  /// The byte at the position; NUL at the end. As a NUL may also stand in the text, it proves nothing.
   char peek() const noexcept { return text().c_str()[index_]; }
 
-  // Moves forward; there must be as many bytes.
+  /// Moves forward; there must be as many bytes.
   void advance(unsigned long bytes = 1) noexcept { index_ += bytes; }
 
-  // Moves past the byte if it is the next one.
+  /// Moves past the byte if it is the next one.
   bool skip(char byte) noexcept;
   void skipSpace() noexcept;
 
-  // Moves past the digits at the position; false if there is none.
+  /// Moves past the digits at the position; false if there is none.
   bool skipDigits() noexcept;
 
-  // Records an error at the position or at `index`; of several the first stays.
+  /// Records an error at the position or at `index`; of several the first stays.
   void fail(const char* message) { fail(message, index_); }
   void fail(const char* message, unsigned long index);
 
@@ -39,6 +39,6 @@ class SwJsonCursor {
   SwString& errorMessage_;
 };
 
-// What SwJsonDocument::reportError does.
+/// What SwJsonDocument::reportError does.
 void reportJsonError(SwString& errorMessage, const SwString& json, unsigned long index,
                      const std::string& message);

@@ -8,13 +8,6 @@
 #include "core/SwJsonArray.h"
 #include "core/saturate.h"
 
-namespace {
-
-// An output stream's default.
-constexpr int kSignificantDigits = 6;
-
-}  // namespace
-
 SwJsonGenerator::SwJsonGenerator(SwString& out, Layout layout, int level)
     : out_(out), layout_(layout), level_(level < 0 ? 0 : static_cast<std::size_t>(level)) {}
 
@@ -117,7 +110,7 @@ void SwJsonGenerator::appendNumber(double number) {
   double integralPart = 0.0;
   const bool isIntegral = std::modf(number, &integralPart) == 0.0;
   out_ += isIntegral ? std::to_string(sw_number::saturate<std::int64_t>(number))
-                     : c_locale::toText(number, kSignificantDigits);
+                     : c_locale::toText(number, c_locale::kDefaultDigits);
 }
 
 void SwJsonGenerator::appendQuoted(const std::string& text) {

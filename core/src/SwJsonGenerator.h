@@ -8,13 +8,13 @@
 #include "core/SwJsonValue.h"
 #include "core/SwString.h"
 
-// Appends JSON text to a string. The containers it stands in are on a stack of its own, so a tree may be as
-// deep as memory allows.
+/// Appends JSON text to a string. The containers it stands in are on a stack of its own, so a tree may be as
+/// deep as memory allows.
 class SwJsonGenerator {
  public:
   enum class Layout { Compact, Indented };
 
-  // `level` is the nesting level of what is appended; a negative one counts as 0.
+  /// `level` is the nesting level of what is appended; a negative one counts as 0.
   SwJsonGenerator(SwString& out, Layout layout, int level);
 
   void append(const SwJsonValue& value);
@@ -22,7 +22,7 @@ class SwJsonGenerator {
   void append(const SwJsonArray& array);
 
  private:
-  // A container whose opening bracket is written, and what comes next in it. One of the two pointers is set.
+  /// A container whose opening bracket is written, and what comes next in it. One of the two pointers is set.
   struct Open {
     const SwJsonObject* object;
     const SwJsonArray* array;

@@ -8,21 +8,21 @@
 #include "SwJsonCursor.h"
 #include "core/SwJsonValue.h"
 
-// Parses one value. The containers that are open at the position stand on a stack of the parser's own, so a
-// text may nest them as deeply as memory allows.
+/// Parses one value. The containers that are open at the position stand on a stack of the parser's own, so a
+/// text may nest them as deeply as memory allows.
 class SwJsonParser {
  public:
   explicit SwJsonParser(SwJsonCursor& cursor) : cursor_(cursor) {}
 
-  // The value at the cursor, white space before it skipped; Null on an error, which the cursor then holds. To
-  // be called once.
+  /// The value at the cursor, white space before it skipped; Null on an error, which the cursor then holds. To
+  /// be called once.
   SwJsonValue parse();
 
  private:
   enum class Step { Value, Member, Element, Separator, Stop };
 
-  // An open container. Its finished values are those from `firstValue` on in values_; an open object's keys
-  // are the last ones in keys_.
+  /// An open container. Its finished values are those from `firstValue` on in values_; an open object's keys
+  /// are the last ones in keys_.
   struct Open {
     bool isObject;
     std::size_t firstValue;

@@ -1,8 +1,8 @@
 #pragma once
 
-// Classification of bytes as the C library does it in the "C" locale. The ctype functions are not used
-// because they follow the process's locale and are undefined for a negative char, which a byte from 0x80 on
-// is on some machines.
+/// Classification of bytes as the C library does it in the "C" locale. The ctype functions are not used
+/// because they follow the process's locale and are undefined for a negative char, which a byte from 0x80 on
+/// is on some machines.
 namespace ascii {
 
 inline bool isSpace(char byte) noexcept {
@@ -17,7 +17,7 @@ inline bool isLetter(char byte) noexcept {
   return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z');
 }
 
-// The value of a hexadecimal digit; -1 if it is none.
+/// The value of a hexadecimal digit; -1 if it is none.
 inline int hexDigitValue(char byte) noexcept {
   if (isDigit(byte)) return byte - '0';
   if (byte >= 'a' && byte <= 'f') return byte - 'a' + 10;

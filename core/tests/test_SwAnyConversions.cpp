@@ -35,8 +35,11 @@ class SwAnyConversions : public testing::Test {
 
 }  // namespace
 
-TEST_F(SwAnyConversions, IntAndText) {
+TEST_F(SwAnyConversions, Int7ToStringIs7) {
   EXPECT_EQ(toText(7), "7");
+}
+
+TEST_F(SwAnyConversions, IntAndText) {
   EXPECT_EQ(toText(std::numeric_limits<int>::min()), "-2147483648");
   EXPECT_EQ(fromText<int>(" 0b1_01 "), 5);
 }
@@ -107,10 +110,12 @@ TEST_F(SwAnyConversions, BoolAndText) {
   for (const char* text : {"1", "True", " true", "false", ""}) EXPECT_FALSE(fromText<bool>(text)) << text;
 }
 
-TEST_F(SwAnyConversions, StringListAndText) {
-  const SwAny list = SwAny::from(Strings{"a", "b"});
-  EXPECT_EQ(toText(list), "a,b");
+TEST_F(SwAnyConversions, StringsAAndBAreACommaBAndBack) {
+  EXPECT_EQ(toText(SwAny::from(Strings{"a", "b"})), "a,b");
   EXPECT_EQ(fromText<Strings>("a,b"), (Strings{"a", "b"}));
+}
+
+TEST_F(SwAnyConversions, StringListAndText) {
   EXPECT_EQ(fromText<Strings>(" a,,b "), (Strings{" a", "", "b "}));
   EXPECT_EQ(toText(SwAny::from(Strings{})), "");
 }
@@ -157,8 +162,11 @@ TEST_F(SwAnyConversions, JsonContainersWithoutStorageAreEmpty) {
   EXPECT_EQ(toText(SwJsonValue::ofKind(SwJsonValue::Kind::Array)), "[]");
 }
 
-TEST_F(SwAnyConversions, JsonScalarsToText) {
+TEST_F(SwAnyConversions, JsonStringToTextIsQuotedAndItsInnerQuoteEscaped) {
   EXPECT_EQ(toText(SwJsonValue("a\"b")), "\"a\\\"b\"");
+}
+
+TEST_F(SwAnyConversions, JsonScalarsToText) {
   EXPECT_EQ(toText(SwJsonValue(true)), "true");
   EXPECT_EQ(toText(SwJsonValue(-42)), "-42");
   EXPECT_EQ(toText(SwJsonValue()), "null");

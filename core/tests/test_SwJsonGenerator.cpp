@@ -79,8 +79,11 @@ TEST(SwJsonGenerator, EmptyContainersAreTheSameInBothModes) {
   }
 }
 
-TEST(SwJsonGenerator, IndentedTextHasOneMemberALine) {
+TEST(SwJsonGenerator, AnEmptyArrayUnderKeyAIndentedTakesOneLine) {
   EXPECT_EQ(generated(parsed("{\"a\":[]}"), true), "{\n  \"a\": []\n}");
+}
+
+TEST(SwJsonGenerator, IndentedTextHasOneMemberALine) {
   EXPECT_EQ(generated(parsed("{\"a\":[1,{\"b\":2}],\"c\":3}"), true),
             "{\n"
             "  \"a\": [\n"

@@ -1,14 +1,11 @@
 #include "render_base/RenderBase.h"
 
 #include <algorithm>
-#include <unordered_set>
 #include <utility>
 
 #include "render_base/RenderContext.h"
 
 namespace {
-
-using KeySet = std::unordered_set<std::string>;
 
 /// The list kept under `type`, or null when the map or the entry is absent.
 template <class Record>
@@ -19,29 +16,31 @@ const std::vector<Record>* listOf(const std::unordered_map<std::string, std::vec
   return found == map->end() ? nullptr : &found->second;
 }
 
-void addReports(const std::vector<RenderProducerStatus>& reports, RenderProducerTypeView& view,
-                KeySet& listed) {
+void addReports(const std::vector<RenderProducerStatus>& reports, RenderProducerTypeView& view) {
   view.statusByProducer.reserve(reports.size());
   view.producers.reserve(reports.size());
-  listed.reserve(reports.size());
   for (const RenderProducerStatus& report : reports) {
     const std::string& key = providerKey(report);
     if (key.empty()) continue;
     const auto [merged, isNew] = view.statusByProducer.try_emplace(key, report);
-    if (!isNew) mergeProducerStatus(merged->second, report);
-    if (listed.insert(key).second) view.producers.push_back(key);
+    if (isNew) {
+      view.producers.push_back(key);
+    } else {
+      mergeProducerStatus(merged->second, report);
+    }
   }
 }
 
-void addInputs(const std::vector<RenderInput>& inputs, RenderProducerTypeView& view, KeySet& listed) {
+void addInputs(const std::vector<RenderInput>& inputs, RenderProducerTypeView& view) {
   view.inputsByProducer.reserve(inputs.size());
   std::vector<std::string> extra;
   extra.reserve(inputs.size());
   for (const RenderInput& input : inputs) {
     const std::string& key = providerKey(input);
     if (key.empty()) continue;
-    view.inputsByProducer[key].push_back(&input);
-    if (listed.insert(key).second) extra.push_back(key);
+    const auto [ofProducer, isNew] = view.inputsByProducer.try_emplace(key);
+    ofProducer->second.push_back(&input);
+    if (isNew && view.statusByProducer.count(key) == 0) extra.push_back(key);
   }
   std::sort(extra.begin(), extra.end());
   view.producers.insert(view.producers.end(), std::make_move_iterator(extra.begin()),
@@ -66,8 +65,7 @@ const RenderProducerTypeView& RenderBase::producerTypeView(const RenderContext& 
   // Built aside and moved in whole: when memory runs out half-way, the cache must not keep a half-filled
   // view.
   RenderProducerTypeView view;
-  KeySet listed;
-  if (const auto* reports = listOf(ctx.producer_statuses, type)) addReports(*reports, view, listed);
-  if (const auto* inputs = listOf(ctx.inputs, type)) addInputs(*inputs, view, listed);
+  if (const auto* reports = listOf(ctx.producer_statuses, type)) addReports(*reports, view);
+  if (const auto* inputs = listOf(ctx.inputs, type)) addInputs(*inputs, view);
   return ctx.producer_views.emplace(type, std::move(view)).first->second;
 }

@@ -18,8 +18,9 @@ const unsigned char* FrameMask::fill(const MaskBits& mask, int width, int height
   if (mask.width == width && mask.height == height) {
     expandBits(mask, frame_);
   } else {
-    expandBits(mask, pixels_);
-    cv::resize(pixels_, frame_, cv::Size(width, height), 0, 0, cv::INTER_NEAREST);
+    cv::Mat pixels;
+    expandBits(mask, pixels);
+    cv::resize(pixels, frame_, cv::Size(width, height), 0, 0, cv::INTER_NEAREST);
   }
   return frame_.data;
 } catch (const cv::Exception& error) {

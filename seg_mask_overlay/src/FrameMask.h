@@ -6,8 +6,8 @@
 
 namespace seg_mask_overlay {
 
-/// A frame-sized mask in host memory, filled for one detection after another. Its memory only grows as large
-/// as the largest frame and mask seen, however many detections there are.
+/// A frame-sized mask in host memory, filled for one detection after another. Between two of them it keeps
+/// that memory alone, however large a producer's own masks are.
 class FrameMask {
  public:
   /// Scales `mask` to the whole frame by nearest-neighbour sampling and returns width * height bytes, row by
@@ -16,7 +16,6 @@ class FrameMask {
   const unsigned char* fill(const MaskBits& mask, int width, int height);
 
  private:
-  cv::Mat pixels_;  ///< the mask in its own size
   cv::Mat frame_;
 };
 

@@ -28,13 +28,6 @@ uint64_t steadyNowNs() {
   return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::nanoseconds>(now).count());
 }
 
-struct FrameSize {
-  int width, height;
-
-  bool empty() const { return width <= 0 || height <= 0; }
-  std::size_t bytes() const { return static_cast<std::size_t>(width) * static_cast<std::size_t>(height); }
-};
-
 FrameSize frameSize(const LazyDetachedPicture& picture) {
   const std::shared_ptr<zelvo::ZelvoPicture> readable = picture.readable();
   if (!readable) throw std::runtime_error("LazyDetachedPicture has no readable picture");
@@ -102,7 +95,7 @@ void SegMaskOverlayPlugin::render(RenderContext& ctx) {
 
   if (!mapWritablePicture(ctx, *backend_)) return;
   if (!reserveMaskBuffer(size.bytes())) return;
-  drawItems(ctx, size.width, size.height, items);
+  drawItems(ctx, size, items);
 }
 
 void SegMaskOverlayPlugin::skipFrame(uint64_t frame_id, const FrameDetections& frame, uint64_t now_ns) {
@@ -114,11 +107,11 @@ void SegMaskOverlayPlugin::skipFrame(uint64_t frame_id, const FrameDetections& f
   if (!first && !counted && !timed) return;
 
   dbg_next_log_ns_ = now_ns + dbg_log_interval_ms_ * 1'000'000;
-  // Composed first, so that it reaches the stream in one piece whatever else is written there.
-  std::cerr << "[SegMask][Fallback] frame=" + std::to_string(frame_id) +
-                   " decision=skip providers_missing=" + std::to_string(frame.missing) +
-                   " providers_using_lookback=" + std::to_string(frame.lookback) + "\n"
-            << std::flush;
+  const std::string line = "[SegMask][Fallback] frame=" + std::to_string(frame_id) +
+                           " decision=skip providers_missing=" + std::to_string(frame.missing) +
+                           " providers_using_lookback=" + std::to_string(frame.lookback) + "\n";
+  // In one piece and unformatted, whatever width or fill the host has left on the stream.
+  std::cerr.write(line.data(), static_cast<std::streamsize>(line.size())).flush();
 }
 
 /// False when the device has no memory for `bytes`; the next frame tries again.
@@ -135,23 +128,23 @@ bool SegMaskOverlayPlugin::reserveMaskBuffer(std::size_t bytes) {
   return true;
 }
 
-void SegMaskOverlayPlugin::drawItems(const RenderContext& ctx, int width, int height,
+void SegMaskOverlayPlugin::drawItems(const RenderContext& ctx, const FrameSize& size,
                                      const std::vector<OverlayItem>& items) {
   if (!frame_mask_) frame_mask_ = std::make_unique<FrameMask>();
   const IRenderBackend::MappedPlanes& planes = ctx.planes;
-  const std::size_t bytes = FrameSize{width, height}.bytes();
   auto* const deviceMask = static_cast<unsigned char*>(d_mask_buf_);
 
   for (const OverlayItem& item : items) {
-    const std::optional<LumaRect> rect = clipBox(item.box, width, height);
+    const std::optional<LumaRect> rect = clipBox(item.box, size.width, size.height);
     if (!rect) continue;
     // The copy has taken the pageable host bytes when it returns, and the stream keeps it behind the previous
     // item's kernels: so one host mask and one device buffer serve all items without waiting.
-    const unsigned char* mask = frame_mask_->fill(item.mask, width, height);
-    if (cudaMemcpyAsync(deviceMask, mask, bytes, cudaMemcpyHostToDevice, planes.stream) != cudaSuccess)
+    const unsigned char* mask = frame_mask_->fill(item.mask, size.width, size.height);
+    if (cudaMemcpyAsync(deviceMask, mask, size.bytes(), cudaMemcpyHostToDevice, planes.stream) != cudaSuccess)
       return;
-    seg_mask_cuda::launch_segmask_overlay_nv12(
-        planes.y, planes.yPitch, planes.uv, planes.uvPitch, width, height, deviceMask, width, rect->x0,
-        rect->y0, rect->x1, rect->y1, item.color.y, item.color.u, item.color.v, alpha_, planes.stream);
+    seg_mask_cuda::launch_segmask_overlay_nv12(planes.y, planes.yPitch, planes.uv, planes.uvPitch, size.width,
+                                               size.height, deviceMask, size.width, rect->x0, rect->y0,
+                                               rect->x1, rect->y1, item.color.y, item.color.u, item.color.v,
+                                               alpha_, planes.stream);
   }
 }

@@ -1,5 +1,7 @@
 #include "detections.h"
 
+#include <cxxabi.h>
+
 #include <algorithm>
 #include <new>
 
@@ -59,7 +61,9 @@ SwJsonObject resolvePayload(const RenderContext& ctx, const RenderInput& input) 
   try {
     return render_payload::anyToJsonObject(payload);
   } catch (const std::bad_alloc&) {
-    throw;
+    throw;  // lack of memory is no property of the payload
+  } catch (const abi::__forced_unwind&) {
+    throw;  // the host cancels this thread; the C++ runtime allows nothing else
   } catch (...) {
     // A conversion that a host registered may throw anything; one producer's bad day must not cost the others
     // theirs.

@@ -33,13 +33,17 @@ struct FrameDetections {
 };
 
 /// Appends the elements of the payload's "detections" array to `list` while it holds fewer than `cap`.
-/// Elements that are not objects are passed over; a member that is absent or of a wrong kind reads as 0 (as
-/// "null" for the text). Integers keep their low 32 bits, floating values are cut toward zero and saturate.
+/// Elements that are not objects are passed over.
+///
+/// Box and class take integers (their low 32 bits), floating values (cut toward zero, saturated) and booleans
+/// (1 and 0); the score takes the same as numbers; anything else, absence included, is 0. The text is
+/// whatever SwJsonValue::toString gives, so an absent one is "null".
 void collectDetections(const SwJsonObject& payload, std::size_t cap, std::vector<DetView>& list);
 
 /// Gathers up to `cap` detections: producer by producer in the view's order, input by input, element by
-/// element. Once the cap is reached, further producers are neither read nor counted. What the context's
-/// resolver throws passes through; a payload whose conversion throws counts as empty.
+/// element. Once the cap is reached, further producers are neither read nor counted; the inputs of the
+/// producer that reached it are all resolved. What the context's resolver throws passes through, and so does
+/// std::bad_alloc; a payload whose conversion throws anything else counts as empty.
 FrameDetections gatherDetections(const RenderContext& ctx, const RenderProducerTypeView& view,
                                  std::size_t cap);
 

@@ -25,8 +25,7 @@ constexpr std::array<uint8_t, 256> makeBase64Values() {
 
 constexpr std::array<uint8_t, 256> kBase64Values = makeBase64Values();
 
-/// Lenient where the string library's cipher decoder is strict: producers wrap lines and leave padding out.
-/// Stops at `limit` bytes.
+/// Lenient, because producers wrap lines and leave padding out. Stops at `limit` bytes.
 std::vector<uint8_t> decodeBase64(std::string_view text, std::size_t limit) {
   std::vector<uint8_t> bytes;
   bytes.reserve(limit);

@@ -16,9 +16,6 @@ namespace {
 
 constexpr int32_t kMaxOverlayDets = 4096;  // as the published schema says
 
-/// The white space of the JSON parser, which is the C library's in the "C" locale.
-constexpr const char kWhitespace[] = " \t\n\v\f\r";
-
 std::optional<double> readNumber(const SwJsonValue& value) {
   switch (value.kind()) {
     case SwJsonValue::Kind::Int:
@@ -55,10 +52,6 @@ int32_t clampDets(int32_t count) {
   return std::clamp(count, 1, kMaxOverlayDets);
 }
 
-int32_t lowBits(int64_t value) {
-  return static_cast<int32_t>(static_cast<uint32_t>(value));
-}
-
 int32_t readDets(const SwJsonValue& value) {
   if (value.isInt()) return clampDets(lowBits(value.integer()));
   if (!value.isDouble()) return 1;
@@ -68,26 +61,18 @@ int32_t readDets(const SwJsonValue& value) {
   return clampDets(lowBits(sw_number::saturate<int64_t>(number)));
 }
 
-/// The root object of a text that is one JSON object and nothing else.
-std::optional<SwJsonValue> parseObject(const std::string& json) {
-  SwString error;
-  unsigned long end = 0;
-  SwJsonValue root = SwJsonDocument().parseJson(json, end, SwString(), error);
-  if (!error.empty() || json.find_first_not_of(kWhitespace, end) != std::string::npos) return std::nullopt;
-  if (!root.object()) return std::nullopt;
-  return root;
-}
-
 }  // namespace
 
 ConfigUpdate parseConfig(const std::string& json) {
   ConfigUpdate update;
-  const std::optional<SwJsonValue> root = parseObject(json);
+  SwJsonDocument document;
+  SwString error;
+  if (!document.loadFromJson(json, error)) return update;
+  const SwJsonObject* root = document.root().object();
   if (!root) return update;
-  const SwJsonObject& config = *root->object();
-  update.alpha = readUnitValue(config, "alpha");
-  update.min_score = readUnitValue(config, "min_score");
-  if (const SwJsonValue* dets = config.find("max_overlay_dets")) update.max_overlay_dets = readDets(*dets);
+  update.alpha = readUnitValue(*root, "alpha");
+  update.min_score = readUnitValue(*root, "min_score");
+  if (const SwJsonValue* dets = root->find("max_overlay_dets")) update.max_overlay_dets = readDets(*dets);
   return update;
 }
 

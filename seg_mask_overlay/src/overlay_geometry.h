@@ -2,6 +2,8 @@
 
 // Which pixels are drawn: shared by host and device, so that it is written once.
 
+#include <cstddef>
+
 #ifdef __CUDACC__
 #define SEG_MASK_HOST_DEVICE __host__ __device__
 #else
@@ -9,6 +11,18 @@
 #endif
 
 namespace seg_mask_overlay {
+
+/// A frame's luma columns and rows.
+struct FrameSize {
+  int width, height;
+
+  constexpr bool empty() const { return width <= 0 || height <= 0; }
+
+  /// Of a mask with one byte a pixel; the frame is not empty.
+  constexpr std::size_t bytes() const {
+    return static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+  }
+};
 
 /// Luma pixels, both corners included. Empty when x1 < x0 or y1 < y0.
 struct LumaRect {

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <limits>
+#include <new>
 #include <string>
 
 #include "FrameMask.h"
@@ -19,7 +21,7 @@ std::string rows(const unsigned char* mask, int width, int height) {
   return text;
 }
 
-TEST(FrameMask, AMaskOfTheFramesOwnSizeIsUsedWithoutScaling) {
+TEST(FrameMask, AMaskOfTheFramesOwnSizeKeepsItsPixels) {
   FrameMask frame;
   EXPECT_EQ(rows(frame.fill({3, 2, {0b101001}}, 3, 2), 3, 2), "#../#.#");
 }
@@ -32,7 +34,7 @@ TEST(FrameMask, ATwoByOneMaskCoversTheLeftHalfOfAFullHdFrameWithItsLeftPixel) {
   }
 }
 
-TEST(FrameMask, NearestNeighbourTakesTheSourcePixelAtTheFloorOfTheScaledPosition) {
+TEST(FrameMask, ThreeColumnsBecomeFiveAndFiveBecomeThreeByNearestNeighbour) {
   FrameMask frame;
   // 3 columns to 5: floor(x * 3 / 5) = 0 0 1 1 2.
   EXPECT_EQ(rows(frame.fill({3, 1, {0b101}}, 5, 1), 5, 1), "##..#");
@@ -46,6 +48,22 @@ TEST(FrameMask, OneMaskAfterAnotherLeavesNothingOfTheFirst) {
   EXPECT_EQ(rows(frame.fill({1, 1, {0}}, 2, 2), 2, 2), "../..");
   frame.fill({2, 2, {0b1111}}, 2, 2);
   EXPECT_EQ(rows(frame.fill({2, 2, {0b0001}}, 2, 2), 2, 2), "#./..");
+}
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kAllocationsMayFail = false;  // the sanitizers' allocators end the process instead
+#else
+constexpr bool kAllocationsMayFail = true;
+#endif
+
+TEST(FrameMask, LackOfMemoryIsBadAllocWhateverOpenCvCallsIt) {
+  if (!kAllocationsMayFail) GTEST_SKIP() << "a failed allocation ends the process under this sanitizer";
+  FrameMask frame;
+  constexpr int kHuge = std::numeric_limits<int>::max();
+  testing::internal::CaptureStderr();  // OpenCV reports it there as well
+  EXPECT_THROW(frame.fill({1, 1, {1}}, kHuge, kHuge), std::bad_alloc);
+  testing::internal::GetCapturedStderr();
+  EXPECT_EQ(rows(frame.fill({1, 1, {1}}, 2, 1), 2, 1), "##");
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <chrono>
+#include <iomanip>
+#include <iostream>
 #include <limits>
 #include <stdexcept>
 
@@ -15,6 +17,11 @@
 #include "zelvo/transfer.h"
 
 namespace {
+
+uint64_t steadyNowNs() {
+  return static_cast<uint64_t>(
+      std::chrono::nanoseconds(std::chrono::steady_clock::now().time_since_epoch()).count());
+}
 
 constexpr uint64_t kNever = std::numeric_limits<uint64_t>::max();
 
@@ -101,6 +108,18 @@ TEST_F(Plugin, ConstructionSetsTheDefaults) {
   EXPECT_EQ(peer.logIntervalMs(), 2000U);
   EXPECT_EQ(peer.logEveryN(), 60U);
   EXPECT_EQ(peer.maxOverlayDets(), 256);
+}
+
+TEST_F(Plugin, TheNameIsKnownBeforeInit) {
+  const SegMaskOverlayPlugin fresh;
+  EXPECT_STREQ(fresh.getName(), "SegMaskOverlayPlugin");
+}
+
+TEST_F(Plugin, ThereIsExactlyOneRequirementDetectionV1WithTheFlagFalse) {
+  const std::vector<RenderInputRequirement> requirements = plugin.input_requirements();
+  ASSERT_EQ(requirements.size(), 1U);
+  EXPECT_EQ(requirements[0].type, "detection.v1");
+  EXPECT_FALSE(requirements[0].flag);
 }
 
 TEST_F(Plugin, TheIdIsThePrefixAndTheAddressInDecimal) {
@@ -237,6 +256,19 @@ TEST_F(Plugin, TheSkipLineNamesFrameMissingAndLookback) {
             "[SegMask][Fallback] frame=1042 decision=skip providers_missing=2 providers_using_lookback=1\n");
 }
 
+TEST_F(Plugin, TheLineIgnoresWhatTheHostHasLeftOnTheStream) {
+  plugin.enableDebug(true);
+  Frame frame;
+  testing::internal::CaptureStderr();
+  std::cerr << std::setw(200) << std::setfill('*');
+  plugin.render(frame.ctx);
+  const std::string line = testing::internal::GetCapturedStderr();
+  std::cerr.width(0);
+  std::cerr.fill(' ');
+  EXPECT_EQ(line,
+            "[SegMask][Fallback] frame=0 decision=skip providers_missing=0 providers_using_lookback=0\n");
+}
+
 TEST_F(Plugin, TheFrameNumberIsUnsigned) {
   plugin.enableDebug(true);
   Frame frame;
@@ -263,9 +295,11 @@ TEST_F(Plugin, ALineIsAlsoDueWhenItsTimeHasCome) {
 
 TEST_F(Plugin, ALineMovesTheNextTimeByTheIntervalAndFramesWithoutOneDoNot) {
   plugin.enableDebug(true);
+  const uint64_t before = steadyNowNs();
   framesLogged(1);
-  const uint64_t first = fields.nextLogNs();
-  EXPECT_GE(first, 2'000'000'000U);
+  const uint64_t after = steadyNowNs();
+  EXPECT_GE(fields.nextLogNs(), before + 2'000'000'000U);
+  EXPECT_LE(fields.nextLogNs(), after + 2'000'000'000U);
   fields.nextLogNs() = kNever;
   framesLogged(1);
   EXPECT_EQ(fields.nextLogNs(), kNever);

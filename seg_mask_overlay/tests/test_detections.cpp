@@ -226,6 +226,15 @@ TEST(GatherDetections, TheCapRunsAcrossInputsAndProducers) {
   EXPECT_EQ(Gathering::xs(g.gather(4)), (std::vector<int>{1, 2, 3, 4}));
 }
 
+TEST(GatherDetections, AllInputsOfTheProducerThatReachesTheCapAreResolved) {
+  Gathering g;
+  g.list("a");
+  g.add("a", Gathering::payload({1, 2}));
+  g.add("a", Gathering::payload({3}));
+  EXPECT_EQ(Gathering::xs(g.gather(1)), std::vector<int>{1});
+  EXPECT_EQ(g.askedFrames.size(), 2U);
+}
+
 TEST(GatherDetections, LookbackCountsOncePerProducerAndNullInputsArePassedOver) {
   Gathering g;
   g.list("a");
@@ -293,6 +302,19 @@ TEST(GatherDetections, APayloadWhoseConversionThrowsContributesNothingAndTheFram
   const FrameDetections frame = g.gather();
   EXPECT_EQ(Gathering::xs(frame), std::vector<int>{1});
   EXPECT_EQ(frame.missing, 1U);
+}
+
+/// A payload type whose conversion finds no memory.
+struct Ravenous {};
+
+TEST(GatherDetections, LackOfMemoryInAConversionPassesThrough) {
+  SwAny::registerMetaType<Ravenous>();
+  SwAny::registerConversion<Ravenous, SwJsonObject>(
+      [](const Ravenous&) -> SwJsonObject { throw std::bad_alloc(); });
+  Gathering g;
+  g.list("a");
+  g.add("a", SwAny::from(Ravenous()));
+  EXPECT_THROW(g.gather(), std::bad_alloc);
 }
 
 TEST(GatherDetections, WhatTheResolverThrowsIsTheHostsToSee) {

@@ -123,6 +123,19 @@ TEST_F(MappedPicture, AnInvalidMappingByAnotherBackendLeavesNothingOfTheFirst) {
   EXPECT_FALSE(ctx.guard.holds());
 }
 
+TEST_F(MappedPicture, AnActiveGuardWithInvalidPlanesStaysWhereTheNewMappingIsInvalidToo) {
+  mapWritablePicture(ctx, a);
+  ctx.planes.y = nullptr;
+  events.clear();
+  b.planes.uv = nullptr;
+  EXPECT_FALSE(mapWritablePicture(ctx, b));
+  EXPECT_EQ(events, (Events{"map b", "unmap b"}));
+  EXPECT_TRUE(ctx.guard_active);
+  EXPECT_TRUE(ctx.guard.holds());
+  EXPECT_EQ(ctx.render_target, nullptr);
+  EXPECT_EQ(ctx.guard_backend, nullptr);
+}
+
 TEST_F(MappedPicture, APictureWithoutARenderTargetMapsNothingAndDropsTheOldTarget) {
   mapWritablePicture(ctx, a);
   events.clear();

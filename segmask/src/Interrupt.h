@@ -5,8 +5,8 @@
 namespace segmask {
 
 /// Turns the first SIGINT or SIGTERM into a wish that long work asks for: stop soon, but keep what is there.
-/// A second one ends the process the hard way, for whoever cannot wait. One at a time in a process;
-/// the old handling comes back at the end.
+/// A second one ends the process the hard way, for whoever cannot wait. One at a time in a process; the old
+/// handling comes back at the end.
 class Interrupt {
  public:
   Interrupt();

@@ -24,8 +24,8 @@ constexpr bool isOneOf() {
   return (std::is_same_v<T, Others> || ...);
 }
 
-// The types whose values live inside an SwAny and need no registration. A `const char*` is the pointer alone:
-// the bytes stay the caller's.
+/// The types whose values live inside an SwAny and need no registration. A `const char*` is the pointer alone:
+/// the bytes stay the caller's.
 template <typename T>
 constexpr bool isInlineKind() {
   return isOneOf<T, bool, int, long, float, double, unsigned int, unsigned long, const char*, std::string,
@@ -39,45 +39,45 @@ constexpr bool convertsImplicitly() {
 
 }  // namespace sw_any
 
-// One value of any type, together with the type's run-time name, and a process-wide registry of conversions.
+/// One value of any type, together with the type's run-time name, and a process-wide registry of conversions.
 //
-// Values of the inline kinds above are held in place. Values of any other type, a meta type, live on the heap
-// and need the type to be registered; the library registers SwString, the JSON types, SwJsonDocument,
-// std::vector<std::string>, SwList<unsigned char> and SwFlagSet of the enumerations in core/flags.h. A value
-// of a type that nobody has registered keeps its name and owns nothing: data() is null and get() throws.
+/// Values of the inline kinds above are held in place. Values of any other type, a meta type, live on the heap
+/// and need the type to be registered; the library registers SwString, the JSON types, SwJsonDocument,
+/// std::vector<std::string>, SwList<unsigned char> and SwFlagSet of the enumerations in core/flags.h. A value
+/// of a type that nobody has registered keeps its name and owns nothing: data() is null and get() throws.
 //
-// A value is owned by its SwAny and copied deeply. A moved-from SwAny is empty, and so is one made by
-// default.
+/// A value is owned by its SwAny and copied deeply. A moved-from SwAny is empty, and so is one made by
+/// default.
 //
-// The registry: one per process, filled with the library's types and conversions by the first operation that
-// consults it: convert, toString of anything but an SwString or a floating-point number, making, copying,
-// reading or clearing a value of a meta type, getConversionRules, and any registration. Filling writes one
-// line, the same at every start of every process, to standard error. Loading the library and using values of
-// inline kinds does not fill it.
+/// The registry: one per process, filled with the library's types and conversions by the first operation that
+/// consults it: convert, toString of anything but an SwString or a floating-point number, making, copying,
+/// reading or clearing a value of a meta type, getConversionRules, and any registration. Filling writes one
+/// line, the same at every start of every process, to standard error. Loading the library and using values of
+/// inline kinds does not fill it.
 //
-// Threads: filling is safe from any of them. Registration is not: a host registers its own types and
-// conversions before others use SwAny, and the module that does so stays loaded, because the registry keeps
-// its functions.
+/// Threads: filling is safe from any of them. Registration is not: a host registers its own types and
+/// conversions before others use SwAny, and the module that does so stays loaded, because the registry keeps
+/// its functions.
 class SW_CORE_EXPORT SwAny {
  public:
-  // For each source type name the names of the types it converts to, in the order of registration.
+  /// For each source type name the names of the types it converts to, in the order of registration.
   using ConversionRules = std::map<std::string, std::vector<std::string>>;
   using Converter = std::function<SwAny(const SwAny&)>;
 
   SwAny() noexcept = default;
 
-  // Holds `value`. For the inline kinds, SwString and the JSON values, exactly these types; from() takes any.
+  /// Holds `value`. For the inline kinds, SwString and the JSON values, exactly these types; from() takes any.
   template <typename T, std::enable_if_t<sw_any::convertsImplicitly<std::decay_t<T>>(), int> = 0>
   SwAny(T&& value) : SwAny(make<std::decay_t<T>>(std::forward<T>(value))) {}
 
-  // Copying passes on what the value's own copy throws, and then changes nothing.
+  /// Copying passes on what the value's own copy throws, and then changes nothing.
   SwAny(const SwAny& other);
   SwAny(SwAny&& other) noexcept;
   SwAny& operator=(const SwAny& other);
   SwAny& operator=(SwAny&& other) noexcept;
   ~SwAny();
 
-  // Holds a copy of `value`, or `value` itself if it is an rvalue.
+  /// Holds a copy of `value`, or `value` itself if it is an rvalue.
   template <typename T>
   static SwAny from(const T& value) {
     return make<std::decay_t<const T&>>(value);
@@ -87,60 +87,60 @@ class SW_CORE_EXPORT SwAny {
     return make<std::decay_t<T>>(std::forward<T>(value));
   }
 
-  // Holds a copy of the object of type `typeName` at `object`. A null address gives that type's name without
-  // storage, and a name that is not registered does too; for an inline kind, which has no such state, a null
-  // address gives an empty SwAny.
+  /// Holds a copy of the object of type `typeName` at `object`. A null address gives that type's name without
+  /// storage, and a name that is not registered does too; for an inline kind, which has no such state, a null
+  /// address gives an empty SwAny.
   static SwAny fromVoidPtr(const std::string& typeName, const void* object);
 
-  // The name under which values of type T are held: the run-time type name without a leading '*'.
+  /// The name under which values of type T are held: the run-time type name without a leading '*'.
   template <typename T>
   static std::string typeNameOf() {
     const char* name = typeid(T).name();
     return *name == '*' ? name + 1 : name;
   }
 
-  // The held value's type name; empty if there is no value.
+  /// The held value's type name; empty if there is no value.
   const std::string& typeName() const noexcept { return typeName_; }
   bool isEmpty() const noexcept { return typeName_.empty(); }
 
-  // The held value, owned by this SwAny and valid until it changes or dies. Throws std::runtime_error: "Type
-  // mismatch in SwAny::get" if the held type is not exactly T, "Null storage in SwAny::get" if there is no
-  // value behind its name.
+  /// The held value, owned by this SwAny and valid until it changes or dies. Throws std::runtime_error: "Type
+  /// mismatch in SwAny::get" if the held type is not exactly T, "Null storage in SwAny::get" if there is no
+  /// value behind its name.
   template <typename T>
   const T& get() const;
 
-  // The address of the held value, owned as above; null if there is none.
+  /// The address of the held value, owned as above; null if there is none.
   void* data() const;
 
-  // Becomes an independent copy of `other`, as assignment does.
+  /// Becomes an independent copy of `other`, as assignment does.
   void copyFrom(const SwAny& other);
 
-  // Releases the value and becomes empty.
+  /// Releases the value and becomes empty.
   void clear();
 
-  // A new SwAny with the value converted to the named type; a copy if it is the held type. If there is no
-  // such conversion, an empty SwAny, and "No conversion rule registered from ", the held name, " to " and the
-  // target name go to standard error. Throws what the conversion throws, and get()'s errors if there is no
-  // value behind the name.
+  /// A new SwAny with the value converted to the named type; a copy if it is the held type. If there is no
+  /// such conversion, an empty SwAny, and "No conversion rule registered from ", the held name, " to " and the
+  /// target name go to standard error. Throws what the conversion throws, and get()'s errors if there is no
+  /// value behind the name.
   SwAny convert(const std::string& targetTypeName) const;
 
-  // The value as text: an SwString's bytes; a float or double with `precision` significant digits; anything
-  // else through its conversion to SwString. Empty, with no message, if there is none. Throws get()'s errors
-  // if there is no value behind the name or the conversion gives another type.
+  /// The value as text: an SwString's bytes; a float or double with `precision` significant digits; anything
+  /// else through its conversion to SwString. Empty, with no message, if there is none. Throws get()'s errors
+  /// if there is no value behind the name or the conversion gives another type.
   std::string toString(int precision) const;
 
-  // The conversions there are. The reference stays valid for the life of the process.
+  /// The conversions there are. The reference stays valid for the life of the process.
   static const ConversionRules& getConversionRules();
 
-  // Lets SwAny hold values of the copyable type T, which is no inline kind.
+  /// Lets SwAny hold values of the copyable type T, which is no inline kind.
   template <typename T>
   static void registerMetaType();
 
-  // Lets convert() turn an A into a B by calling `function`; replaces an earlier conversion between the two.
+  /// Lets convert() turn an A into a B by calling `function`; replaces an earlier conversion between the two.
   template <typename A, typename B>
   static void registerConversion(std::function<B(const A&)> function);
 
-  // The same for a function that handles the SwAny itself; what it returns is what convert() returns.
+  /// The same for a function that handles the SwAny itself; what it returns is what convert() returns.
   static void registerConverter(const std::string& sourceTypeName, const std::string& targetTypeName,
                                 Converter converter);
 
@@ -151,8 +151,8 @@ class SW_CORE_EXPORT SwAny {
   using DataFunction = void* (*)(const SwAny& any);
   using FromVoidPtrFunction = SwAny (*)(const void* object);
 
-  // What the registries hold for a meta type T. All but the last handle the storage alone, not the type name,
-  // and find `to` without an object.
+  /// What the registries hold for a meta type T. All but the last handle the storage alone, not the type name,
+  /// and find `to` without an object.
   template <typename T>
   struct MetaType {
     static void moveFrom(SwAny& to, SwAny&& from) noexcept;
@@ -162,7 +162,7 @@ class SW_CORE_EXPORT SwAny {
     static SwAny fromVoidPtr(const void* object);
   };
 
-  // The registries: one of each per process, because these functions are the shared library's own.
+  /// The registries: one of each per process, because these functions are the shared library's own.
   static std::map<std::string, MoveFunction>& _dynamicMoveFrom();
   static std::map<std::string, ClearFunction>& _dynamicClear();
   static std::map<std::string, CopyFunction>& _dynamicCopyFrom();
@@ -180,7 +180,7 @@ class SW_CORE_EXPORT SwAny {
   static void registerJsonConversions();
   static void registerByteConversions();
 
-  // Registration without filling the registry first: what filling itself uses.
+  /// Registration without filling the registry first: what filling itself uses.
   template <typename T>
   static void enterMetaType();
   template <typename A, typename B, typename Function>
@@ -195,7 +195,7 @@ class SW_CORE_EXPORT SwAny {
   template <typename T, typename Value>
   static SwAny make(Value&& value);
 
-  // The first word of the storage, in which a meta type keeps the address of its object.
+  /// The first word of the storage, in which a meta type keeps the address of its object.
   void* object() const noexcept;
   void setObject(void* object) noexcept;
 
@@ -255,7 +255,7 @@ SwAny SwAny::make(Value&& value) {
   } else if (isMetaType(name)) {
     any.setObject(new T(std::forward<Value>(value)));
   }
-  // Last, and unable to throw: the name is what makes the destructor look for a value.
+  /// Last, and unable to throw: the name is what makes the destructor look for a value.
   any.typeName_ = std::move(name);
   return any;
 }

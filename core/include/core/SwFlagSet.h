@@ -3,8 +3,8 @@
 #include <initializer_list>
 #include <type_traits>
 
-// A set of flags of the enumeration `Flag`, whose enumerators are distinct bits of an unsigned underlying
-// type (an enumerator of several bits stands for all of them). A plain value without ownership.
+/// A set of flags of the enumeration `Flag`, whose enumerators are distinct bits of an unsigned underlying
+/// type (an enumerator of several bits stands for all of them). A plain value without ownership.
 template <typename Flag>
 class SwFlagSet {
  public:
@@ -19,7 +19,7 @@ class SwFlagSet {
   bool isEmpty() const noexcept { return bits_ == 0; }
   Bits bits() const noexcept { return bits_; }
 
-  // True if all bits of `flag` are in the set.
+  /// True if all bits of `flag` are in the set.
   bool contains(Flag flag) const noexcept { return (bits_ & bitsOf(flag)) == bitsOf(flag); }
 
   void set(Flag flag) noexcept { bits_ = static_cast<Bits>(bits_ | bitsOf(flag)); }

@@ -7,10 +7,10 @@
 #include "core/SwJsonValue.h"
 #include "core/export.h"
 
-// The elements of a JSON array, in order.
+/// The elements of a JSON array, in order.
 //
-// Copies are deep. Pointers, references and iterators to elements stay valid until the next append or
-// reserve. Threads: as for SwJsonValue.
+/// Copies are deep. Pointers, references and iterators to elements stay valid until the next append or
+/// reserve. Threads: as for SwJsonValue.
 class SW_CORE_EXPORT SwJsonArray {
  public:
   using const_iterator = std::vector<SwJsonValue>::const_iterator;
@@ -19,7 +19,7 @@ class SW_CORE_EXPORT SwJsonArray {
   SwJsonArray(const SwJsonArray&) = default;
   SwJsonArray(SwJsonArray&&) noexcept = default;
 
-  // `other` may come from inside this container.
+  /// `other` may come from inside this container.
   SwJsonArray& operator=(SwJsonArray other) noexcept {
     elements_.swap(other.elements_);
     return *this;
@@ -30,11 +30,11 @@ class SW_CORE_EXPORT SwJsonArray {
   void reserve(std::size_t count) { elements_.reserve(count); }
   void append(SwJsonValue value) { elements_.push_back(std::move(value)); }
 
-  // Throws std::out_of_range if `index` is not below size().
+  /// Throws std::out_of_range if `index` is not below size().
   const SwJsonValue& at(std::size_t index) const { return elements_.at(index); }
   SwJsonValue& at(std::size_t index) { return elements_.at(index); }
 
-  // `index` must be below size().
+  /// `index` must be below size().
   const SwJsonValue& operator[](std::size_t index) const { return elements_[index]; }
   SwJsonValue& operator[](std::size_t index) { return elements_[index]; }
 

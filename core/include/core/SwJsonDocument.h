@@ -7,57 +7,57 @@
 #include "core/SwString.h"
 #include "core/export.h"
 
-// A JSON text's value, with the parser that reads it and the generator that writes one.
+/// A JSON text's value, with the parser that reads it and the generator that writes one.
 //
-// The parser takes standard JSON with two liberties: a comma may follow the last member or element, and of
-// equal keys in one object the last counts. Integers are signed 64-bit; one that does not fit is an error,
-// never a Double. Bytes from 0x80 on pass through strings unchecked. White space is space, tab, line feed,
-// vertical tab, form feed and carriage return. Numbers are read and written in the "C" locale, whatever the
-// process has set.
+/// The parser takes standard JSON with two liberties: a comma may follow the last member or element, and of
+/// equal keys in one object the last counts. Integers are signed 64-bit; one that does not fit is an error,
+/// never a Double. Bytes from 0x80 on pass through strings unchecked. White space is space, tab, line feed,
+/// vertical tab, form feed and carriage return. Numbers are read and written in the "C" locale, whatever the
+/// process has set.
 //
-// Texts and trees may be nested as deeply as memory allows: parsing and generating use a fixed amount of
-// stack.
+/// Texts and trees may be nested as deeply as memory allows: parsing and generating use a fixed amount of
+/// stack.
 //
-// A non-empty `key` asks for a keyed document, whose strings and bare tokens are encrypted. That is not
-// supported yet: parsing one reports the error "Keyed documents are not supported", generating one writes
-// that message to standard error and appends nothing.
+/// A non-empty `key` asks for a keyed document, whose strings and bare tokens are encrypted. That is not
+/// supported yet: parsing one reports the error "Keyed documents are not supported", generating one writes
+/// that message to standard error and appends nothing.
 //
-// Parsing never throws for a bad text. Threads: a document belongs to one thread; the parser has no global
-// state.
+/// Parsing never throws for a bad text. Threads: a document belongs to one thread; the parser has no global
+/// state.
 class SW_CORE_EXPORT SwJsonDocument {
  public:
-  // Parses the whole text and keeps its value as the root. `errorMessage` is cleared first. On an error it
-  // says what is wrong (see reportError), the root becomes Null and the result is false. If something other
-  // than white space follows the value, `errorMessage` is "Unexpected characters at the end of JSON." and the
-  // result is false too, but the root keeps the value.
+  /// Parses the whole text and keeps its value as the root. `errorMessage` is cleared first. On an error it
+  /// says what is wrong (see reportError), the root becomes Null and the result is false. If something other
+  /// than white space follows the value, `errorMessage` is "Unexpected characters at the end of JSON." and the
+  /// result is false too, but the root keeps the value.
   bool loadFromJson(const SwString& json, SwString& errorMessage, const SwString& key = SwString());
 
-  // The value of the last loadFromJson; Null before the first.
+  /// The value of the last loadFromJson; Null before the first.
   const SwJsonValue& root() const noexcept { return root_; }
 
-  // A copy of the root's members. If the root is not an Object, an empty object, and "Root is not a JSON
-  // object." goes to standard error.
+  /// A copy of the root's members. If the root is not an Object, an empty object, and "Root is not a JSON
+  /// object." goes to standard error.
   SwJsonObject object() const;
 
-  // Parses the one value that starts at byte `index` of `json`, white space before it skipped, and moves
-  // `index` past it; what follows is the caller's. On an error the value is Null, `index` stands where
-  // parsing stopped, and `errorMessage`, which the caller passes in empty, says what is wrong.
+  /// Parses the one value that starts at byte `index` of `json`, white space before it skipped, and moves
+  /// `index` past it; what follows is the caller's. On an error the value is Null, `index` stands where
+  /// parsing stopped, and `errorMessage`, which the caller passes in empty, says what is wrong.
   SwJsonValue parseJson(const SwString& json, unsigned long& index, const SwString& key,
                         SwString& errorMessage) const;
 
-  // Parses the string whose opening quote is at byte `index` and moves `index` past the closing one. Gives
-  // the unescaped bytes; the empty string on an error, which goes to `errorMessage`.
+  /// Parses the string whose opening quote is at byte `index` and moves `index` past the closing one. Gives
+  /// the unescaped bytes; the empty string on an error, which goes to `errorMessage`.
   SwString parseString(const SwString& json, unsigned long& index, SwString& errorMessage) const;
 
-  // Records an error unless `errorMessage` holds one already: the message, " (index N) near " and, between
-  // quotes, the up to 20 bytes of `json` before `index` and the up to 20 from it on. Any `index` is allowed.
+  /// Records an error unless `errorMessage` holds one already: the message, " (index N) near " and, between
+  /// quotes, the up to 20 bytes of `json` before `index` and the up to 20 from it on. Any `index` is allowed.
   void reportError(SwString& errorMessage, const SwString& json, unsigned long index,
                    const std::string& message) const;
 
-  // Appends the JSON text of `value` to `out`. Indented text has one member or element a line, two blanks a
-  // level, where `value` itself stands at `level`; compact text has no blank except the one after a key's
-  // colon. Object members come in key order. A Double without a fraction is written as an integer (saturated
-  // to 64 bits), so it is an Int when read again; any other has six significant digits.
+  /// Appends the JSON text of `value` to `out`. Indented text has one member or element a line, two blanks a
+  /// level, where `value` itself stands at `level`; compact text has no blank except the one after a key's
+  /// colon. Object members come in key order. A Double without a fraction is written as an integer (saturated
+  /// to 64 bits), so it is an Int when read again; any other has six significant digits.
   void generateJson(const SwJsonValue& value, SwString& out, bool indented, int level,
                     const SwString& key) const;
 

@@ -7,11 +7,11 @@
 #include "core/SwJsonValue.h"
 #include "core/export.h"
 
-// The members of a JSON object: a map whose keys stand in byte-wise ascending order, each once. Keys are byte
-// strings and may hold NUL bytes, except where a function takes a `const char*`.
+/// The members of a JSON object: a map whose keys stand in byte-wise ascending order, each once. Keys are byte
+/// strings and may hold NUL bytes, except where a function takes a `const char*`.
 //
-// Copies are deep. Pointers, references and iterators to a member stay valid until that member is removed or
-// overwritten. Threads: as for SwJsonValue.
+/// Copies are deep. Pointers, references and iterators to a member stay valid until that member is removed or
+/// overwritten. Threads: as for SwJsonValue.
 class SW_CORE_EXPORT SwJsonObject {
  public:
   using const_iterator = std::map<std::string, SwJsonValue>::const_iterator;
@@ -20,7 +20,7 @@ class SW_CORE_EXPORT SwJsonObject {
   SwJsonObject(const SwJsonObject&) = default;
   SwJsonObject(SwJsonObject&&) noexcept = default;
 
-  // `other` may come from inside this container.
+  /// `other` may come from inside this container.
   SwJsonObject& operator=(SwJsonObject other) noexcept {
     members_.swap(other.members_);
     return *this;
@@ -30,25 +30,25 @@ class SW_CORE_EXPORT SwJsonObject {
   std::size_t size() const noexcept { return members_.size(); }
   bool contains(const std::string& key) const { return members_.count(key) != 0; }
 
-  // Adds the member, or overwrites the value of the one that is there.
+  /// Adds the member, or overwrites the value of the one that is there.
   void insert(std::string key, SwJsonValue value);
 
-  // False if there is no such member.
+  /// False if there is no such member.
   bool remove(const std::string& key) { return members_.erase(key) != 0; }
 
-  // A copy of the member's value, or of `defaultValue` if there is no such member. A null key is the empty
-  // key.
+  /// A copy of the member's value, or of `defaultValue` if there is no such member. A null key is the empty
+  /// key.
   SwJsonValue value(const char* key, const SwJsonValue& defaultValue) const;
 
-  // The member's value, without a copy; if there is none, a Null that all objects share. A null key is the
-  // empty key.
+  /// The member's value, without a copy; if there is none, a Null that all objects share. A null key is the
+  /// empty key.
   const SwJsonValue& operator[](const char* key) const;
 
-  // The member's value, owned by this object; null if there is none.
+  /// The member's value, owned by this object; null if there is none.
   const SwJsonValue* find(const std::string& key) const;
   SwJsonValue* find(const std::string& key);
 
-  // The members as pairs of key (first) and value (second), in key order.
+  /// The members as pairs of key (first) and value (second), in key order.
   const_iterator begin() const noexcept { return members_.begin(); }
   const_iterator end() const noexcept { return members_.end(); }
 

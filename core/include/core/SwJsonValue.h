@@ -10,18 +10,18 @@
 class SwJsonArray;
 class SwJsonObject;
 
-// One JSON value: a kind and one field per kind, of which only the kind's own is set.
+/// One JSON value: a kind and one field per kind, of which only the kind's own is set.
 //
-// A value owns everything below it. Copies are deep, so two values never share a container; moving hands the
-// containers over and leaves a Null. A value must not be moved into a container inside itself.
+/// A value owns everything below it. Copies are deep, so two values never share a container; moving hands the
+/// containers over and leaves a Null. A value must not be moved into a container inside itself.
 //
-// Trees may be nested as deeply as memory allows: copying, comparing, moving and destroying one use a fixed
-// amount of stack, and destroying allocates nothing.
+/// Trees may be nested as deeply as memory allows: copying, comparing, moving and destroying one use a fixed
+/// amount of stack, and destroying allocates nothing.
 //
-// Threads: a value belongs to one thread; any number may read it while none changes it.
+/// Threads: a value belongs to one thread; any number may read it while none changes it.
 class SW_CORE_EXPORT SwJsonValue {
  public:
-  // The numbers are fixed: stored configurations and other languages' bindings compare against them.
+  /// The numbers are fixed: stored configurations and other languages' bindings compare against them.
   enum class Kind : std::int32_t {
     Null = 0,
     Bool = 1,
@@ -40,28 +40,28 @@ class SW_CORE_EXPORT SwJsonValue {
   SwJsonValue(long long value) noexcept : SwJsonValue(static_cast<long>(value)) {}
   SwJsonValue(unsigned int value) noexcept : SwJsonValue(static_cast<long>(value)) {}
 
-  // An Int if the value fits a signed 64-bit number, otherwise the nearest Double.
+  /// An Int if the value fits a signed 64-bit number, otherwise the nearest Double.
   SwJsonValue(unsigned long value) noexcept;
   SwJsonValue(unsigned long long value) noexcept : SwJsonValue(static_cast<unsigned long>(value)) {}
 
   SwJsonValue(double value) noexcept : kind_(Kind::Double), number_(value) {}
 
-  // A String with the bytes up to the terminating NUL; a null pointer gives the empty String.
+  /// A String with the bytes up to the terminating NUL; a null pointer gives the empty String.
   SwJsonValue(const char* text);
   SwJsonValue(std::string text) noexcept : kind_(Kind::String), text_(std::move(text)) {}
   SwJsonValue(const SwString& text) : SwJsonValue(text.str()) {}
 
-  // Take the container over (copy it in by passing an lvalue).
+  /// Take the container over (copy it in by passing an lvalue).
   SwJsonValue(SwJsonObject object);
   SwJsonValue(SwJsonArray array);
 
-  // Any other pointer would silently become a Bool, and a character an Int.
+  /// Any other pointer would silently become a Bool, and a character an Int.
   template <typename T>
   SwJsonValue(const T*) = delete;
   SwJsonValue(char) = delete;
 
-  // A value of `kind` whose fields are all clear: false, 0, 0.0, "". An Object or Array made this way has no
-  // container: object() and array() give null, and it reads, prints and compares like an empty one.
+  /// A value of `kind` whose fields are all clear: false, 0, 0.0, "". An Object or Array made this way has no
+  /// container: object() and array() give null, and it reads, prints and compares like an empty one.
   static SwJsonValue ofKind(Kind kind) noexcept;
 
   SwJsonValue(const SwJsonValue& other);
@@ -79,29 +79,29 @@ class SW_CORE_EXPORT SwJsonValue {
   bool isObject() const noexcept { return kind_ == Kind::Object; }
   bool isArray() const noexcept { return kind_ == Kind::Array; }
 
-  // The fields as they are, without conversion between kinds: false, 0, 0.0 and "" unless the kind is theirs.
+  /// The fields as they are, without conversion between kinds: false, 0, 0.0 and "" unless the kind is theirs.
   bool boolean() const noexcept { return boolean_; }
   std::int64_t integer() const noexcept { return integer_; }
   double number() const noexcept { return number_; }
   const std::string& text() const noexcept { return text_; }
 
-  // The container, owned by this value and valid until it changes or dies; null if there is none.
+  /// The container, owned by this value and valid until it changes or dies; null if there is none.
   const SwJsonObject* object() const noexcept { return object_.get(); }
   SwJsonObject* object() noexcept { return object_.get(); }
   const SwJsonArray* array() const noexcept { return array_.get(); }
   SwJsonArray* array() noexcept { return array_.get(); }
 
-  // Plain text: "null", "true" or "false", decimal digits, a Double with six digits after the point, a
-  // String's raw bytes. A container gives "{}" whatever it holds, and an Array too;
-  // SwJsonDocument::generateJson writes them out.
+  /// Plain text: "null", "true" or "false", decimal digits, a Double with six digits after the point, a
+  /// String's raw bytes. A container gives "{}" whatever it holds, and an Array too;
+  /// SwJsonDocument::generateJson writes them out.
   std::string toString() const;
 
-  // The bytes of `text` as they stand between the quotes of a JSON string. Quote, backslash and the bytes
-  // below 0x20 are escaped; all others, '/' and 0x7F and everything from 0x80 on included, are copied.
+  /// The bytes of `text` as they stand between the quotes of a JSON string. Quote, backslash and the bytes
+  /// below 0x20 are escaped; all others, '/' and 0x7F and everything from 0x80 on included, are copied.
   static std::string escapeString(const std::string& text);
 
-  // Equal kinds with equal content, containers compared member by member. Int 1 differs from Double 1.0, and
-  // a NaN equals nothing, itself included.
+  /// Equal kinds with equal content, containers compared member by member. Int 1 differs from Double 1.0, and
+  /// a NaN equals nothing, itself included.
   friend bool operator==(const SwJsonValue& a, const SwJsonValue& b) { return equal(a, b); }
   friend bool operator!=(const SwJsonValue& a, const SwJsonValue& b) { return !equal(a, b); }
 
@@ -120,6 +120,6 @@ class SW_CORE_EXPORT SwJsonValue {
   std::shared_ptr<SwJsonArray> array_;
 };
 
-// Whoever has a value can look into it.
+/// Whoever has a value can look into it.
 #include "core/SwJsonArray.h"
 #include "core/SwJsonObject.h"

@@ -5,8 +5,8 @@
 #include <utility>
 #include <vector>
 
-// A growable sequence of values, in the order in which they were appended. It owns its elements; copies are
-// independent. Threads: as for std::vector.
+/// A growable sequence of values, in the order in which they were appended. It owns its elements; copies are
+/// independent. Threads: as for std::vector.
 template <typename T>
 class SwList {
  public:
@@ -15,7 +15,7 @@ class SwList {
   SwList() = default;
   SwList(std::initializer_list<T> elements) : elements_(elements) {}
 
-  // The elements from `first` up to, but not including, `last`.
+  /// The elements from `first` up to, but not including, `last`.
   template <typename Iterator>
   SwList(Iterator first, Iterator last) : elements_(first, last) {}
 
@@ -24,7 +24,7 @@ class SwList {
   void append(T element) { elements_.push_back(std::move(element)); }
   void clear() noexcept { elements_.clear(); }
 
-  // Throws std::out_of_range if `index` is not below size().
+  /// Throws std::out_of_range if `index` is not below size().
   const T& at(std::size_t index) const { return elements_.at(index); }
 
   const_iterator begin() const noexcept { return elements_.begin(); }

@@ -7,25 +7,25 @@
 
 #include "core/export.h"
 
-// A byte string. It knows no encoding: lengths and positions count bytes, and any byte, NUL included, may
-// occur. It converts from and to std::string freely, so the two can be mixed.
+/// A byte string. It knows no encoding: lengths and positions count bytes, and any byte, NUL included, may
+/// occur. It converts from and to std::string freely, so the two can be mixed.
 //
-// Numbers are read and written in the "C" locale, whatever the process has chosen with setlocale or
-// std::locale::global. No operation throws for bad input. Threads: as for std::string.
+/// Numbers are read and written in the "C" locale, whatever the process has chosen with setlocale or
+/// std::locale::global. No operation throws for bad input. Threads: as for std::string.
 class SW_CORE_EXPORT SwString {
  public:
   SwString() = default;
 
-  // Copies the bytes up to the terminating NUL; a null pointer gives the empty string.
+  /// Copies the bytes up to the terminating NUL; a null pointer gives the empty string.
   SwString(const char* text) : text_(text == nullptr ? "" : text) {}
 
-  // Copies `length` bytes from `text`, NUL bytes included. `text` may be null only if `length` is 0.
+  /// Copies `length` bytes from `text`, NUL bytes included. `text` may be null only if `length` is 0.
   SwString(const char* text, std::size_t length)
       : text_(length == 0 ? std::string() : std::string(text, length)) {}
 
   SwString(std::string text) noexcept : text_(std::move(text)) {}
 
-  // The bytes; the reference lives as long as this string and changes with it.
+  /// The bytes; the reference lives as long as this string and changes with it.
   const std::string& str() const noexcept { return text_; }
   operator const std::string&() const noexcept { return text_; }
   const char* c_str() const noexcept { return text_.c_str(); }
@@ -36,7 +36,7 @@ class SW_CORE_EXPORT SwString {
   void clear() noexcept { text_.clear(); }
   void reserve(std::size_t bytes) { text_.reserve(bytes); }
 
-  // The byte at `position`, which must be below size().
+  /// The byte at `position`, which must be below size().
   char operator[](std::size_t position) const { return text_[position]; }
 
   SwString& append(const SwString& other);
@@ -47,54 +47,53 @@ class SW_CORE_EXPORT SwString {
   SwString operator+(const SwString& other) const;
   friend SwString operator+(const std::string& left, const SwString& right) { return left + right.text_; }
 
-  // The string without the leading and trailing bytes space, tab, line feed and carriage return. Vertical tab
-  // and form feed stay.
+  /// The string without the leading and trailing bytes space, tab, line feed and carriage return. Vertical tab
+  /// and form feed stay.
   SwString trimmed() const;
 
-  // The bytes from `position` on, `length` of them. Empty if `position` is negative or not below size(). A
-  // negative `length`, or one that reaches past the end, means the rest of the string.
+  /// The bytes from `position` on, `length` of them. Empty if `position` is negative or not below size(). A
+  /// negative `length`, or one that reaches past the end, means the rest of the string.
   SwString mid(int position, int length) const;
 
-  // A copy in which `value` replaces the first '%' that is followed by a decimal digit, together with that
-  // one digit; an unchanged copy if there is none. The digit's value does not matter: "%2 %1" is filled from
-  // the left, and of
-  // "%10" the '0' remains. Chain calls to fill several places.
+  /// A copy in which `value` replaces the first '%' that is followed by a decimal digit, together with that
+  /// one digit; an unchanged copy if there is none. The digit's value does not matter: "%2 %1" is filled from
+  /// the left, and of "%10" the '0' remains. Chain calls to fill several places.
   SwString arg(const SwString& value) const;
 
-  // The parts between separators, empty parts included, except that nothing follows a last separator that
-  // ends the string: "a,,b" has three parts, "a,b," has two, "" has none.
+  /// The parts between separators, empty parts included, except that nothing follows a last separator that
+  /// ends the string: "a,,b" has three parts, "a,b," has two, "" has none.
   std::vector<SwString> split(char separator) const;
 
-  // The string as a 32-bit number. Surrounding blanks and all underscores are dropped first, so "1_000" is
-  // 1000. Accepted are binary ("0b101"), hexadecimal ("0x2A"), octal ("052") and decimal literals with an
-  // optional sign; bytes after the number are ignored, except after a binary one. Success sets *ok to true.
-  // Failure (no number, or outside the 32-bit range) sets *ok to false, gives 0 and writes "Invalid int
-  // conversion in SwString: " and this string to standard error. `ok` may be null.
+  /// The string as a 32-bit number. Surrounding blanks and all underscores are dropped first, so "1_000" is
+  /// 1000. Accepted are binary ("0b101"), hexadecimal ("0x2A"), octal ("052") and decimal literals with an
+  /// optional sign; bytes after the number are ignored, except after a binary one. Success sets *ok to true.
+  /// Failure (no number, or outside the 32-bit range) sets *ok to false, gives 0 and writes "Invalid int
+  /// conversion in SwString: " and this string to standard error. `ok` may be null.
   int toInt(bool* ok) const;
 
-  // The string as a double, written to `out`; false, with `out` untouched and no message, if it is none.
-  // Blanks and underscores are dropped as in toInt. A text with '.', 'e' or 'E' is read as a floating-point
-  // number; any other as a binary literal or a 64-bit integer of toInt's forms, and if it is neither (or too
-  // large for 64 bits), as a floating-point number after all. Bytes after the number are ignored. A
-  // floating-point number too large or too small for a double is refused, and so is a binary literal of more
-  // than 64 bits.
+  /// The string as a double, written to `out`; false, with `out` untouched and no message, if it is none.
+  /// Blanks and underscores are dropped as in toInt. A text with '.', 'e' or 'E' is read as a floating-point
+  /// number; any other as a binary literal or a 64-bit integer of toInt's forms, and if it is neither (or too
+  /// large for 64 bits), as a floating-point number after all. Bytes after the number are ignored. A
+  /// floating-point number too large or too small for a double is refused, and so is a binary literal of more
+  /// than 64 bits.
   bool parseNumericDouble(double& out) const;
 
-  // The number of parseNumericDouble in single precision (beyond its range: infinity). If there is none, 0,
-  // and "Invalid float conversion in SwString: " with this string goes to standard error.
+  /// The number of parseNumericDouble in single precision (beyond its range: infinity). If there is none, 0,
+  /// and "Invalid float conversion in SwString: " with this string goes to standard error.
   float toFloat() const;
 
-  // The number of parseNumericDouble. If there is none, 0, and "Invalid double conversion in SwString: " with
-  // this string goes to standard error.
+  /// The number of parseNumericDouble. If there is none, 0, and "Invalid double conversion in SwString: " with
+  /// this string goes to standard error.
   double toDouble() const;
 
-  // Bytes are ordered as unsigned numbers.
+  /// Bytes are ordered as unsigned numbers.
   friend bool operator==(const SwString& a, const SwString& b) noexcept { return a.text_ == b.text_; }
   friend bool operator!=(const SwString& a, const SwString& b) noexcept { return a.text_ != b.text_; }
   friend bool operator<(const SwString& a, const SwString& b) noexcept { return a.text_ < b.text_; }
 
  private:
-  // What the number conversions read: trimmed, without underscores.
+  /// What the number conversions read: trimmed, without underscores.
   std::string withoutBlanksAndUnderscores() const;
 
   std::string text_;

@@ -2,9 +2,9 @@
 
 #include <cstdint>
 
-// The flags that payloads of the host carry in a SwFlagSet. Nothing in this library acts on them.
+/// The flags that payloads of the host carry in a SwFlagSet. Nothing in this library acts on them.
 
-// How a text is laid out in its rectangle.
+/// How a text is laid out in its rectangle.
 enum class DrawTextFormat : std::uint32_t {
   Left = 0x01,
   Right = 0x02,
@@ -15,7 +15,7 @@ enum class DrawTextFormat : std::uint32_t {
   WordWrap = 0x40,
 };
 
-// How a window of the host's user interface is shown.
+/// How a window of the host's user interface is shown.
 enum class WindowFlag : std::uint32_t {
   Frameless = 0x01,
   FixedSize = 0x02,
@@ -23,7 +23,7 @@ enum class WindowFlag : std::uint32_t {
   FullScreen = 0x08,
 };
 
-// What a listing of a directory holds.
+/// What a listing of a directory holds.
 enum class EntryType : std::uint32_t {
   File = 0x01,
   Directory = 0x02,

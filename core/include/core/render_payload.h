@@ -6,13 +6,13 @@
 
 namespace render_payload {
 
-// The payload as a JSON object: the object it holds, else what a registered conversion to SwJsonObject makes
-// of it, else its text form (six significant digits) parsed as JSON. A way that leads to an empty object
-// hands over to the text form. An empty object, without any message, if none leads anywhere.
+/// The payload as a JSON object: the object it holds, else what a registered conversion to SwJsonObject makes
+/// of it, else its text form (six significant digits) parsed as JSON. A way that leads to an empty object
+/// hands over to the text form. An empty object, without any message, if none leads anywhere.
 //
-// Throws std::runtime_error in three cases: "Null storage in SwAny::get" if the payload is an SwJsonObject
-// without storage, or a conversion yields one; "Type mismatch in SwAny::get" if a conversion yields another
-// type than its own. Consults the registries of SwAny and follows its thread rules.
+/// Throws std::runtime_error in three cases: "Null storage in SwAny::get" if the payload is an SwJsonObject
+/// without storage, or a conversion yields one; "Type mismatch in SwAny::get" if a conversion yields another
+/// type than its own. Consults the registries of SwAny and follows its thread rules.
 SW_CORE_EXPORT SwJsonObject anyToJsonObject(const SwAny& payload);
 
 }  // namespace render_payload

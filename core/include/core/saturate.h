@@ -6,7 +6,7 @@
 
 namespace sw_number {
 
-// `value` truncated toward zero to `Integer`; values beyond its range give its nearest limit, NaN gives 0.
+/// `value` truncated toward zero to `Integer`; values beyond its range give its nearest limit, NaN gives 0.
 template <typename Integer>
 Integer saturate(double value) noexcept {
   static_assert(std::is_integral_v<Integer> && !std::is_same_v<Integer, bool>);
@@ -20,11 +20,11 @@ Integer saturate(double value) noexcept {
   return static_cast<Integer>(value);
 }
 
-// `value` rounded to single precision as IEEE 754 rounds: values beyond the range of float give infinity.
+/// `value` rounded to single precision as IEEE 754 rounds: values beyond the range of float give infinity.
 inline float toSinglePrecision(double value) noexcept {
   constexpr double kMax = static_cast<double>(std::numeric_limits<float>::max());
   // Half a unit in the last place above the largest float; the tie goes to the even neighbour, which is
-  // infinity.
+  /// infinity.
   constexpr double kRoundsToInfinity = 0x1.ffffffp127;
   const double magnitude = std::fabs(value);
   if (magnitude > kMax) {

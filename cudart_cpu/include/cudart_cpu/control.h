@@ -74,9 +74,9 @@ CUDART_CPU_EXPORT void failCall(Call call, unsigned nth, cudaError_t error);
 /// Drops the plans that failCall made and that did not come true.
 CUDART_CPU_EXPORT void clearFailures();
 
-/// Holds back the stream's work from now on: it is queued, and so is other streams' work that is
-/// ordered after it, until release, or until a call that waits for it runs it; the stream stays held then.
-/// Throws std::invalid_argument when it is not a live stream, and so do the two functions below.
+/// Holds back the stream's work from now on: it is queued, and so is other streams' work that is ordered
+/// after it, until release, or until a call that waits for it runs it; the stream stays held then. Throws
+/// std::invalid_argument when it is not a live stream, and so do the two functions below.
 CUDART_CPU_EXPORT void hold(cudaStream_t stream);
 
 /// Ends the hold and runs, in this thread, what waited for that.

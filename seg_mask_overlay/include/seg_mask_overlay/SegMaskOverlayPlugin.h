@@ -13,6 +13,7 @@ struct RenderContext;
 namespace seg_mask_overlay {
 class FrameMask;
 struct FrameDetections;
+struct FrameSize;
 struct OverlayItem;
 }  // namespace seg_mask_overlay
 
@@ -49,16 +50,17 @@ class SegMaskOverlayPlugin final : public RenderBase {
   /// seg_mask_cfg::kSchema, whatever is configured.
   std::string getConfigList() override;
 
-  /// Applies "alpha", "min_score" and "max_overlay_dets". A text that is not one JSON object changes nothing,
-  /// an unusable value leaves its setting alone, and numbers are clamped; see parseConfig for the rules. Not
-  /// to be called during render.
+  /// Applies "alpha", "min_score" and "max_overlay_dets"; absent keys keep their settings and numbers are
+  /// clamped. A text that is not one JSON object changes nothing. An "alpha" or "min_score" that gives no
+  /// number is ignored, while a "max_overlay_dets" that is none sets 1. Not to be called during render.
   void setConfig(std::string json) override;
 
-  /// Draws the frame's detections into the writable copy of its picture.
+  /// Draws the frame's detections into the writable copy of its picture. Leaves the picture alone when there
+  /// is nothing to draw or no memory on the device; when an upload fails, what was queued before it stays
+  /// drawn.
   ///
-  /// Leaves the picture alone when there is nothing to draw or the device fails. Lets out std::runtime_error
-  /// when the picture has no readable or no writable form, whatever the host's resolver throws, and
-  /// std::bad_alloc.
+  /// Lets out std::runtime_error when the picture has no readable or no writable form, std::bad_alloc, and
+  /// whatever the host's own code throws: resolver, picture pool, cloneDetached, render target, mapping.
   void render(RenderContext& ctx) override;
 
  private:
@@ -66,7 +68,7 @@ class SegMaskOverlayPlugin final : public RenderBase {
 
   void skipFrame(uint64_t frame_id, const seg_mask_overlay::FrameDetections& frame, uint64_t now_ns);
   bool reserveMaskBuffer(std::size_t bytes);
-  void drawItems(const RenderContext& ctx, int width, int height,
+  void drawItems(const RenderContext& ctx, const seg_mask_overlay::FrameSize& size,
                  const std::vector<seg_mask_overlay::OverlayItem>& items);
 
   IRenderBackend* backend_ = nullptr;  ///< not owned

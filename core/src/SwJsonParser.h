@@ -14,8 +14,8 @@ class SwJsonParser {
  public:
   explicit SwJsonParser(SwJsonCursor& cursor) : cursor_(cursor) {}
 
-  /// The value at the cursor, white space before it skipped; Null on an error, which the cursor then holds. To
-  /// be called once.
+  /// The value at the cursor, white space before it skipped; Null on an error, which the cursor then holds.
+  /// To be called once.
   SwJsonValue parse();
 
  private:

@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <string>
 
-/// The C library's number conversions in the "C" locale, whatever setlocale and std::locale::global say. errno
-/// is left as it was. Reading starts at the beginning of the text, skips white space, and stops at the first
-/// byte that does not belong to the number, of which `consumed` tells the position.
+/// The C library's number conversions in the "C" locale, whatever setlocale and std::locale::global say.
+/// errno is left as it was. Reading starts at the beginning of the text, skips white space, and stops at the
+/// first byte that does not belong to the number, of which `consumed` tells the position.
 namespace c_locale {
 
 /// As strtod: false if there is no number or it is out of range, inexact subnormal numbers included.

@@ -24,8 +24,8 @@ constexpr bool isOneOf() {
   return (std::is_same_v<T, Others> || ...);
 }
 
-/// The types whose values live inside an SwAny and need no registration. A `const char*` is the pointer alone:
-/// the bytes stay the caller's.
+/// The types whose values live inside an SwAny and need no registration. A `const char*` is the pointer
+/// alone: the bytes stay the caller's.
 template <typename T>
 constexpr bool isInlineKind() {
   return isOneOf<T, bool, int, long, float, double, unsigned int, unsigned long, const char*, std::string,
@@ -41,8 +41,8 @@ constexpr bool convertsImplicitly() {
 
 /// One value of any type, together with the type's run-time name, and a process-wide registry of conversions.
 //
-/// Values of the inline kinds above are held in place. Values of any other type, a meta type, live on the heap
-/// and need the type to be registered; the library registers SwString, the JSON types, SwJsonDocument,
+/// Values of the inline kinds above are held in place. Values of any other type, a meta type, live on the
+/// heap and need the type to be registered; the library registers SwString, the JSON types, SwJsonDocument,
 /// std::vector<std::string>, SwList<unsigned char> and SwFlagSet of the enumerations in core/flags.h. A value
 /// of a type that nobody has registered keeps its name and owns nothing: data() is null and get() throws.
 //
@@ -66,7 +66,8 @@ class SW_CORE_EXPORT SwAny {
 
   SwAny() noexcept = default;
 
-  /// Holds `value`. For the inline kinds, SwString and the JSON values, exactly these types; from() takes any.
+  /// Holds `value`. For the inline kinds, SwString and the JSON values, exactly these types; from() takes
+  /// any.
   template <typename T, std::enable_if_t<sw_any::convertsImplicitly<std::decay_t<T>>(), int> = 0>
   SwAny(T&& value) : SwAny(make<std::decay_t<T>>(std::forward<T>(value))) {}
 
@@ -119,9 +120,9 @@ class SW_CORE_EXPORT SwAny {
   void clear();
 
   /// A new SwAny with the value converted to the named type; a copy if it is the held type. If there is no
-  /// such conversion, an empty SwAny, and "No conversion rule registered from ", the held name, " to " and the
-  /// target name go to standard error. Throws what the conversion throws, and get()'s errors if there is no
-  /// value behind the name.
+  /// such conversion, an empty SwAny, and "No conversion rule registered from ", the held name, " to " and
+  /// the target name go to standard error. Throws what the conversion throws, and get()'s errors if there is
+  /// no value behind the name.
   SwAny convert(const std::string& targetTypeName) const;
 
   /// The value as text: an SwString's bytes; a float or double with `precision` significant digits; anything
@@ -151,8 +152,8 @@ class SW_CORE_EXPORT SwAny {
   using DataFunction = void* (*)(const SwAny& any);
   using FromVoidPtrFunction = SwAny (*)(const void* object);
 
-  /// What the registries hold for a meta type T. All but the last handle the storage alone, not the type name,
-  /// and find `to` without an object.
+  /// What the registries hold for a meta type T. All but the last handle the storage alone, not the type
+  /// name, and find `to` without an object.
   template <typename T>
   struct MetaType {
     static void moveFrom(SwAny& to, SwAny&& from) noexcept;

@@ -28,8 +28,8 @@ class SW_CORE_EXPORT SwJsonDocument {
  public:
   /// Parses the whole text and keeps its value as the root. `errorMessage` is cleared first. On an error it
   /// says what is wrong (see reportError), the root becomes Null and the result is false. If something other
-  /// than white space follows the value, `errorMessage` is "Unexpected characters at the end of JSON." and the
-  /// result is false too, but the root keeps the value.
+  /// than white space follows the value, `errorMessage` is "Unexpected characters at the end of JSON." and
+  /// the result is false too, but the root keeps the value.
   bool loadFromJson(const SwString& json, SwString& errorMessage, const SwString& key = SwString());
 
   /// The value of the last loadFromJson; Null before the first.

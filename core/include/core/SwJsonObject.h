@@ -7,8 +7,8 @@
 #include "core/SwJsonValue.h"
 #include "core/export.h"
 
-/// The members of a JSON object: a map whose keys stand in byte-wise ascending order, each once. Keys are byte
-/// strings and may hold NUL bytes, except where a function takes a `const char*`.
+/// The members of a JSON object: a map whose keys stand in byte-wise ascending order, each once. Keys are
+/// byte strings and may hold NUL bytes, except where a function takes a `const char*`.
 //
 /// Copies are deep. Pointers, references and iterators to a member stay valid until that member is removed or
 /// overwritten. Threads: as for SwJsonValue.

@@ -79,7 +79,8 @@ class SW_CORE_EXPORT SwJsonValue {
   bool isObject() const noexcept { return kind_ == Kind::Object; }
   bool isArray() const noexcept { return kind_ == Kind::Array; }
 
-  /// The fields as they are, without conversion between kinds: false, 0, 0.0 and "" unless the kind is theirs.
+  /// The fields as they are, without conversion between kinds: false, 0, 0.0 and "" unless the kind is
+  /// theirs.
   bool boolean() const noexcept { return boolean_; }
   std::int64_t integer() const noexcept { return integer_; }
   double number() const noexcept { return number_; }

@@ -47,8 +47,8 @@ class SW_CORE_EXPORT SwString {
   SwString operator+(const SwString& other) const;
   friend SwString operator+(const std::string& left, const SwString& right) { return left + right.text_; }
 
-  /// The string without the leading and trailing bytes space, tab, line feed and carriage return. Vertical tab
-  /// and form feed stay.
+  /// The string without the leading and trailing bytes space, tab, line feed and carriage return. Vertical
+  /// tab and form feed stay.
   SwString trimmed() const;
 
   /// The bytes from `position` on, `length` of them. Empty if `position` is negative or not below size(). A
@@ -83,8 +83,8 @@ class SW_CORE_EXPORT SwString {
   /// and "Invalid float conversion in SwString: " with this string goes to standard error.
   float toFloat() const;
 
-  /// The number of parseNumericDouble. If there is none, 0, and "Invalid double conversion in SwString: " with
-  /// this string goes to standard error.
+  /// The number of parseNumericDouble. If there is none, 0, and "Invalid double conversion in SwString: "
+  /// with this string goes to standard error.
   double toDouble() const;
 
   /// Bytes are ordered as unsigned numbers.

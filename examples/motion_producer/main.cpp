@@ -26,15 +26,15 @@ int main(int argc, char** argv) try {
   CLI::App app{
       "Finds what moves before a fixed camera and writes it as detections, one JSON object a line, for "
       "segmask."};
-  app.add_option("--input", options.input, "The video")->required();
-  app.add_option("--output", options.output, "The JSON lines to write")->required();
+  app.add_option("--input", options.input, "The video")->required()->type_name("FILE");
+  app.add_option("--output", options.output, "The JSON lines to write")->required()->type_name("FILE.jsonl");
   app.add_option("--warm-up", options.warmUp,
                  "Frames, spread over the video, to learn the background from first")
-      ->check(CLI::NonNegativeNumber)
+      ->check(CLI::Range(0, 100000))
       ->capture_default_str();
   app.add_option("--mask-width", options.maskWidth,
                  "Columns of the masks; rows follow from the frame's shape")
-      ->check(CLI::PositiveNumber)
+      ->check(CLI::Range(1, 65535))
       ->capture_default_str();
   app.add_option("--min-area", options.minArea,
                  "Share of the frame below which something that moves is noise")
@@ -43,7 +43,9 @@ int main(int argc, char** argv) try {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? 0 : kUserErrorExit;
+    if (error.get_exit_code() == 0) return app.exit(error);  // --help
+    std::cerr << "motion_producer: " << error.what() << " (see motion_producer --help)" << std::endl;
+    return kUserErrorExit;
   }
   return run(options);
 } catch (const segmask::UserError& error) {

@@ -69,12 +69,12 @@ std::string payload(const std::string& detections) {
 
 const std::string kWholeFrame = "\"x\": 0, \"y\": 0, \"w\": 8, \"h\": 4";
 
-struct Plugin : testing::Test {
+struct SegMaskOverlayPluginTest : testing::Test {
   zelvo::DeviceRenderBackend backend{nullptr};
   SegMaskOverlayPlugin plugin;
   SegMaskOverlayPluginPeer fields{plugin};
 
-  Plugin() { plugin.init({&backend}); }
+  SegMaskOverlayPluginTest() { plugin.init({&backend}); }
 
   /// What rendering the frame writes to the standard error stream.
   std::string logOf(Frame& frame) {
@@ -94,7 +94,7 @@ struct Plugin : testing::Test {
   }
 };
 
-TEST_F(Plugin, ConstructionSetsTheDefaults) {
+TEST_F(SegMaskOverlayPluginTest, ConstructionSetsTheDefaults) {
   SegMaskOverlayPlugin fresh;
   SegMaskOverlayPluginPeer peer{fresh};
   EXPECT_EQ(peer.backend(), nullptr);
@@ -110,26 +110,26 @@ TEST_F(Plugin, ConstructionSetsTheDefaults) {
   EXPECT_EQ(peer.maxOverlayDets(), 256);
 }
 
-TEST_F(Plugin, TheNameIsKnownBeforeInit) {
+TEST_F(SegMaskOverlayPluginTest, TheNameIsKnownBeforeInit) {
   const SegMaskOverlayPlugin fresh;
   EXPECT_STREQ(fresh.getName(), "SegMaskOverlayPlugin");
 }
 
-TEST_F(Plugin, ThereIsExactlyOneRequirementDetectionV1WithTheFlagFalse) {
+TEST_F(SegMaskOverlayPluginTest, ThereIsExactlyOneRequirementDetectionV1WithTheFlagFalse) {
   const std::vector<RenderInputRequirement> requirements = plugin.input_requirements();
   ASSERT_EQ(requirements.size(), 1U);
   EXPECT_EQ(requirements[0].type, "detection.v1");
   EXPECT_FALSE(requirements[0].flag);
 }
 
-TEST_F(Plugin, TheIdIsThePrefixAndTheAddressInDecimal) {
+TEST_F(SegMaskOverlayPluginTest, TheIdIsThePrefixAndTheAddressInDecimal) {
   const SegMaskOverlayPlugin other;
   EXPECT_EQ(plugin.getUuid(), "segmask-" + std::to_string(reinterpret_cast<uintptr_t>(&plugin)));
   EXPECT_EQ(plugin.getUuid(), plugin.getUuid());
   EXPECT_NE(plugin.getUuid(), other.getUuid());
 }
 
-TEST_F(Plugin, InitWithANullBackendReturnsTrueAndLeavesItInert) {
+TEST_F(SegMaskOverlayPluginTest, InitWithANullBackendReturnsTrueAndLeavesItInert) {
   EXPECT_TRUE(plugin.init({nullptr}));
   Frame frame(payload(detection(kWholeFrame)));
   plugin.render(frame.ctx);
@@ -137,7 +137,7 @@ TEST_F(Plugin, InitWithANullBackendReturnsTrueAndLeavesItInert) {
   EXPECT_EQ(fields.skippedFrames(), 0U);
 }
 
-TEST_F(Plugin, TheSchemaIs477CharactersBeforeAndAfterAnyConfiguration) {
+TEST_F(SegMaskOverlayPluginTest, TheSchemaIs477CharactersBeforeAndAfterAnyConfiguration) {
   const std::string schema = plugin.getConfigList();
   EXPECT_EQ(schema.size(), 477U);
   EXPECT_EQ(schema.substr(0, 3), "\n{\n");
@@ -146,7 +146,7 @@ TEST_F(Plugin, TheSchemaIs477CharactersBeforeAndAfterAnyConfiguration) {
   EXPECT_EQ(plugin.getConfigList(), schema);
 }
 
-TEST_F(Plugin, TheSchemaIsJsonWithTheDefaultsOfConstruction) {
+TEST_F(SegMaskOverlayPluginTest, TheSchemaIsJsonWithTheDefaultsOfConstruction) {
   SwJsonDocument document;
   SwString error;
   ASSERT_TRUE(document.loadFromJson(plugin.getConfigList(), error)) << error.str();
@@ -161,7 +161,7 @@ TEST_F(Plugin, TheSchemaIsJsonWithTheDefaultsOfConstruction) {
   EXPECT_TRUE(schema["additionalProperties"].isBool());
 }
 
-TEST_F(Plugin, AConfigurationKeepsWhatItDoesNotName) {
+TEST_F(SegMaskOverlayPluginTest, AConfigurationKeepsWhatItDoesNotName) {
   plugin.setConfig("{\"alpha\": 0.25, \"min_score\": 0.5, \"max_overlay_dets\": 7}");
   plugin.setConfig("{\"min_score\": 0.75}");
   plugin.setConfig("not JSON");
@@ -170,7 +170,7 @@ TEST_F(Plugin, AConfigurationKeepsWhatItDoesNotName) {
   EXPECT_EQ(fields.maxOverlayDets(), 7);
 }
 
-TEST_F(Plugin, DrawsTheDefaultWeightOfTheClassColour) {
+TEST_F(SegMaskOverlayPluginTest, DrawsTheDefaultWeightOfTheClassColour) {
   Frame frame(payload(detection("\"x\": 2, \"y\": 0, \"w\": 2, \"h\": 2")));
   plugin.render(frame.ctx);
   // Class 0 is Y 115, U 94, V 227: 51.75 + 55 + 0.5 = 107.25, 42.3 + 55 + 0.5 = 97.8, 102.15 + 55 + 0.5 =
@@ -182,7 +182,7 @@ TEST_F(Plugin, DrawsTheDefaultWeightOfTheClassColour) {
   EXPECT_EQ(frame.drawn(), expected);
 }
 
-TEST_F(Plugin, ACapOf0OrLessActsAs1) {
+TEST_F(SegMaskOverlayPluginTest, ACapOf0OrLessActsAs1) {
   for (const int32_t cap : {0, -5}) {
     fields.maxOverlayDets() = cap;
     Frame frame(payload(detection("\"x\": 0, \"y\": 0, \"w\": 1, \"h\": 1") + "," +
@@ -193,21 +193,21 @@ TEST_F(Plugin, ACapOf0OrLessActsAs1) {
   }
 }
 
-TEST_F(Plugin, ADroppedDetectionStillCountsTowardTheCap) {
+TEST_F(SegMaskOverlayPluginTest, ADroppedDetectionStillCountsTowardTheCap) {
   plugin.setConfig("{\"max_overlay_dets\": 1, \"min_score\": 0.5}");
   Frame frame(payload(detection(kWholeFrame, "0.1") + "," + detection(kWholeFrame)));
   plugin.render(frame.ctx);
   EXPECT_EQ(frame.ctx.picture.writable, nullptr);
 }
 
-TEST_F(Plugin, AFrameWithoutDrawableItemsNeitherMapsNorAllocates) {
+TEST_F(SegMaskOverlayPluginTest, AFrameWithoutDrawableItemsNeitherMapsNorAllocates) {
   Frame frame(payload(detection(kWholeFrame, "1", "SEG1|4|2")));
   plugin.render(frame.ctx);
   EXPECT_EQ(frame.ctx.picture.writable, nullptr);
   EXPECT_EQ(fields.deviceMask(), nullptr);
 }
 
-TEST_F(Plugin, AFrameWhoseBoxesAllLieOutsideStillMapsAndAllocates) {
+TEST_F(SegMaskOverlayPluginTest, AFrameWhoseBoxesAllLieOutsideStillMapsAndAllocates) {
   Frame frame(payload(detection("\"x\": 100, \"y\": 0, \"w\": 8, \"h\": 4")));
   plugin.render(frame.ctx);
   EXPECT_TRUE(frame.ctx.guard_active);
@@ -215,14 +215,14 @@ TEST_F(Plugin, AFrameWhoseBoxesAllLieOutsideStillMapsAndAllocates) {
   EXPECT_EQ(frame.drawn(), std::vector<unsigned char>(zelvo::packedNv12Bytes(8, 4), 100));
 }
 
-TEST_F(Plugin, APictureWithoutSizeIsLeftAlone) {
+TEST_F(SegMaskOverlayPluginTest, APictureWithoutSizeIsLeftAlone) {
   Frame frame(payload(detection(kWholeFrame)));
   frame.ctx.picture.source = std::make_shared<zelvo::ZelvoPicture>();
   plugin.render(frame.ctx);
   EXPECT_EQ(frame.ctx.picture.writable, nullptr);
 }
 
-TEST_F(Plugin, ASourceLostDuringTheFrameIsReported) {
+TEST_F(SegMaskOverlayPluginTest, ASourceLostDuringTheFrameIsReported) {
   Frame frame(payload(detection(kWholeFrame)));
   // The resolver runs between the two looks at the picture.
   frame.resolver.resolve = [&frame](uint64_t, const SwAny& stored) {
@@ -237,7 +237,7 @@ TEST_F(Plugin, ASourceLostDuringTheFrameIsReported) {
   }
 }
 
-TEST_F(Plugin, WithoutASourceNothingIsCountedOrLogged) {
+TEST_F(SegMaskOverlayPluginTest, WithoutASourceNothingIsCountedOrLogged) {
   plugin.enableDebug(true);
   Frame frame;
   frame.ctx.picture.source.reset();
@@ -245,7 +245,7 @@ TEST_F(Plugin, WithoutASourceNothingIsCountedOrLogged) {
   EXPECT_EQ(fields.skippedFrames(), 0U);
 }
 
-TEST_F(Plugin, TheSkipLineNamesFrameMissingAndLookback) {
+TEST_F(SegMaskOverlayPluginTest, TheSkipLineNamesFrameMissingAndLookback) {
   plugin.enableDebug(true);
   Frame frame("{}");
   frame.inputs["detection.v1"][0].uses_lookback = true;
@@ -256,7 +256,7 @@ TEST_F(Plugin, TheSkipLineNamesFrameMissingAndLookback) {
             "[SegMask][Fallback] frame=1042 decision=skip providers_missing=2 providers_using_lookback=1\n");
 }
 
-TEST_F(Plugin, TheLineIgnoresWhatTheHostHasLeftOnTheStream) {
+TEST_F(SegMaskOverlayPluginTest, TheLineIgnoresWhatTheHostHasLeftOnTheStream) {
   plugin.enableDebug(true);
   Frame frame;
   testing::internal::CaptureStderr();
@@ -269,7 +269,7 @@ TEST_F(Plugin, TheLineIgnoresWhatTheHostHasLeftOnTheStream) {
             "[SegMask][Fallback] frame=0 decision=skip providers_missing=0 providers_using_lookback=0\n");
 }
 
-TEST_F(Plugin, TheFrameNumberIsUnsigned) {
+TEST_F(SegMaskOverlayPluginTest, TheFrameNumberIsUnsigned) {
   plugin.enableDebug(true);
   Frame frame;
   frame.ctx.frame_id = kNever;
@@ -278,13 +278,13 @@ TEST_F(Plugin, TheFrameNumberIsUnsigned) {
             "providers_using_lookback=0\n");
 }
 
-TEST_F(Plugin, WithinAnIntervalTheFirstAndEvery60thSkippedFrameAreLogged) {
+TEST_F(SegMaskOverlayPluginTest, WithinAnIntervalTheFirstAndEvery60thSkippedFrameAreLogged) {
   plugin.enableDebug(true);
   fields.logIntervalMs() = 3'600'000;  // no slow machine may add a line on time
   EXPECT_EQ(framesLogged(125), (std::vector<int>{1, 60, 120}));
 }
 
-TEST_F(Plugin, ALineIsAlsoDueWhenItsTimeHasCome) {
+TEST_F(SegMaskOverlayPluginTest, ALineIsAlsoDueWhenItsTimeHasCome) {
   plugin.enableDebug(true);
   fields.logIntervalMs() = 3'600'000;
   EXPECT_EQ(framesLogged(3), std::vector<int>{1});
@@ -293,7 +293,7 @@ TEST_F(Plugin, ALineIsAlsoDueWhenItsTimeHasCome) {
   EXPECT_EQ(fields.skippedFrames(), 6U);
 }
 
-TEST_F(Plugin, ALineMovesTheNextTimeByTheIntervalAndFramesWithoutOneDoNot) {
+TEST_F(SegMaskOverlayPluginTest, ALineMovesTheNextTimeByTheIntervalAndFramesWithoutOneDoNot) {
   plugin.enableDebug(true);
   const uint64_t before = steadyNowNs();
   framesLogged(1);
@@ -305,14 +305,14 @@ TEST_F(Plugin, ALineMovesTheNextTimeByTheIntervalAndFramesWithoutOneDoNot) {
   EXPECT_EQ(fields.nextLogNs(), kNever);
 }
 
-TEST_F(Plugin, ACountIntervalOf0LeavesTheFirstFrameAndTheTimeAlone) {
+TEST_F(SegMaskOverlayPluginTest, ACountIntervalOf0LeavesTheFirstFrameAndTheTimeAlone) {
   plugin.enableDebug(true);
   fields.logIntervalMs() = 3'600'000;
   fields.logEveryN() = 0;
   EXPECT_EQ(framesLogged(121), std::vector<int>{1});
 }
 
-TEST_F(Plugin, WithDebugOffNothingIsWrittenButFramesCount) {
+TEST_F(SegMaskOverlayPluginTest, WithDebugOffNothingIsWrittenButFramesCount) {
   EXPECT_EQ(framesLogged(61), std::vector<int>{});
   EXPECT_EQ(fields.skippedFrames(), 61U);
   EXPECT_EQ(fields.nextLogNs(), 0U);
@@ -323,7 +323,7 @@ TEST_F(Plugin, WithDebugOffNothingIsWrittenButFramesCount) {
   EXPECT_EQ(framesLogged(58), std::vector<int>{});
 }
 
-TEST_F(Plugin, AnyFrameWithDetectionsEndsTheRunEvenIfNothingIsDrawn) {
+TEST_F(SegMaskOverlayPluginTest, AnyFrameWithDetectionsEndsTheRunEvenIfNothingIsDrawn) {
   plugin.enableDebug(true);
   fields.logIntervalMs() = 3'600'000;
   framesLogged(2);

@@ -23,6 +23,14 @@ struct Options {
   std::optional<std::string> inspectedPlugin;
 };
 
+/// CLI11's own check prints the whole range of a double at the user.
+const CLI::Validator kWholeNumber(
+    [](std::string& text) {
+      const bool isDigits = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+      return isDigits && text.size() < 19 ? std::string() : "'" + text + "' is not a whole number from 0 on";
+    },
+    "");
+
 CLI::App* addRender(CLI::App& app, RenderOptions& options) {
   CLI::App* const render = app.add_subcommand("render", "Draw segmentation masks into a video");
   render
@@ -45,15 +53,17 @@ CLI::App* addRender(CLI::App& app, RenderOptions& options) {
           "(raw), or name_%04d.png (one file a frame)")
       ->required()
       ->type_name("FILE");
-  render->add_option("--config", options.config, "Configuration of the plug-in, a JSON object")
+  render
+      ->add_option("--config", options.config,
+                   "Configuration of the plug-in, a JSON object as text (see segmask inspect)")
       ->type_name("JSON");
   render->add_option("--plugin", options.plugin, "Plug-in library (default: the one beside this program)")
       ->type_name("FILE.so");
   render->add_flag("--debug", options.debug, "Let the plug-in and the libraries print diagnostics");
   render
       ->add_option("--lookback", options.lookback,
-                   "How many frames a producer's last line serves when it has none (default: 0)")
-      ->check(CLI::NonNegativeNumber)
+                   "For how many frames without a line of its own a producer's last line serves (default: 0)")
+      ->check(kWholeNumber)
       ->type_name("N");
   render
       ->add_option("--contact-sheet", options.contactSheet,
@@ -78,9 +88,18 @@ int report(const std::string& text) {
 int parseAndRun(int argc, char** argv) {
   CLI::App app("Draws segmentation masks into videos, through a render plug-in", "segmask");
   app.require_subcommand(1);
+  app.set_version_flag("--version", SEGMASK_VERSION);
+  app.footer(
+      "Exit codes: 0 done; 2 bad input or a failure, nothing was written; 130 interrupted, what was done so "
+      "far was.");
   Options options;
   const CLI::App* const renderCommand = addRender(app, options.render);
-  addInspect(app, options.inspectedPlugin);
+  const CLI::App* const inspectCommand = addInspect(app, options.inspectedPlugin);
+  // Left to the library, a misspelt command would be "a subcommand is required".
+  const std::string first = argc > 1 ? argv[1] : "-";
+  if (first[0] != '-' && first != renderCommand->get_name() && first != inspectCommand->get_name()) {
+    return report("there is no command '" + first + "', only render and inspect (see segmask --help)");
+  }
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success& success) {  // --help

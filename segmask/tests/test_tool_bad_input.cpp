@@ -183,8 +183,10 @@ TEST_F(ToolBadInput, ConfigurationsThatThePluginWouldPassOver) {
 
 TEST_F(ToolBadInput, CommandLines) {
   expectRefused({}, "--input is required");
-  expectAdditionRefused({"--lookback", "-1"}, "--lookback");
-  expectAdditionRefused({"--lookback", "many"}, "--lookback");
+  for (const char* number : {"-1", "3.7", "many", "99999999999999999999"}) {
+    expectAdditionRefused({"--lookback", number},
+                          std::string("'") + number + "' is not a whole number from 0 on");
+  }
   expectAdditionRefused({"--loopback", "1"}, "--loopback");
   expectAdditionRefused({"extra"}, "extra");
   for (const std::vector<std::string>& arguments : {std::vector<std::string>{}, {"draw"}, {"--nonsense"}}) {
@@ -192,6 +194,13 @@ TEST_F(ToolBadInput, CommandLines) {
     EXPECT_EQ(result.exitCode, 2);
     EXPECT_EQ(lineCount(result.err), 1U) << result.err;
   }
+}
+
+TEST_F(ToolBadInput, AMisspeltCommandIsNamed) {
+  const ToolResult result = runTool({"rendr"});
+  EXPECT_EQ(result.exitCode, 2);
+  EXPECT_EQ(result.err,
+            "segmask: there is no command 'rendr', only render and inspect (see segmask --help)\n");
 }
 
 TEST_F(ToolBadInput, ADiskThatIsFullLeavesNothingBehind) {

@@ -7,7 +7,8 @@
 // While one lives, what goes to std::cerr comes here instead.
 class StderrCapture : private std::streambuf {
  public:
-  StderrCapture() : previous_(std::cerr.rdbuf(this)) {}
+  // With room for some lines, so that a test in which allocations fail still gets them.
+  StderrCapture() : previous_(std::cerr.rdbuf(this)) { text_.reserve(4096); }
   ~StderrCapture() override { std::cerr.rdbuf(previous_); }
   StderrCapture(const StderrCapture&) = delete;
   StderrCapture& operator=(const StderrCapture&) = delete;

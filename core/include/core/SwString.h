@@ -87,6 +87,29 @@ class SW_CORE_EXPORT SwString {
   /// with this string goes to standard error.
   double toDouble() const;
 
+  /// This string encrypted for `key`, as base64 without line breaks. The cipher is AES-256 in ECB mode, with
+  /// all that it does not hide (see SwCrypto): equal strings give equal cipher text. A key of exactly 32
+  /// bytes is the AES key itself; any other, the empty one included, stands for its SHA-256 digest, which
+  /// does not make a short key harder to guess. The empty string gives one block, 24 characters.
+  //
+  /// On a failure, "Encryption error: " and the reason go to standard error and the result is empty. The
+  /// copies of the key and of the plain text that are made on the way are wiped. Threads: any number of calls
+  /// at a time.
+  SwString encryptAES(const SwString& key) const;
+
+  /// What encryptAES made this string from; `key` counts as there. (Not const, but the string stays as it
+  /// is.)
+  //
+  /// Base64 is read up to the first byte that is not of its alphabet, '=' included, and the rest is ignored,
+  /// so a line break ends the data. Nothing tells a wrong key: the bytes that come out are mostly no text and
+  /// returned whole, because padding is taken off only if it is well formed.
+  //
+  /// If there is no data, or it does not end at a block of 16 bytes, or OpenSSL fails, "Decryption error: "
+  /// and the reason go to standard error and the result is empty. Throws std::bad_alloc if there is no memory
+  /// for the result or the message. The copies of the key and of the plain text that are made on the way are
+  /// wiped.
+  SwString decryptAES(const SwString& key);
+
   /// Bytes are ordered as unsigned numbers.
   friend bool operator==(const SwString& a, const SwString& b) noexcept { return a.text_ == b.text_; }
   friend bool operator!=(const SwString& a, const SwString& b) noexcept { return a.text_ != b.text_; }

@@ -1,0 +1,59 @@
+// SwString's encryption.
+
+#include <algorithm>
+#include <cstddef>
+#include <exception>
+#include <optional>
+#include <stdexcept>
+#include <vector>
+
+#include "SecretBytes.h"
+#include "aes_key.h"
+#include "base64.h"
+#include "core/SwCrypto.h"
+#include "core/SwString.h"
+#include "diagnostics.h"
+
+namespace {
+
+SecretBytes decrypted(const std::string& cipherText, const std::string& key) {
+  const SecretBytes aesKey = deriveAesKey(key);
+  SecretBytes plain(SwCrypto::cryptAES_ECB(base64::decode(cipherText), aesKey.bytes(), false));
+  if (plain.size() == 0) throw std::runtime_error("Invalid data: empty.");
+  return plain;
+}
+
+// The number of bytes before the padding; all of them if the end is not well-formed padding. `bytes` is not
+// empty.
+std::size_t sizeWithoutPadding(const std::vector<unsigned char>& bytes) {
+  const unsigned char padding = bytes.back();
+  if (padding < 1 || padding > 16 || padding > bytes.size()) return bytes.size();
+  const bool wellFormed = std::all_of(bytes.end() - padding, bytes.end(),
+                                      [padding](unsigned char byte) { return byte == padding; });
+  return wellFormed ? bytes.size() - padding : bytes.size();
+}
+
+}  // namespace
+
+SwString SwString::encryptAES(const SwString& key) const {
+  try {
+    const SecretBytes aesKey = deriveAesKey(key);
+    const SecretBytes plain(std::vector<unsigned char>(text_.begin(), text_.end()));
+    return base64::encode(SwCrypto::cryptAES_ECB(plain.bytes(), aesKey.bytes(), true));
+  } catch (const std::exception& error) {
+    writeDiagnostic(std::string("Encryption error: ") + error.what());
+    return SwString();
+  }
+}
+
+SwString SwString::decryptAES(const SwString& key) {
+  std::optional<SecretBytes> plain;
+  try {
+    plain.emplace(decrypted(text_, key));
+  } catch (const std::exception& error) {
+    writeDiagnostic(std::string("Decryption error: ") + error.what());
+    return SwString();
+  }
+  // Not in the try block: the text was decrypted, and want of memory for the result is no decryption error.
+  return SwString(reinterpret_cast<const char*>(plain->data()), sizeWithoutPadding(plain->bytes()));
+}

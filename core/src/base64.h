@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+/// Base64 with the standard alphabet, which ends in '+' and '/', and without line breaks.
+namespace base64 {
+
+/// '=' fills the last group to four characters.
+std::string encode(const std::vector<unsigned char>& bytes);
+
+/// Reads up to the first byte that is not of the alphabet, be it '=', a blank or a line break, and ignores
+/// the rest. Gives the bytes that are complete by then.
+std::vector<unsigned char> decode(const std::string& text);
+
+}  // namespace base64

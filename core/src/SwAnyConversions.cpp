@@ -59,7 +59,7 @@ std::vector<std::string> splitAtCommas(const SwString& text) {
 template <typename Json>
 SwString compactText(const Json& json) {
   SwString text;
-  SwJsonGenerator(text, SwJsonGenerator::Layout::Compact, 0).append(json);
+  SwJsonGenerator(text, SwJsonGenerator::Layout::Compact, 0, SwString()).append(json);
   return text;
 }
 

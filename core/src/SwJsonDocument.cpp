@@ -8,12 +8,6 @@
 #include "diagnostics.h"
 #include "json_string_reader.h"
 
-namespace {
-
-constexpr const char* kKeyedNotSupported = "Keyed documents are not supported";
-
-}  // namespace
-
 bool SwJsonDocument::loadFromJson(const SwString& json, SwString& errorMessage, const SwString& key) {
   errorMessage.clear();
   unsigned long index = 0;
@@ -36,12 +30,8 @@ SwJsonObject SwJsonDocument::object() const {
 
 SwJsonValue SwJsonDocument::parseJson(const SwString& json, unsigned long& index, const SwString& key,
                                       SwString& errorMessage) const {
-  if (!key.empty()) {
-    reportError(errorMessage, json, index, kKeyedNotSupported);
-    return SwJsonValue();
-  }
   SwJsonCursor cursor(json, index, errorMessage);
-  return SwJsonParser(cursor).parse();
+  return SwJsonParser(cursor, key).parse();
 }
 
 SwString SwJsonDocument::parseString(const SwString& json, unsigned long& index,
@@ -57,10 +47,6 @@ void SwJsonDocument::reportError(SwString& errorMessage, const SwString& json, u
 
 void SwJsonDocument::generateJson(const SwJsonValue& value, SwString& out, bool indented, int level,
                                   const SwString& key) const {
-  if (!key.empty()) {
-    writeDiagnostic(kKeyedNotSupported);
-    return;
-  }
   using Layout = SwJsonGenerator::Layout;
-  SwJsonGenerator(out, indented ? Layout::Indented : Layout::Compact, level).append(value);
+  SwJsonGenerator(out, indented ? Layout::Indented : Layout::Compact, level, key).append(value);
 }

@@ -8,8 +8,19 @@
 #include "core/SwJsonArray.h"
 #include "core/saturate.h"
 
-SwJsonGenerator::SwJsonGenerator(SwString& out, Layout layout, int level)
-    : out_(out), layout_(layout), level_(level < 0 ? 0 : static_cast<std::size_t>(level)) {}
+namespace {
+
+std::string numberText(double number) {
+  double integralPart = 0.0;
+  const bool isIntegral = std::modf(number, &integralPart) == 0.0;
+  return isIntegral ? std::to_string(sw_number::saturate<std::int64_t>(number))
+                    : c_locale::toText(number, c_locale::kDefaultDigits);
+}
+
+}  // namespace
+
+SwJsonGenerator::SwJsonGenerator(SwString& out, Layout layout, int level, const SwString& key)
+    : out_(out), layout_(layout), level_(level < 0 ? 0 : static_cast<std::size_t>(level)), key_(key) {}
 
 void SwJsonGenerator::append(const SwJsonValue& value) {
   begin(value);
@@ -30,15 +41,17 @@ void SwJsonGenerator::append(const SwJsonArray& array) {
 void SwJsonGenerator::begin(const SwJsonValue& value) {
   switch (value.kind()) {
     case SwJsonValue::Kind::Null:
+      out_ += "null";
+      break;
     case SwJsonValue::Kind::Bool:
     case SwJsonValue::Kind::Int:
-      out_ += value.toString();
+      appendScalar(value.toString());
       break;
     case SwJsonValue::Kind::Double:
-      appendNumber(value.number());
+      appendScalar(numberText(value.number()));
       break;
     case SwJsonValue::Kind::String:
-      appendQuoted(value.text());
+      appendString(value.text());
       break;
     case SwJsonValue::Kind::Object:
       value.object() != nullptr ? begin(*value.object()) : begin(SwJsonObject());
@@ -106,11 +119,12 @@ void SwJsonGenerator::beginLine(std::size_t level) {
   out_.append(2 * level, ' ');
 }
 
-void SwJsonGenerator::appendNumber(double number) {
-  double integralPart = 0.0;
-  const bool isIntegral = std::modf(number, &integralPart) == 0.0;
-  out_ += isIntegral ? std::to_string(sw_number::saturate<std::int64_t>(number))
-                     : c_locale::toText(number, c_locale::kDefaultDigits);
+void SwJsonGenerator::appendScalar(const std::string& text) {
+  out_ += key_.empty() ? SwString(text) : SwString(text).encryptAES(key_);
+}
+
+void SwJsonGenerator::appendString(const std::string& text) {
+  appendQuoted(key_.empty() ? text : SwString(text).encryptAES(key_).str());
 }
 
 void SwJsonGenerator::appendQuoted(const std::string& text) {

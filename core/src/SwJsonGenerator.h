@@ -14,8 +14,9 @@ class SwJsonGenerator {
  public:
   enum class Layout { Compact, Indented };
 
-  /// `level` is the nesting level of what is appended; a negative one counts as 0.
-  SwJsonGenerator(SwString& out, Layout layout, int level);
+  /// `level` is the nesting level of what is appended; a negative one counts as 0. An empty `key` is for
+  /// plain JSON; another one encrypts. `out` and `key` must outlive the generator.
+  SwJsonGenerator(SwString& out, Layout layout, int level, const SwString& key);
 
   void append(const SwJsonValue& value);
   void append(const SwJsonObject& object);
@@ -36,11 +37,13 @@ class SwJsonGenerator {
   void finishOpen();
   const SwJsonValue* beginNext(Open& open);
   void beginLine(std::size_t level);
-  void appendNumber(double number);
+  void appendScalar(const std::string& text);
+  void appendString(const std::string& text);
   void appendQuoted(const std::string& text);
 
   SwString& out_;
   Layout layout_;
   std::size_t level_;
+  const SwString& key_;
   std::vector<Open> open_;
 };

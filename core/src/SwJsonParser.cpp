@@ -8,6 +8,19 @@
 #include "core/SwJsonArray.h"
 #include "core/SwJsonObject.h"
 #include "json_string_reader.h"
+#include "keyed_text.h"
+
+namespace {
+
+bool startsLiteral(char byte) {
+  return byte == '-' || ascii::isDigit(byte) || byte == 't' || byte == 'f' || byte == 'n';
+}
+
+bool endsBareToken(char byte) {
+  return byte == ',' || byte == ']' || byte == '}' || ascii::isSpace(byte);
+}
+
+}  // namespace
 
 SwJsonValue SwJsonParser::parse() {
   Step step = Step::Value;
@@ -37,19 +50,22 @@ SwJsonParser::Step SwJsonParser::beginValue() {
   cursor_.skipSpace();
   if (cursor_.atEnd()) return stop("Unexpected end of JSON input");
   const char byte = cursor_.peek();
-  switch (byte) {
-    case '{':
-    case '[':
-      return openContainer(byte == '{');
-    case '"':
-      return quotedText();
+  if (byte == '{' || byte == '[') return openContainer(byte == '{');
+  if (byte == '"') return quotedText();
+  if (!isKeyed()) return startsLiteral(byte) ? literal(byte) : stop("Invalid JSON token");
+  std::optional<SwJsonValue> value = bareToken();
+  return value ? finish(*std::move(value)) : literal(byte);
+}
+
+SwJsonParser::Step SwJsonParser::literal(char firstByte) {
+  switch (firstByte) {
     case 't':
     case 'f':
       return boolean();
     case 'n':
       return null();
     default:
-      return byte == '-' || ascii::isDigit(byte) ? number() : stop("Invalid JSON token");
+      return number();
   }
 }
 
@@ -114,7 +130,35 @@ SwJsonParser::Step SwJsonParser::closeArray() {
 
 SwJsonParser::Step SwJsonParser::quotedText() {
   std::string text = readJsonString(cursor_);
-  return cursor_.failed() ? Step::Stop : finish(std::move(text));
+  if (cursor_.failed()) return Step::Stop;
+  if (!isKeyed()) return finish(std::move(text));
+  const std::optional<SwString> plain = decrypt(std::move(text));
+  return plain ? finish(keyed_text::quotedValue(*plain)) : stop("Unable to decrypt string value");
+}
+
+// Takes the encrypted token at the position. Nothing, with the position unmoved, if there is none or
+// decrypting it throws; the bytes may then still be a plain literal.
+std::optional<SwJsonValue> SwJsonParser::bareToken() {
+  const std::string& text = cursor_.text();
+  unsigned long end = cursor_.index();
+  while (end < text.size() && !endsBareToken(text[end])) ++end;
+  const unsigned long length = end - cursor_.index();
+  if (length == 0) return std::nullopt;
+  const std::optional<SwString> plain = decrypt(text.substr(cursor_.index(), length));
+  if (!plain) return std::nullopt;
+  cursor_.advance(length);
+  return keyed_text::bareValue(*plain);
+}
+
+// Nothing if decryptAES throws. Cipher text that cannot be decrypted does not make it throw: that gives the
+// empty string.
+std::optional<SwString> SwJsonParser::decrypt(std::string cipherText) const {
+  SwString text(std::move(cipherText));
+  try {
+    return text.decryptAES(key_);
+  } catch (...) {
+    return std::nullopt;
+  }
 }
 
 SwJsonParser::Step SwJsonParser::boolean() {

@@ -1,18 +1,22 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <stack>
 #include <string>
 #include <vector>
 
 #include "SwJsonCursor.h"
 #include "core/SwJsonValue.h"
+#include "core/SwString.h"
 
 /// Parses one value. The containers that are open at the position stand on a stack of the parser's own, so a
 /// text may nest them as deeply as memory allows.
 class SwJsonParser {
  public:
-  explicit SwJsonParser(SwJsonCursor& cursor) : cursor_(cursor) {}
+  /// An empty `key` is for plain JSON; another one is the key of an encrypted document. Both must outlive the
+  /// parser.
+  SwJsonParser(SwJsonCursor& cursor, const SwString& key) : cursor_(cursor), key_(key) {}
 
   /// The value at the cursor, white space before it skipped; Null on an error, which the cursor then holds.
   /// To be called once.
@@ -28,6 +32,8 @@ class SwJsonParser {
     std::size_t firstValue;
   };
 
+  bool isKeyed() const noexcept { return !key_.empty(); }
+
   Step beginValue();
   Step beginMember();
   Step beginElement();
@@ -37,6 +43,9 @@ class SwJsonParser {
   Step closeObject();
   Step closeArray();
   Step quotedText();
+  std::optional<SwJsonValue> bareToken();
+  std::optional<SwString> decrypt(std::string cipherText) const;
+  Step literal(char firstByte);
   Step boolean();
   Step null();
   Step number();
@@ -47,6 +56,7 @@ class SwJsonParser {
   Step stop(const char* message);
 
   SwJsonCursor& cursor_;
+  const SwString& key_;
   std::stack<Open> open_;
   std::vector<SwJsonValue> values_;
   std::vector<std::string> keys_;

@@ -57,17 +57,3 @@ TEST(SwJsonDocument, ObjectIsACopy) {
   copy.find("a")->object()->insert("b", 2);
   EXPECT_EQ(document.root().object()->find("a")->object()->find("b")->integer(), 1);
 }
-
-TEST(SwJsonDocument, KeyedDocumentsAreRefused) {
-  SwJsonDocument document;
-  SwString error;
-  EXPECT_FALSE(document.loadFromJson("{}", error, "key"));
-  EXPECT_EQ(error, "Keyed documents are not supported (index 0) near \"{}\"");
-  EXPECT_TRUE(document.root().isNull());
-
-  const StderrCapture captured;
-  SwString out("before");
-  document.generateJson("secret", out, false, 0, "key");
-  EXPECT_EQ(out, "before");
-  EXPECT_EQ(captured.text(), "Keyed documents are not supported\n");
-}

@@ -18,9 +18,27 @@
 /// Texts and trees may be nested as deeply as memory allows: parsing and generating use a fixed amount of
 /// stack.
 //
-/// A non-empty `key` asks for a keyed document, whose strings and bare tokens are encrypted. That is not
-/// supported yet: parsing one reports the error "Keyed documents are not supported", generating one writes
-/// that message to standard error and appends nothing.
+/// A non-empty `key` asks for a keyed document, in which every value but Null is encrypted with
+/// SwString::encryptAES, a String between quotes and a Bool, Int or Double as a bare token. Structure and
+/// object keys stay readable, and equal values look equal (see SwCrypto). The kind of a value is not in the
+/// text: the parser tells it from what it decrypts.
+//
+/// - "true" and "false" give a Bool, "null" gives Null.
+/// - Of a bare token, a text with '.', 'e' or 'E' that strtod takes whole gives a Double, even the
+/// hexadecimal
+///   "0x1e"; any other that strtoll takes whole in base 10 gives an Int of 64 bits, so "012" is 12. The rest
+///   gives a String, numbers out of range included.
+/// - Of a quoted value, digits after an optional '-' give an Int by SwString::toInt: of 32 bits, octal after
+/// a
+///   leading 0 ("012" is 10), and 0 with toInt's message if out of range. Such digits with one '.' among
+///   them, or before or after, give a Double by SwString::toFloat: in single precision, and 0.0 with
+///   toFloat's message for a lone '.'. The rest gives a String, "1e5" included.
+//
+/// So a String whose text looks like one of these is of another kind when it is read again. A value that is
+/// not cipher text, a plain number or literal included, is read as an empty String, with decryptAES's line on
+/// standard error; so is a Null, which the generator writes plainly. If decryptAES throws (no memory), a
+/// quoted value is the error "Unable to decrypt string value", and a bare token is read as a plain literal or
+/// number.
 //
 /// Parsing never throws for a bad text. Threads: a document belongs to one thread; the parser has no global
 /// state.
@@ -57,7 +75,9 @@ class SW_CORE_EXPORT SwJsonDocument {
   /// Appends the JSON text of `value` to `out`. Indented text has one member or element a line, two blanks a
   /// level, where `value` itself stands at `level`; compact text has no blank except the one after a key's
   /// colon. Object members come in key order. A Double without a fraction is written as an integer (saturated
-  /// to 64 bits), so it is an Int when read again; any other has six significant digits.
+  /// to 64 bits), so it is an Int when read again; any other has six significant digits. A non-empty `key`
+  /// encrypts; a value that encryptAES fails to encrypt leaves an empty pair of quotes, or nothing at all,
+  /// which does not parse.
   void generateJson(const SwJsonValue& value, SwString& out, bool indented, int level,
                     const SwString& key) const;
 

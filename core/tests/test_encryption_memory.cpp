@@ -1,0 +1,323 @@
+// What encryption does when memory runs out, and what it leaves in memory that it gives back.
+
+#include <gtest/gtest.h>
+#include <malloc.h>
+#include <openssl/crypto.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <new>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "StderrCapture.h"
+#include "core/SwCrypto.h"
+#include "core/SwJsonDocument.h"
+
+namespace {
+
+// Lets one allocation fail, counted while a Failing lives.
+class Countdown {
+ public:
+  void start(int successes) { left_ = successes; }
+  bool failed() const { return left_ < 0; }
+  bool failsNow() { return counts_ && left_-- == 0; }
+
+ private:
+  friend class Failing;
+  std::atomic<bool> counts_{false};
+  std::atomic<int> left_{0};
+};
+
+class Failing {
+ public:
+  explicit Failing(Countdown& allocations) : allocations_(allocations) { allocations_.counts_ = true; }
+  ~Failing() { allocations_.counts_ = false; }
+  Failing(const Failing&) = delete;
+  Failing& operator=(const Failing&) = delete;
+
+ private:
+  Countdown& allocations_;
+};
+
+Countdown operatorNew;
+Countdown opensslMalloc;
+
+// The bytes to look for in memory that operator delete takes back. Not on the heap itself.
+char secret[64];
+std::atomic<std::size_t> secretSize{0};
+std::atomic<int> secretsFound{0};
+
+void* allocate(std::size_t size) {
+  void* memory = operatorNew.failsNow() ? nullptr : std::malloc(size == 0 ? 1 : size);
+  if (memory == nullptr) throw std::bad_alloc();
+  return memory;
+}
+
+void giveBack(void* memory) {
+  if (memory != nullptr && secretSize != 0 &&
+      memmem(memory, malloc_usable_size(memory), secret, secretSize) != nullptr) {
+    ++secretsFound;
+  }
+  std::free(memory);
+}
+
+void* opensslAllocate(std::size_t size, const char*, int) {
+  return size == 0 || opensslMalloc.failsNow() ? nullptr : std::malloc(size);
+}
+
+void* opensslReallocate(void* memory, std::size_t size, const char*, int) {
+  return opensslMalloc.failsNow() ? nullptr : std::realloc(memory, size);
+}
+
+void opensslFree(void* memory, const char*, int) {
+  std::free(memory);
+}
+
+// OpenSSL takes these only before its first allocation.
+const int opensslTookOver = CRYPTO_set_mem_functions(opensslAllocate, opensslReallocate, opensslFree);
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+  return allocate(size);
+}
+void operator delete(void* memory) noexcept {
+  giveBack(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+  giveBack(memory);
+}
+
+namespace {
+
+// The number of given back pieces of memory that held `bytes` while `work` ran.
+int leftovers(const std::string& bytes, const std::function<void()>& work) {
+  if (bytes.size() > sizeof(secret)) std::abort();
+  std::memcpy(secret, bytes.data(), bytes.size());
+  secretsFound = 0;
+  secretSize = bytes.size();
+  work();
+  secretSize = 0;
+  return secretsFound;
+}
+
+// Runs `work` with the first, the second, ... allocation failing of those that it makes under a Failing, up
+// to the run in which none is left to fail. Gives the number of runs with a failure.
+int runWithEachFailure(Countdown& allocations, const std::function<void()>& work) {
+  for (int successes = 0;; ++successes) {
+    allocations.start(successes);
+    work();
+    if (!allocations.failed()) return successes;
+  }
+}
+
+std::string messageOf(const std::function<void()>& work) {
+  try {
+    work();
+  } catch (const std::exception& error) {
+    return error.what();
+  }
+  return "none";
+}
+
+using Texts = std::set<std::string>;
+
+const SwString kKey32 = "0123456789abcdef0123456789abcdef";
+const SwString kPlain = "a longer text that needs more than one block";
+// Under "key" and under kKey32, by the openssl command line.
+const SwString kCipherText = "hcROnEmZwEwJeEzqwICdl5N5lEB6t7rBn9a8GU1/nfQF79FuCQp0rBiOTdpdoyCq";
+const SwString kCipherText32 = "u/ZsnFfD35+8rAkBySnP4O2EoZV0GUuTGO8EeDGgbyhdUOchDdrGhoshywVKuX9W";
+// The SHA-256 digest of "key", by sha256sum.
+const std::string kDigest =
+    "\x2c\x70\xe1\x2b\x7a\x06\x46\xf9\x22\x79\xf4\x27\xc7\xb3\x8e\x73"
+    "\x34\xd8\xe5\x38\x9c\xff\x16\x7a\x1d\xc3\x0e\x73\xf8\x26\xb6\x83";
+
+SwString encrypt(const SwString& plain, const SwString& key, Countdown& allocations) {
+  const Failing failing(allocations);
+  return plain.encryptAES(key);
+}
+
+SwString decrypt(const SwString& cipherText, const SwString& key, Countdown& allocations) {
+  SwString text = cipherText;
+  const Failing failing(allocations);
+  return text.decryptAES(key);
+}
+
+// What parsing under "key" comes to, with one allocation failing after another: an error, "no memory" if it
+// threw, or the value as compact text.
+Texts parseOutcomes(const SwString& json) {
+  const SwString key("key");
+  Texts outcomes;
+  const auto parse = [&json, &key]() -> std::string {
+    const StderrCapture captured;
+    SwJsonDocument document;
+    SwString error;
+    try {
+      const Failing failing(operatorNew);
+      document.loadFromJson(json, error, key);
+    } catch (const std::bad_alloc&) {
+      return "no memory";
+    }
+    SwString text;
+    document.generateJson(document.root(), text, false, 0, "");
+    return error.empty() ? text : error;
+  };
+  const int failures = runWithEachFailure(operatorNew, [&] { outcomes.insert(parse()); });
+  EXPECT_GT(failures, 0);
+  return outcomes;
+}
+
+}  // namespace
+
+TEST(EncryptionOutOfMemory, OpensslFailingMakesEveryMessageOfTheCipher) {
+  ASSERT_EQ(opensslTookOver, 1);
+  const std::vector<unsigned char> data(16);
+  const std::vector<unsigned char> key(32);
+  const std::pair<bool, const char*> directions[] = {{true, "EVP AES encrypt failed."},
+                                                     {false, "EVP AES decrypt failed."}};
+  for (const auto& [encrypt, failed] : directions) {
+    const auto run = [&, encrypt = encrypt] {
+      const Failing failing(opensslMalloc);
+      SwCrypto::cryptAES_ECB(data, key, encrypt);
+    };
+    opensslMalloc.start(1000);
+    ASSERT_EQ(messageOf(run), "none") << "fetched once, the cipher stays in OpenSSL's memory";
+    Texts messages;
+    runWithEachFailure(opensslMalloc, [&] { messages.insert(messageOf(run)); });
+    EXPECT_EQ(messages, (Texts{"EVP_CIPHER_CTX_new failed.", failed, "none"}));
+  }
+}
+
+TEST(EncryptionOutOfMemory, OpensslFailingMakesEveryMessageOfTheDigest) {
+  ASSERT_EQ(opensslTookOver, 1);
+  ASSERT_EQ(kPlain.encryptAES("key"), kCipherText);
+  Texts messages;
+  runWithEachFailure(opensslMalloc, [&] {
+    const StderrCapture captured;
+    const bool failed = decrypt(kCipherText, "key", opensslMalloc).empty();
+    EXPECT_EQ(failed, !captured.text().empty());
+    messages.insert(captured.text());
+  });
+  EXPECT_EQ(messages, (Texts{"Decryption error: EVP_MD_CTX_new failed.\n",
+                             "Decryption error: EVP digest operation failed.\n",
+                             "Decryption error: EVP_CIPHER_CTX_new failed.\n",
+                             "Decryption error: EVP AES decrypt failed.\n", ""}));
+}
+
+TEST(EncryptionOutOfMemory, EncryptingGivesAnEmptyStringWithTheReason) {
+  Texts outcomes;
+  runWithEachFailure(operatorNew, [&] {
+    const StderrCapture captured;
+    const SwString cipherText = encrypt(kPlain, "key", operatorNew);
+    outcomes.insert(captured.text() + cipherText.str());
+  });
+  EXPECT_EQ(outcomes, (Texts{"Encryption error: std::bad_alloc\n", kCipherText}));
+}
+
+TEST(EncryptionOutOfMemory, DecryptingThrowsOnlyForWantOfMemoryForTheResultOrTheMessage) {
+  const auto outcomesOf = [](const SwString& cipherText) {
+    Texts outcomes;
+    runWithEachFailure(operatorNew, [&] {
+      const StderrCapture captured;
+      try {
+        const SwString plain = decrypt(cipherText, "key", operatorNew);
+        outcomes.insert(captured.text() + plain.str());
+      } catch (const std::bad_alloc&) {
+        outcomes.insert("thrown");
+      }
+    });
+    return outcomes;
+  };
+  EXPECT_EQ(outcomesOf(kCipherText), (Texts{"Decryption error: std::bad_alloc\n", kPlain, "thrown"}));
+  EXPECT_EQ(outcomesOf("LdfwP4C6o/zvbXYyBAItdA=="), (Texts{"Decryption error: std::bad_alloc\n", "hello"}))
+      << "a short result needs no memory";
+  EXPECT_EQ(outcomesOf("42"),
+            (Texts{"Decryption error: std::bad_alloc\n",
+                   "Decryption error: Invalid data size for AES-ECB (must be multiple of 16).\n", "thrown"}));
+}
+
+TEST(KeyedJsonOutOfMemory, AQuotedValueWhoseDecryptionThrowsCannotBeDecrypted) {
+  EXPECT_EQ(
+      parseOutcomes("\"" + kCipherText + "\""),
+      (Texts{"no memory", "\"\"", "\"" + kPlain.str() + "\"",
+             "Unable to decrypt string value (index 66) near \"" + kCipherText.mid(45, -1).str() + "\"\""}));
+  EXPECT_EQ(parseOutcomes("[\"42\"]"),
+            (Texts{"no memory", "[\"\"]", "Unable to decrypt string value (index 5) near \"[\"42\"]\""}));
+}
+
+TEST(KeyedJsonOutOfMemory, ABareTokenWhoseDecryptionThrowsIsAPlainLiteral) {
+  for (const char* literal : {"42", "-1.5", "true", "false", "null"}) {
+    EXPECT_EQ(parseOutcomes(literal), (Texts{"no memory", "\"\"", literal}));
+  }
+}
+
+TEST(KeyedJsonOutOfMemory, ABareTokenWhoseDecryptionThrowsAndThatIsNoLiteralIsANumberWithoutDigits) {
+  EXPECT_EQ(parseOutcomes(kCipherText), (Texts{"no memory", "\"\"", "\"" + kPlain.str() + "\"",
+                                               "Expected digit in number literal (index 0) near \"" +
+                                                   kCipherText.mid(0, 20).str() + "\""}));
+}
+
+TEST(EncryptionWipes, TheSearchFindsWhatIsNotWiped) {
+  EXPECT_EQ(leftovers(kPlain, [] { std::string(kPlain.str()); }), 1);
+}
+
+TEST(EncryptionWipes, PlainTextIsGoneFromMemoryThatEncryptingGivesBack) {
+  SwString cipherText;
+  EXPECT_EQ(leftovers(kPlain, [&] { cipherText = kPlain.encryptAES("key"); }), 0);
+  EXPECT_EQ(cipherText, kCipherText);
+}
+
+TEST(EncryptionWipes, PlainTextIsGoneFromMemoryThatDecryptingGivesBack) {
+  SwString cipherText = kCipherText;
+  SwString plain;
+  EXPECT_EQ(leftovers(kPlain, [&] { plain = cipherText.decryptAES("key"); }), 0);
+  EXPECT_EQ(plain, kPlain);
+}
+
+TEST(EncryptionWipes, AKeyTakenAsItStandsIsGone) {
+  SwString cipherText;
+  SwString plain;
+  const auto encryptAndDecrypt = [&] {
+    cipherText = kPlain.encryptAES(kKey32);
+    plain = cipherText.decryptAES(kKey32);
+  };
+  EXPECT_EQ(leftovers(kKey32, encryptAndDecrypt), 0);
+  EXPECT_EQ(cipherText, kCipherText32);
+  EXPECT_EQ(plain, kPlain);
+}
+
+TEST(EncryptionWipes, ADigestIsGone) {
+  SwString cipherText;
+  SwString plain;
+  const auto encryptAndDecrypt = [&] {
+    cipherText = kPlain.encryptAES("key");
+    plain = cipherText.decryptAES("key");
+  };
+  EXPECT_EQ(leftovers(kDigest, encryptAndDecrypt), 0);
+  EXPECT_EQ(plain, kPlain);
+}
+
+TEST(EncryptionWipes, SecretsAreGoneOnErrorPathsToo) {
+  for (Countdown* allocations : {&operatorNew, &opensslMalloc}) {
+    for (const std::string& bytes : {kDigest, kPlain.str()}) {
+      const auto encryptAndDecrypt = [&] {
+        const StderrCapture captured;
+        SwString result;
+        const auto work = [&] {
+          try {
+            result = encrypt(kPlain, "key", *allocations);
+            result = decrypt(kCipherText, "key", *allocations);
+          } catch (const std::bad_alloc&) {
+          }
+        };
+        EXPECT_EQ(leftovers(bytes, work), 0);
+      };
+      EXPECT_GE(runWithEachFailure(*allocations, encryptAndDecrypt), 4);
+    }
+  }
+}

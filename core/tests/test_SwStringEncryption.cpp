@@ -124,6 +124,8 @@ TEST(SwStringEncryption, PaddingThatIsNotWellFormedIsKept) {
   EXPECT_EQ(decrypted("0hdM52TIhx8ndg/IFIKSoA=="), "ABCDEFGHIPQRS\x01\x03\x03") << "two bytes of 3";
   EXPECT_EQ(decrypted("FG5XQdtjPRx+W/Hr4yDT9w=="), SwString(std::string(15, '\0') + '\x10'))
       << "one byte of 16";
+  // Two blocks that end in seventeen bytes of 17.
+  EXPECT_EQ(decrypted("lhxEEKbYP2hkfQ9pkYmuTCKviXINv3bHxEDiUPSzP+8=").size(), 32U);
 }
 
 TEST(SwStringEncryption, PlainTextIsNotCipherText) {

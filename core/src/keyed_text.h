@@ -4,8 +4,8 @@
 #include "core/SwString.h"
 
 /// Which value a decrypted text of a keyed document stands for. "true" and "false" are Bools and "null" is
-/// Null; the two forms read numbers differently, because writers of the one hold numbers in 32 bits and
-/// single precision and writers of the other in 64 bits and double precision. What is no number is a String.
+/// Null; the two forms read numbers differently, on purpose: quoted ones in 32 bits and single precision,
+/// bare ones in 64 bits and double precision. What is no number is a String.
 namespace keyed_text {
 
 /// The text of a quoted value. Digits, after an optional '-', are an Int as SwString::toInt reads them: of 32

@@ -101,7 +101,7 @@ TEST(SwCrypto, DecryptingNothingGivesNothing) {
 }
 
 TEST(SwCrypto, OtherKeyLengthsAreInvalidArguments) {
-  for (const std::size_t size : {0, 1, 15, 17, 23, 25, 31, 33, 64}) {
+  for (const std::size_t size : {0U, 1U, 15U, 17U, 23U, 25U, 31U, 33U, 64U}) {
     for (const bool encrypt : {false, true}) {
       EXPECT_EQ(messageOf<std::invalid_argument>(Bytes(16), Bytes(size), encrypt),
                 "Invalid AES key size. Key must be 16, 24, or 32 bytes.")
@@ -116,7 +116,7 @@ TEST(SwCrypto, TheKeyIsCheckedBeforeTheData) {
 }
 
 TEST(SwCrypto, DataToDecryptMustEndAtABlock) {
-  for (const std::size_t size : {1, 15, 17, 31}) {
+  for (const std::size_t size : {1U, 15U, 17U, 31U}) {
     EXPECT_EQ(messageOf<std::runtime_error>(Bytes(size), kKey, false),
               "Invalid data size for AES-ECB (must be multiple of 16).")
         << size;

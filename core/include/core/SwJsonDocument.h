@@ -25,13 +25,11 @@
 //
 /// - "true" and "false" give a Bool, "null" gives Null.
 /// - Of a bare token, a text with '.', 'e' or 'E' that strtod takes whole gives a Double, even the
-/// hexadecimal
-///   "0x1e"; any other that strtoll takes whole in base 10 gives an Int of 64 bits, so "012" is 12. The rest
-///   gives a String, numbers out of range included.
-/// - Of a quoted value, digits after an optional '-' give an Int by SwString::toInt: of 32 bits, octal after
-/// a
-///   leading 0 ("012" is 10), and 0 with toInt's message if out of range. Such digits with one '.' among
-///   them, or before or after, give a Double by SwString::toFloat: in single precision, and 0.0 with
+///   hexadecimal "0x1e"; any other that strtoll takes whole in base 10 gives an Int of 64 bits, so "012"
+///   is 12. The rest gives a String, numbers out of range included.
+/// - Of a quoted value, digits after an optional '-' give an Int by SwString::toInt: of 32 bits, octal
+///   after a leading 0 ("012" is 10), and 0 with toInt's message if out of range. Such digits with one '.'
+///   among them, or before or after, give a Double by SwString::toFloat: in single precision, and 0.0 with
 ///   toFloat's message for a lone '.'. The rest gives a String, "1e5" included.
 //
 /// So a String whose text looks like one of these is of another kind when it is read again. A value that is

@@ -58,9 +58,10 @@ std::vector<std::string> splitAtCommas(const SwString& text) {
 
 template <typename Json>
 SwString compactText(const Json& json) {
-  SwString text;
-  SwJsonGenerator(text, SwJsonGenerator::Layout::Compact, 0, SwString()).append(json);
-  return text;
+  const SwString noKey;
+  SwJsonGenerator generator(SwJsonGenerator::Layout::Compact, 0, noKey);
+  generator.append(json);
+  return generator.takeText();
 }
 
 // Unlike in JSON text, a Double without a fraction is not written as an integer: 1e20 stays "1e+20".

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <limits>
 
-#include "ascii.h"
-
 namespace {
 
 // How many bytes of the text an error message quotes before the error and from it on.
@@ -21,22 +19,6 @@ int clampToInt(unsigned long position) {
 SwJsonCursor::SwJsonCursor(const SwString& json, unsigned long& index, SwString& errorMessage)
     : json_(json), index_(index), errorMessage_(errorMessage) {
   index_ = std::min<unsigned long>(index_, json.size());
-}
-
-bool SwJsonCursor::skip(char byte) noexcept {
-  if (atEnd() || peek() != byte) return false;
-  advance();
-  return true;
-}
-
-void SwJsonCursor::skipSpace() noexcept {
-  while (ascii::isSpace(peek())) advance();
-}
-
-bool SwJsonCursor::skipDigits() noexcept {
-  const unsigned long start = index_;
-  while (ascii::isDigit(peek())) advance();
-  return index_ != start;
 }
 
 void SwJsonCursor::fail(const char* message, unsigned long index) {

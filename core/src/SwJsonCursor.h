@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "ascii.h"
 #include "core/SwString.h"
 
 /// The state of one parse: a text, the position in it and the first error. The position and the error are the
@@ -23,11 +24,22 @@ class SwJsonCursor {
   void advance(unsigned long bytes = 1) noexcept { index_ += bytes; }
 
   /// Moves past the byte if it is the next one.
-  bool skip(char byte) noexcept;
-  void skipSpace() noexcept;
+  bool skip(char byte) noexcept {
+    if (atEnd() || peek() != byte) return false;
+    advance();
+    return true;
+  }
+
+  void skipSpace() noexcept {
+    while (ascii::isSpace(peek())) advance();
+  }
 
   /// Moves past the digits at the position; false if there is none.
-  bool skipDigits() noexcept;
+  bool skipDigits() noexcept {
+    const unsigned long start = index_;
+    while (ascii::isDigit(peek())) advance();
+    return index_ != start;
+  }
 
   /// Records an error at the position or at `index`; of several the first stays.
   void fail(const char* message) { fail(message, index_); }

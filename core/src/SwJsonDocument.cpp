@@ -37,7 +37,9 @@ SwJsonValue SwJsonDocument::parseJson(const SwString& json, unsigned long& index
 SwString SwJsonDocument::parseString(const SwString& json, unsigned long& index,
                                      SwString& errorMessage) const {
   SwJsonCursor cursor(json, index, errorMessage);
-  return readJsonString(cursor);
+  std::string text;
+  readJsonString(cursor, text);
+  return text;
 }
 
 void SwJsonDocument::reportError(SwString& errorMessage, const SwString& json, unsigned long index,
@@ -48,5 +50,7 @@ void SwJsonDocument::reportError(SwString& errorMessage, const SwString& json, u
 void SwJsonDocument::generateJson(const SwJsonValue& value, SwString& out, bool indented, int level,
                                   const SwString& key) const {
   using Layout = SwJsonGenerator::Layout;
-  SwJsonGenerator(out, indented ? Layout::Indented : Layout::Compact, level, key).append(value);
+  SwJsonGenerator generator(indented ? Layout::Indented : Layout::Compact, level, key);
+  generator.append(value);
+  out.empty() ? out = generator.takeText() : out.append(generator.takeText());
 }

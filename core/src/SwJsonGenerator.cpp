@@ -7,6 +7,7 @@
 #include "c_locale.h"
 #include "core/SwJsonArray.h"
 #include "core/saturate.h"
+#include "json_string_writer.h"
 
 namespace {
 
@@ -19,8 +20,8 @@ std::string numberText(double number) {
 
 }  // namespace
 
-SwJsonGenerator::SwJsonGenerator(SwString& out, Layout layout, int level, const SwString& key)
-    : out_(out), layout_(layout), level_(level < 0 ? 0 : static_cast<std::size_t>(level)), key_(key) {}
+SwJsonGenerator::SwJsonGenerator(Layout layout, int level, const SwString& key)
+    : layout_(layout), level_(level < 0 ? 0 : static_cast<std::size_t>(level)), key_(key) {}
 
 void SwJsonGenerator::append(const SwJsonValue& value) {
   begin(value);
@@ -41,7 +42,7 @@ void SwJsonGenerator::append(const SwJsonArray& array) {
 void SwJsonGenerator::begin(const SwJsonValue& value) {
   switch (value.kind()) {
     case SwJsonValue::Kind::Null:
-      out_ += "null";
+      text_ += "null";
       break;
     case SwJsonValue::Kind::Bool:
     case SwJsonValue::Kind::Int:
@@ -64,19 +65,19 @@ void SwJsonGenerator::begin(const SwJsonValue& value) {
 
 void SwJsonGenerator::begin(const SwJsonObject& object) {
   if (object.empty()) {
-    out_ += "{}";
+    text_ += "{}";
     return;
   }
-  out_ += '{';
+  text_ += '{';
   open_.push_back({&object, nullptr, object.begin(), 0});
 }
 
 void SwJsonGenerator::begin(const SwJsonArray& array) {
   if (array.empty()) {
-    out_ += "[]";
+    text_ += "[]";
     return;
   }
-  out_ += '[';
+  text_ += '[';
   open_.push_back({nullptr, &array, {}, 0});
 }
 
@@ -90,7 +91,7 @@ void SwJsonGenerator::finishOpen() {
     const char bracket = open.object != nullptr ? '}' : ']';
     open_.pop_back();
     beginLine(level_ + open_.size());
-    out_ += bracket;
+    text_ += bracket;
   }
 }
 
@@ -103,32 +104,32 @@ const SwJsonValue* SwJsonGenerator::beginNext(Open& open) {
       isObject ? open.nextMember == open.object->end() : open.nextElement == open.array->size();
   if (isEnd) return nullptr;
 
-  if (!isFirst) out_ += ',';
+  if (!isFirst) text_ += ',';
   beginLine(level_ + open_.size());
   if (!isObject) return &(*open.array)[open.nextElement++];
 
   const auto& [key, value] = *open.nextMember++;
   appendQuoted(key);
-  out_ += ": ";
+  text_ += ": ";
   return &value;
 }
 
 void SwJsonGenerator::beginLine(std::size_t level) {
   if (layout_ == Layout::Compact) return;
-  out_ += '\n';
-  out_.append(2 * level, ' ');
+  text_ += '\n';
+  text_.append(2 * level, ' ');
 }
 
 void SwJsonGenerator::appendScalar(const std::string& text) {
-  out_ += key_.empty() ? SwString(text) : SwString(text).encryptAES(key_);
+  text_ += key_.empty() ? text : SwString(text).encryptAES(key_).str();
 }
 
 void SwJsonGenerator::appendString(const std::string& text) {
-  appendQuoted(key_.empty() ? text : SwString(text).encryptAES(key_).str());
+  key_.empty() ? appendQuoted(text) : appendQuoted(SwString(text).encryptAES(key_));
 }
 
 void SwJsonGenerator::appendQuoted(const std::string& text) {
-  out_ += '"';
-  out_ += SwJsonValue::escapeString(text);
-  out_ += '"';
+  text_ += '"';
+  appendEscapedJson(text, text_);
+  text_ += '"';
 }

@@ -10,8 +10,9 @@ const char* keyOrEmpty(const char* key) {
 
 }  // namespace
 
-void SwJsonObject::insert(std::string key, SwJsonValue value) {
-  members_.insert_or_assign(std::move(key), std::move(value));
+void SwJsonObject::put(std::string&& key, SwJsonValue&& value) {
+  // Keys mostly come in order, as a generator writes them: then one comparison finds the place.
+  members_.insert_or_assign(members_.end(), std::move(key), std::move(value));
 }
 
 SwJsonValue SwJsonObject::value(const char* key, const SwJsonValue& defaultValue) const {

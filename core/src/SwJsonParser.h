@@ -1,9 +1,8 @@
 #pragma once
 
-#include <cstddef>
 #include <optional>
-#include <stack>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "SwJsonCursor.h"
@@ -25,11 +24,10 @@ class SwJsonParser {
  private:
   enum class Step { Value, Member, Element, Separator, Stop };
 
-  /// An open container. Its finished values are those from `firstValue` on in values_; an open object's keys
-  /// are the last ones in keys_.
+  /// An open container: one of the two is set, and belongs to the tree below root_.
   struct Open {
-    bool isObject;
-    std::size_t firstValue;
+    SwJsonObject* object;
+    SwJsonArray* array;
   };
 
   bool isKeyed() const noexcept { return !key_.empty(); }
@@ -39,9 +37,9 @@ class SwJsonParser {
   Step beginElement();
   Step passSeparator();
 
-  Step openContainer(bool isObject);
-  Step closeObject();
-  Step closeArray();
+  Step openObject();
+  Step openArray();
+  Step closeContainer();
   Step quotedText();
   std::optional<SwJsonValue> bareToken();
   std::optional<SwString> decrypt(std::string cipherText) const;
@@ -49,15 +47,19 @@ class SwJsonParser {
   Step boolean();
   Step null();
   Step number();
-  Step convertNumber(const std::string& token, bool isInteger, unsigned long start);
+  Step integer(unsigned long start);
+  Step floatingPoint(unsigned long start);
 
-  std::string readLetters();
-  Step finish(SwJsonValue value);
+  std::string_view readLetters();
+  void place(SwJsonValue&& value);
+  Step finish(SwJsonValue&& value);
   Step stop(const char* message);
 
   SwJsonCursor& cursor_;
   const SwString& key_;
-  std::stack<Open> open_;
-  std::vector<SwJsonValue> values_;
-  std::vector<std::string> keys_;
+  /// The value being parsed. It grows in place: a container joins it when it opens.
+  SwJsonValue root_;
+  std::vector<Open> open_;
+  /// The key of the member that is being parsed.
+  std::string memberKey_;
 };

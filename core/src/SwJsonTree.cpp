@@ -1,6 +1,6 @@
 #include "SwJsonTree.h"
 
-#include <iterator>
+#include <algorithm>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -8,46 +8,53 @@
 #include "core/SwJsonArray.h"
 #include "core/SwJsonObject.h"
 
-// Copies everything but the containers.
-void SwJsonTree::copyFields(const SwJsonValue& from, SwJsonValue& to) {
-  to.text_ = from.text_;
-  to.kind_ = from.kind_;
-  to.boolean_ = from.boolean_;
-  to.integer_ = from.integer_;
-  to.number_ = from.number_;
+bool SwJsonTree::hasNestedContainer(const SwJsonObject& object) noexcept {
+  return std::any_of(object.begin(), object.end(),
+                     [](const auto& member) { return member.second.hasContainer(); });
 }
 
-void SwJsonTree::copy(const SwJsonValue& from, SwJsonValue& to) {
-  struct Pair {
-    const SwJsonValue* from;
-    SwJsonValue* to;
-  };
-  std::vector<Pair> pending{{&from, &to}};
-  const auto copyOrDefer = [&pending](const SwJsonValue& source, SwJsonValue& target) {
-    copyFields(source, target);
-    if (source.object_ || source.array_) pending.push_back({&source, &target});
-  };
+bool SwJsonTree::hasNestedContainer(const SwJsonArray& array) noexcept {
+  return std::any_of(array.begin(), array.end(),
+                     [](const SwJsonValue& element) { return element.hasContainer(); });
+}
 
-  copyFields(from, to);
+void SwJsonTree::copyContainer(const SwJsonValue& from, SwJsonValue& to) {
+  std::vector<Copying> pending{{&from, &to}};
   while (!pending.empty()) {
-    const Pair pair = pending.back();
+    const Copying next = pending.back();
     pending.pop_back();
-    if (pair.from->object_) {
-      pair.to->object_ = std::make_shared<SwJsonObject>();
-      auto& members = pair.to->object_->members_;
-      for (const auto& [key, value] : pair.from->object_->members_) {
-        copyOrDefer(value, members.emplace_hint(members.end(), key, SwJsonValue())->second);
-      }
-    }
-    if (pair.from->array_) {
-      pair.to->array_ = std::make_shared<SwJsonArray>();
-      const auto& source = pair.from->array_->elements_;
-      auto& elements = pair.to->array_->elements_;
-      // All at once, so that the addresses in `pending` stay valid.
-      elements.resize(source.size());
-      for (std::size_t i = 0; i < source.size(); ++i) copyOrDefer(source[i], elements[i]);
-    }
+    if (next.from->object_) next.to->object_ = copyOf(*next.from->object_, pending);
+    if (next.from->array_) next.to->array_ = copyOf(*next.from->array_, pending);
   }
+}
+
+// A copy of `object` in which the containers of its members are still missing; those are added to `pending`.
+std::shared_ptr<SwJsonObject> SwJsonTree::copyOf(const SwJsonObject& object, std::vector<Copying>& pending) {
+  // The map copies itself faster than it takes members one by one, but down to the last container.
+  if (!hasNestedContainer(object)) return std::make_shared<SwJsonObject>(object);
+
+  auto copy = std::make_shared<SwJsonObject>();
+  auto& members = copy->members_;
+  for (const auto& [key, value] : object) {
+    SwJsonValue& added =
+        members.emplace_hint(members.end(), key, SwJsonValue(value, SwJsonValue::FieldsOnly()))->second;
+    if (value.hasContainer()) pending.push_back({&value, &added});
+  }
+  return copy;
+}
+
+std::shared_ptr<SwJsonArray> SwJsonTree::copyOf(const SwJsonArray& array, std::vector<Copying>& pending) {
+  if (!hasNestedContainer(array)) return std::make_shared<SwJsonArray>(array);
+
+  auto copy = std::make_shared<SwJsonArray>();
+  auto& elements = copy->elements_;
+  // All at once, so that the addresses in `pending` stay valid.
+  elements.reserve(array.size());
+  for (const SwJsonValue& element : array) {
+    elements.emplace_back(element, SwJsonValue::FieldsOnly());
+    if (element.hasContainer()) pending.push_back({&element, &elements.back()});
+  }
+  return copy;
 }
 
 // Compares everything but the members, of which it compares the number.
@@ -88,65 +95,61 @@ std::size_t SwJsonTree::memberCount(const SwJsonValue& value) noexcept {
   return value.array_ ? value.array_->size() : 0;
 }
 
-// The first member's value, or the first element. `value` must have one.
-SwJsonValue& SwJsonTree::firstSlot(SwJsonValue& value) noexcept {
-  return value.object_ ? value.object_->members_.begin()->second : value.array_->elements_.front();
+SwJsonTree::Container SwJsonTree::takeContainer(SwJsonValue& value) noexcept {
+  return {std::move(value.object_), std::move(value.array_)};
 }
 
-// Removes the last member or element. `value` must have one.
-SwJsonValue SwJsonTree::takeLast(SwJsonValue& value) noexcept {
-  SwJsonValue taken;
-  if (value.object_) {
-    const auto last = std::prev(value.object_->members_.end());
-    taken = std::move(last->second);
-    value.object_->members_.erase(last);
-  } else {
-    taken = std::move(value.array_->elements_.back());
-    value.array_->elements_.pop_back();
+// The first member's value or the first element; null if there is none.
+SwJsonValue* SwJsonTree::firstSlot(const Container& container) noexcept {
+  if (container.object && !container.object->empty()) return &container.object->members_.begin()->second;
+  if (container.array && !container.array->empty()) return &container.array->elements_.front();
+  return nullptr;
+}
+
+// Puts `container` at the head of the chain, then the one that stood in its first slot, and so on down. Ends
+// at one that is empty, which dies at once, or where there is none.
+void SwJsonTree::enchain(Container& chain, Container container) noexcept {
+  while (SwJsonValue* slot = firstSlot(container)) {
+    Container below = takeContainer(*slot);
+    slot->object_ = std::move(chain.object);
+    slot->array_ = std::move(chain.array);
+    chain = std::move(container);
+    container = std::move(below);
   }
-  return taken;
 }
 
-// Puts `value` at the head of the chain, then what stood in its first slot, and so on down. Ends at a value
-// without members, which it leaves in `value`.
-void SwJsonTree::enchain(SwJsonValue& chain, SwJsonValue& value) noexcept {
-  while (memberCount(value) != 0) {
-    SwJsonValue& slot = firstSlot(value);
-    SwJsonValue below = std::move(slot);
-    slot = std::move(chain);
-    chain = std::move(value);
-    value = std::move(below);
+// Does so with what stands in each slot of `container`.
+void SwJsonTree::enchainSlots(Container& chain, const Container& container) noexcept {
+  const auto take = [&chain](SwJsonValue& slot) {
+    if (slot.hasContainer()) enchain(chain, takeContainer(slot));
+  };
+  if (container.object) {
+    for (auto& member : container.object->members_) take(member.second);
+  } else {
+    for (SwJsonValue& element : container.array->elements_) take(element);
   }
 }
 
 // Letting each container destroy its members would recurse as deep as the tree is. Instead, the containers
-// still to be destroyed form a chain, head first, that needs no memory of its own: a container that joins
-// gives up what stands in its first slot and keeps the rest of the chain there. What was given up joins next,
-// if it has members of its own, or dies. The head then loses its other slots from the back, each joining or
-// dying in the same way, until only the first is left: the head dies, and the chain in that slot takes its
-// place. Every value joins once and dies once.
+// still to be destroyed form a chain, head first, that needs no memory of its own: one that joins gives up
+// the container in its first slot and keeps the rest of the chain there. What was given up joins next. The
+// head leaves the chain by handing the rest over; before it dies, the containers in its other slots join too,
+// so that nothing but plain values dies with it. Every container joins once and dies once.
 //
-// An example, with the chain's link written as "->":
+// An example, with the link to the rest of the chain written as "->" and an emptied slot as "_":
 //
-//   [[1,2],3]     is to be destroyed
-//   [->,3]        joins; its first slot gave up [1,2]
-//   [->[->,3],2]  so did [1,2]'s, whose 1 has no members and dies
-//   [->[->,3]]    the head loses its last slot, 2
-//   [->,3]        only the link is left: the head dies, and its link is the new head
-//   [->]          loses 3
-//   null          dies, and the chain is at its end
+//   [[1,2],[3],4]          is to be destroyed
+//   [_,[3],4]              joins; its first slot gave up [1,2]
+//   [1->[_,[3],4],2]       that joins too: the link stands in its first slot, beside the 1
+//   [_,[3],4]              [1,2] has left and died
+//   [3]                    [_,_,4] has left and died; its [3] had joined before
+//   none                   [3] has left and died, and the chain is at its end
 void SwJsonTree::release(SwJsonValue& value) noexcept {
-  SwJsonValue chain;
-  enchain(chain, value);
-  while (!chain.isNull()) {
-    const bool onlyLinkLeft = memberCount(chain) == 1;
-    SwJsonValue taken = takeLast(chain);
-    if (onlyLinkLeft) {
-      chain = std::move(taken);
-    } else {
-      enchain(chain, taken);
-    }
+  Container chain;
+  enchain(chain, takeContainer(value));
+  while (SwJsonValue* slot = firstSlot(chain)) {
+    const Container head = std::move(chain);
+    chain = takeContainer(*slot);
+    enchainSlots(chain, head);
   }
-  value.array_.reset();
-  value.object_.reset();
 }

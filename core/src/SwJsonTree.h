@@ -1,25 +1,44 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
+#include <vector>
 
 #include "core/SwJsonValue.h"
 
 /// The walks over a whole tree of values. Each uses a fixed amount of stack however deep the tree is.
 class SwJsonTree {
  public:
-  /// Makes `to`, a Null, a deep copy of `from`. On an exception `to` is left with part of the copy.
-  static void copy(const SwJsonValue& from, SwJsonValue& to);
+  /// Gives `to`, which has none, a deep copy of the container of `from`. On an exception `to` is left with
+  /// part of it.
+  static void copyContainer(const SwJsonValue& from, SwJsonValue& to);
 
   static bool equal(const SwJsonValue& a, const SwJsonValue& b);
 
-  /// Destroys the containers of `value` and everything below them. Allocates nothing.
+  /// Destroys the containers of `value`, which has one, and everything below them. Allocates nothing.
   static void release(SwJsonValue& value) noexcept;
 
  private:
-  static void copyFields(const SwJsonValue& from, SwJsonValue& to);
+  /// What a value holds its members by: one of the two, or none.
+  struct Container {
+    std::shared_ptr<SwJsonObject> object;
+    std::shared_ptr<SwJsonArray> array;
+  };
+
+  /// A value whose fields are copied already, and its copy, which still lacks the container.
+  struct Copying {
+    const SwJsonValue* from;
+    SwJsonValue* to;
+  };
+
+  static bool hasNestedContainer(const SwJsonObject& object) noexcept;
+  static bool hasNestedContainer(const SwJsonArray& array) noexcept;
+  static std::shared_ptr<SwJsonObject> copyOf(const SwJsonObject& object, std::vector<Copying>& pending);
+  static std::shared_ptr<SwJsonArray> copyOf(const SwJsonArray& array, std::vector<Copying>& pending);
   static bool equalFields(const SwJsonValue& a, const SwJsonValue& b);
   static std::size_t memberCount(const SwJsonValue& value) noexcept;
-  static SwJsonValue& firstSlot(SwJsonValue& value) noexcept;
-  static SwJsonValue takeLast(SwJsonValue& value) noexcept;
-  static void enchain(SwJsonValue& chain, SwJsonValue& value) noexcept;
+  static Container takeContainer(SwJsonValue& value) noexcept;
+  static SwJsonValue* firstSlot(const Container& container) noexcept;
+  static void enchain(Container& chain, Container container) noexcept;
+  static void enchainSlots(Container& chain, const Container& container) noexcept;
 };

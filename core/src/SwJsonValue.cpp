@@ -5,6 +5,7 @@
 
 #include "SwJsonTree.h"
 #include "c_locale.h"
+#include "json_string_writer.h"
 
 SwJsonValue::SwJsonValue(unsigned long value) noexcept {
   if (value <= static_cast<unsigned long>(std::numeric_limits<std::int64_t>::max())) {
@@ -30,39 +31,24 @@ SwJsonValue SwJsonValue::ofKind(Kind kind) noexcept {
   return value;
 }
 
-SwJsonValue::SwJsonValue(const SwJsonValue& other) : SwJsonValue() {
-  SwJsonTree::copy(other, *this);
-}
-
-SwJsonValue::SwJsonValue(SwJsonValue&& other) noexcept {
-  swap(other);
-}
-
-// A temporary takes the old content along, last, so that `other` may stand inside it.
 SwJsonValue& SwJsonValue::operator=(const SwJsonValue& other) {
-  SwJsonValue copy(other);
-  swap(copy);
-  return *this;
+  return *this = SwJsonValue(other);
 }
 
+// The old content dies last, because `other` may stand inside it.
 SwJsonValue& SwJsonValue::operator=(SwJsonValue&& other) noexcept {
-  SwJsonValue taken(std::move(other));
-  swap(taken);
+  if (this == &other) return *this;
+  const SwJsonValue old(std::move(*this));
+  takeFields(other);
   return *this;
 }
 
-SwJsonValue::~SwJsonValue() {
-  if (object_ || array_) SwJsonTree::release(*this);
+void SwJsonValue::copyContainer(const SwJsonValue& other) {
+  SwJsonTree::copyContainer(other, *this);
 }
 
-void SwJsonValue::swap(SwJsonValue& other) noexcept {
-  std::swap(kind_, other.kind_);
-  std::swap(boolean_, other.boolean_);
-  std::swap(integer_, other.integer_);
-  std::swap(number_, other.number_);
-  text_.swap(other.text_);
-  object_.swap(other.object_);
-  array_.swap(other.array_);
+void SwJsonValue::release() noexcept {
+  SwJsonTree::release(*this);
 }
 
 bool SwJsonValue::equal(const SwJsonValue& a, const SwJsonValue& b) {
@@ -89,42 +75,8 @@ std::string SwJsonValue::toString() const {
 }
 
 std::string SwJsonValue::escapeString(const std::string& text) {
-  constexpr const char* kHexDigits = "0123456789ABCDEF";
   std::string escaped;
   escaped.reserve(text.size());
-  for (const char byte : text) {
-    const auto code = static_cast<unsigned char>(byte);
-    switch (byte) {
-      case '"':
-        escaped += "\\\"";
-        break;
-      case '\\':
-        escaped += "\\\\";
-        break;
-      case '\b':
-        escaped += "\\b";
-        break;
-      case '\f':
-        escaped += "\\f";
-        break;
-      case '\n':
-        escaped += "\\n";
-        break;
-      case '\r':
-        escaped += "\\r";
-        break;
-      case '\t':
-        escaped += "\\t";
-        break;
-      default:
-        if (code < 0x20) {
-          escaped += "\\u00";
-          escaped += kHexDigits[code >> 4];
-          escaped += kHexDigits[code & 0x0F];
-        } else {
-          escaped += byte;
-        }
-    }
-  }
+  appendEscapedJson(text, escaped);
   return escaped;
 }

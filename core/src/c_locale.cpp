@@ -2,11 +2,11 @@
 
 #include <locale.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
+#include <charconv>
 #include <cstdlib>
-#include <iomanip>
-#include <locale>
-#include <sstream>
 
 #include "ascii.h"
 
@@ -20,6 +20,13 @@ locale_t cLocale() noexcept {
   static const locale_t locale = newlocale(LC_ALL_MASK, "C", nullptr);
   return locale;
 }
+
+// No double has more significant digits; a stream writes no more either, however many it is asked for.
+constexpr int kMaxDigits = 767;
+
+// Room for those digits, a sign, a point and an exponent, or for leading zeros instead of it; and for the 309
+// digits of the largest double with six behind the point.
+constexpr std::size_t kMaxText = kMaxDigits + 16;
 
 // Runs one strto* call as `convert(start, &end)`.
 template <typename Number, typename Convert>
@@ -36,12 +43,10 @@ bool convertText(const std::string& text, Number& out, std::size_t& consumed, Co
   return true;
 }
 
-std::string written(double value, int precision, std::ios::fmtflags format) {
-  std::ostringstream stream;
-  stream.imbue(std::locale::classic());
-  stream.flags(format);
-  stream << std::setprecision(precision) << value;
-  return stream.str();
+std::string written(double value, std::chars_format format, int precision) {
+  std::array<char, kMaxText> text;
+  const auto result = std::to_chars(text.data(), text.data() + text.size(), value, format, precision);
+  return std::string(text.data(), result.ptr);
 }
 
 }  // namespace
@@ -72,11 +77,11 @@ int automaticBase(const std::string& text) noexcept {
 }
 
 std::string toText(double value, int precision) {
-  return written(value, precision, std::ios::dec);
+  return written(value, std::chars_format::general, std::min(precision, kMaxDigits));
 }
 
 std::string toFixedText(double value) {
-  return written(value, 6, std::ios::dec | std::ios::fixed);
+  return written(value, std::chars_format::fixed, 6);
 }
 
 }  // namespace c_locale

@@ -1,18 +1,16 @@
 #include "json_string_reader.h"
 
+#include <cstddef>
 #include <cstdint>
 
 #include "ascii.h"
+#include "plain_run.h"
 
 namespace {
 
 constexpr std::uint32_t kHighSurrogates = 0xD800;
 constexpr std::uint32_t kLowSurrogates = 0xDC00;
 constexpr std::uint32_t kAfterSurrogates = 0xE000;
-
-bool isControl(char byte) {
-  return static_cast<unsigned char>(byte) < 0x20;
-}
 
 void appendUtf8(std::uint32_t codePoint, std::string& out) {
   const auto append = [&out](std::uint32_t byte) {
@@ -126,28 +124,29 @@ bool readEscape(SwJsonCursor& cursor, std::string& out) {
 void readPlainBytes(SwJsonCursor& cursor, std::string& out) {
   const std::string& text = cursor.text();
   const unsigned long start = cursor.index();
-  unsigned long end = start;
-  while (end < text.size() && text[end] != '"' && text[end] != '\\' && !isControl(text[end])) ++end;
-  out.append(text, start, end - start);
-  cursor.advance(end - start);
+  const std::size_t run = plain_run::length(text.data() + start, text.size() - start);
+  out.append(text, start, run);
+  cursor.advance(run);
+}
+
+// Reads up to and with the closing quote; false if it is missing or something before it is wrong.
+bool readToClosingQuote(SwJsonCursor& cursor, std::string& out) {
+  for (;;) {
+    readPlainBytes(cursor, out);
+    if (cursor.skip('"')) return true;
+    if (cursor.skip('\\')) {
+      if (!readEscape(cursor, out)) return false;
+    } else {
+      cursor.fail(cursor.atEnd() ? "Unterminated string literal" : "Unescaped control character in string");
+      return false;
+    }
+  }
 }
 
 }  // namespace
 
-std::string readJsonString(SwJsonCursor& cursor) {
+void readJsonString(SwJsonCursor& cursor, std::string& out) {
+  out.clear();
   if (!cursor.atEnd()) cursor.advance();
-  std::string result;
-  for (;;) {
-    readPlainBytes(cursor, result);
-    if (cursor.atEnd()) {
-      cursor.fail("Unterminated string literal");
-      return std::string();
-    }
-    if (cursor.skip('"')) return result;
-    if (!cursor.skip('\\')) {
-      cursor.fail("Unescaped control character in string");
-      return std::string();
-    }
-    if (!readEscape(cursor, result)) return std::string();
-  }
+  if (!readToClosingQuote(cursor, out)) out.clear();
 }

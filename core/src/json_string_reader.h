@@ -4,6 +4,6 @@
 
 #include "SwJsonCursor.h"
 
-/// Reads the string whose opening quote is at the cursor and moves past its closing quote. On an error, which
-/// the cursor then holds, the result is empty.
-std::string readJsonString(SwJsonCursor& cursor);
+/// Reads the string whose opening quote is at the cursor into `out` and moves past its closing quote. On an
+/// error, which the cursor then holds, `out` is empty.
+void readJsonString(SwJsonCursor& cursor, std::string& out);

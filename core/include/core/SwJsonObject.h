@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <map>
 #include <string>
+#include <utility>
 
 #include "core/SwJsonValue.h"
 #include "core/export.h"
@@ -13,8 +14,18 @@
 /// Copies are deep. Pointers, references and iterators to a member stay valid until that member is removed or
 /// overwritten. Threads: as for SwJsonValue.
 class SW_CORE_EXPORT SwJsonObject {
+  /// The order of std::less. Most keys differ in their first byte, which is cheaper to compare here.
+  struct KeyOrder {
+    bool operator()(const std::string& a, const std::string& b) const noexcept {
+      const auto first = static_cast<unsigned char>(*a.c_str());
+      const auto second = static_cast<unsigned char>(*b.c_str());
+      return first != second ? first < second : a < b;
+    }
+  };
+  using Members = std::map<std::string, SwJsonValue, KeyOrder>;
+
  public:
-  using const_iterator = std::map<std::string, SwJsonValue>::const_iterator;
+  using const_iterator = Members::const_iterator;
 
   SwJsonObject() = default;
   SwJsonObject(const SwJsonObject&) = default;
@@ -31,7 +42,7 @@ class SW_CORE_EXPORT SwJsonObject {
   bool contains(const std::string& key) const { return members_.count(key) != 0; }
 
   /// Adds the member, or overwrites the value of the one that is there.
-  void insert(std::string key, SwJsonValue value);
+  void insert(std::string key, SwJsonValue value) { put(std::move(key), std::move(value)); }
 
   /// False if there is no such member.
   bool remove(const std::string& key) { return members_.erase(key) != 0; }
@@ -56,7 +67,11 @@ class SW_CORE_EXPORT SwJsonObject {
   friend bool operator!=(const SwJsonObject& a, const SwJsonObject& b) { return !(a == b); }
 
  private:
+  friend class SwJsonParser;
   friend class SwJsonTree;
 
-  std::map<std::string, SwJsonValue> members_;
+  /// What insert does, without its copies.
+  void put(std::string&& key, SwJsonValue&& value);
+
+  Members members_;
 };

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "core/SwString.h"
 #include "core/export.h"
@@ -20,6 +21,8 @@ class SwJsonObject;
 //
 /// Threads: a value belongs to one thread; any number may read it while none changes it.
 class SW_CORE_EXPORT SwJsonValue {
+  struct FieldsOnly {};
+
  public:
   /// The numbers are fixed: stored configurations and other languages' bindings compare against them.
   enum class Kind : std::int32_t {
@@ -60,15 +63,27 @@ class SW_CORE_EXPORT SwJsonValue {
   SwJsonValue(const T*) = delete;
   SwJsonValue(char) = delete;
 
+  /// For the library alone: a copy without the container.
+  SwJsonValue(const SwJsonValue& other, FieldsOnly)
+      : kind_(other.kind_),
+        boolean_(other.boolean_),
+        integer_(other.integer_),
+        number_(other.number_),
+        text_(other.text_) {}
+
   /// A value of `kind` whose fields are all clear: false, 0, 0.0, "". An Object or Array made this way has no
   /// container: object() and array() give null, and it reads, prints and compares like an empty one.
   static SwJsonValue ofKind(Kind kind) noexcept;
 
-  SwJsonValue(const SwJsonValue& other);
-  SwJsonValue(SwJsonValue&& other) noexcept;
+  SwJsonValue(const SwJsonValue& other) : SwJsonValue(other, FieldsOnly()) {
+    if (other.hasContainer()) copyContainer(other);
+  }
+  SwJsonValue(SwJsonValue&& other) noexcept { takeFields(other); }
   SwJsonValue& operator=(const SwJsonValue& other);
   SwJsonValue& operator=(SwJsonValue&& other) noexcept;
-  ~SwJsonValue();
+  ~SwJsonValue() {
+    if (hasContainer()) release();
+  }
 
   Kind kind() const noexcept { return kind_; }
   bool isNull() const noexcept { return kind_ == Kind::Null; }
@@ -110,7 +125,10 @@ class SW_CORE_EXPORT SwJsonValue {
   friend class SwJsonTree;
 
   static bool equal(const SwJsonValue& a, const SwJsonValue& b);
-  void swap(SwJsonValue& other) noexcept;
+  bool hasContainer() const noexcept { return object_ != nullptr || array_ != nullptr; }
+  void copyContainer(const SwJsonValue& other);
+  void takeFields(SwJsonValue& other) noexcept;
+  void release() noexcept;
 
   Kind kind_ = Kind::Null;
   bool boolean_ = false;
@@ -120,6 +138,18 @@ class SW_CORE_EXPORT SwJsonValue {
   std::shared_ptr<SwJsonObject> object_;
   std::shared_ptr<SwJsonArray> array_;
 };
+
+// Here because parsing, growing containers and destroying them consist of little else.
+inline void SwJsonValue::takeFields(SwJsonValue& other) noexcept {
+  kind_ = std::exchange(other.kind_, Kind::Null);
+  boolean_ = std::exchange(other.boolean_, false);
+  integer_ = std::exchange(other.integer_, 0);
+  number_ = std::exchange(other.number_, 0.0);
+  text_ = std::move(other.text_);
+  other.text_.clear();
+  object_ = std::move(other.object_);
+  array_ = std::move(other.array_);
+}
 
 /// Whoever has a value can look into it.
 #include "core/SwJsonArray.h"

@@ -1,0 +1,49 @@
+#include "plain_run.h"
+
+#include <algorithm>
+
+namespace plain_run {
+namespace {
+
+// Keys and words end before a look at a whole block would pay.
+constexpr std::size_t kShort = 16;
+
+constexpr std::size_t kSmallBlock = 32;
+constexpr std::size_t kLargeBlock = 256;
+
+constexpr bool isPlain(unsigned char byte) {
+  return byte >= 0x20 && byte != '"' && byte != '\\';
+}
+
+// Of fixed length and without a branch, in minima alone, so that compilers make vector code of it.
+template <std::size_t Size>
+bool isPlainBlock(const char* bytes) noexcept {
+  unsigned char lowest = 0xFF;
+  unsigned char nearest = 0xFF;
+  for (std::size_t i = 0; i < Size; ++i) {
+    const auto byte = static_cast<unsigned char>(bytes[i]);
+    const auto fromQuote = static_cast<unsigned char>(byte ^ '"');
+    const auto fromBackslash = static_cast<unsigned char>(byte ^ '\\');
+    lowest = std::min(lowest, byte);
+    nearest = std::min(nearest, std::min(fromQuote, fromBackslash));
+  }
+  return lowest >= 0x20 && nearest != 0;
+}
+
+}  // namespace
+
+std::size_t lengthByBytes(const char* bytes, std::size_t size) noexcept {
+  std::size_t length = 0;
+  while (length < size && isPlain(static_cast<unsigned char>(bytes[length]))) ++length;
+  return length;
+}
+
+std::size_t length(const char* bytes, std::size_t size) noexcept {
+  std::size_t length = lengthByBytes(bytes, std::min(size, kShort));
+  if (length < kShort) return length;
+  while (size - length >= kLargeBlock && isPlainBlock<kLargeBlock>(bytes + length)) length += kLargeBlock;
+  while (size - length >= kSmallBlock && isPlainBlock<kSmallBlock>(bytes + length)) length += kSmallBlock;
+  return length + lengthByBytes(bytes + length, size - length);
+}
+
+}  // namespace plain_run

@@ -3,7 +3,6 @@
 
 #include <benchmark/benchmark.h>
 
-#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <opencv2/core.hpp>
@@ -13,6 +12,7 @@
 
 #include "FrameMask.h"
 #include "mask_text.h"
+#include "silhouette.h"
 
 namespace {
 
@@ -23,36 +23,6 @@ using seg_mask_overlay::MaskBits;
 struct Size {
   int width, height;
 };
-
-std::string toBase64(const std::vector<uint8_t>& bytes) {
-  constexpr char alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  std::string text;
-  uint32_t pending = 0;
-  int bits = 0;
-  for (const uint8_t byte : bytes) {
-    pending = (pending << 8) | byte;
-    for (bits += 8; bits >= 6; bits -= 6) text += alphabet[(pending >> (bits - 6)) & 63U];
-  }
-  if (bits > 0) text += alphabet[(pending << (6 - bits)) & 63U];
-  return text;
-}
-
-/// A text whose mask is an ellipse with a wavy outline, the way a segmenter draws a person.
-std::string silhouetteText(Size size) {
-  std::vector<uint8_t> bits(
-      (static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height) + 7) / 8, 0);
-  std::size_t pixel = 0;
-  for (int y = 0; y < size.height; ++y) {
-    for (int x = 0; x < size.width; ++x, ++pixel) {
-      const double dx = (x + 0.5) / size.width - 0.5;
-      const double dy = (y + 0.5) / size.height - 0.5;
-      const double radius = 0.3 + 0.05 * std::sin(7.0 * std::atan2(dy, dx));
-      if (dx * dx * 4.0 + dy * dy < radius * radius)
-        bits[pixel / 8] |= static_cast<uint8_t>(1U << (pixel % 8));
-    }
-  }
-  return "SEG1|" + std::to_string(size.width) + "|" + std::to_string(size.height) + "|" + toBase64(bits);
-}
 
 MaskBits decoded(const std::string& text) {
   std::optional<MaskBits> mask = decodeMaskText(text);
@@ -75,7 +45,7 @@ void floorOfFrame(benchmark::State& state, Size frame) {
 }
 
 void textToFrameMask(benchmark::State& state, Size size, Size frame) {
-  const std::string text = silhouetteText(size);
+  const std::string text = bench::silhouetteText(size.width, size.height);
   FrameMask frameMask;
   for (auto _ : state) {
     benchmark::DoNotOptimize(frameMask.fill(decoded(text), frame.width, frame.height));

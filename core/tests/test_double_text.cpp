@@ -92,9 +92,10 @@ TEST(DoubleText, AroundTheLargestNumberTheVerdictIsStrtods) {
 }
 
 TEST(DoubleText, HalfwayCasesRoundAsStrtodDoes) {
-  for (const char* token : {"9007199254740993.0", "9007199254740992.5", "9007199254740993.00000000000000000001",
-                            "0.500000000000000166533453693773481063544750213623046875", "5e-1",
-                            "3.518437208883201171875e13", "62.5364939768271845828"}) {
+  for (const char* token :
+       {"9007199254740993.0", "9007199254740992.5", "9007199254740993.00000000000000000001",
+        "0.500000000000000166533453693773481063544750213623046875", "5e-1", "3.518437208883201171875e13",
+        "62.5364939768271845828"}) {
     expectReadAsByStrtod(token);
   }
 }
@@ -112,8 +113,26 @@ TEST(DoubleText, RandomNumbersAreReadAsByStrtod) {
 
 TEST(DoubleText, ExtremesAreWrittenAsByAStreamAtEveryPrecision) {
   for (const double value : kExtremes) {
-    for (const int precision : {-2147483647 - 1, -7, -1, 0, 1, 2, 6, 10, 15, 17, 40, 100, 308, 325, 700, 766, 767,
-                                768, 1100, 2000}) {
+    for (const int precision : {-2147483647 - 1,
+                                -7,
+                                -1,
+                                0,
+                                1,
+                                2,
+                                6,
+                                10,
+                                15,
+                                17,
+                                40,
+                                100,
+                                308,
+                                325,
+                                700,
+                                766,
+                                767,
+                                768,
+                                1100,
+                                2000}) {
       EXPECT_EQ(SwAny(value).toString(precision), streamed(value, precision)) << precision;
     }
   }

@@ -48,7 +48,8 @@ std::vector<unsigned char> decode(const std::string& text) {
     bitCount += 6;
     if (bitCount >= 8) {
       bitCount -= 8;
-      bytes.push_back(static_cast<unsigned char>(bits >> bitCount & 0xFF));
+      bytes.push_back(static_cast<unsigned char>(bits >> bitCount));
+      bits &= (1U << bitCount) - 1;
     }
   }
   return bytes;

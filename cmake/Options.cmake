@@ -24,6 +24,14 @@ if(ZELVO_TOOLS_ROOT AND (SEG_MASK_BUILD_TOOLS OR SEG_MASK_BUILD_TESTS OR SEG_MAS
   message(FATAL_ERROR "ZELVO_TOOLS_ROOT builds the plug-in alone; turn SEG_MASK_BUILD_TOOLS, _TESTS and _BENCHMARKS off")
 endif()
 
+option(SEG_MASK_FUZZERS "Make the fuzzers libFuzzer programs instead of replays; needs clang" OFF)
+if(SEG_MASK_FUZZERS AND NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+  message(FATAL_ERROR "SEG_MASK_FUZZERS needs clang; the compiler is ${CMAKE_CXX_COMPILER_ID}")
+endif()
+if(SEG_MASK_FUZZERS AND SEG_MASK_BUILD_TESTS)
+  message(FATAL_ERROR "a build has either fuzzers or tests; turn SEG_MASK_BUILD_TESTS off")
+endif()
+
 option(SEG_MASK_WARNINGS_AS_ERRORS "Treat compiler warnings as errors" OFF)
 
 # Guard bytes around each picture plane: on in debug builds unless said otherwise.

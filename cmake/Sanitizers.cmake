@@ -6,6 +6,9 @@ if(SEG_MASK_SANITIZE)
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     add_compile_options("$<$<COMPILE_LANGUAGE:CXX>:-Wno-maybe-uninitialized>")
   endif()
+  if(SEG_MASK_FUZZERS)
+    add_compile_options("-fsanitize-ignorelist=${PROJECT_SOURCE_DIR}/cmake/fuzz.ignorelist")
+  endif()
   add_link_options("-fsanitize=${SEG_MASK_SANITIZE}")
   # A sanitizer reports at exit, when an unloaded library's frames have lost their names and its live data would
   # look leaked; so plug-ins stay mapped in these builds.

@@ -369,6 +369,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   FuzzInput program(data, size);
   std::array<SwAny, 4> anys;
   std::array<Model, 4> models;
-  while (!program.atEnd()) step(program, anys, models);
+  for (int steps = 0; steps < 200 && !program.atEnd(); ++steps) step(program, anys, models);
   return 0;
 }

@@ -4,6 +4,7 @@
 // subnormal numbers, containers that are absent.
 
 #include <cmath>
+#include <cstdio>
 #include <optional>
 
 #include "FuzzInput.h"
@@ -120,6 +121,23 @@ void checkSettled(const SwJsonValue& tree) {
   fuzz::checkEqual(generated(document.root(), false, 0, ""), second, "the third generation");
 }
 
+std::string plainText(const JsonValue& model) {
+  switch (model.kind) {
+    case JsonValue::Kind::String:
+      return model.text;
+    case JsonValue::Kind::Double: {
+      char text[400];
+      std::snprintf(text, sizeof(text), "%f", model.number);
+      return text;
+    }
+    case JsonValue::Kind::Object:
+    case JsonValue::Kind::Array:
+      return "{}";
+    default:
+      return reference::generateJson(model, false, 0, "");
+  }
+}
+
 void checkCopiesAndMoves(const SwJsonValue& tree, const JsonValue& model) {
   SwJsonValue copy(tree);
   fuzz::check(reference::modelOf(copy).has_value(), "a copy is as deep as its source");
@@ -163,6 +181,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   checkRoundTrip(tree, *model, true, static_cast<int>(size % 3), "");
   checkRoundTrip(tree, *model, size % 2 == 0, 0, key);
   checkSettled(tree);
+  fuzz::checkEqual(tree.toString(), plainText(*model), "toString");
   checkCopiesAndMoves(tree, *model);
   return 0;
 }

@@ -1,6 +1,7 @@
 #include "reference_numbers.h"
 
 #include <cerrno>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -188,6 +189,7 @@ bool identical(double a, double b) {
 }
 
 bool identical(float a, float b) {
+  if (std::isnan(a) && std::isnan(b)) return true;
   return std::memcmp(&a, &b, sizeof(a)) == 0;
 }
 

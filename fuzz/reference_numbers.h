@@ -34,7 +34,8 @@ float nearestFloat(double value);
 /// As printf's %.{precision}g: what an output stream of this precision writes.
 std::string generalText(double value, int precision);
 
-/// Whether the two have the same bits.
+/// Whether the two have the same bits. Floats that are both NaN count as identical, because what narrowing
+/// leaves of a double's NaN is nobody's rule.
 bool identical(double a, double b);
 bool identical(float a, float b);
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <stdexcept>
+#include <type_traits>
 
 #include "c_locale.h"
 #include "diagnostics.h"
@@ -11,7 +12,7 @@ namespace {
 
 // What has to be known of a type whose values lie in the storage itself.
 struct InlineKind {
-  std::string typeName;
+  const char* typeName;
   void (*copy)(const void* from, void* to);
   void (*move)(void* from, void* to);
   void (*destroy)(void* value);
@@ -20,20 +21,22 @@ struct InlineKind {
 template <typename T>
 InlineKind inlineKind() {
   static_assert(sw_any::isInlineKind<T>());
-  return {SwAny::typeNameOf<T>(),
+  return {sw_any::typeName<T>(),
           [](const void* from, void* to) { ::new (to) T(*static_cast<const T*>(from)); },
           [](void* from, void* to) { ::new (to) T(std::move(*static_cast<T*>(from))); },
           [](void* value) { static_cast<T*>(value)->~T(); }};
 }
 
-// The inline kind of this name; null if it is none. Never destroyed, as values may outlive any static.
-const InlineKind* findInlineKind(const std::string& typeName) {
-  static const auto& kinds =
-      *new std::array<InlineKind, 10>{inlineKind<bool>(),          inlineKind<int>(),
-                                      inlineKind<long>(),          inlineKind<float>(),
-                                      inlineKind<double>(),        inlineKind<unsigned int>(),
-                                      inlineKind<unsigned long>(), inlineKind<const char*>(),
-                                      inlineKind<std::string>(),   inlineKind<std::vector<unsigned char>>()};
+// The inline kind of this name; null if it is none. Moving and destroying look here, so the table neither
+// needs memory nor is destroyed: values may outlive any static.
+const InlineKind* findInlineKind(const std::string& typeName) noexcept {
+  using Kinds = std::array<InlineKind, 10>;
+  static_assert(std::is_trivially_destructible_v<Kinds>);
+  static const Kinds kinds{inlineKind<bool>(),          inlineKind<int>(),
+                           inlineKind<long>(),          inlineKind<float>(),
+                           inlineKind<double>(),        inlineKind<unsigned int>(),
+                           inlineKind<unsigned long>(), inlineKind<const char*>(),
+                           inlineKind<std::string>(),   inlineKind<std::vector<unsigned char>>()};
   const auto kind = std::find_if(kinds.begin(), kinds.end(), [&typeName](const InlineKind& candidate) {
     return candidate.typeName == typeName;
   });
@@ -41,7 +44,7 @@ const InlineKind* findInlineKind(const std::string& typeName) {
 }
 
 template <typename Registry>
-typename Registry::mapped_type findFunction(const Registry& registry, const std::string& typeName) {
+typename Registry::mapped_type findFunction(const Registry& registry, const std::string& typeName) noexcept {
   const auto entry = registry.find(typeName);
   return entry != registry.end() ? entry->second : nullptr;
 }
@@ -83,7 +86,11 @@ void SwAny::copyFrom(const SwAny& other) {
 }
 
 // This SwAny must be empty; `other` is afterwards.
+//
+// Here and in clear, an empty SwAny must keep away from the registries, which another thread may be filling.
+// A name that is of no inline kind proves that they are filled.
 void SwAny::moveFrom(SwAny& other) noexcept {
+  if (other.isEmpty()) return;
   typeName_.swap(other.typeName_);
   if (const InlineKind* kind = findInlineKind(typeName_)) {
     kind->move(other.storage_, storage_);
@@ -94,7 +101,8 @@ void SwAny::moveFrom(SwAny& other) noexcept {
   }
 }
 
-void SwAny::clear() {
+void SwAny::clear() noexcept {
+  if (isEmpty()) return;
   if (const InlineKind* kind = findInlineKind(typeName_)) {
     kind->destroy(storage_);
     setObject(nullptr);

@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <new>
+#include <type_traits>
 #include <utility>
 
 #include "core/SwAny.h"
@@ -10,47 +12,57 @@
 
 namespace {
 
-// A registry is never destroyed: the values it serves may outlive every static of the process.
+// Holds a registry and never destroys it: the values it serves may outlive every static of the process. It is
+// no heap object, because moving and destroying values look into registries and must not need memory for
+// that.
 template <typename Registry>
-Registry& immortal() {
-  return *new Registry();
-}
+class Immortal {
+ public:
+  Immortal() noexcept : registry_(*::new (static_cast<void*>(storage_)) Registry()) {
+    static_assert(std::is_nothrow_default_constructible_v<Registry>);
+  }
+  Registry& get() noexcept { return registry_; }
+
+ private:
+  alignas(Registry) unsigned char storage_[sizeof(Registry)];
+  Registry& registry_;
+};
 
 }  // namespace
 
 std::map<std::string, SwAny::MoveFunction>& SwAny::_dynamicMoveFrom() {
-  static auto& registry = immortal<std::map<std::string, MoveFunction>>();
-  return registry;
+  static Immortal<std::map<std::string, MoveFunction>> registry;
+  return registry.get();
 }
 
 std::map<std::string, SwAny::ClearFunction>& SwAny::_dynamicClear() {
-  static auto& registry = immortal<std::map<std::string, ClearFunction>>();
-  return registry;
+  static Immortal<std::map<std::string, ClearFunction>> registry;
+  return registry.get();
 }
 
 std::map<std::string, SwAny::CopyFunction>& SwAny::_dynamicCopyFrom() {
-  static auto& registry = immortal<std::map<std::string, CopyFunction>>();
-  return registry;
+  static Immortal<std::map<std::string, CopyFunction>> registry;
+  return registry.get();
 }
 
 std::map<std::string, SwAny::DataFunction>& SwAny::_dynamicData() {
-  static auto& registry = immortal<std::map<std::string, DataFunction>>();
-  return registry;
+  static Immortal<std::map<std::string, DataFunction>> registry;
+  return registry.get();
 }
 
 std::map<std::string, SwAny::FromVoidPtrFunction>& SwAny::_dynamicFromVoidPtr() {
-  static auto& registry = immortal<std::map<std::string, FromVoidPtrFunction>>();
-  return registry;
+  static Immortal<std::map<std::string, FromVoidPtrFunction>> registry;
+  return registry.get();
 }
 
 SwAny::ConversionRules& SwAny::conversionRules() {
-  static auto& registry = immortal<ConversionRules>();
-  return registry;
+  static Immortal<ConversionRules> registry;
+  return registry.get();
 }
 
 std::map<std::pair<std::string, std::string>, SwAny::Converter>& SwAny::converters() {
-  static auto& registry = immortal<std::map<std::pair<std::string, std::string>, Converter>>();
-  return registry;
+  static Immortal<std::map<std::pair<std::string, std::string>, Converter>> registry;
+  return registry.get();
 }
 
 const SwAny::ConversionRules& SwAny::getConversionRules() {
@@ -73,9 +85,13 @@ void SwAny::registerConverter(const std::string& sourceTypeName, const std::stri
 void SwAny::enterConverter(const std::string& sourceTypeName, const std::string& targetTypeName,
                            Converter converter) {
   std::vector<std::string>& targets = conversionRules()[sourceTypeName];
-  if (std::find(targets.begin(), targets.end(), targetTypeName) == targets.end())
-    targets.push_back(targetTypeName);
+  const bool isListed = std::find(targets.begin(), targets.end(), targetTypeName) != targets.end();
+  // Whatever needs memory comes before the first change, so that a rule is listed only if it has its
+  // converter.
+  std::string name = targetTypeName;
+  if (!isListed) targets.reserve(targets.size() + 1);
   converters()[{sourceTypeName, targetTypeName}] = std::move(converter);
+  if (!isListed) targets.push_back(std::move(name));
 }
 
 void SwAny::ensureRegistryInitialized() {
@@ -93,9 +109,17 @@ bool SwAny::registerAllTypeOnce() {
 
 // Nothing from here on may consult a registry through the operations that fill it: the statics above are
 // still being initialised, and waiting for them would never end.
+//
+// If memory runs out here, the exception leaves those statics uninitialised and the next operation comes here
+// again. Entering something a second time changes nothing.
 void SwAny::registerAllType() {
-  // A second such line in a host's log means that the process holds two copies of this library.
-  writeDiagnostic("********************CALL ONCE NOT TWICE********************");
+  // A second such line in a host's log means that the process holds two copies of this library; so a second
+  // attempt writes none.
+  static const bool announced = [] {
+    writeDiagnostic("********************CALL ONCE NOT TWICE********************");
+    return true;
+  }();
+  static_cast<void>(announced);
   registerMetaTypes();
   registerScalarConversions();
   registerListConversions();

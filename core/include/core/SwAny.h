@@ -37,6 +37,13 @@ constexpr bool convertsImplicitly() {
   return isInlineKind<T>() || isOneOf<T, SwString, SwJsonValue, SwJsonObject, SwJsonArray>();
 }
 
+/// The run-time name of type T without a leading '*'.
+template <typename T>
+const char* typeName() noexcept {
+  const char* name = typeid(T).name();
+  return *name == '*' ? name + 1 : name;
+}
+
 }  // namespace sw_any
 
 /// One value of any type, together with the type's run-time name, and a process-wide registry of conversions.
@@ -49,15 +56,22 @@ constexpr bool convertsImplicitly() {
 /// A value is owned by its SwAny and copied deeply. A moved-from SwAny is empty, and so is one made by
 /// default.
 //
-/// The registry: one per process, filled with the library's types and conversions by the first operation that
-/// consults it: convert, toString of anything but an SwString or a floating-point number, making, copying,
-/// reading or clearing a value of a meta type, getConversionRules, and any registration. Filling writes one
-/// line, the same at every start of every process, to standard error. Loading the library and using values of
-/// inline kinds does not fill it.
+/// The registry: one per process, however many libraries of the process use it and in whatever way they were
+/// loaded. It is filled with the library's types and conversions by the first operation that consults it:
+/// convert, toString of anything but an SwString or a floating-point number, making, copying, reading or
+/// wrapping a value of a meta type, getConversionRules, and any registration. Filling writes one line, the
+/// same at every start of every process, to standard error, "CALL ONCE NOT TWICE" between two rows of 20
+/// asterisks. If memory runs out, that first operation throws std::bad_alloc, and the next one completes the
+/// registry, without a second line. Loading the library and using values of inline kinds does not fill it.
+//
+/// Exceptions: std::bad_alloc from whatever makes or copies a value, a name or a text. Moving, clearing and
+/// destroying allocate nothing.
 //
 /// Threads: filling is safe from any of them. Registration is not: a host registers its own types and
 /// conversions before others use SwAny, and the module that does so stays loaded, because the registry keeps
-/// its functions.
+/// its functions. A value belongs to one thread; any number may read it while none changes it. The conversion
+/// from SwString to `const char*` gives the address of one buffer that all threads share: its result holds
+/// until the next such conversion, and two threads must not make one at once.
 class SW_CORE_EXPORT SwAny {
  public:
   /// For each source type name the names of the types it converts to, in the order of registration.
@@ -96,8 +110,7 @@ class SW_CORE_EXPORT SwAny {
   /// The name under which values of type T are held: the run-time type name without a leading '*'.
   template <typename T>
   static std::string typeNameOf() {
-    const char* name = typeid(T).name();
-    return *name == '*' ? name + 1 : name;
+    return sw_any::typeName<T>();
   }
 
   /// The held value's type name; empty if there is no value.
@@ -117,7 +130,7 @@ class SW_CORE_EXPORT SwAny {
   void copyFrom(const SwAny& other);
 
   /// Releases the value and becomes empty.
-  void clear();
+  void clear() noexcept;
 
   /// A new SwAny with the value converted to the named type; a copy if it is the held type. If there is no
   /// such conversion, an empty SwAny, and "No conversion rule registered from ", the held name, " to " and
@@ -208,7 +221,7 @@ class SW_CORE_EXPORT SwAny {
 
 template <typename T>
 const T& SwAny::get() const {
-  if (typeName_ != typeNameOf<T>()) throwTypeMismatch();
+  if (typeName_ != sw_any::typeName<T>()) throwTypeMismatch();
   const void* held = data();
   if (held == nullptr) throwNullStorage();
   return *static_cast<const T*>(held);
@@ -234,8 +247,9 @@ void SwAny::enterMetaType() {
   _dynamicMoveFrom()[name] = &MetaType<T>::moveFrom;
   _dynamicClear()[name] = &MetaType<T>::clear;
   _dynamicCopyFrom()[name] = &MetaType<T>::copyFrom;
-  _dynamicData()[name] = &MetaType<T>::data;
   _dynamicFromVoidPtr()[name] = &MetaType<T>::fromVoidPtr;
+  // Last, because isMetaType looks here: memory may run out on the way.
+  _dynamicData()[name] = &MetaType<T>::data;
 }
 
 template <typename A, typename B, typename Function>

@@ -237,6 +237,8 @@ TEST(SwAny, ToStringOfFloatingPointHasThePrecision) {
   EXPECT_EQ(SwAny(1234567.0).toString(6), "1.23457e+06");
   EXPECT_EQ(SwAny(0.45F).toString(10), "0.4499999881");
   EXPECT_EQ(SwAny(1.0 / 3).toString(3), "0.333");
+  EXPECT_EQ(SwAny(1234.5678).toString(0), "1e+03");
+  EXPECT_EQ(SwAny(1234.5678).toString(-1), "1234.57");
 }
 
 TEST(SwAny, ToStringOfOthersGoesThroughTheirConversion) {

@@ -141,6 +141,13 @@ TEST(SwAnyRegistry, AConversionToAnUnregisteredTypeGivesItsNameWithoutStorage) {
   EXPECT_EQ(result.data(), nullptr);
 }
 
+TEST(SwAnyRegistry, AnEmptyFunctionThrowsWhenItIsCalled) {
+  struct Local {};
+  SwAny::registerMetaType<Local>();
+  SwAny::registerConversion<Local, bool>(std::function<bool(const Local&)>());
+  EXPECT_THROW(SwAny::from(Local()).convert("b"), std::bad_function_call);
+}
+
 TEST(SwAnyRegistry, AConverterThatGivesAnotherTypeIsAMismatch) {
   SwAny::registerConverter("nobody's type", "8SwString", [](const SwAny&) { return SwAny(7); });
   const SwAny any = SwAny::fromVoidPtr("nobody's type", nullptr);

@@ -56,6 +56,23 @@ const char* typeName() noexcept {
 /// A value is owned by its SwAny and copied deeply. A moved-from SwAny is empty, and so is one made by
 /// default.
 //
+/// The library's own conversions:
+//
+/// - Between SwString and each of int, unsigned int, long, unsigned long, float, double and bool. To text,
+///   numbers are decimal, a float with ten significant digits and a double with fifteen. From text, int,
+///   float and double are SwString's toInt, toFloat and toDouble, with their messages. The others give 0 for
+///   what is no number, silently: long takes what strtoll does (white space first, hexadecimal after "0x",
+///   octal after "0"; bytes after the number are ignored), the unsigned ones trim first and give 0 for a '-'.
+///   Only "true" is true.
+/// - Between SwString and std::string; from `const char*`, up to its NUL, to SwString; and from SwString to
+///   the address of a shared buffer, as `const char*` (see Threads).
+/// - Between SwString and std::vector<std::string>: joined with "," and split at ','.
+/// - From SwString to std::vector<unsigned char>, all bytes; to SwList<unsigned char>, one element a byte of
+///   the trimmed text; and from such a list back to its bytes.
+/// - From SwJsonValue, SwJsonObject and SwJsonArray to SwString: compact JSON text, in which a String is
+///   quoted and escaped. A Double that is converted by itself has six significant digits and, unlike inside a
+///   container, is not written as an integer, so that 1e20 is "1e+20".
+//
 /// The registry: one per process, however many libraries of the process use it and in whatever way they were
 /// loaded. It is filled with the library's types and conversions by the first operation that consults it:
 /// convert, toString of anything but an SwString or a floating-point number, making, copying, reading or
@@ -134,23 +151,29 @@ class SW_CORE_EXPORT SwAny {
 
   /// A new SwAny with the value converted to the named type; a copy if it is the held type. If there is no
   /// such conversion, an empty SwAny, and "No conversion rule registered from ", the held name, " to " and
-  /// the target name go to standard error. Throws what the conversion throws, and get()'s errors if there is
-  /// no value behind the name.
+  /// the target name go to standard error as one line. Throws what the conversion throws, and get()'s errors
+  /// if there is no value behind the name.
   SwAny convert(const std::string& targetTypeName) const;
 
-  /// The value as text: an SwString's bytes; a float or double with `precision` significant digits; anything
-  /// else through its conversion to SwString. Empty, with no message, if there is none. Throws get()'s errors
-  /// if there is no value behind the name or the conversion gives another type.
+  /// The value as text: an SwString's bytes; a float or double with `precision` significant digits, where 0
+  /// counts as 1 and a negative number as 6; anything else through its conversion to SwString. Empty, with no
+  /// message, if there is none. Throws get()'s errors if there is no value behind the name or the conversion
+  /// gives another type.
   std::string toString(int precision) const;
 
-  /// The conversions there are. The reference stays valid for the life of the process.
+  /// The conversions there are. The reference stays valid for the life of the process and shows later
+  /// registrations too.
   static const ConversionRules& getConversionRules();
 
-  /// Lets SwAny hold values of the copyable type T, which is no inline kind.
+  /// Lets SwAny hold values of the copyable type T, which is no inline kind. Repeating it changes nothing.
+  /// This and the next two throw std::bad_alloc and have then registered nothing.
   template <typename T>
   static void registerMetaType();
 
-  /// Lets convert() turn an A into a B by calling `function`; replaces an earlier conversion between the two.
+  /// Lets convert() turn an A into a B by calling `function`, which is kept and called from whichever threads
+  /// convert; replaces an earlier conversion between the two. An empty function makes convert() throw
+  /// std::bad_function_call. If B is neither an inline kind nor registered, convert() gives B's name without
+  /// storage.
   template <typename A, typename B>
   static void registerConversion(std::function<B(const A&)> function);
 

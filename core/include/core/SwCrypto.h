@@ -26,8 +26,8 @@ class SW_CORE_EXPORT SwCrypto {
   /// Throws std::invalid_argument for another length of the key ("Invalid AES key size. Key must be 16, 24,
   /// or 32 bytes."), and std::runtime_error if data to be decrypted does not end at a block ("Invalid data
   /// size for AES-ECB (must be multiple of 16).") or if OpenSSL fails ("EVP AES cipher unavailable.",
-  /// "EVP_CIPHER_CTX_new failed.", "EVP AES encrypt failed.", "EVP AES decrypt failed."). The calling
-  /// thread's queue of OpenSSL errors stays as it was. Threads: any number of calls at a time.
+  /// "EVP_CIPHER_CTX_new failed.", "EVP AES encrypt failed.", "EVP AES decrypt failed."), and std::bad_alloc.
+  /// The calling thread's queue of OpenSSL errors stays as it was. Threads: any number of calls at a time.
   static std::vector<unsigned char> cryptAES_ECB(const std::vector<unsigned char>& data,
                                                  const std::vector<unsigned char>& key, bool encrypt);
 };

@@ -4,7 +4,8 @@
 #include <type_traits>
 
 /// A set of flags of the enumeration `Flag`, whose enumerators are distinct bits of an unsigned underlying
-/// type (an enumerator of several bits stands for all of them). A plain value without ownership.
+/// type (an enumerator of several bits stands for all of them). A plain value without ownership; no operation
+/// throws.
 template <typename Flag>
 class SwFlagSet {
  public:

@@ -10,7 +10,7 @@
 /// The elements of a JSON array, in order.
 //
 /// Copies are deep. Pointers, references and iterators to elements stay valid until the next append or
-/// reserve. Threads: as for SwJsonValue.
+/// reserve. What copies or grows throws std::bad_alloc. Threads: as for SwJsonValue.
 class SW_CORE_EXPORT SwJsonArray {
  public:
   using const_iterator = std::vector<SwJsonValue>::const_iterator;
@@ -27,7 +27,11 @@ class SW_CORE_EXPORT SwJsonArray {
 
   bool empty() const noexcept { return elements_.empty(); }
   std::size_t size() const noexcept { return elements_.size(); }
+
+  /// Makes room for `count` elements altogether.
   void reserve(std::size_t count) { elements_.reserve(count); }
+
+  /// Takes the value over as the last element.
   void append(SwJsonValue value) { elements_.push_back(std::move(value)); }
 
   /// Throws std::out_of_range if `index` is not below size().

@@ -38,8 +38,8 @@
 /// quoted value is the error "Unable to decrypt string value", and a bare token is read as a plain literal or
 /// number.
 //
-/// Parsing never throws for a bad text. Threads: a document belongs to one thread; the parser has no global
-/// state.
+/// Parsing never throws for a bad text; whatever makes text or values throws std::bad_alloc. Threads: a
+/// document belongs to one thread; the parser has no global state.
 class SW_CORE_EXPORT SwJsonDocument {
  public:
   /// Parses the whole text and keeps its value as the root. `errorMessage` is cleared first. On an error it
@@ -48,7 +48,8 @@ class SW_CORE_EXPORT SwJsonDocument {
   /// the result is false too, but the root keeps the value.
   bool loadFromJson(const SwString& json, SwString& errorMessage, const SwString& key = SwString());
 
-  /// The value of the last loadFromJson; Null before the first.
+  /// The value of the last loadFromJson; Null before the first. Owned by this document and valid until the
+  /// next one.
   const SwJsonValue& root() const noexcept { return root_; }
 
   /// A copy of the root's members. If the root is not an Object, an empty object, and "Root is not a JSON
@@ -56,13 +57,15 @@ class SW_CORE_EXPORT SwJsonDocument {
   SwJsonObject object() const;
 
   /// Parses the one value that starts at byte `index` of `json`, white space before it skipped, and moves
-  /// `index` past it; what follows is the caller's. On an error the value is Null, `index` stands where
-  /// parsing stopped, and `errorMessage`, which the caller passes in empty, says what is wrong.
+  /// `index` past it; what follows is the caller's. An `index` past the end counts as the end. On an error
+  /// the value is Null, `index` stands where parsing stopped, and `errorMessage` says what is wrong. The
+  /// caller passes it in empty: a message that stands there stays, and the value is then of no use.
   SwJsonValue parseJson(const SwString& json, unsigned long& index, const SwString& key,
                         SwString& errorMessage) const;
 
-  /// Parses the string whose opening quote is at byte `index` and moves `index` past the closing one. Gives
-  /// the unescaped bytes; the empty string on an error, which goes to `errorMessage`.
+  /// Parses the string whose opening quote is at byte `index`, where any byte is taken for it, and moves
+  /// `index` past the closing one. `index` and `errorMessage` count as in parseJson. Gives the unescaped
+  /// bytes; the empty string on an error, which goes to `errorMessage`.
   SwString parseString(const SwString& json, unsigned long& index, SwString& errorMessage) const;
 
   /// Records an error unless `errorMessage` holds one already: the message, " (index N) near " and, between
@@ -71,9 +74,10 @@ class SW_CORE_EXPORT SwJsonDocument {
                    const std::string& message) const;
 
   /// Appends the JSON text of `value` to `out`. Indented text has one member or element a line, two blanks a
-  /// level, where `value` itself stands at `level`; compact text has no blank except the one after a key's
-  /// colon. Object members come in key order. A Double without a fraction is written as an integer (saturated
-  /// to 64 bits), so it is an Int when read again; any other has six significant digits. A non-empty `key`
+  /// level, where `value` itself stands at `level` (a negative one counts as 0); compact text has no blank
+  /// except the one after a key's colon. Object members come in key order. A Double without a fraction is
+  /// written as an integer (saturated to 64 bits, infinities too), so it is an Int when read again; any other
+  /// has six significant digits, and a NaN is "nan" or "-nan", which does not parse. A non-empty `key`
   /// encrypts; a value that encryptAES fails to encrypt leaves an empty pair of quotes, or nothing at all,
   /// which does not parse.
   void generateJson(const SwJsonValue& value, SwString& out, bool indented, int level,

@@ -12,7 +12,7 @@
 /// byte strings and may hold NUL bytes, except where a function takes a `const char*`.
 //
 /// Copies are deep. Pointers, references and iterators to a member stay valid until that member is removed or
-/// overwritten. Threads: as for SwJsonValue.
+/// overwritten. What copies or inserts throws std::bad_alloc. Threads: as for SwJsonValue.
 class SW_CORE_EXPORT SwJsonObject {
   /// The order of std::less. Most keys differ in their first byte, which is cheaper to compare here.
   struct KeyOrder {
@@ -41,7 +41,7 @@ class SW_CORE_EXPORT SwJsonObject {
   std::size_t size() const noexcept { return members_.size(); }
   bool contains(const std::string& key) const { return members_.count(key) != 0; }
 
-  /// Adds the member, or overwrites the value of the one that is there.
+  /// Takes the value over as a new member, or as the new value of the one that is there.
   void insert(std::string key, SwJsonValue value) { put(std::move(key), std::move(value)); }
 
   /// False if there is no such member.
@@ -55,7 +55,7 @@ class SW_CORE_EXPORT SwJsonObject {
   /// empty key.
   const SwJsonValue& operator[](const char* key) const;
 
-  /// The member's value, owned by this object; null if there is none.
+  /// The member's value, owned by this object; null if there is no such member.
   const SwJsonValue* find(const std::string& key) const;
   SwJsonValue* find(const std::string& key);
 

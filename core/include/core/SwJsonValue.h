@@ -19,6 +19,9 @@ class SwJsonObject;
 /// Trees may be nested as deeply as memory allows: copying, comparing, moving and destroying one use a fixed
 /// amount of stack, and destroying allocates nothing.
 //
+/// Copying, comparing, and making a value with text or a container throw std::bad_alloc; moving and
+/// destroying never do.
+//
 /// Threads: a value belongs to one thread; any number may read it while none changes it.
 class SW_CORE_EXPORT SwJsonValue {
   struct FieldsOnly {};

@@ -6,7 +6,8 @@
 #include <vector>
 
 /// A growable sequence of values, in the order in which they were appended. It owns its elements; copies are
-/// independent. Threads: as for std::vector.
+/// independent. What copies or grows passes on the elements' exceptions and std::bad_alloc. Threads: as for
+/// std::vector.
 template <typename T>
 class SwList {
  public:

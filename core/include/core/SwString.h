@@ -11,7 +11,9 @@
 /// occur. It converts from and to std::string freely, so the two can be mixed.
 //
 /// Numbers are read and written in the "C" locale, whatever the process has chosen with setlocale or
-/// std::locale::global. No operation throws for bad input. Threads: as for std::string.
+/// std::locale::global. No operation throws for bad input; what makes or grows a string throws
+/// std::bad_alloc. Each message to standard error ends with a line feed, is written at once and flushed.
+/// Threads: as for std::string.
 class SW_CORE_EXPORT SwString {
  public:
   SwString() = default;
@@ -39,6 +41,7 @@ class SW_CORE_EXPORT SwString {
   /// The byte at `position`, which must be below size().
   char operator[](std::size_t position) const { return text_[position]; }
 
+  /// Bytes are added at the end. `bytes` may be null only if `length` is 0.
   SwString& append(const SwString& other);
   SwString& append(const char* bytes, std::size_t length);
   SwString& append(std::size_t count, char byte);
@@ -92,9 +95,9 @@ class SW_CORE_EXPORT SwString {
   /// bytes is the AES key itself; any other, the empty one included, stands for its SHA-256 digest, which
   /// does not make a short key harder to guess. The empty string gives one block, 24 characters.
   //
-  /// On a failure, "Encryption error: " and the reason go to standard error and the result is empty. The
-  /// copies of the key and of the plain text that are made on the way are wiped. Threads: any number of calls
-  /// at a time.
+  /// On a failure, want of memory included, "Encryption error: " and the reason go to standard error and the
+  /// result is empty; std::bad_alloc is thrown only if there is no memory for that message. The copies of the
+  /// key and of the plain text that are made on the way are wiped. Threads: any number of calls at a time.
   SwString encryptAES(const SwString& key) const;
 
   /// What encryptAES made this string from; `key` counts as there. (Not const, but the string stays as it

@@ -12,7 +12,8 @@ namespace render_payload {
 //
 /// Throws std::runtime_error in three cases: "Null storage in SwAny::get" if the payload is an SwJsonObject
 /// without storage, or a conversion yields one; "Type mismatch in SwAny::get" if a conversion yields another
-/// type than its own. Consults the registries of SwAny and follows its thread rules.
+/// type than its own. Passes on what a conversion throws, and std::bad_alloc. Consults the registries of
+/// SwAny and follows its thread rules.
 SW_CORE_EXPORT SwJsonObject anyToJsonObject(const SwAny& payload);
 
 }  // namespace render_payload

@@ -24,7 +24,7 @@ Integer saturate(double value) noexcept {
 inline float toSinglePrecision(double value) noexcept {
   constexpr double kMax = static_cast<double>(std::numeric_limits<float>::max());
   // Half a unit in the last place above the largest float; the tie goes to the even neighbour, which is
-  /// infinity.
+  // infinity.
   constexpr double kRoundsToInfinity = 0x1.ffffffp127;
   const double magnitude = std::fabs(value);
   if (magnitude > kMax) {

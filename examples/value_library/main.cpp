@@ -1,0 +1,59 @@
+// The value library in use: reads a JSON text, converts a type of its own, encrypts a string and writes JSON.
+
+#include <core/SwAny.h>
+#include <core/SwJsonDocument.h>
+#include <core/SwString.h>
+
+#include <iostream>
+
+namespace {
+
+struct Temperature {
+  double celsius = 0.0;
+};
+
+// A program does this once, before other threads use SwAny.
+void registerTemperature() {
+  SwAny::registerMetaType<Temperature>();
+  SwAny::registerConversion<SwString, Temperature>(
+      [](const SwString& text) { return Temperature{text.toDouble()}; });
+  SwAny::registerConversion<Temperature, SwString>([](const Temperature& temperature) {
+    return SwString("%1 degrees").arg(SwAny(temperature.celsius).toString(3));
+  });
+}
+
+// The members of a JSON object; none, and a line that says why, if the text is not JSON.
+SwJsonObject read(const SwString& json) {
+  SwJsonDocument document;
+  SwString error;
+  if (!document.loadFromJson(json, error)) {
+    std::cout << "refused: " << error.str() << '\n';
+    return SwJsonObject();
+  }
+  return document.object();
+}
+
+}  // namespace
+
+int main() {
+  read(R"({"name" "yard"})");
+  SwJsonObject station = read(R"({"name": "yard", "measured": "21.5", "limits": [-10, 40]})");
+
+  // A member that is not there reads as Null, or as the default that value() takes.
+  std::cout << station["name"].text() << ", up to " << station["limits"].array()->at(1).integer() << ", in "
+            << station.value("unit", "Celsius").text() << '\n';
+
+  // A value of any type goes by its type's name; toString() finds the conversion to text.
+  registerTemperature();
+  const SwAny measured = SwString(station["measured"].text());
+  const SwAny temperature = measured.convert(SwAny::typeNameOf<Temperature>());
+  std::cout << temperature.get<Temperature>().celsius * 2 << " is twice " << temperature.toString(6) << '\n';
+
+  SwString secret = SwString("gate 7").encryptAES("a key of your own");
+  std::cout << "the secret is " << secret.decryptAES("a key of your own").str() << '\n';
+
+  station.insert("secret", secret);
+  SwString json;
+  SwJsonDocument().generateJson(station, json, true, 0, "");
+  std::cout << json.str() << '\n';
+}

@@ -58,13 +58,12 @@ std::string smallObjectsText(std::size_t bytes) {
   std::string text = "[";
   for (int i = 0; text.size() < bytes; ++i) {
     if (i != 0) text += ',';
-    text += "{\"id\": " + std::to_string(i) + ",\"x\": " + std::to_string(i % 1920) + ",\"y\": " +
-            std::to_string(i % 1080) + ",\"score\": 0." + std::to_string(100 + i % 900) +
+    text += "{\"id\": " + std::to_string(i) + ",\"x\": " + std::to_string(i % 1920) +
+            ",\"y\": " + std::to_string(i % 1080) + ",\"score\": 0." + std::to_string(100 + i % 900) +
             ",\"visible\": " + (i % 3 == 0 ? "true" : "false") + ",\"parent\": null}";
   }
   return text + "]";
 }
-
 
 // --- the peers' trees, as ours, to be compared
 

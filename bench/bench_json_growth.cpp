@@ -41,7 +41,8 @@ const Shape kShapes[] = {
     {"equal_keys", [](std::size_t bytes) { return "{" + repeated("\"key\":1,", bytes) + "}"; }},
 };
 
-// Everything that a text goes through: read, copied, compared, written and freed; only read, if it is refused.
+// Everything that a text goes through: read, copied, compared, written and freed; only read, if it is
+// refused.
 void useText(benchmark::State& state, const SwString& json) {
   for (auto _ : state) {
     SwJsonDocument document;
@@ -63,7 +64,10 @@ void addGrowth(const Shape& shape) {
       useText(state, text);
       state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
     };
-    benchmark::RegisterBenchmark(name.c_str(), use)->Iterations(1)->Repetitions(3)->Unit(benchmark::kMillisecond);
+    benchmark::RegisterBenchmark(name.c_str(), use)
+        ->Iterations(1)
+        ->Repetitions(3)
+        ->Unit(benchmark::kMillisecond);
   }
 }
 

@@ -1,4 +1,5 @@
-// SwString's operations on bytes against plain models. The input is a position, a length, a separator, a piece and the text.
+// SwString's operations on bytes against plain models. The input is a position, a length, a separator, a
+// piece and the text.
 
 #include <string>
 #include <vector>
@@ -23,7 +24,8 @@ std::string midOf(const std::string& text, long position, long length) {
 
 std::string filled(const std::string& text, const std::string& value) {
   for (std::size_t at = 0; at + 1 < text.size(); ++at) {
-    if (text[at] == '%' && reference::isDigit(text[at + 1])) return text.substr(0, at) + value + text.substr(at + 2);
+    if (text[at] == '%' && reference::isDigit(text[at + 1]))
+      return text.substr(0, at) + value + text.substr(at + 2);
   }
   return text;
 }

@@ -13,10 +13,8 @@ namespace {
 
 const std::string kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
-std::string bitsOf(unsigned value, unsigned count) {
-  std::string bits;
+void appendBits(std::string& bits, unsigned value, unsigned count) {
   for (unsigned bit = count; bit > 0; --bit) bits += (value >> (bit - 1) & 1U) != 0 ? '1' : '0';
-  return bits;
 }
 
 unsigned valueOf(const std::string& bits) {
@@ -64,7 +62,7 @@ std::string aesKeyFor(const std::string& key) {
 
 std::string base64Encode(const std::string& bytes) {
   std::string bits;
-  for (const char byte : bytes) bits += bitsOf(static_cast<unsigned char>(byte), 8);
+  for (const char byte : bytes) appendBits(bits, static_cast<unsigned char>(byte), 8);
   while (bits.size() % 6 != 0) bits += '0';
   std::string text;
   for (std::size_t at = 0; at < bits.size(); at += 6) text += kAlphabet[valueOf(bits.substr(at, 6))];
@@ -77,7 +75,7 @@ std::string base64Decode(const std::string& text) {
   for (const char byte : text) {
     const std::size_t value = kAlphabet.find(byte);
     if (value == std::string::npos) break;
-    bits += bitsOf(static_cast<unsigned>(value), 6);
+    appendBits(bits, static_cast<unsigned>(value), 6);
   }
   std::string bytes;
   for (std::size_t at = 0; at + 8 <= bits.size(); at += 8) {

@@ -1,5 +1,6 @@
 #include "reference_numbers.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
@@ -170,10 +171,16 @@ std::optional<double> numericDouble(const std::string& text) {
 }
 
 float nearestFloat(double value) {
-  // Through a text that is exact, so that the C library does the rounding.
-  char text[64];
-  std::snprintf(text, sizeof(text), "%a", value);
-  return std::strtof(text, nullptr);
+  // By way of the number of units in the last place, which is then rounded to an even integer. Not by strtof
+  // of an exact text: the C library rounds some subnormal numbers down that lie nearer to the float above.
+  if (std::isnan(value)) return std::numeric_limits<float>::quiet_NaN();
+  int exponent = 0;
+  std::frexp(value, &exponent);
+  const int unit = std::max(exponent - 24, -149);
+  const double rounded =
+      std::isinf(value) ? value : std::ldexp(std::nearbyint(std::ldexp(value, -unit)), unit);
+  if (std::fabs(rounded) < 0x1p128) return static_cast<float>(rounded);
+  return std::copysign(std::numeric_limits<float>::infinity(), static_cast<float>(std::copysign(1.0, value)));
 }
 
 std::string generalText(double value, int precision) {

@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <limits>
+
 #include "reference_encryption.h"
 #include "reference_json.h"
 #include "reference_numbers.h"
@@ -69,6 +72,18 @@ TEST(ReferenceNumbers, ReadLiteralsOfEveryBase) {
   EXPECT_EQ(reference::toInt("12abc"), 12);
   EXPECT_EQ(reference::numericDouble("99999999999999999999"), 1e20);
   EXPECT_EQ(reference::numericDouble("abc"), std::nullopt);
+}
+
+TEST(ReferenceNumbers, RoundToTheNearestFloat) {
+  EXPECT_EQ(reference::nearestFloat(0.5), 0.5F);
+  EXPECT_EQ(reference::nearestFloat(16777217.0), 16777216.0F);
+  EXPECT_EQ(reference::nearestFloat(-16777219.0), -16777220.0F);
+  EXPECT_EQ(reference::nearestFloat(0x1.fffffefffffffp127), 0x1.fffffep127F);
+  EXPECT_EQ(reference::nearestFloat(-0x1.ffffffp127), -std::numeric_limits<float>::infinity());
+  // Three quarters of the way from one subnormal float to the next.
+  EXPECT_EQ(reference::nearestFloat(0x1.000003p-127), 0x1.000004p-127F);
+  EXPECT_EQ(reference::nearestFloat(0x1p-150), 0.0F);
+  EXPECT_TRUE(std::signbit(reference::nearestFloat(-0x1p-150)));
 }
 
 // The block of FIPS 197's example for AES-256, and RFC 4648's base64.

@@ -64,10 +64,27 @@ SwString compactText(const Json& json) {
   return generator.takeText();
 }
 
-// Unlike in JSON text, a Double without a fraction is not written as an integer: 1e20 stays "1e+20".
+// Unlike in JSON text, a Double without a fraction is not written as an integer: 1e20 stays "1e+20". For the
+// kinds that never come here, a text that would show it if one did.
+SwString plainValueText(const SwJsonValue& value) {
+  switch (value.kind()) {
+    case SwJsonValue::Kind::Bool:
+      return value.boolean() ? "true" : "false";
+    case SwJsonValue::Kind::Int:
+      return std::to_string(value.integer());
+    case SwJsonValue::Kind::Double:
+      return c_locale::toText(value.number(), c_locale::kDefaultDigits);
+    case SwJsonValue::Kind::Object:
+      return "SwJsonValue(Object)";
+    case SwJsonValue::Kind::Array:
+      return "SwJsonValue(Array)";
+    default:
+      return "null";
+  }
+}
+
 SwString jsonValueText(const SwJsonValue& value) {
-  return value.isDouble() ? SwString(c_locale::toText(value.number(), c_locale::kDefaultDigits))
-                          : compactText(value);
+  return value.isObject() || value.isArray() || value.isString() ? compactText(value) : plainValueText(value);
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 
 bool SwJsonDocument::loadFromJson(const SwString& json, SwString& errorMessage, const SwString& key) {
   errorMessage.clear();
+  root_ = SwJsonValue();
   unsigned long index = 0;
   root_ = parseJson(json, index, key, errorMessage);
   if (!errorMessage.empty()) return false;

@@ -49,6 +49,12 @@ class SwAnyPayload : public testing::Test {
   }
 };
 
+void expectEmpty(const SwAny& any) {
+  EXPECT_TRUE(any.isEmpty());
+  EXPECT_EQ(any.typeName(), "");
+  EXPECT_EQ(any.data(), nullptr);
+}
+
 template <typename T>
 void expectHolds(const T& value) {
   const SwAny any = SwAny::from(value);
@@ -60,7 +66,11 @@ void expectHolds(const T& value) {
   SwAny moved(copy);
   const SwAny target(std::move(moved));
   EXPECT_EQ(target.get<T>(), value);
-  EXPECT_TRUE(moved.isEmpty());  // NOLINT(bugprone-use-after-move): the state it promises
+  expectEmpty(moved);  // NOLINT(bugprone-use-after-move): the state it promises
+  SwAny assigned(copy);
+  moved = std::move(assigned);
+  EXPECT_EQ(moved.get<T>(), value) << "a moved-from value can be used again";
+  expectEmpty(assigned);  // NOLINT(bugprone-use-after-move): the state it promises
 }
 
 }  // namespace
@@ -114,6 +124,18 @@ TEST(SwAny, ConvertsImplicitlyFromExactTypesOnly) {
 TEST(SwAny, ConstCharPointerIsNotOwned) {
   const char* text = "text";
   EXPECT_EQ(SwAny(text).get<const char*>(), text);
+}
+
+TEST(SwAny, ConstCharPointerSurvivesCopyAndConvert) {
+  const char* text = "text";
+  const SwAny any(text);
+  EXPECT_EQ(SwAny(any).get<const char*>(), text);
+  const SwAny same = any.convert(SwAny::typeNameOf<const char*>());
+  EXPECT_EQ(same.get<const char*>(), text) << "the very pointer";
+  const SwAny string = any.convert(SwAny::typeNameOf<SwString>());
+  const SwAny back = string.convert(SwAny::typeNameOf<const char*>());
+  EXPECT_STREQ(back.get<const char*>(), "text");
+  EXPECT_NE(back.get<const char*>(), text) << "the library's buffer";
 }
 
 TEST(SwAny, GetOfAnotherTypeThrows) {

@@ -55,6 +55,7 @@ TEST_F(SwAnyConversions, UnsignedAndText) {
   EXPECT_EQ(toText(18446744073709551615UL), "18446744073709551615");
   EXPECT_EQ(fromText<unsigned int>(" 0x10 "), 16U);
   EXPECT_EQ(fromText<unsigned int>("010x"), 8U);
+  EXPECT_EQ(fromText<unsigned int>("\v010"), 8U);
   EXPECT_EQ(fromText<unsigned int>("4294967295"), 4294967295U);
   EXPECT_EQ(fromText<unsigned long>("18446744073709551615"), 18446744073709551615UL);
 }
@@ -74,6 +75,7 @@ TEST_F(SwAnyConversions, LongAndText) {
   EXPECT_EQ(toText(-5L), "-5");
   EXPECT_EQ(fromText<long>("-0x10"), -16);
   EXPECT_EQ(fromText<long>("052"), 42);
+  EXPECT_EQ(fromText<long>(" \v+0x10"), 16) << "blanks are the C library's, not trimmed";
   EXPECT_EQ(fromText<long>("9223372036854775807"), INT64_MAX);
   EXPECT_EQ(fromText<long>("1_000"), 1) << "underscores are not removed";
   EXPECT_EQ(fromText<long>("0b11"), 0) << "binary literals are not read";

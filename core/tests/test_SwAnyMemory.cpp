@@ -10,6 +10,7 @@
 #include <functional>
 #include <new>
 
+#include "Allocations.h"
 #include "StderrCapture.h"
 #include "core/SwAny.h"
 #include "core/SwFlagSet.h"
@@ -18,31 +19,6 @@
 #include "registry_facts.h"
 
 namespace {
-
-// How many allocations succeed; those after them fail, as long as `fails` says so.
-int successesLeft = -1;
-int failuresLeft = 0;
-bool counting = false;
-
-constexpr int kForEver = 1 << 30;
-
-bool failsNow() {
-  if (!counting || successesLeft-- > 0) return false;
-  return failuresLeft-- > 0;
-}
-
-// While one lives, `successes` allocations succeed and the `failures` after them fail.
-class FailingMemory {
- public:
-  explicit FailingMemory(int successes, int failures = 1) {
-    successesLeft = successes;
-    failuresLeft = failures;
-    counting = true;
-  }
-  ~FailingMemory() { counting = false; }
-  FailingMemory(const FailingMemory&) = delete;
-  FailingMemory& operator=(const FailingMemory&) = delete;
-};
 
 struct Payload {
   int value = 0;
@@ -62,7 +38,6 @@ enum Outcome { kDone = 0, kRanOut = 10, kWrong = 11 };
 int outcomeOf(const std::function<Outcome()>& attempt) {
   const pid_t child = fork();
   if (child == 0) {
-    counting = false;
     _exit(attempt());
   }
   int status = 0;
@@ -73,7 +48,8 @@ int outcomeOf(const std::function<Outcome()>& attempt) {
 using Act = std::function<void()>;
 
 bool runsOut(const Act& act, int successes) {
-  const FailingMemory failing(successes);
+  operatorNew.start(successes);
+  const Failing failing(operatorNew);
   try {
     act();
   } catch (const std::bad_alloc&) {
@@ -136,18 +112,6 @@ void expectRecovery(const Act& firstAct, int leastAllocations) {
 
 }  // namespace
 
-[[gnu::noinline]] void* operator new(std::size_t size) {
-  void* memory = failsNow() ? nullptr : std::malloc(size == 0 ? 1 : size);
-  if (memory == nullptr) throw std::bad_alloc();
-  return memory;
-}
-[[gnu::noinline]] void operator delete(void* memory) noexcept {
-  std::free(memory);
-}
-[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept {
-  std::free(memory);
-}
-
 // 50 entries of meta types, 26 converters and 15 sources of rules: each is an allocation at least.
 TEST(SwAnyMemory, AConversionThatCannotFillTheRegistryLeavesItToTheNext) {
   expectRecovery([] { SwAny(7).convert("8SwString"); }, 91);
@@ -176,7 +140,8 @@ TEST(SwAnyMemory, OneFailureAfterTheOtherEndsInCompleteRegistries) {
 
 TEST(SwAnyMemory, MovingAndDestroyingNeedNone) {
   const int outcome = outcomeOf([] {
-    const FailingMemory failing(0, kForEver);
+    operatorNew.start(0, Countdown::Fails::FromThenOn);
+    const Failing failing(operatorNew);
     {
       SwAny empty;
       SwAny number(7);
@@ -196,7 +161,8 @@ TEST(SwAnyMemory, MovingAndDestroyingAMetaTypeNeedNone) {
     SwAny text = SwString("a text that is too long for the string's own buffer");
     SwAny names = SwAny::from(std::vector<std::string>{"a type whose name is too long for it, too"});
     const void* object = names.data();
-    const FailingMemory failing(0, kForEver);
+    operatorNew.start(0, Countdown::Fails::FromThenOn);
+    const Failing failing(operatorNew);
     {
       SwAny moved(std::move(names));
       text = std::move(moved);

@@ -31,7 +31,7 @@ struct Other {
       ++fillings;
     }
   }
-  std::_Exit(fillings);
+  std::exit(fillings);
 }
 
 // Each statement runs in a process of its own, whose registry nobody has asked for.
@@ -130,6 +130,7 @@ TEST(SwAnyRegistry, ALaterConversionReplacesTheEarlierAndIsListedOnce) {
     SwAny::registerConversion<Other, int>([offset](const Other& other) { return other.value + offset; });
   }
   EXPECT_EQ(SwAny::from(Other{10}).convert("i").get<int>(), 12);
+  EXPECT_EQ(SwAny::from(Other{10}).toString(6), "") << "a conversion, but not to text";
   EXPECT_EQ(SwAny::getConversionRules().at(SwAny::typeNameOf<Other>()), std::vector<std::string>{"i"});
 }
 
@@ -146,6 +147,18 @@ TEST(SwAnyRegistry, AnEmptyFunctionThrowsWhenItIsCalled) {
   SwAny::registerMetaType<Local>();
   SwAny::registerConversion<Local, bool>(std::function<bool(const Local&)>());
   EXPECT_THROW(SwAny::from(Local()).convert("b"), std::bad_function_call);
+}
+
+TEST(SwAnyRegistry, AConverterThatGivesATextWithoutStorageHasNone) {
+  SwAny::registerConverter("gives a name alone", "8SwString",
+                           [](const SwAny&) { return SwAny::fromVoidPtr("8SwString", nullptr); });
+  const SwAny any = SwAny::fromVoidPtr("gives a name alone", nullptr);
+  try {
+    any.toString(6);
+    ADD_FAILURE() << "nothing was thrown";
+  } catch (const std::runtime_error& error) {
+    EXPECT_STREQ(error.what(), "Null storage in SwAny::get");
+  }
 }
 
 TEST(SwAnyRegistry, AConverterThatGivesAnotherTypeIsAMismatch) {

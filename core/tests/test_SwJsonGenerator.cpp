@@ -48,6 +48,9 @@ TEST(SwJsonGenerator, DoublesWithoutAFractionAreIntegers) {
 
 TEST(SwJsonGenerator, DoublesBeyond64BitsSaturate) {
   constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  EXPECT_EQ(generated(9223372036854774784.0), "9223372036854774784") << "the largest double that fits";
+  EXPECT_EQ(generated(9223372036854775808.0), "9223372036854775807");
+  EXPECT_EQ(generated(-9223372036854775808.0), "-9223372036854775808");
   EXPECT_EQ(generated(1e300), "9223372036854775807");
   EXPECT_EQ(generated(-1e300), "-9223372036854775808");
   EXPECT_EQ(generated(kInfinity), "9223372036854775807");

@@ -159,6 +159,10 @@ TEST(SwJsonParser, IncompleteUnicodeEscapes) {
 TEST(SwJsonParser, HexDigitsOfUnicodeEscapes) {
   expectError("\"\\u12G4\"", "Invalid hex digit in Unicode escape", 5);
   expectError("\"\\uD83D\\uDEg0\"", "Invalid hex digit in Unicode escape", 11);
+  // The bytes beside each range of digits.
+  for (const char byte : {'/', ':', '@', 'G', '`', 'g', ' ', '"', '\xC3'}) {
+    expectError(std::string("\"\\u12") + byte + "4\"", "Invalid hex digit in Unicode escape", 5);
+  }
   EXPECT_EQ(parsed("\"\\u00e9\\u00E9\"").text(), "\xC3\xA9\xC3\xA9");
 }
 
@@ -263,6 +267,25 @@ TEST(SwJsonParser, ExcerptReachesTwentyBytesEachWay) {
   EXPECT_EQ(errorOf(late), "Invalid JSON token (index 99) near \"" + late.substr(79, 21) + "\"");
 }
 
+// Sizes at which time that grows with the square of the length would be hours.
+TEST(SwJsonParser, LongTextsOfOneThingAreReadToTheirEnd) {
+  const auto repeated = [](const std::string& text, int count) {
+    std::string result;
+    for (int i = 0; i < count; ++i) result += text;
+    return result;
+  };
+  EXPECT_EQ(parsed("\"" + repeated("\\n", 2000000) + "\"").text().size(), 2000000U);
+  EXPECT_EQ(parsed("[" + repeated("1.5 ,", 500000) + "]").array()->size(), 500000U);
+  EXPECT_EQ(parsed(std::string(10000000, ' ') + "1").integer(), 1);
+  EXPECT_EQ(parsed(std::string(10000000, ' ') + "-0." + std::string(1000000, '0')).number(), 0.0);
+  std::string members;
+  for (int i = 0; i < 200000; ++i)
+    members += "\"" + std::to_string(999999 - i) + "\":" + std::to_string(i) + ",";
+  const SwJsonValue object = parsed("{" + members + members + "}");
+  EXPECT_EQ(object.object()->size(), 200000U) << "each key twice";
+  EXPECT_EQ((*object.object())["800000"].integer(), 199999);
+}
+
 TEST(SwJsonParser, ParsingStartsAtTheIndexAndLeavesTheRest) {
   SwString error;
   unsigned long index = 3;
@@ -290,6 +313,22 @@ TEST(SwJsonParser, ParseStringIsEmptyOnAnError) {
   unsigned long index = 0;
   EXPECT_EQ(SwJsonDocument().parseString("\"abc", index, error), "");
   EXPECT_EQ(error, "Unterminated string literal (index 4) near \"\"abc\"");
+}
+
+TEST(SwJsonParser, ParseStringAtTheEndIsUnterminated) {
+  for (const unsigned long start : {3UL, 4UL, ~0UL}) {
+    SwString error;
+    unsigned long index = start;
+    EXPECT_EQ(SwJsonDocument().parseString("abc", index, error), "");
+    EXPECT_EQ(error, "Unterminated string literal (index 3) near \"abc\"");
+  }
+}
+
+TEST(SwJsonParser, AnErrorThatIsThereAlreadyStaysAndGivesNull) {
+  SwString error("earlier");
+  unsigned long index = 0;
+  EXPECT_TRUE(SwJsonDocument().parseJson("[1,2]", index, "", error).isNull());
+  EXPECT_EQ(error, "earlier");
 }
 
 TEST(SwJsonParser, OnlyTheFirstErrorIsKept) {

@@ -2,11 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <cstdlib>
 #include <functional>
-#include <new>
 
+#include "Allocations.h"
 #include "SmallStack.h"
 #include "core/SwAny.h"
 #include "core/SwJsonDocument.h"
@@ -14,8 +12,6 @@
 #include "core/swcfg.h"
 
 namespace {
-
-std::atomic<long> allocations{0};
 
 constexpr std::size_t kDepth = 1000000;
 
@@ -81,32 +77,18 @@ void exerciseDeepTree(const std::string& text) {
     EXPECT_TRUE(tree.isNull());  // NOLINT(bugprone-use-after-move): the state it promises
     copy = std::move(moved);
 
-    const long before = allocations;
+    const long before = allocationsMade();
     copy = SwJsonValue();
-    EXPECT_EQ(allocations - before, 0) << "destroying a tree allocated memory";
+    EXPECT_EQ(allocationsMade() - before, 0) << "destroying a tree allocated memory";
   });
 }
 
 }  // namespace
 
-// Counting what the library allocates needs the allocator itself. Inlined, these would look mismatched to the
-// compiler: it would see a new without its malloc and a delete with its free.
-[[gnu::noinline]] void* operator new(std::size_t bytes) {
-  ++allocations;
-  if (void* memory = std::malloc(bytes == 0 ? 1 : bytes)) return memory;
-  throw std::bad_alloc();
-}
-[[gnu::noinline]] void operator delete(void* memory) noexcept {
-  std::free(memory);
-}
-[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept {
-  std::free(memory);
-}
-
 TEST(SwJsonTree, TheAllocationCounterSeesTheLibrary) {
-  const long before = allocations;
+  const long before = allocationsMade();
   const SwJsonValue value{SwJsonArray()};
-  EXPECT_GT(allocations, before);
+  EXPECT_GT(allocationsMade(), before);
 }
 
 TEST(SwJsonTree, DeepArrays) {
@@ -188,6 +170,48 @@ TEST(SwJsonTree, ContainersByValueCopyCompareAndDie) {
     EXPECT_TRUE(copy != object);
     EXPECT_TRUE(copy.remove("k"));
   });
+}
+
+TEST(SwJsonTree, AContainerAndItsCountAreOneAllocation) {
+  const long before = allocationsMade();
+  const SwJsonValue object{SwJsonObject()};
+  const SwJsonValue array{SwJsonArray()};
+  EXPECT_EQ(allocationsMade() - before, 2);
+}
+
+TEST(SwJsonTree, DeepValuesInAnAnyAreCopiedConvertedAndWritten) {
+  for (const std::string& text : {deepArrays(), deepMixed()}) {
+    runOnSmallStack([&text] {
+      const SwJsonValue tree = parsed(text);
+      SwAny any = tree;
+      SwAny copy(any);
+      any.clear();
+      EXPECT_TRUE(copy.get<SwJsonValue>() == tree);
+      EXPECT_TRUE(copy.convert(SwAny::typeNameOf<SwString>()).get<SwString>() == text);
+      EXPECT_TRUE(copy.toString(6) == text);
+      const SwAny moved(std::move(copy));
+      EXPECT_TRUE(render_payload::anyToJsonObject(moved).empty()) << "an array is no object";
+    });
+  }
+}
+
+TEST(SwJsonTree, DeepTreesAreGeneratedAndParsedUnderAKey) {
+  // The cipher text of "1" under "key", made with the openssl command line as test_SwStringEncryption.cpp
+  // tells.
+  const std::string one = "nc/XrfRWuxzhm4nV/lPp4A==";
+  const std::string texts[] = {deepArrays(), repeated("{\"k\": ", kDepth) + one + repeated("}", kDepth),
+                               repeated("[{\"k\": ", kDepth / 2) + one + repeated("}]", kDepth / 2)};
+  for (const std::string& text : texts) {
+    runOnSmallStack([&text] {
+      const SwString key("key");
+      SwJsonDocument document;
+      SwString error;
+      ASSERT_TRUE(document.loadFromJson(text, error, key)) << error.str();
+      SwString out;
+      document.generateJson(document.root(), out, false, 0, key);
+      EXPECT_TRUE(out == text) << "the generated text differs";
+    });
+  }
 }
 
 TEST(SwJsonTree, PayloadsMayBeDeepToo) {

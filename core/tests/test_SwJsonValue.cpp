@@ -193,6 +193,13 @@ TEST(SwJsonValue, EqualityComparesKindsFirst) {
   EXPECT_NE(SwJsonValue("1"), SwJsonValue(1));
 }
 
+TEST(SwJsonValue, EqualityComparesTheFieldOfTheKind) {
+  EXPECT_NE(SwJsonValue(true), SwJsonValue(false));
+  EXPECT_NE(SwJsonValue(1), SwJsonValue(2));
+  EXPECT_NE(SwJsonValue(0.5), SwJsonValue(1.5));
+  EXPECT_NE(SwJsonValue("a"), SwJsonValue("b"));
+}
+
 TEST(SwJsonValue, NanEqualsNothing) {
   const SwJsonValue nan(std::nan(""));
   EXPECT_NE(nan, nan);
@@ -240,4 +247,21 @@ TEST(SwJsonValue, EscapeStringOfOtherControlBytes) {
 TEST(SwJsonValue, EscapeStringCopiesEverythingElse) {
   EXPECT_EQ(SwJsonValue::escapeString("/ a\x7F"), "/ a\x7F");
   EXPECT_EQ(SwJsonValue::escapeString("\xC3\xA9\x80\xFF"), "\xC3\xA9\x80\xFF");
+}
+
+TEST(SwJsonValue, EscapeStringOfEveryByte) {
+  const std::string named = "\"\\\b\f\n\r\t";
+  for (int code = 0; code < 256; ++code) {
+    const char byte = static_cast<char>(code);
+    const std::string text(1, byte);
+    const std::string escaped = SwJsonValue::escapeString(text);
+    if (named.find(byte) != std::string::npos) {
+      EXPECT_EQ(escaped.size(), 2U) << code;
+    } else if (code < 0x20) {
+      EXPECT_EQ(std::stoi(escaped.substr(2), nullptr, 16), code);
+      EXPECT_EQ(escaped.substr(0, 4), "\\u00");
+    } else {
+      EXPECT_EQ(escaped, text) << code;
+    }
+  }
 }

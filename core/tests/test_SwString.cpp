@@ -171,9 +171,17 @@ TEST(SwString, ParseNumericDoubleReadsIntegersOfEveryBase) {
   EXPECT_EQ(doubleOf("12abc"), 12.0);
 }
 
+TEST(SwString, ParseNumericDoubleReadsAHexadecimalWithAnEAsFloatingPoint) {
+  EXPECT_EQ(doubleOf("0x1e"), 30.0);
+  EXPECT_EQ(doubleOf("0x1Ep1"), 60.0) << "an exponent of 2 counts";
+  EXPECT_EQ(doubleOf("0x1p1"), 1.0) << "without an e, what follows the integer does not";
+  EXPECT_EQ(doubleOf("0xFF"), 255.0);
+}
+
 TEST(SwString, ParseNumericDoubleFallsBackToFloatingPoint) {
   EXPECT_EQ(doubleOf("99999999999999999999"), 1e20);
   EXPECT_EQ(doubleOf("inf"), std::numeric_limits<double>::infinity());
+  EXPECT_EQ(doubleOf("0b"), 0.0);
   EXPECT_EQ(doubleOf("0b12"), 0.0) << "a malformed binary literal is read as the number at its start";
 }
 

@@ -14,56 +14,22 @@
 #include <utility>
 #include <vector>
 
+#include "Allocations.h"
 #include "StderrCapture.h"
 #include "core/SwCrypto.h"
 #include "core/SwJsonDocument.h"
 
 namespace {
 
-// Lets one allocation fail, counted while a Failing lives.
-class Countdown {
- public:
-  void start(int successes) { left_ = successes; }
-  bool failed() const { return left_ < 0; }
-  bool failsNow() { return counts_ && left_-- == 0; }
-
- private:
-  friend class Failing;
-  std::atomic<bool> counts_{false};
-  std::atomic<int> left_{0};
-};
-
-class Failing {
- public:
-  explicit Failing(Countdown& allocations) : allocations_(allocations) { allocations_.counts_ = true; }
-  ~Failing() { allocations_.counts_ = false; }
-  Failing(const Failing&) = delete;
-  Failing& operator=(const Failing&) = delete;
-
- private:
-  Countdown& allocations_;
-};
-
-Countdown operatorNew;
 Countdown opensslMalloc;
 
-// The bytes to look for in memory that operator delete takes back. Not on the heap itself.
+// The bytes to look for in memory that is given back. Not on the heap itself.
 char secret[64];
 std::atomic<std::size_t> secretSize{0};
 std::atomic<int> secretsFound{0};
 
-void* allocate(std::size_t size) {
-  void* memory = operatorNew.failsNow() ? nullptr : std::malloc(size == 0 ? 1 : size);
-  if (memory == nullptr) throw std::bad_alloc();
-  return memory;
-}
-
-void giveBack(void* memory) {
-  if (memory != nullptr && secretSize != 0 &&
-      memmem(memory, malloc_usable_size(memory), secret, secretSize) != nullptr) {
-    ++secretsFound;
-  }
-  std::free(memory);
+void lookForSecret(void* memory) {
+  if (memmem(memory, malloc_usable_size(memory), secret, secretSize) != nullptr) ++secretsFound;
 }
 
 void* opensslAllocate(std::size_t size, const char*, int) {
@@ -81,39 +47,16 @@ void opensslFree(void* memory, const char*, int) {
 // OpenSSL takes these only before its first allocation.
 const int opensslTookOver = CRYPTO_set_mem_functions(opensslAllocate, opensslReallocate, opensslFree);
 
-}  // namespace
-
-void* operator new(std::size_t size) {
-  return allocate(size);
-}
-void operator delete(void* memory) noexcept {
-  giveBack(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-  giveBack(memory);
-}
-
-namespace {
-
 // The number of given back pieces of memory that held `bytes` while `work` ran.
 int leftovers(const std::string& bytes, const std::function<void()>& work) {
   if (bytes.size() > sizeof(secret)) std::abort();
   std::memcpy(secret, bytes.data(), bytes.size());
   secretsFound = 0;
   secretSize = bytes.size();
+  watchGivenBack(lookForSecret);
   work();
-  secretSize = 0;
+  watchGivenBack(nullptr);
   return secretsFound;
-}
-
-// Runs `work` with the first, the second, ... allocation failing of those that it makes under a Failing, up
-// to the run in which none is left to fail. Gives the number of runs with a failure.
-int runWithEachFailure(Countdown& allocations, const std::function<void()>& work) {
-  for (int successes = 0;; ++successes) {
-    allocations.start(successes);
-    work();
-    if (!allocations.failed()) return successes;
-  }
 }
 
 std::string messageOf(const std::function<void()>& work) {

@@ -46,6 +46,9 @@ class SW_CORE_EXPORT SwJsonDocument {
   /// says what is wrong (see reportError), the root becomes Null and the result is false. If something other
   /// than white space follows the value, `errorMessage` is "Unexpected characters at the end of JSON." and
   /// the result is false too, but the root keeps the value.
+  //
+  /// Throws std::bad_alloc if memory runs out. The root is Null then, except where all that lacked was memory
+  /// for the message about what follows the value. The document can be used again.
   bool loadFromJson(const SwString& json, SwString& errorMessage, const SwString& key = SwString());
 
   /// The value of the last loadFromJson; Null before the first. Owned by this document and valid until the
@@ -79,7 +82,7 @@ class SW_CORE_EXPORT SwJsonDocument {
   /// written as an integer (saturated to 64 bits, infinities too), so it is an Int when read again; any other
   /// has six significant digits, and a NaN is "nan" or "-nan", which does not parse. A non-empty `key`
   /// encrypts; a value that encryptAES fails to encrypt leaves an empty pair of quotes, or nothing at all,
-  /// which does not parse.
+  /// which does not parse. Throws std::bad_alloc and leaves `out` as it was.
   void generateJson(const SwJsonValue& value, SwString& out, bool indented, int level,
                     const SwString& key) const;
 

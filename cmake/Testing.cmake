@@ -33,5 +33,5 @@ function(seg_mask_add_test)
   gtest_discover_tests(${ARG_NAME}
     TEST_PREFIX "${ARG_NAME}."
     DISCOVERY_TIMEOUT 120
-    PROPERTIES TIMEOUT 300 ${SEG_MASK_TEST_ENVIRONMENT} ${_labels})
+    PROPERTIES TIMEOUT 600 ${SEG_MASK_TEST_ENVIRONMENT} ${_labels})
 endfunction()

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <stdexcept>
 
 #include "StderrCapture.h"
@@ -261,6 +262,15 @@ TEST(SwAny, ToStringOfFloatingPointHasThePrecision) {
   EXPECT_EQ(SwAny(1.0 / 3).toString(3), "0.333");
   EXPECT_EQ(SwAny(1234.5678).toString(0), "1e+03");
   EXPECT_EQ(SwAny(1234.5678).toString(-1), "1234.57");
+}
+
+TEST(SwAny, NumbersTakeAnyPrecision) {
+  const std::string allDigitsOfTenth = "0.1000000000000000055511151231257827021181583404541015625";
+  EXPECT_EQ(SwAny(0.1).toString(std::numeric_limits<int>::max()), allDigitsOfTenth);
+  EXPECT_EQ(SwAny(0.1).toString(1000000), allDigitsOfTenth);
+  EXPECT_EQ(SwAny(1.0 / 3).toString(0), "0.3");
+  EXPECT_EQ(SwAny(1.0 / 3).toString(-1), "0.333333");
+  EXPECT_EQ(SwAny(1.0 / 3).toString(std::numeric_limits<int>::min()), "0.333333");
 }
 
 TEST(SwAny, ToStringOfOthersGoesThroughTheirConversion) {

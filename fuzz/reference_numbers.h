@@ -34,8 +34,8 @@ float nearestFloat(double value);
 /// As printf's %.{precision}g: what an output stream of this precision writes.
 std::string generalText(double value, int precision);
 
-/// Whether the two have the same bits. Floats that are both NaN count as identical, because what narrowing
-/// leaves of a double's NaN is nobody's rule.
+/// Whether the two have the same bits. Floats that are both NaN need the same sign only: what narrowing
+/// leaves of the other bits is nobody's rule.
 bool identical(double a, double b);
 bool identical(float a, float b);
 

@@ -84,14 +84,19 @@ void SwAny::registerConverter(const std::string& sourceTypeName, const std::stri
 
 void SwAny::enterConverter(const std::string& sourceTypeName, const std::string& targetTypeName,
                            Converter converter) {
-  std::vector<std::string>& targets = conversionRules()[sourceTypeName];
-  const bool isListed = std::find(targets.begin(), targets.end(), targetTypeName) != targets.end();
-  // Whatever needs memory comes before the first change, so that a rule is listed only if it has its
-  // converter.
+  ConversionRules& rules = conversionRules();
+  auto rule = rules.find(sourceTypeName);
+
+  // Whatever needs memory comes before the rules change, so that one is listed only if it has its converter.
   std::string name = targetTypeName;
-  if (!isListed) targets.reserve(targets.size() + 1);
+  ConversionRules fresh;
+  std::vector<std::string>& growing = rule == rules.end() ? fresh[sourceTypeName] : rule->second;
+  growing.reserve(growing.size() + 1);
   converters()[{sourceTypeName, targetTypeName}] = std::move(converter);
-  if (!isListed) targets.push_back(std::move(name));
+
+  if (rule == rules.end()) rule = rules.insert(fresh.extract(fresh.begin())).position;
+  std::vector<std::string>& targets = rule->second;
+  if (std::find(targets.begin(), targets.end(), name) == targets.end()) targets.push_back(std::move(name));
 }
 
 void SwAny::ensureRegistryInitialized() {

@@ -32,6 +32,6 @@ void reportJsonError(SwString& errorMessage, const SwString& json, unsigned long
   const unsigned long end =
       index < json.size() ? index + std::min<unsigned long>(kExcerptReach, json.size() - index) : json.size();
   const int first = clampToInt(start);
-  const SwString excerpt = json.mid(first, std::max(clampToInt(end) - first, 0));
+  const SwString excerpt = json.mid(first, clampToInt(end) - first);
   errorMessage = message + " (index " + std::to_string(index) + ") near \"" + excerpt.str() + "\"";
 }

@@ -53,5 +53,9 @@ void SwJsonDocument::generateJson(const SwJsonValue& value, SwString& out, bool 
   using Layout = SwJsonGenerator::Layout;
   SwJsonGenerator generator(indented ? Layout::Indented : Layout::Compact, level, key);
   generator.append(value);
-  out.empty() ? out = generator.takeText() : out.append(generator.takeText());
+  if (out.empty()) {
+    out = generator.takeText();
+  } else {
+    out.append(generator.takeText());
+  }
 }

@@ -55,10 +55,18 @@ void SwJsonGenerator::begin(const SwJsonValue& value) {
       appendString(value.text());
       break;
     case SwJsonValue::Kind::Object:
-      value.object() != nullptr ? begin(*value.object()) : begin(SwJsonObject());
+      if (value.object() != nullptr) {
+        begin(*value.object());
+      } else {
+        text_ += "{}";
+      }
       break;
     case SwJsonValue::Kind::Array:
-      value.array() != nullptr ? begin(*value.array()) : begin(SwJsonArray());
+      if (value.array() != nullptr) {
+        begin(*value.array());
+      } else {
+        text_ += "[]";
+      }
       break;
   }
 }
@@ -125,7 +133,11 @@ void SwJsonGenerator::appendScalar(const std::string& text) {
 }
 
 void SwJsonGenerator::appendString(const std::string& text) {
-  key_.empty() ? appendQuoted(text) : appendQuoted(SwString(text).encryptAES(key_));
+  if (key_.empty()) {
+    appendQuoted(text);
+  } else {
+    appendQuoted(SwString(text).encryptAES(key_));
+  }
 }
 
 void SwJsonGenerator::appendQuoted(const std::string& text) {

@@ -95,7 +95,7 @@ SwJsonParser::Step SwJsonParser::openArray() {
 
 SwJsonParser::Step SwJsonParser::closeContainer() {
   open_.pop_back();
-  return open_.empty() ? Step::Stop : Step::Separator;
+  return afterValue();
 }
 
 SwJsonParser::Step SwJsonParser::beginMember() {
@@ -235,6 +235,11 @@ void SwJsonParser::place(SwJsonValue&& value) {
 
 SwJsonParser::Step SwJsonParser::finish(SwJsonValue&& value) {
   place(std::move(value));
+  return afterValue();
+}
+
+// A value that stands in a container ends it if there is an error, even one that was there before.
+SwJsonParser::Step SwJsonParser::afterValue() const {
   return open_.empty() || cursor_.failed() ? Step::Stop : Step::Separator;
 }
 

@@ -53,6 +53,7 @@ class SwJsonParser {
   std::string_view readLetters();
   void place(SwJsonValue&& value);
   Step finish(SwJsonValue&& value);
+  Step afterValue() const;
   Step stop(const char* message);
 
   SwJsonCursor& cursor_;

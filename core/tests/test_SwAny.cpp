@@ -108,6 +108,7 @@ TEST(SwAny, HoldsEveryRegisteredMetaType) {
   expectHolds(array);
   expectHolds(std::vector<std::string>{"a", "b"});
   expectHolds(SwList<unsigned char>{1, 2});
+  expectHolds(SwFlagSet<DrawTextFormat>());
   expectHolds(SwFlagSet<DrawTextFormat>{DrawTextFormat::Top});
   expectHolds(SwFlagSet<WindowFlag>{WindowFlag::FixedSize});
   expectHolds(SwFlagSet<EntryType>{EntryType::File});

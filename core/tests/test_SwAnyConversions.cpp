@@ -62,7 +62,7 @@ TEST_F(SwAnyConversions, UnsignedAndText) {
 
 TEST_F(SwAnyConversions, TextThatIsNoUnsignedGivesZeroSilently) {
   const StderrCapture captured;
-  for (const char* text : {"", "-1", " -5", "abc", "4294967296", "18446744073709551616"}) {
+  for (const char* text : {"", "-1", " -5", "abc", "4294967296", "4294967297", "18446744073709551616"}) {
     EXPECT_EQ(fromText<unsigned int>(text), 0U) << text;
   }
   for (const char* text : {"", "-1", " -5", "abc", "18446744073709551616"}) {

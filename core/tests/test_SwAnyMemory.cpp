@@ -193,7 +193,7 @@ TEST(SwAnyMemory, ARegistrationThatRunsOutCanBeRepeated) {
         REQUIRE(any.data() == nullptr || any.get<Payload>().value == 7);
         REQUIRE(any.data() == nullptr || SwAny(any).get<Payload>().value == 7);
         const auto rule = SwAny::getConversionRules().find(SwAny::typeNameOf<Payload>());
-        REQUIRE(rule == SwAny::getConversionRules().end() || rule->second.empty());
+        REQUIRE(rule == SwAny::getConversionRules().end());
         registerPayload();
       }
       REQUIRE(SwAny::from(Payload{7}).toString(6) == "7");

@@ -325,10 +325,14 @@ TEST(SwJsonParser, ParseStringAtTheEndIsUnterminated) {
 }
 
 TEST(SwJsonParser, AnErrorThatIsThereAlreadyStaysAndGivesNull) {
-  SwString error("earlier");
-  unsigned long index = 0;
-  EXPECT_TRUE(SwJsonDocument().parseJson("[1,2]", index, "", error).isNull());
-  EXPECT_EQ(error, "earlier");
+  // A container looks at the error after each of its values.
+  for (const char* text : {"[1,2]", "[[]]", "[{},1]"}) {
+    SwString error("earlier");
+    unsigned long index = 0;
+    EXPECT_TRUE(SwJsonDocument().parseJson(text, index, "", error).isNull()) << text;
+    EXPECT_EQ(error, "earlier") << text;
+    EXPECT_EQ(index, text[1] == '1' ? 2U : 3U) << text;
+  }
 }
 
 TEST(SwJsonParser, OnlyTheFirstErrorIsKept) {

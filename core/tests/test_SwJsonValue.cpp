@@ -96,7 +96,9 @@ TEST(SwJsonValue, UnsignedBeyondSigned64BitsBecomesTheNearestDouble) {
   EXPECT_EQ(large.number(), 9223372036854775808.0);
 }
 
-TEST(SwJsonValue, OtherPointersAndCharactersAreNoValues) {
+TEST(SwJsonValue, OtherPointersFunctionsAndCharactersAreNoValues) {
+  EXPECT_FALSE((std::is_constructible_v<SwJsonValue, void (*)()>));
+  EXPECT_FALSE((std::is_constructible_v<SwJsonValue, int std::string::*>));
   EXPECT_FALSE((std::is_constructible_v<SwJsonValue, int*>));
   EXPECT_FALSE((std::is_constructible_v<SwJsonValue, const void*>));
   EXPECT_FALSE((std::is_constructible_v<SwJsonValue, const unsigned char*>));
@@ -213,6 +215,11 @@ TEST(SwJsonValue, EqualityComparesContainersMemberByMember) {
   SwJsonArray two = arrayWith(1);
   two.append(2);
   EXPECT_NE(SwJsonValue(two), SwJsonValue(arrayWith(1)));
+  EXPECT_NE(SwJsonValue(arrayWith(1)), SwJsonValue(two));
+  SwJsonObject aAndB = objectWith("a", 1);
+  aAndB.insert("b", 2);
+  EXPECT_NE(SwJsonValue(aAndB), SwJsonValue(objectWith("a", 1)));
+  EXPECT_NE(SwJsonValue(objectWith("a", 1)), SwJsonValue(aAndB));
   EXPECT_EQ(SwJsonValue::ofKind(Kind::Object), SwJsonValue(SwJsonObject()));
 }
 

@@ -50,25 +50,14 @@ double randomBits(std::mt19937_64& random) {
   return value;
 }
 
-const double kExtremes[] = {0.0,
-                            -0.0,
-                            0.1,
-                            -1.5,
-                            1e-5,
-                            0.0001,
-                            123456.5,
-                            1e6,
-                            1e15,
-                            1e21,
-                            std::numeric_limits<double>::max(),
-                            -std::numeric_limits<double>::max(),
-                            std::numeric_limits<double>::min(),
-                            std::numeric_limits<double>::denorm_min(),
-                            -std::numeric_limits<double>::denorm_min(),
-                            std::numeric_limits<double>::infinity(),
-                            -std::numeric_limits<double>::infinity(),
-                            std::numeric_limits<double>::quiet_NaN(),
-                            -std::numeric_limits<double>::quiet_NaN()};
+const double kExtremes[] = {
+    0.0, -0.0, 0.1, -1.5, 1e-5, 0.0001, 123456.5, 1e6, 1e15, 1e21, std::numeric_limits<double>::max(),
+    -std::numeric_limits<double>::max(), std::numeric_limits<double>::min(),
+    // The longest there is: 767 digits.
+    std::nextafter(2.0 * std::numeric_limits<double>::min(), 0.0), std::numeric_limits<double>::denorm_min(),
+    -std::numeric_limits<double>::denorm_min(), std::numeric_limits<double>::infinity(),
+    -std::numeric_limits<double>::infinity(), std::numeric_limits<double>::quiet_NaN(),
+    -std::numeric_limits<double>::quiet_NaN()};
 
 }  // namespace
 

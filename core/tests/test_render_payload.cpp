@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <stdexcept>
 
 #include "StderrCapture.h"
@@ -58,6 +59,16 @@ TEST_F(RenderPayload, AHeldObjectIsCopied) {
 
 TEST_F(RenderPayload, AnEmptyHeldObjectIsEmptyThroughItsText) {
   EXPECT_TRUE(anyToJsonObject(SwJsonObject()).empty());
+}
+
+// In a process of its own, because it replaces the library's conversion.
+TEST_F(RenderPayload, AnEmptyHeldObjectLeavesTheTextItsChance) {
+  const auto exitWithMembersOfTheText = [] {
+    SwAny::registerConversion<SwJsonObject, SwString>(
+        [](const SwJsonObject&) { return SwString("{\"from\": \"text\", \"two\": 2}"); });
+    std::exit(static_cast<int>(anyToJsonObject(SwJsonObject()).size()));
+  };
+  EXPECT_EXIT(exitWithMembersOfTheText(), testing::ExitedWithCode(2), "");
 }
 
 TEST_F(RenderPayload, AConvertibleTypeIsConverted) {

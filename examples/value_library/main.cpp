@@ -6,13 +6,22 @@
 
 #include <iostream>
 
-namespace {
+// A type goes by its name in the whole process, so it needs one that nobody else has: a namespace of its own,
+// and no anonymous one.
+namespace weather {
 
 struct Temperature {
   double celsius = 0.0;
 };
 
-// A program does this once, before other threads use SwAny.
+}  // namespace weather
+
+namespace {
+
+using weather::Temperature;
+
+// A program does this once, before other threads use SwAny. The first use of a registry writes one line to
+// standard error; a second such line would mean that the process holds two copies of the library.
 void registerTemperature() {
   SwAny::registerMetaType<Temperature>();
   SwAny::registerConversion<SwString, Temperature>(
@@ -40,8 +49,10 @@ int main() {
   SwJsonObject station = read(R"({"name": "yard", "measured": "21.5", "limits": [-10, 40]})");
 
   // A member that is not there reads as Null, or as the default that value() takes.
-  std::cout << station["name"].text() << ", up to " << station["limits"].array()->at(1).integer() << ", in "
-            << station.value("unit", "Celsius").text() << '\n';
+  std::cout << station["name"].text() << ", in " << station.value("unit", "Celsius").text() << '\n';
+  if (const SwJsonArray* limits = station["limits"].array()) {
+    std::cout << "up to " << limits->at(1).integer() << '\n';
+  }
 
   // A value of any type goes by its type's name; toString() finds the conversion to text.
   registerTemperature();

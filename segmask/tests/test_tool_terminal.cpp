@@ -37,26 +37,26 @@ Terminal openTerminal(unsigned short columns) {
   return terminal;
 }
 
-struct Session {
+struct TerminalRun {
   int exitCode = -1;
   std::string bytes;  ///< all that reached the terminal
 };
 
 /// Runs the program with its standard error on a terminal.
-Session runOnTerminal(const std::vector<std::string>& arguments, unsigned short columns = 80) {
+TerminalRun runOnTerminal(const std::vector<std::string>& arguments, unsigned short columns = 80) {
   Terminal terminal = openTerminal(columns);
   const FileDescriptor out(open("/dev/null", O_WRONLY | O_CLOEXEC));
   const pid_t process =
       startTool(arguments, out.get(), terminal.line.get(), [] { setenv("TERM", "xterm", 1); });
   terminal.line.reset();
-  Session session;
+  TerminalRun run;
   char block[4096];
   // Reading fails when the last writer is gone.
   for (ssize_t count = 0; (count = read(terminal.screen.get(), block, sizeof block)) > 0;) {
-    session.bytes.append(block, static_cast<std::size_t>(count));
+    run.bytes.append(block, static_cast<std::size_t>(count));
   }
-  session.exitCode = waitForTool(process);
-  return session;
+  run.exitCode = waitForTool(process);
+  return run;
 }
 
 /// What a terminal shows after these bytes, line by line; the last one is the line with the cursor.
@@ -104,14 +104,14 @@ class ToolTerminal : public ::testing::Test {
 TEST_F(ToolTerminal, LinesOfThePluginDoNotTearTheBar) {
   std::vector<std::string> arguments = renderArguments();
   arguments.push_back("--debug");
-  const Session session = runOnTerminal(arguments);
-  EXPECT_EQ(session.exitCode, 0);
-  EXPECT_NE(session.bytes.find("\x1b[K["), std::string::npos) << "no bar was drawn";
-  EXPECT_NE(session.bytes.find(" of 20000 frames, "), std::string::npos);
+  const TerminalRun run = runOnTerminal(arguments);
+  EXPECT_EQ(run.exitCode, 0);
+  EXPECT_NE(run.bytes.find("\x1b[K["), std::string::npos) << "no bar was drawn";
+  EXPECT_NE(run.bytes.find(" of 20000 frames, "), std::string::npos);
 
   const std::regex fallback(
       R"(\[SegMask\]\[Fallback\] frame=\d+ decision=skip providers_missing=0 providers_using_lookback=0)");
-  std::vector<std::string> lines = linesShown(session.bytes);
+  std::vector<std::string> lines = linesShown(run.bytes);
   EXPECT_EQ(lines.back(), "") << "the bar was not taken away";
   lines.pop_back();
   int fallbacks = 0;
@@ -131,12 +131,11 @@ TEST_F(ToolTerminal, LinesOfThePluginDoNotTearTheBar) {
 }
 
 TEST_F(ToolTerminal, TheBarFitsANarrowTerminal) {
-  const Session session = runOnTerminal(renderArguments(), 30);
-  EXPECT_EQ(session.exitCode, 0);
+  const TerminalRun run = runOnTerminal(renderArguments(), 30);
+  EXPECT_EQ(run.exitCode, 0);
   std::size_t longest = 0;
   std::size_t start = 0;
-  for (std::size_t next = 0; (next = session.bytes.find('\r', start)) != std::string::npos;
-       start = next + 1) {
+  for (std::size_t next = 0; (next = run.bytes.find('\r', start)) != std::string::npos; start = next + 1) {
     longest = std::max(longest, next - start);
   }
   EXPECT_GT(longest, 20U);
@@ -146,17 +145,17 @@ TEST_F(ToolTerminal, TheBarFitsANarrowTerminal) {
 TEST_F(ToolTerminal, NoProgressIsSilent) {
   std::vector<std::string> arguments = renderArguments();
   arguments.push_back("--no-progress");
-  const Session session = runOnTerminal(arguments);
-  EXPECT_EQ(session.exitCode, 0);
-  EXPECT_EQ(session.bytes, "");
+  const TerminalRun run = runOnTerminal(arguments);
+  EXPECT_EQ(run.exitCode, 0);
+  EXPECT_EQ(run.bytes, "");
 }
 
 TEST_F(ToolTerminal, AnErrorStandsOnALineOfItsOwn) {
   std::vector<std::string> arguments = renderArguments();
   folder_.write("d.jsonl", fullMaskLine(9'000, "p") + "rubbish\n");
-  const Session session = runOnTerminal(arguments);
-  EXPECT_EQ(session.exitCode, 2);
-  const std::vector<std::string> lines = linesShown(session.bytes);
+  const TerminalRun run = runOnTerminal(arguments);
+  EXPECT_EQ(run.exitCode, 2);
+  const std::vector<std::string> lines = linesShown(run.bytes);
   ASSERT_EQ(lines.size(), 2U);
   EXPECT_EQ(lines[0].find("segmask: " + folder_.path("d.jsonl") + ":2: not JSON"), 0U) << lines[0];
   EXPECT_EQ(lines[1], "");

@@ -62,8 +62,8 @@ const char* typeName() noexcept {
 ///   numbers are decimal, a float with ten significant digits and a double with fifteen. From text, int,
 ///   float and double are SwString's toInt, toFloat and toDouble, with their messages. The others give 0 for
 ///   what is no number, silently: long takes what strtoll does (white space first, hexadecimal after "0x",
-///   octal after "0"; bytes after the number are ignored), the unsigned ones trim first and give 0 for a '-'.
-///   Only "true" is true.
+///   octal after "0"; bytes after the number are ignored), the unsigned ones trim first and give 0 if a '-'
+///   leads. Only "true" is true.
 /// - Between SwString and std::string; from `const char*`, up to its NUL, to SwString; and from SwString to
 ///   the address of a shared buffer, as `const char*` (see Threads).
 /// - Between SwString and std::vector<std::string>: joined with "," and split at ','.
@@ -124,7 +124,9 @@ class SW_CORE_EXPORT SwAny {
   /// address gives an empty SwAny.
   static SwAny fromVoidPtr(const std::string& typeName, const void* object);
 
-  /// The name under which values of type T are held: the run-time type name without a leading '*'.
+  /// The name under which values of type T are held: the run-time type name without a leading '*'. Types are
+  /// told apart by it alone, so it must be unique in the process; a type of an anonymous namespace has the
+  /// name of any other such type that is called the same, in whatever file or module.
   template <typename T>
   static std::string typeNameOf() {
     return sw_any::typeName<T>();
@@ -293,7 +295,7 @@ SwAny SwAny::make(Value&& value) {
   } else if (isMetaType(name)) {
     any.setObject(new T(std::forward<Value>(value)));
   }
-  /// Last, and unable to throw: the name is what makes the destructor look for a value.
+  // Last, and unable to throw: the name is what makes the destructor look for a value.
   any.typeName_ = std::move(name);
   return any;
 }

@@ -9,8 +9,8 @@
 
 /// The elements of a JSON array, in order.
 //
-/// Copies are deep. Pointers, references and iterators to elements stay valid until the next append or
-/// reserve. What copies or grows throws std::bad_alloc. Threads: as for SwJsonValue.
+/// Copies are deep. Pointers, references and iterators to elements stay valid until the next append, reserve
+/// or assignment. What copies or grows throws std::bad_alloc. Threads: as for SwJsonValue.
 class SW_CORE_EXPORT SwJsonArray {
  public:
   using const_iterator = std::vector<SwJsonValue>::const_iterator;

@@ -32,8 +32,8 @@
 ///   among them, or before or after, give a Double by SwString::toFloat: in single precision, and 0.0 with
 ///   toFloat's message for a lone '.'. The rest gives a String, "1e5" included.
 //
-/// So a String whose text looks like one of these is of another kind when it is read again. A value that is
-/// not cipher text, a plain number or literal included, is read as an empty String, with decryptAES's line on
+/// So a String whose text looks like one of these is of another kind when it is read again. A value that does
+/// not decrypt, as plain numbers and literals do not, is read as an empty String, with decryptAES's line on
 /// standard error; so is a Null, which the generator writes plainly. If decryptAES throws (no memory), a
 /// quoted value is the error "Unable to decrypt string value", and a bare token is read as a plain literal or
 /// number.

@@ -12,7 +12,8 @@
 /// byte strings and may hold NUL bytes, except where a function takes a `const char*`.
 //
 /// Copies are deep. Pointers, references and iterators to a member stay valid until that member is removed or
-/// overwritten. What copies or inserts throws std::bad_alloc. Threads: as for SwJsonValue.
+/// overwritten. What copies or inserts, or makes a string of the key it is given, throws std::bad_alloc.
+/// Threads: as for SwJsonValue.
 class SW_CORE_EXPORT SwJsonObject {
   /// The order of std::less. Most keys differ in their first byte, which is cheaper to compare here.
   struct KeyOrder {

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <type_traits>
 #include <utility>
 
 #include "core/SwString.h"
@@ -24,7 +25,9 @@ class SwJsonObject;
 //
 /// Threads: a value belongs to one thread; any number may read it while none changes it.
 class SW_CORE_EXPORT SwJsonValue {
-  struct FieldsOnly {};
+  struct FieldsOnly {
+    explicit FieldsOnly() = default;
+  };
 
  public:
   /// The numbers are fixed: stored configurations and other languages' bindings compare against them.
@@ -40,7 +43,11 @@ class SW_CORE_EXPORT SwJsonValue {
 
   SwJsonValue() noexcept = default;
   SwJsonValue(std::nullptr_t) noexcept {}
-  SwJsonValue(bool value) noexcept : kind_(Kind::Bool), boolean_(value) {}
+
+  /// Of a bool alone: pointers and functions would convert to one silently.
+  template <typename T, std::enable_if_t<std::is_same_v<T, bool>, int> = 0>
+  SwJsonValue(T value) noexcept : kind_(Kind::Bool), boolean_(value) {}
+
   SwJsonValue(int value) noexcept : SwJsonValue(static_cast<long>(value)) {}
   SwJsonValue(long value) noexcept : kind_(Kind::Int), integer_(value) {}
   SwJsonValue(long long value) noexcept : SwJsonValue(static_cast<long>(value)) {}
@@ -61,9 +68,7 @@ class SW_CORE_EXPORT SwJsonValue {
   SwJsonValue(SwJsonObject object);
   SwJsonValue(SwJsonArray array);
 
-  /// Any other pointer would silently become a Bool, and a character an Int.
-  template <typename T>
-  SwJsonValue(const T*) = delete;
+  /// A character would silently become an Int.
   SwJsonValue(char) = delete;
 
   /// For the library alone: a copy without the container.

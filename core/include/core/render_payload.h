@@ -10,10 +10,11 @@ namespace render_payload {
 /// of it, else its text form (six significant digits) parsed as JSON. A way that leads to an empty object
 /// hands over to the text form. An empty object, without any message, if none leads anywhere.
 //
-/// Throws std::runtime_error in three cases: "Null storage in SwAny::get" if the payload is an SwJsonObject
-/// without storage, or a conversion yields one; "Type mismatch in SwAny::get" if a conversion yields another
-/// type than its own. Passes on what a conversion throws, and std::bad_alloc. Consults the registries of
-/// SwAny and follows its thread rules.
+/// Throws std::runtime_error in two cases: "Null storage in SwAny::get" if there is no value behind the name
+/// of a payload that is read (an SwJsonObject, an SwString, whatever a conversion takes), or behind that of
+/// what a conversion yields; "Type mismatch in SwAny::get" if a conversion yields another type than its own.
+/// Passes on what a conversion throws, and std::bad_alloc. Consults the registries of SwAny and follows its
+/// thread rules.
 SW_CORE_EXPORT SwJsonObject anyToJsonObject(const SwAny& payload);
 
 }  // namespace render_payload

@@ -1,6 +1,5 @@
 #include "SwJsonTree.h"
 
-#include <algorithm>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -8,17 +7,37 @@
 #include "core/SwJsonArray.h"
 #include "core/SwJsonObject.h"
 
-bool SwJsonTree::hasNestedContainer(const SwJsonObject& object) noexcept {
-  return std::any_of(object.begin(), object.end(),
-                     [](const auto& member) { return member.second.hasContainer(); });
-}
+namespace {
 
-bool SwJsonTree::hasNestedContainer(const SwJsonArray& array) noexcept {
-  return std::any_of(array.begin(), array.end(),
-                     [](const SwJsonValue& element) { return element.hasContainer(); });
-}
+// How deep copying and releasing may recurse. Payloads are no deeper, and containers that copy and destroy
+// their own members are the fastest; below that level the walks take over.
+constexpr int kRecursionLimit = 8;
+
+// One call of a walk that may lead to another, through the containers' own members.
+class Level {
+ public:
+  Level() noexcept { ++depth_; }
+  ~Level() { --depth_; }
+  Level(const Level&) = delete;
+  Level& operator=(const Level&) = delete;
+
+  bool mayRecurse() const noexcept { return depth_ <= kRecursionLimit; }
+
+ private:
+  static thread_local int depth_;
+};
+
+thread_local int Level::depth_ = 0;
+
+}  // namespace
 
 void SwJsonTree::copyContainer(const SwJsonValue& from, SwJsonValue& to) {
+  const Level level;
+  if (level.mayRecurse()) {
+    if (from.object_) to.object_ = std::make_shared<SwJsonObject>(*from.object_);
+    if (from.array_) to.array_ = std::make_shared<SwJsonArray>(*from.array_);
+    return;
+  }
   std::vector<Copying> pending{{&from, &to}};
   while (!pending.empty()) {
     const Copying next = pending.back();
@@ -30,9 +49,6 @@ void SwJsonTree::copyContainer(const SwJsonValue& from, SwJsonValue& to) {
 
 // A copy of `object` in which the containers of its members are still missing; those are added to `pending`.
 std::shared_ptr<SwJsonObject> SwJsonTree::copyOf(const SwJsonObject& object, std::vector<Copying>& pending) {
-  // The map copies itself faster than it takes members one by one, but down to the last container.
-  if (!hasNestedContainer(object)) return std::make_shared<SwJsonObject>(object);
-
   auto copy = std::make_shared<SwJsonObject>();
   auto& members = copy->members_;
   for (const auto& [key, value] : object) {
@@ -44,8 +60,6 @@ std::shared_ptr<SwJsonObject> SwJsonTree::copyOf(const SwJsonObject& object, std
 }
 
 std::shared_ptr<SwJsonArray> SwJsonTree::copyOf(const SwJsonArray& array, std::vector<Copying>& pending) {
-  if (!hasNestedContainer(array)) return std::make_shared<SwJsonArray>(array);
-
   auto copy = std::make_shared<SwJsonArray>();
   auto& elements = copy->elements_;
   // All at once, so that the addresses in `pending` stay valid.
@@ -145,6 +159,12 @@ void SwJsonTree::enchainSlots(Container& chain, const Container& container) noex
 //   [3]                    [_,_,4] has left and died; its [3] had joined before
 //   none                   [3] has left and died, and the chain is at its end
 void SwJsonTree::release(SwJsonValue& value) noexcept {
+  const Level level;
+  if (level.mayRecurse()) {
+    value.array_.reset();
+    value.object_.reset();
+    return;
+  }
   Container chain;
   enchain(chain, takeContainer(value));
   while (SwJsonValue* slot = firstSlot(chain)) {

@@ -31,8 +31,6 @@ class SwJsonTree {
     SwJsonValue* to;
   };
 
-  static bool hasNestedContainer(const SwJsonObject& object) noexcept;
-  static bool hasNestedContainer(const SwJsonArray& array) noexcept;
   static std::shared_ptr<SwJsonObject> copyOf(const SwJsonObject& object, std::vector<Copying>& pending);
   static std::shared_ptr<SwJsonArray> copyOf(const SwJsonArray& array, std::vector<Copying>& pending);
   static bool equalFields(const SwJsonValue& a, const SwJsonValue& b);

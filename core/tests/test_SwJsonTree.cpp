@@ -117,6 +117,21 @@ TEST(SwJsonTree, WideContainersOfContainers) {
   });
 }
 
+// Where containers still copy and destroy their own members, a map recurses as deep as its own tree is high.
+TEST(SwJsonTree, WideObjectsInsideEachOther) {
+  runOnSmallStack([] {
+    std::string members;
+    for (int i = 0; i < 20000; ++i) members += "\"" + std::to_string(i) + "\":1,";
+    const std::string text = repeated("{" + members + "\"5\":", 12) + "[7]" + std::string(12, '}');
+    const SwJsonValue tree = parsed(text);
+    const SwJsonValue copy(tree);
+    EXPECT_TRUE(copy == tree);
+    const SwJsonValue* inner = &copy;
+    while (inner->isObject()) inner = inner->object()->find("5");
+    EXPECT_EQ(inner->array()->at(0).integer(), 7);
+  });
+}
+
 TEST(SwJsonTree, TenMillionUnclosedArrays) {
   runOnSmallStack([] {
     SwJsonDocument document;

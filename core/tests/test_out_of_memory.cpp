@@ -243,6 +243,14 @@ TEST(OutOfMemory, CopyingAValueLeavesTheTargetAsItWas) {
   expectCopies<SwJsonValue>(parsed(kDocument), parsed("[[\"what stood there before\"]]"));
 }
 
+// Below the level down to which containers copy their own members, a walk takes over.
+TEST(OutOfMemory, CopyingADeepValueLeavesTheTargetAsItWas) {
+  const std::string opening(12, '[');
+  const std::string closing(12, ']');
+  expectCopies(parsed(opening + kDocument + "," + kDocument + closing),
+               SwJsonValue("what stood there before"));
+}
+
 TEST(OutOfMemory, CopyingAContainerLeavesTheTargetAsItWas) {
   const SwJsonValue value = parsed(kDocument);
   expectCopies<SwJsonObject>(*value.object(), objectWith("what stood there before", 1));

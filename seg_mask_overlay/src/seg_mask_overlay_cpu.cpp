@@ -1,11 +1,11 @@
-// The launcher for the CPU device: queues the same blend, sample by sample, as host functions on the stream.
+// The launcher for the CPU device: queues the host's blend as host functions on the stream.
 
 #include <cuda_runtime.h>
 
 #include <memory>
 #include <new>
 
-#include "nv12_blend.h"
+#include "host_blend.h"
 #include "overlay_geometry.h"
 #include "seg_mask_overlay/seg_mask_cuda.h"
 
@@ -18,18 +18,10 @@ struct LumaLaunch {
   const unsigned char* mask;
   int maskPitch;
   LumaRect rect;
-  unsigned char colorY;
+  unsigned char color;
   float alpha;
 
-  void run() const {
-    for (int y = rect.y0; y <= rect.y1; ++y) {
-      unsigned char* row = plane + sampleOffset(y, pitch, 0);
-      const unsigned char* maskRow = mask + sampleOffset(y, maskPitch, 0);
-      for (int x = rect.x0; x <= rect.x1; ++x) {
-        if (maskRow[x] != 0) row[x] = blendByte(row[x], colorY, alpha);
-      }
-    }
-  }
+  void run() const { blendLuma(plane, pitch, mask, maskPitch, rect, color, alpha); }
 };
 
 struct ChromaLaunch {
@@ -37,21 +29,12 @@ struct ChromaLaunch {
   int pitch;
   const unsigned char* mask;
   int maskPitch;
-  int width, height;
+  FrameSize frame;
   ChromaRect rect;
   unsigned char colorU, colorV;
   float alpha;
 
-  void run() const {
-    for (int cy = rect.y0; cy < rect.y1; ++cy) {
-      for (int cx = rect.x0; cx < rect.x1; ++cx) {
-        if (!chromaCovered(mask, maskPitch, width, height, cx, cy)) continue;
-        unsigned char* sample = plane + sampleOffset(cy, pitch, 2 * cx);
-        sample[0] = blendByte(sample[0], colorU, alpha);
-        sample[1] = blendByte(sample[1], colorV, alpha);
-      }
-    }
-  }
+  void run() const { blendChroma(plane, pitch, mask, maskPitch, frame, rect, colorU, colorV, alpha); }
 };
 
 template <class Launch>
@@ -82,6 +65,6 @@ void seg_mask_cuda::launch_segmask_overlay_nv12(unsigned char* yPlane, int yPitc
 
   const ChromaRect chroma = chromaRect(luma);
   if (chroma.empty()) return;
-  enqueue(ChromaLaunch{uvPlane, uvPitch, mask, maskPitch, width, height, chroma, colorU, colorV, alpha},
+  enqueue(ChromaLaunch{uvPlane, uvPitch, mask, maskPitch, {width, height}, chroma, colorU, colorV, alpha},
           stream);
 }

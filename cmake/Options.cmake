@@ -10,9 +10,11 @@ set(SEG_MASK_SANITIZE "" CACHE STRING "Sanitizers, comma separated as -fsanitize
 
 set(ZELVO_TOOLS_ROOT "" CACHE PATH "Where the platform's picture library lies (include/, lib/libZelvoTools.so); empty builds the stand-in")
 
+option(SEG_MASK_KERNELS_ONLY "Build the launcher, its check and its benchmark alone; needs a compiler and the device's toolkit" OFF)
+
 # The tools and the tests use parts of the stand-in that the platform's library does not have (upload, download,
 # a device backend), so a build against the real one makes the plug-in alone.
-if(ZELVO_TOOLS_ROOT)
+if(ZELVO_TOOLS_ROOT OR SEG_MASK_KERNELS_ONLY)
   set(_stand_in OFF)
 else()
   set(_stand_in ON)
@@ -22,6 +24,9 @@ option(SEG_MASK_BUILD_TESTS "Build the tests" ${_stand_in})
 option(SEG_MASK_BUILD_BENCHMARKS "Build the benchmarks" OFF)
 if(ZELVO_TOOLS_ROOT AND (SEG_MASK_BUILD_TOOLS OR SEG_MASK_BUILD_TESTS OR SEG_MASK_BUILD_BENCHMARKS))
   message(FATAL_ERROR "ZELVO_TOOLS_ROOT builds the plug-in alone; turn SEG_MASK_BUILD_TOOLS, _TESTS and _BENCHMARKS off")
+endif()
+if(SEG_MASK_KERNELS_ONLY AND (SEG_MASK_BUILD_TOOLS OR SEG_MASK_BUILD_TESTS OR SEG_MASK_BUILD_BENCHMARKS))
+  message(FATAL_ERROR "SEG_MASK_KERNELS_ONLY builds neither tools nor tests; turn SEG_MASK_BUILD_TOOLS, _TESTS and _BENCHMARKS off")
 endif()
 
 option(SEG_MASK_FUZZERS "Make the fuzzers libFuzzer programs instead of replays; needs clang" OFF)

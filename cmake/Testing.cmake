@@ -3,15 +3,9 @@
 # One GoogleTest program; each of its tests becomes a CTest test named "<name>.<suite>.<test>". DEVICE says that it works
 # on the compute device: in a CUDA build such tests carry the label "gpu".
 
-if(NOT SEG_MASK_BUILD_TESTS)
-  function(seg_mask_add_test)
-  endfunction()
-  return()
+if(SEG_MASK_BUILD_TESTS OR SEG_MASK_KERNELS_ONLY)
+  enable_testing()
 endif()
-
-enable_testing()
-find_package(GTest REQUIRED)
-include(GoogleTest)
 
 # One variable at most: gtest_discover_tests keeps only the first of a list.
 if(SEG_MASK_SANITIZE MATCHES "thread")
@@ -21,6 +15,15 @@ elseif(SEG_MASK_SANITIZE MATCHES "undefined")
 else()
   set(SEG_MASK_TEST_ENVIRONMENT)
 endif()
+
+if(NOT SEG_MASK_BUILD_TESTS)
+  function(seg_mask_add_test)
+  endfunction()
+  return()
+endif()
+
+find_package(GTest REQUIRED)
+include(GoogleTest)
 
 function(seg_mask_add_test)
   cmake_parse_arguments(ARG "DEVICE" "NAME" "SOURCES;LIBRARIES" ${ARGN})

@@ -1,6 +1,7 @@
 #pragma once
 
-// The blend on the host, sample by sample: what the CPU device queues, and what a GPU's bytes are compared with.
+// The blend on the host, sample by sample: what the CPU device queues, and what a GPU's bytes are compared
+// with.
 
 #include "overlay_geometry.h"
 

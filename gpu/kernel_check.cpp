@@ -1,0 +1,296 @@
+// Whether the device draws what the host draws, byte for byte, and nothing else: the launcher and its kernels
+// alone, so that a machine with a GPU, the CUDA toolkit and a compiler is enough.
+
+#include <cuda_runtime.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <iostream>
+#include <memory>
+#include <random>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "DeviceBytes.h"
+#include "LaunchCase.h"
+
+namespace {
+
+using gpu_check::DeviceBytes;
+using gpu_check::LaunchCase;
+using gpu_check::MaskKind;
+using gpu_check::Stream;
+using seg_mask_overlay::LumaRect;
+using Bytes = std::vector<unsigned char>;
+
+constexpr int kSkipped = 77;  // what CTest is told to read as "skipped"
+
+struct Difference : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+/// Throws Difference, naming plane and place of the first byte that differs.
+void requireSame(const LaunchCase& launch, const Bytes& expected, const Bytes& actual) {
+  if (expected == actual) return;
+  const gpu_check::Layout layout = gpu_check::layoutOf(launch);
+  std::size_t at = 0;
+  while (expected[at] == actual[at]) ++at;
+  std::ostringstream text;
+  text << "byte " << at << " (luma from " << layout.y << ", chroma from " << layout.uv << ", mask from "
+       << layout.mask << ") is " << int{actual[at]} << ", the host has " << int{expected[at]} << "; "
+       << launch;
+  throw Difference(text.str());
+}
+
+/// Draws on the device and on the host and compares all bytes.
+void check(const LaunchCase& launch, Bytes bytes, cudaStream_t stream) {
+  DeviceBytes device(bytes.size());
+  device.upload(bytes, stream);
+  gpu_check::launchOnDevice(launch, gpu_check::planesIn(device.get(), launch), stream);
+  gpu_check::blendOnHost(launch, bytes);
+  requireSame(launch, bytes, device.download(stream));
+}
+
+/// The amount of work: fewer cases under a checker that slows each one down.
+struct Effort {
+  unsigned seed;
+  bool quick;
+
+  int of(int full) const { return quick ? full / 20 : full; }
+};
+
+constexpr MaskKind kMasks[] = {MaskKind::random, MaskKind::sparse, MaskKind::full};
+
+// Every rectangle whose corners lie in or just outside a small frame, empty ones included.
+int everyRectangle(const Effort& effort) {
+  std::mt19937 random(effort.seed);
+  const Stream stream;
+  int cases = 0;
+  const auto sweep = [&](int width, int height) {
+    LaunchCase launch = gpu_check::wholeFrame(width, height, 0.45F);
+    launch.colorY = 200;
+    for (launch.rect.y0 = -1; launch.rect.y0 <= height; ++launch.rect.y0) {
+      for (launch.rect.y1 = -1; launch.rect.y1 <= height; ++launch.rect.y1) {
+        for (launch.rect.x0 = -1; launch.rect.x0 <= width; ++launch.rect.x0) {
+          for (launch.rect.x1 = -1; launch.rect.x1 <= width; ++launch.rect.x1, ++cases) {
+            check(launch, gpu_check::randomBytes(launch, MaskKind::random, random), stream.get());
+          }
+        }
+      }
+    }
+  };
+  sweep(1, 1);
+  sweep(3, 5);
+  if (!effort.quick) sweep(6, 4);
+  return cases;
+}
+
+// Every old value under every colour, at every weight: each chroma row is drawn in its own colour.
+int everyByte(const Effort& effort) {
+  std::mt19937 random(effort.seed);
+  const Stream stream;
+  const int colours = 256;
+  for (const float alpha : gpu_check::alphas()) {
+    LaunchCase launch = gpu_check::wholeFrame(512, 2 * colours, alpha);
+    Bytes bytes = gpu_check::randomBytes(launch, MaskKind::full, random);
+    const gpu_check::Layout layout = gpu_check::layoutOf(launch);
+    for (std::size_t i = 0; i < layout.uv - layout.y; ++i)
+      bytes[layout.y + i] = static_cast<unsigned char>(i);
+    for (std::size_t i = 0; i < layout.mask - layout.uv; ++i)
+      bytes[layout.uv + i] = static_cast<unsigned char>(i / 2);
+    DeviceBytes device(bytes.size());
+    device.upload(bytes, stream.get());
+    for (int colour = 0; colour < colours; ++colour) {
+      launch.rect = {0, 2 * colour, 511, 2 * colour + 1};
+      launch.colorY = launch.colorU = static_cast<unsigned char>(colour);
+      launch.colorV = static_cast<unsigned char>(255 - colour);
+      gpu_check::launchOnDevice(launch, gpu_check::planesIn(device.get(), launch), stream.get());
+      gpu_check::blendOnHost(launch, bytes);
+    }
+    requireSame(launch, bytes, device.download(stream.get()));
+  }
+  return static_cast<int>(gpu_check::alphas().size()) * colours * 256 * 3;
+}
+
+int randomSmallFrames(const Effort& effort) {
+  std::mt19937 random(effort.seed);
+  const Stream stream;
+  const int cases = effort.of(6000);
+  for (int i = 0; i < cases; ++i) {
+    const LaunchCase launch = gpu_check::randomCase(random, i % 2 == 0 ? 20 : 200);
+    check(launch, gpu_check::randomBytes(launch, kMasks[i % 3], random), stream.get());
+  }
+  return cases;
+}
+
+/// The part of `bytes` from `from` on that a plane of `rows` rows needs, without the last row's spare
+/// columns.
+Bytes plane(const Bytes& bytes, std::size_t from, int pitch, int rows, int rowBytes) {
+  const auto begin = bytes.begin() + static_cast<std::ptrdiff_t>(from);
+  return {begin, begin + std::ptrdiff_t{pitch} * (rows - 1) + rowBytes};
+}
+
+// Planes and mask in allocations of their own that end with their last sample, so that a memory checker sees
+// a read past them too.
+int exactAllocations(const Effort& effort) {
+  std::mt19937 random(effort.seed);
+  const Stream stream;
+  const int cases = effort.of(1000);
+  for (int i = 0; i < cases; ++i) {
+    const LaunchCase launch = gpu_check::randomCase(random, 40);
+    const auto [width, height] = launch.frame;
+    const int pairBytes = 2 * ((width + 1) / 2);
+    const int pairRows = (height + 1) / 2;
+    Bytes bytes = gpu_check::randomBytes(launch, kMasks[i % 3], random);
+    const gpu_check::Layout layout = gpu_check::layoutOf(launch);
+    const auto allocate = [&](std::size_t from, int pitch, int rows, int rowBytes) {
+      const Bytes part = plane(bytes, from, pitch, rows, rowBytes);
+      auto device = std::make_unique<DeviceBytes>(part.size());
+      device->upload(part, stream.get());
+      return device;
+    };
+    const auto y = allocate(layout.y, launch.yPitch, height, width);
+    const auto uv = allocate(layout.uv, launch.uvPitch, pairRows, pairBytes);
+    const auto mask = allocate(layout.mask, launch.maskPitch, height, width);
+    gpu_check::launchOnDevice(launch, {y->get(), uv->get(), mask->get()}, stream.get());
+    gpu_check::blendOnHost(launch, bytes);
+    if (y->download(stream.get()) != plane(bytes, layout.y, launch.yPitch, height, width) ||
+        uv->download(stream.get()) != plane(bytes, layout.uv, launch.uvPitch, pairRows, pairBytes)) {
+      std::ostringstream text;
+      text << "a plane differs; " << launch;
+      throw Difference(text.str());
+    }
+  }
+  return cases;
+}
+
+int largeFrames(const Effort& effort) {
+  std::mt19937 random(effort.seed);
+  const Stream stream;
+  std::vector<LaunchCase> launches{gpu_check::wholeFrame(1920, 1080, 0.45F)};
+  if (!effort.quick) {
+    launches.push_back(gpu_check::wholeFrame(3840, 2160, 0.45F));
+    launches.push_back(gpu_check::wholeFrame(4095, 2161, 1.5F));
+    launches.push_back(gpu_check::wholeFrame(8191, 1, 0.5F));
+    launches.push_back(gpu_check::wholeFrame(1, 8191, 0.5F));
+  }
+  for (const LaunchCase& launch : launches) {
+    check(launch, gpu_check::randomBytes(launch, MaskKind::random, random), stream.get());
+  }
+  return static_cast<int>(launches.size());
+}
+
+/// What one plug-in instance has: a stream, one mask on the device for all items, one on the host.
+struct Instance {
+  Instance(const LaunchCase& frame, std::mt19937& random)
+      : launch(frame),
+        bytes(gpu_check::randomBytes(frame, MaskKind::random, random)),
+        device(bytes.size()),
+        mask(static_cast<std::size_t>(frame.maskPitch) * static_cast<std::size_t>(frame.frame.height)) {
+    device.upload(bytes, stream.get());
+  }
+
+  LaunchCase launch;
+  Bytes bytes;
+  Stream stream;
+  DeviceBytes device;
+  Bytes mask;
+
+  /// Queues one item: its mask over the last one's, then the launch. The host's mask is spoilt at once.
+  void drawItem(std::mt19937& random) {
+    const LaunchCase item = gpu_check::randomCase(random, launch.frame.width);
+    launch.rect = {item.rect.x0, item.rect.y0, item.rect.x1, item.rect.y1};
+    launch.colorY = item.colorY;
+    launch.colorU = item.colorU;
+    launch.colorV = item.colorV;
+    launch.alpha = 0.45F;
+    for (unsigned char& byte : mask) byte = static_cast<unsigned char>(random() % 3 == 0 ? 255 : 0);
+    const std::size_t at = gpu_check::layoutOf(launch).mask;
+    gpu_check::require(
+        cudaMemcpyAsync(device.get() + at, mask.data(), mask.size(), cudaMemcpyHostToDevice, stream.get()),
+        "uploading a mask");
+    gpu_check::launchOnDevice(launch, gpu_check::planesIn(device.get(), launch), stream.get());
+    std::copy(mask.begin(), mask.end(), bytes.begin() + static_cast<std::ptrdiff_t>(at));
+    gpu_check::blendOnHost(launch, bytes);
+    std::fill(mask.begin(), mask.end(), static_cast<unsigned char>(170));
+  }
+};
+
+// Items queued one behind the other on the streams of several instances, without anybody waiting: stream
+// order alone keeps an item's mask from its neighbours, and instances from each other.
+int itemsInFlight(const Effort& effort) {
+  std::mt19937 random(effort.seed);
+  std::vector<std::unique_ptr<Instance>> instances;
+  for (int i = 0; i < 8; ++i) {
+    instances.push_back(std::make_unique<Instance>(gpu_check::wholeFrame(640 + i, 361, 0.45F), random));
+  }
+  const int rounds = effort.of(200);
+  for (int round = 0; round < rounds; ++round) {
+    for (const auto& instance : instances) instance->drawItem(random);
+  }
+  for (const auto& instance : instances) {
+    requireSame(instance->launch, instance->bytes, instance->device.download(instance->stream.get()));
+  }
+  return rounds * static_cast<int>(instances.size());
+}
+
+bool run(const char* name, int (*body)(const Effort&), const Effort& effort) {
+  try {
+    const int cases = body(effort);
+    std::cout << "ok      " << name << ", " << cases << " cases\n";
+    return true;
+  } catch (const std::exception& error) {
+    std::cout << "FAILED  " << name << " (seed " << effort.seed << "): " << error.what() << '\n';
+    return false;
+  }
+}
+
+bool runAll(const Effort& effort) {
+  bool good = run("every rectangle of a small frame", everyRectangle, effort);
+  good = run("every byte under every colour at every weight", everyByte, effort) && good;
+  good = run("random rectangles, pitches, odd sizes and weights", randomSmallFrames, effort) && good;
+  good = run("planes that end with their memory", exactAllocations, effort) && good;
+  good = run("large frames", largeFrames, effort) && good;
+  good = run("items in flight on eight streams", itemsInFlight, effort) && good;
+  return good;
+}
+
+constexpr char kUsage[] =
+    "usage: kernel_check [--quick] [--seed N]\n"
+    "Draws with the device and with the host and compares every byte.\n"
+    "  --quick   a twentieth of the random cases, for running under compute-sanitizer\n"
+    "  --seed N  another choice of random cases (1 is the default)\n"
+    "Exit code: 0 all equal, 1 a difference or a CUDA error, 2 bad arguments, 77 no CUDA device\n";
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Effort effort{1, false};
+  for (int i = 1; i < argc; ++i) {
+    const std::string argument = argv[i];
+    if (argument == "--help" || argument == "-h") {
+      std::cout << kUsage;
+      return 0;
+    }
+    if (argument == "--quick") {
+      effort.quick = true;
+    } else if (argument == "--seed" && i + 1 < argc) {
+      char* end = nullptr;
+      effort.seed = static_cast<unsigned>(std::strtoul(argv[++i], &end, 10));
+      if (*end == '\0' && end != argv[i]) continue;
+      std::cerr << "kernel_check: --seed: '" << argv[i] << "' is no number\n";
+      return 2;
+    } else {
+      std::cerr << "kernel_check: unknown argument '" << argument << "'\n" << kUsage;
+      return 2;
+    }
+  }
+  int devices = 0;
+  if (cudaGetDeviceCount(&devices) != cudaSuccess || devices == 0) {
+    std::cout << "skipped: no CUDA device\n";
+    return kSkipped;
+  }
+  return runAll(effort) ? 0 : 1;
+}

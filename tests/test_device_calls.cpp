@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "camera.h"
 #include "cudart_cpu/control.h"
 #include "frame_check.h"
 #include "golden_model.h"
@@ -281,6 +282,31 @@ TEST_F(DeviceCalls, LargestCapUploadsOnceADetection) {
   callsOf(scene);
   EXPECT_EQ(cudart_cpu::count(Call::cudaMemcpyAsync), 300U);
   EXPECT_EQ(cudart_cpu::count(Call::cudaMalloc), 1U);
+}
+
+// A hundred frames a camera, none drawn when the last one is queued; then the streams move on, the last one
+// first.
+TEST(HeldStreams, OfSeveralInstancesAreDrawnInWhicheverOrderTheyMoveOn) {
+  constexpr unsigned kFrames = 100;
+  const cudart_cpu::ScopedReset reset;
+  std::vector<std::unique_ptr<plugin_test::Camera>> cameras;
+  for (unsigned i = 0; i < 4; ++i) {
+    cameras.push_back(
+        std::make_unique<plugin_test::Camera>(plugin_test::scenesByFallingSize(20000 + 1000 * i, kFrames)));
+    cudart_cpu::hold(cameras.back()->stream());
+  }
+  cudart_cpu::resetCounters();
+  for (unsigned frame = 0; frame < kFrames; ++frame) {
+    for (const auto& camera : cameras) camera->render(frame);
+  }
+  std::size_t held = 0;
+  for (const auto& camera : cameras) held += cudart_cpu::heldWork(camera->stream());
+  EXPECT_EQ(held, cudart_cpu::count(Call::cudaMemcpyAsync) + cudart_cpu::count(Call::cudaLaunchHostFunc));
+  EXPECT_GT(held, 200U);
+  for (auto camera = cameras.rbegin(); camera != cameras.rend(); ++camera) {
+    cudart_cpu::release((*camera)->stream());
+    for (unsigned frame = 0; frame < kFrames; ++frame) EXPECT_TRUE((*camera)->drewAsModelled(frame));
+  }
 }
 
 }  // namespace

@@ -1,0 +1,255 @@
+// What drawing one mask costs on the GPU, beside the time that its bytes need at the card's own copy
+// bandwidth and beside two ways to do the same that are nearer at hand. Frames take turns, so that they come
+// from memory and not from a cache.
+
+#include <cuda_runtime.h>
+#include <thrust/execution_policy.h>
+#include <thrust/for_each.h>
+#include <thrust/iterator/counting_iterator.h>
+
+#include <cstdio>
+#include <exception>
+#include <functional>
+#include <memory>
+#include <random>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "DeviceBytes.h"
+#include "LaunchCase.h"
+#include "nv12_blend.h"
+#include "report.h"
+
+namespace {
+
+using gpu_check::DeviceBytes;
+using gpu_check::LaunchCase;
+using gpu_check::Planes;
+using gpu_check::require;
+using gpu_check::Stream;
+using seg_mask_overlay::ChromaRect;
+using seg_mask_overlay::LumaRect;
+using Bytes = std::vector<unsigned char>;
+
+constexpr int kSkipped = 77;
+constexpr int kRepetitions = 21;
+constexpr std::size_t kSpread = 256U << 20;  // bytes that all frames together have: several times any cache
+
+/// Median microseconds of one `action` on the stream, from runs of `actions` of them.
+double gpuTime(cudaStream_t stream, int actions, const std::function<void(int)>& action) {
+  cudaEvent_t begin{};
+  cudaEvent_t end{};
+  require(cudaEventCreate(&begin), "making an event");
+  require(cudaEventCreate(&end), "making an event");
+  std::vector<double> times;
+  for (int repetition = -2; repetition < kRepetitions; ++repetition) {  // the first two warm up
+    require(cudaEventRecord(begin, stream), "recording an event");
+    for (int i = 0; i < actions; ++i) action(i);
+    require(cudaEventRecord(end, stream), "recording an event");
+    require(cudaEventSynchronize(end), "waiting for an event");
+    float milliseconds = 0.0F;
+    require(cudaEventElapsedTime(&milliseconds, begin, end), "reading an event");
+    if (repetition >= 0) times.push_back(1e3 * static_cast<double>(milliseconds) / actions);
+  }
+  cudaEventDestroy(begin);
+  cudaEventDestroy(end);
+  return gpu_check::median(times);
+}
+
+/// Bytes a microsecond that a copy within the card's memory reads and writes.
+double copyBandwidth(cudaStream_t stream) {
+  DeviceBytes from(kSpread);
+  DeviceBytes to(kSpread);
+  const double time = gpuTime(stream, 4, [&](int) {
+    require(cudaMemcpyAsync(to.get(), from.get(), kSpread, cudaMemcpyDeviceToDevice, stream), "copying");
+  });
+  return 2.0 * static_cast<double>(kSpread) / time;
+}
+
+__global__ void emptyKernel() {}
+
+/// What two kernels cost that do nothing: no pair of launches is faster, however few its bytes are.
+double launchFloor(cudaStream_t stream) {
+  const double time = gpuTime(stream, 200, [&](int) {
+    emptyKernel<<<1, 1, 0, stream>>>();
+    emptyKernel<<<1, 1, 0, stream>>>();
+  });
+  require(cudaGetLastError(), "launching an empty kernel");
+  return time;
+}
+
+enum class Shape { full, person };
+
+struct Workload {
+  const char* name;
+  LaunchCase launch;
+  Shape shape;
+};
+
+/// An upright ellipse that fills the rectangle, about as much of a box as a person does; or all of it.
+void fillMask(const Workload& work, Bytes& bytes) {
+  const LaunchCase& launch = work.launch;
+  const LumaRect& box = launch.rect;
+  const std::size_t mask = gpu_check::layoutOf(launch).mask;
+  const double rx = 0.5 * (box.x1 - box.x0 + 1);
+  const double ry = 0.5 * (box.y1 - box.y0 + 1);
+  for (int y = 0; y < launch.frame.height; ++y) {
+    for (int x = 0; x < launch.frame.width; ++x) {
+      const double dx = (x - box.x0 + 0.5 - rx) / rx;
+      const double dy = (y - box.y0 + 0.5 - ry) / ry;
+      const bool inside = work.shape == Shape::full || dx * dx + dy * dy <= 1.0;
+      bytes[mask + static_cast<std::size_t>(y) * static_cast<std::size_t>(launch.maskPitch) +
+            static_cast<std::size_t>(x)] = inside ? 255 : 0;
+    }
+  }
+}
+
+/// The box's mask bytes once, each luma and chroma byte that changes read and written.
+double touchedBytes(const LaunchCase& launch, Bytes bytes) {
+  const Planes planes = gpu_check::planesIn(bytes.data(), launch);
+  const LumaRect& box = launch.rect;
+  double luma = 0;
+  for (int y = box.y0; y <= box.y1; ++y) {
+    for (int x = box.x0; x <= box.x1; ++x) {
+      if (planes.mask[seg_mask_overlay::sampleOffset(y, launch.maskPitch, x)] != 0) ++luma;
+    }
+  }
+  double chroma = 0;
+  const ChromaRect pairs = seg_mask_overlay::chromaRect(box);
+  for (int cy = pairs.y0; cy < pairs.y1; ++cy) {
+    for (int cx = pairs.x0; cx < pairs.x1; ++cx) {
+      chroma += 2.0 * seg_mask_overlay::chromaCovered(planes.mask, launch.maskPitch, launch.frame.width,
+                                                      launch.frame.height, cx, cy);
+    }
+  }
+  return double{box.x1 - box.x0 + 1.0} * (box.y1 - box.y0 + 1.0) + 2.0 * luma + 2.0 * chroma;
+}
+
+/// The same blend as a loop over all samples of the frame by the library that comes with the toolkit.
+void blendByThrust(const LaunchCase& launch, const Planes& planes, cudaStream_t stream) {
+  const auto policy = thrust::cuda::par_nosync.on(stream);
+  const thrust::counting_iterator<int> first(0);
+  const int width = launch.frame.width;
+  const int height = launch.frame.height;
+  thrust::for_each(policy, first, first + width * height, [=] __device__(int i) {
+    const int x = i % width;
+    const int y = i / width;
+    const LumaRect& box = launch.rect;
+    if (x < box.x0 || x > box.x1 || y < box.y0 || y > box.y1) return;
+    if (planes.mask[seg_mask_overlay::sampleOffset(y, launch.maskPitch, x)] == 0) return;
+    unsigned char& sample = planes.y[seg_mask_overlay::sampleOffset(y, launch.yPitch, x)];
+    sample = seg_mask_overlay::blendByte(sample, launch.colorY, launch.alpha);
+  });
+  const ChromaRect pairs = seg_mask_overlay::chromaRect(launch.rect);
+  const int pairColumns = (width + 1) / 2;
+  thrust::for_each(policy, first, first + pairColumns * ((height + 1) / 2), [=] __device__(int i) {
+    const int cx = i % pairColumns;
+    const int cy = i / pairColumns;
+    if (cx < pairs.x0 || cx >= pairs.x1 || cy < pairs.y0 || cy >= pairs.y1) return;
+    if (!seg_mask_overlay::chromaCovered(planes.mask, launch.maskPitch, width, height, cx, cy)) return;
+    unsigned char* pair = planes.uv + seg_mask_overlay::sampleOffset(cy, launch.uvPitch, 2 * cx);
+    pair[0] = seg_mask_overlay::blendByte(pair[0], launch.colorU, launch.alpha);
+    pair[1] = seg_mask_overlay::blendByte(pair[1], launch.colorV, launch.alpha);
+  });
+}
+
+/// The frame to the host, the host's own loops, and back: what is done where no kernel is at hand. The mask
+/// is the host's already.
+void blendOnTheHost(const LaunchCase& launch, DeviceBytes& device, cudaStream_t stream) {
+  Bytes bytes = device.download(stream);
+  gpu_check::blendOnHost(launch, bytes);
+  device.upload(bytes, stream);
+}
+
+using Draw = std::function<void(DeviceBytes&)>;
+
+void requireEqualResults(const LaunchCase& launch, const Bytes& bytes, cudaStream_t stream,
+                         const std::vector<Draw>& ways) {
+  Bytes expected = bytes;
+  gpu_check::blendOnHost(launch, expected);
+  for (const Draw& draw : ways) {
+    DeviceBytes device(bytes.size());
+    device.upload(bytes, stream);
+    draw(device);
+    if (device.download(stream) != expected)
+      throw std::runtime_error("a way of drawing gives other bytes than the host");
+  }
+}
+
+void measure(const Workload& work, double bandwidth, double launches, cudaStream_t stream) {
+  const LaunchCase& launch = work.launch;
+  std::mt19937 random(1);
+  Bytes bytes = gpu_check::randomBytes(launch, gpu_check::MaskKind::full, random);
+  fillMask(work, bytes);
+  const Draw ours = [&](DeviceBytes& d) { launchOnDevice(launch, planesIn(d.get(), launch), stream); };
+  const Draw thrusts = [&](DeviceBytes& d) { blendByThrust(launch, planesIn(d.get(), launch), stream); };
+  const Draw hosts = [&](DeviceBytes& d) { blendOnTheHost(launch, d, stream); };
+  requireEqualResults(launch, bytes, stream, {ours, thrusts, hosts});
+
+  std::vector<std::unique_ptr<DeviceBytes>> frames;
+  while (frames.size() * bytes.size() < kSpread) {
+    frames.push_back(std::make_unique<DeviceBytes>(bytes.size()));
+    frames.back()->upload(bytes, stream);
+  }
+  const auto timeOf = [&](const Draw& draw, int actions) {
+    return gpuTime(stream, actions,
+                   [&](int i) { draw(*frames[static_cast<std::size_t>(i) % frames.size()]); });
+  };
+  const int turns = 2 * static_cast<int>(frames.size());
+  const double own = timeOf(ours, turns);
+  const double byThrust = timeOf(thrusts, turns);
+  const double byHost = timeOf(hosts, 1);
+  require(cudaGetLastError(), "drawing");
+
+  const double floor = touchedBytes(launch, bytes) / bandwidth;
+  const std::string name = std::string("kernels, ") + work.name;
+  gpu_check::printRow(name, own, "its bytes at copy bandwidth", floor);
+  gpu_check::printRow(name, own, "two empty launches", launches);
+  gpu_check::printRow(name, own, "Thrust over the frame", byThrust);
+  gpu_check::printRow(name, own, "to the host and back", byHost);
+}
+
+Workload workload(const char* name, int width, int height, LumaRect box, Shape shape) {
+  LaunchCase launch = gpu_check::wholeFrame(width, height, 0.45F);
+  launch.rect = box;
+  launch.colorY = 150;
+  launch.colorU = 90;
+  launch.colorV = 200;
+  return {name, launch, shape};
+}
+
+void measureAll() {
+  cudaDeviceProp card{};
+  require(cudaGetDeviceProperties(&card, 0), "asking for the card");
+  const Stream stream;
+  const double bandwidth = copyBandwidth(stream.get());
+  const double launches = launchFloor(stream.get());
+  std::printf("%s, compute capability %d.%d, copies %.0f GB/s (read and written)\n", card.name, card.major,
+              card.minor, bandwidth / 1e3);
+  for (const Workload& work :
+       {workload("1920x1080, whole frame", 1920, 1080, {0, 0, 1919, 1079}, Shape::full),
+        workload("1920x1080, a person of 200x400", 1920, 1080, {860, 340, 1059, 739}, Shape::person),
+        workload("3840x2160, whole frame", 3840, 2160, {0, 0, 3839, 2159}, Shape::full),
+        workload("3840x2160, a person of 400x800", 3840, 2160, {1720, 680, 2119, 1479}, Shape::person)}) {
+    measure(work, bandwidth, launches, stream.get());
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (!gpu_check::noArguments(argc, argv)) return 2;
+  int devices = 0;
+  if (cudaGetDeviceCount(&devices) != cudaSuccess || devices == 0) {
+    std::printf("skipped: no CUDA device\n");
+    return kSkipped;
+  }
+  try {
+    measureAll();
+    return 0;
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "bench_kernels: %s\n", error.what());
+    return 1;
+  }
+}

@@ -71,6 +71,8 @@ int everyRectangle(const Effort& effort) {
   const auto sweep = [&](int width, int height) {
     LaunchCase launch = gpu_check::wholeFrame(width, height, 0.45F);
     launch.colorY = 200;
+    launch.colorU = 20;
+    launch.colorV = 90;
     for (launch.rect.y0 = -1; launch.rect.y0 <= height; ++launch.rect.y0) {
       for (launch.rect.y1 = -1; launch.rect.y1 <= height; ++launch.rect.y1) {
         for (launch.rect.x0 = -1; launch.rect.x0 <= width; ++launch.rect.x0) {

@@ -1,7 +1,8 @@
 # seg_mask_add_test(NAME name SOURCES file... [LIBRARIES target...] [DEVICE])
 #
 # One GoogleTest program; each of its tests becomes a CTest test named "<name>.<suite>.<test>". DEVICE says that it works
-# on the compute device: in a CUDA build such tests carry the label "gpu".
+# on the compute device: in a CUDA build such tests carry the label "gpu", and each is there a second time, as
+# "<name>.on_cpu.<suite>.<test>", with the device's work done by the CPU.
 
 if(SEG_MASK_BUILD_TESTS OR SEG_MASK_KERNELS_ONLY)
   enable_testing()
@@ -32,6 +33,13 @@ function(seg_mask_add_test)
   set(_labels)
   if(ARG_DEVICE AND SEG_MASK_DEVICE STREQUAL "cuda")
     set(_labels LABELS gpu)
+    add_dependencies(${ARG_NAME} cuda_kernels_on_cpu)
+    gtest_discover_tests(${ARG_NAME}
+      TEST_PREFIX "${ARG_NAME}.on_cpu."
+      TEST_LIST ${ARG_NAME}_on_cpu
+      DISCOVERY_TIMEOUT 120
+      PROPERTIES TIMEOUT 600
+        ENVIRONMENT "LD_PRELOAD=$<TARGET_FILE:cudart_cpu>:$<TARGET_FILE:cuda_kernels_on_cpu>")
   endif()
   gtest_discover_tests(${ARG_NAME}
     TEST_PREFIX "${ARG_NAME}."

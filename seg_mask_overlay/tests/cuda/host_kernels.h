@@ -2,7 +2,7 @@
 
 // The kernels for the host: their own text, cut from the CUDA source when the tests are built
 // (kernels_text.cmake), so that their bodies, index arithmetic and bounds are run and not a copy of them. For
-// one source file of a program, and one thread.
+// one source file of a program.
 
 #include <tuple>
 #include <utility>
@@ -14,7 +14,7 @@
 namespace {
 
 /// What a kernel finds out about the thread that runs it.
-launch_recorder::Extent blockIdx, blockDim, threadIdx;
+thread_local launch_recorder::Extent blockIdx, blockDim, threadIdx;
 
 }  // namespace
 

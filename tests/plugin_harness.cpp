@@ -149,7 +149,13 @@ SwAny payloadOf(const std::vector<scene::Detection>& detections, scene::PayloadF
   return SwAny();
 }
 
-Frame::Frame(const scene::Scene& scene, cudaStream_t stream) : stream_(stream) {
+Frame::Frame(const scene::Scene& scene, cudaStream_t stream) : Frame(scene) {
+  stream_ = stream;
+  context_.picture.source = std::make_shared<zelvo::ZelvoPicture>(scene.width, scene.height);
+  zelvo::upload(*context_.picture.source, scene.frame.data(), stream_);
+}
+
+Frame::Frame(const scene::Scene& scene) {
   for (const std::string& key : scene.reported) {
     RenderProducerStatus status;
     status.payload_type = kDetections;
@@ -162,14 +168,12 @@ Frame::Frame(const scene::Scene& scene, cudaStream_t stream) : stream_(stream) {
     return stored;
   };
 
-  const auto source = std::make_shared<zelvo::ZelvoPicture>(scene.width, scene.height);
-  zelvo::upload(*source, scene.frame.data(), stream_);
   context_.frame_id = 1;
   context_.payload_resolver = &resolver_;
   context_.producer_statuses = &statuses_;
   context_.inputs = &inputs_;
   context_.picture.sourceId = 1;
-  context_.picture.source = source;
+  context_.picture.source = std::make_shared<zelvo::ZelvoPicture>();
   context_.picture.pool = std::make_shared<zelvo::ZelvoPicturePool>();
 }
 

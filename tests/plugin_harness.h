@@ -76,11 +76,21 @@ class Stream {
 /// The payload that carries these detections.
 SwAny payloadOf(const std::vector<scene::Detection>& detections, scene::PayloadForm form);
 
+/// A backend that maps nothing and needs no device.
+class IdleBackend : public IRenderBackend {
+ public:
+  Mapping map(zelvo::RenderTarget&) override { return {}; }
+};
+
 /// One frame on its way through the plug-in: a context and everything that it points to.
 class Frame {
  public:
   /// `stream` must outlive the frame.
   Frame(const scene::Scene& scene, cudaStream_t stream);
+
+  /// For where there is no device: the picture is the empty one, which has no pixels. The plug-in gathers the
+  /// scene's detections, and draws none.
+  explicit Frame(const scene::Scene& scene);
   Frame(const Frame&) = delete;
   Frame& operator=(const Frame&) = delete;
 
@@ -98,7 +108,7 @@ class Frame {
   std::vector<uint8_t> sourcePixels() const;
 
  private:
-  cudaStream_t stream_;
+  cudaStream_t stream_ = nullptr;
   std::unordered_map<std::string, std::vector<RenderProducerStatus>> statuses_;
   std::unordered_map<std::string, std::vector<RenderInput>> inputs_;
   std::vector<uint64_t> resolved_frames_;

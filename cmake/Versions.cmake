@@ -1,0 +1,32 @@
+# How old what the project builds on may be: the one place that says it, and that refuses what is older.
+
+set(SEG_MASK_OLDEST_CUDA 12.0)
+set(SEG_MASK_OLDEST_OpenCV 4.5)
+set(SEG_MASK_OLDEST_OpenSSL 3.0)
+
+# seg_mask_require_version(name version place advice)
+#
+# Ends the configuration when `version` of CUDA, OpenCV or OpenSSL, found at `place`, is too old or unknown. `advice` says
+# how to name another one.
+function(seg_mask_require_version name version place advice)
+  if(NOT version)
+    set(version "an unknown version")
+  endif()
+  if(NOT version MATCHES "^[0-9]" OR version VERSION_LESS SEG_MASK_OLDEST_${name})
+    message(FATAL_ERROR
+      "${name} ${SEG_MASK_OLDEST_${name}} or newer is needed; found ${version} in ${place}. ${advice}")
+  endif()
+endfunction()
+
+# seg_mask_nvcc_version(result nvcc)
+#
+# What an nvcc says of itself, 12.6.85 for instance; empty when it is none. Asked before CMake tries the compiler, because
+# an old nvcc refuses a new host compiler, and that would be the message then.
+function(seg_mask_nvcc_version result nvcc)
+  execute_process(COMMAND "${nvcc}" --version OUTPUT_VARIABLE _text ERROR_QUIET)
+  set(${result} "")
+  if(_text MATCHES "release [0-9.]+, V([0-9.]+)")
+    set(${result} "${CMAKE_MATCH_1}")
+  endif()
+  set(${result} "${${result}}" PARENT_SCOPE)
+endfunction()

@@ -1,8 +1,10 @@
-# What the plug-in and the value library need of the system, each in a version that cmake/Versions.cmake allows.
+# What is needed of the system, each in a version that cmake/Versions.cmake allows.
+
+include(Versions)
 
 # seg_mask_find(name)
 #
-# Finds OpenCV, class_loader or OpenSSL, or ends the configuration with the reason. Sets SEG_MASK_FOUND_<name> to which one
+# Finds CUDA, OpenCV, class_loader or OpenSSL, or ends the configuration with the reason. Sets SEG_MASK_FOUND_<name> to which one
 # it is, for people.
 macro(seg_mask_find name)
   cmake_language(CALL "_seg_mask_find_${name}")
@@ -31,3 +33,39 @@ macro(_seg_mask_find_OpenSSL)
     "Name another one with -DOPENSSL_ROOT_DIR=DIR.")
   set(SEG_MASK_FOUND_OpenSSL "${OPENSSL_VERSION}, ${OPENSSL_INCLUDE_DIR}")
 endmacro()
+
+macro(_seg_mask_find_CUDA)
+  _seg_mask_find_nvcc()
+  _seg_mask_nvcc_version(_version "${SEG_MASK_NVCC}")
+  seg_mask_require_version(CUDA "${_version}" "${SEG_MASK_NVCC}" "Name another nvcc with -DCMAKE_CUDA_COMPILER=PATH.")
+  set(SEG_MASK_FOUND_CUDA "${_version}, ${SEG_MASK_NVCC}")
+endmacro()
+
+# Sets SEG_MASK_NVCC: the one that was asked for, in CMake's two ways, else the first one found.
+function(_seg_mask_find_nvcc)
+  set(_names nvcc)
+  if(CMAKE_CUDA_COMPILER)
+    set(_names "${CMAKE_CUDA_COMPILER}")
+  elseif(DEFINED ENV{CUDACXX})
+    separate_arguments(_names UNIX_COMMAND "$ENV{CUDACXX}")
+    list(GET _names 0 _names)
+  endif()
+  unset(SEG_MASK_NVCC CACHE)
+  find_program(SEG_MASK_NVCC NAMES ${_names} HINTS ENV CUDA_HOME PATHS /usr/local/cuda PATH_SUFFIXES bin)
+  mark_as_advanced(SEG_MASK_NVCC)
+  if(NOT SEG_MASK_NVCC)
+    message(FATAL_ERROR "SEG_MASK_DEVICE=cuda needs nvcc, and there is no ${_names} (looked in PATH, CUDA_HOME and "
+      "/usr/local/cuda). Name it with -DCMAKE_CUDA_COMPILER=PATH, or build with -DSEG_MASK_DEVICE=cpu.")
+  endif()
+endfunction()
+
+# Sets `result` to the version that an nvcc says it is, 12.6.85 for instance, and to nothing when it is none. Asked before
+# CMake tries the compiler, because an old nvcc refuses a new host compiler, and that would be the message then.
+function(_seg_mask_nvcc_version result nvcc)
+  execute_process(COMMAND "${nvcc}" --version OUTPUT_VARIABLE _text ERROR_QUIET)
+  set(${result} "")
+  if(_text MATCHES "release [0-9.]+, V([0-9.]+)")
+    set(${result} "${CMAKE_MATCH_1}")
+  endif()
+  set(${result} "${${result}}" PARENT_SCOPE)
+endfunction()

@@ -17,16 +17,3 @@ function(seg_mask_require_version name version place advice)
       "${name} ${SEG_MASK_OLDEST_${name}} or newer is needed; found ${version} in ${place}. ${advice}")
   endif()
 endfunction()
-
-# seg_mask_nvcc_version(result nvcc)
-#
-# What an nvcc says of itself, 12.6.85 for instance; empty when it is none. Asked before CMake tries the compiler, because
-# an old nvcc refuses a new host compiler, and that would be the message then.
-function(seg_mask_nvcc_version result nvcc)
-  execute_process(COMMAND "${nvcc}" --version OUTPUT_VARIABLE _text ERROR_QUIET)
-  set(${result} "")
-  if(_text MATCHES "release [0-9.]+, V([0-9.]+)")
-    set(${result} "${CMAKE_MATCH_1}")
-  endif()
-  set(${result} "${${result}}" PARENT_SCOPE)
-endfunction()

@@ -36,35 +36,16 @@ std::tuple<P...> argumentsOf(const launch_recorder::Launch& launch, void (*kerne
   return argumentsOf<P...>(launch, std::index_sequence_for<P...>());
 }
 
-/// One thread of a launch.
-struct Thread {
-  launch_recorder::Extent block, thread;
-};
-
-/// All threads of a launch, block by block.
-inline std::vector<Thread> threadsOf(const launch_recorder::Launch& launch) {
-  std::vector<Thread> threads;
-  const auto forEach = [](const launch_recorder::Extent& size, auto handle) {
-    for (unsigned z = 0; z < size.z; ++z) {
-      for (unsigned y = 0; y < size.y; ++y) {
-        for (unsigned x = 0; x < size.x; ++x) handle(launch_recorder::Extent{x, y, z});
-      }
-    }
-  };
-  forEach(launch.grid, [&](const launch_recorder::Extent& block) {
-    forEach(launch.block, [&](const launch_recorder::Extent& thread) { threads.push_back({block, thread}); });
-  });
-  return threads;
-}
-
-/// Runs one thread of a launch.
+/// Runs threads of a recorded launch of `kernel`: a function of a block's index and a thread's in its block.
 template <class... P>
-void runThread(const launch_recorder::Launch& launch, const Thread& thread, void (*kernel)(P...),
-               const std::tuple<P...>& arguments) {
-  blockIdx = thread.block;
-  blockDim = launch.block;
-  threadIdx = thread.thread;
-  std::apply(kernel, arguments);
+auto threadsOf(const launch_recorder::Launch& launch, void (*kernel)(P...)) {
+  return [kernel, blockSize = launch.block, arguments = argumentsOf(launch, kernel)](
+             const launch_recorder::Extent& block, const launch_recorder::Extent& thread) {
+    blockIdx = block;
+    blockDim = blockSize;
+    threadIdx = thread;
+    std::apply(kernel, arguments);
+  };
 }
 
 }  // namespace host_kernels

@@ -36,12 +36,21 @@ struct Launch {
   /// The value of the i-th parameter. Throws std::logic_error when there is none of T's size.
   template <class T>
   T argument(std::size_t i) const {
-    if (i >= parameters.size() || parameters[i].size != sizeof(T)) {
-      throw std::logic_error("no parameter of that size");
-    }
     T value;
-    std::memcpy(&value, parameterBlock.data() + parameters[i].offset, sizeof value);
+    std::memcpy(&value, parameterBlock.data() + offsetOf(i, sizeof value), sizeof value);
     return value;
+  }
+
+  /// Replaces it. Throws like argument().
+  template <class T>
+  void setArgument(std::size_t i, T value) {
+    std::memcpy(parameterBlock.data() + offsetOf(i, sizeof value), &value, sizeof value);
+  }
+
+ private:
+  std::size_t offsetOf(std::size_t i, std::size_t size) const {
+    if (i >= parameters.size() || parameters[i].size != size) throw std::logic_error("no such parameter");
+    return parameters[i].offset;
   }
 };
 

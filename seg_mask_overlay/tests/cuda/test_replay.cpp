@@ -1,12 +1,15 @@
 // What the launches of the compiled CUDA launcher draw: each recorded launch is run thread by thread on the
-// host, with the grid, the block and the argument bytes that the runtime got, through the kernels' own text
-// (host_kernels.h). Whole planes, gaps and surroundings included, are compared with the host's plain loops.
+// host, with the grid, the block and the argument bytes that the runtime got. A thread runs the kernels' own
+// text (host_kernels.h), or what the compiler made of it for the device (ptx_kernel.h). Whole planes, gaps
+// and surroundings included, are compared with the host's plain loops.
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <climits>
-#include <cstdint>
+#include <fstream>
+#include <functional>
+#include <iterator>
 #include <limits>
 #include <ostream>
 #include <random>
@@ -17,11 +20,12 @@
 #include "host_kernels.h"
 #include "launch_recorder.h"
 #include "overlay_geometry.h"
+#include "ptx_kernel.h"
 #include "seg_mask_overlay/seg_mask_cuda.h"
 
 namespace {
 
-using host_kernels::Thread;
+using launch_recorder::Extent;
 using launch_recorder::Launch;
 using seg_mask_overlay::LumaRect;
 
@@ -199,31 +203,78 @@ bool isLuma(const Launch& launch) {
   return launch.kernel.find("segmask_y_kernel(") != std::string::npos;
 }
 
-/// Runs the threads of a recorded launch in the order given.
-void run(const Launch& launch, const std::vector<Thread>& threads) {
-  const auto runAll = [&](auto kernel) {
-    const auto arguments = host_kernels::argumentsOf(launch, kernel);
-    for (const Thread& thread : threads) host_kernels::runThread(launch, thread, kernel, arguments);
+using RunThread = std::function<void(const Extent& block, const Extent& thread)>;
+
+/// Runs threads of a launch through the kernels' own text.
+RunThread threadOfText(const Launch& launch) {
+  if (isLuma(launch)) return host_kernels::threadsOf(launch, segmask_y_kernel);
+  return host_kernels::threadsOf(launch, segmask_uv_kernel);
+}
+
+ptx::Kernel compiledKernel(const std::string& name) {
+  std::ifstream file(SEG_MASK_PTX);
+  const std::string text{std::istreambuf_iterator<char>(file), {}};
+  return {text, name};
+}
+
+/// Runs threads of a launch through the instructions that the compiler made.
+RunThread threadOfPtx(const Launch& launch) {
+  static const ptx::Kernel luma = compiledKernel("segmask_y_kernel");
+  static const ptx::Kernel chroma = compiledKernel("segmask_uv_kernel");
+  const ptx::Kernel& kernel = isLuma(launch) ? luma : chroma;
+  return [&kernel, registers = kernel.registersFor(launch)](const Extent& block, const Extent& thread) {
+    kernel.run(registers, block, thread);
   };
-  if (isLuma(launch)) {
-    runAll(segmask_y_kernel);
-  } else {
-    runAll(segmask_uv_kernel);
-  }
 }
 
-void drawByThreads(Scene& scene) {
+/// One thread of a launch.
+struct Thread {
+  Extent block, thread;
+};
+
+/// All threads of a launch, block by block.
+std::vector<Thread> threadsOf(const Launch& launch) {
+  std::vector<Thread> threads;
+  const auto forEach = [](const Extent& size, auto handle) {
+    for (unsigned z = 0; z < size.z; ++z) {
+      for (unsigned y = 0; y < size.y; ++y) {
+        for (unsigned x = 0; x < size.x; ++x) handle(Extent{x, y, z});
+      }
+    }
+  };
+  forEach(launch.grid, [&](const Extent& block) {
+    forEach(launch.block, [&](const Extent& thread) { threads.push_back({block, thread}); });
+  });
+  return threads;
+}
+
+/// What the threads run.
+struct Code {
+  const char* name;
+  RunThread (*threadOf)(const Launch& launch);
+};
+
+void PrintTo(const Code& code, std::ostream* out) {
+  *out << code.name;
+}
+
+void run(const Code& code, const Launch& launch, const std::vector<Thread>& threads) {
+  const RunThread runThread = code.threadOf(launch);
+  for (const auto& [block, thread] : threads) runThread(block, thread);
+}
+
+void drawByThreads(const Code& code, Scene& scene) {
   scene.launch();
-  for (const Launch& launch : launch_recorder::launches()) run(launch, host_kernels::threadsOf(launch));
+  for (const Launch& launch : launch_recorder::launches()) run(code, launch, threadsOf(launch));
 }
 
-void drawByThreadsInAnyOrder(Scene& scene) {
+void drawByThreadsInAnyOrder(const Code& code, Scene& scene) {
   Random random(scene.seed);
   scene.launch();
   for (const Launch& launch : launch_recorder::launches()) {
-    std::vector<Thread> threads = host_kernels::threadsOf(launch);
+    std::vector<Thread> threads = threadsOf(launch);
     std::shuffle(threads.begin(), threads.end(), random);
-    run(launch, threads);
+    run(code, launch, threads);
   }
 }
 
@@ -233,91 +284,98 @@ void expectSamePlanes(const Scene& drawn, const Scene& expected) {
   EXPECT_EQ(drawn.mask.bytes(), expected.mask.bytes());
 }
 
-constexpr unsigned kFirstSeed = 1;
 constexpr unsigned kScenes = 4000;
 
-TEST(CudaReplay, EveryByteIsWhatThePlainLoopsMakeOfIt) {
-  int withLuma = 0;
-  int withChroma = 0;
-  for (unsigned seed = kFirstSeed; seed < kFirstSeed + kScenes; ++seed) {
-    const Scene scene = randomScene(seed);
-    SCOPED_TRACE(::testing::Message() << scene);
+class CudaReplay : public ::testing::TestWithParam<Code> {
+ protected:
+  const Code& code() const { return GetParam(); }
+
+  /// One in `share` of the scenes.
+  template <class Handle>
+  void forEachScene(unsigned share, Handle handle) const {
+    for (unsigned seed = 1; seed <= kScenes / share && !HasFailure(); ++seed) {
+      const Scene scene = randomScene(seed);
+      SCOPED_TRACE(::testing::Message() << scene);
+      handle(scene);
+    }
+  }
+};
+
+TEST_P(CudaReplay, EveryByteIsWhatThePlainLoopsMakeOfIt) {
+  unsigned withLuma = 0;
+  unsigned withChroma = 0;
+  forEachScene(1, [&](const Scene& scene) {
     Scene expected = scene;
     drawPlainly(expected);
     Scene inOrder = scene;
-    drawByThreads(inOrder);
+    drawByThreads(code(), inOrder);
     expectSamePlanes(inOrder, expected);
     Scene shuffled = scene;
-    drawByThreadsInAnyOrder(shuffled);
+    drawByThreadsInAnyOrder(code(), shuffled);
     expectSamePlanes(shuffled, expected);
-    if (HasFailure()) return;
     withLuma += expected.luma.bytes() != scene.luma.bytes();
     withChroma += expected.chroma.bytes() != scene.chroma.bytes();
-  }
-  EXPECT_GT(withLuma, static_cast<int>(kScenes / 3));
-  EXPECT_GT(withChroma, static_cast<int>(kScenes / 3));
+  });
+  EXPECT_GT(withLuma, kScenes / 3);
+  EXPECT_GT(withChroma, kScenes / 3);
 }
 
-TEST(CudaReplay, NoByteDependsOnTheMaskOutsideTheFrame) {
-  for (unsigned seed = kFirstSeed; seed < kFirstSeed + kScenes / 4; ++seed) {
-    Scene nothingAround = randomScene(seed);
-    SCOPED_TRACE(::testing::Message() << nothingAround);
-    Scene setAround = nothingAround;
+TEST_P(CudaReplay, NoByteDependsOnTheMaskOutsideTheFrame) {
+  forEachScene(4, [&](const Scene& scene) {
+    Scene nothingAround = scene;
+    Scene setAround = scene;
     nothingAround.mask.forEachOutside([](unsigned char& byte) { byte = 0; });
     setAround.mask.forEachOutside([](unsigned char& byte) { byte = 255; });
-    drawByThreads(nothingAround);
-    drawByThreads(setAround);
-    ASSERT_EQ(setAround.luma.bytes(), nothingAround.luma.bytes());
-    ASSERT_EQ(setAround.chroma.bytes(), nothingAround.chroma.bytes());
-  }
+    drawByThreads(code(), nothingAround);
+    drawByThreads(code(), setAround);
+    EXPECT_EQ(setAround.luma.bytes(), nothingAround.luma.bytes());
+    EXPECT_EQ(setAround.chroma.bytes(), nothingAround.chroma.bytes());
+  });
 }
 
-/// Runs a launch with each thread on a plane of zeros, drawing 255 with alpha 1, so that a written byte
-/// shows. `colors` are the indices of the arguments that are a colour, the last argument is alpha.
-template <std::size_t... Colors, class Kernel>
-void expectNoByteWrittenTwice(const Launch& launch, Kernel* kernel, Plane plane) {
-  std::vector<unsigned char>& bytes = plane.bytes();
-  std::fill(bytes.begin(), bytes.end(), static_cast<unsigned char>(0));
-  auto arguments = host_kernels::argumentsOf(launch, kernel);
-  std::get<0>(arguments) = plane.data();
-  ((std::get<Colors>(arguments) = 255), ...);
-  std::get<std::tuple_size_v<decltype(arguments)> - 1>(arguments) = 1.0F;
+/// The launch with the plane all zeros, each colour 255 and alpha 1, so that every byte written shows.
+Launch showingWrites(Launch launch, Plane& plane) {
+  std::fill(plane.bytes().begin(), plane.bytes().end(), static_cast<unsigned char>(0));
+  launch.setArgument<unsigned char*>(0, plane.data());
+  const std::size_t alpha = launch.parameters.size() - 1;
+  for (std::size_t color = isLuma(launch) ? alpha - 1 : alpha - 2; color < alpha; ++color) {
+    launch.setArgument<unsigned char>(color, 255);
+  }
+  launch.setArgument(alpha, 1.0F);
+  return launch;
+}
 
+void expectNoByteWrittenTwice(const Code& code, const Launch& recorded, Plane plane) {
+  const Launch launch = showingWrites(recorded, plane);
+  const RunThread runThread = code.threadOf(launch);
+  std::vector<unsigned char>& bytes = plane.bytes();
   std::vector<bool> written(bytes.size());
-  for (const Thread& thread : host_kernels::threadsOf(launch)) {
-    host_kernels::runThread(launch, thread, kernel, arguments);
-    for (auto at = bytes.begin(); (at = std::find(at, bytes.end(), 255)) != bytes.end();) {
+  for (const auto& [block, thread] : threadsOf(launch)) {
+    runThread(block, thread);
+    for (auto at = bytes.begin(); (at = std::find(at, bytes.end(), 255)) != bytes.end(); *at = 0) {
       const auto index = static_cast<std::size_t>(at - bytes.begin());
       ASSERT_FALSE(written[index]) << "byte " << index << " is written by two threads";
       ASSERT_TRUE(plane.isInside(index)) << "byte " << index << " is no sample";
       written[index] = true;
-      *at = 0;
     }
   }
 }
 
-TEST(CudaReplay, NoThreadWritesWhatAnotherWrites) {
-  int launches = 0;
-  for (unsigned seed = kFirstSeed; seed < kFirstSeed + kScenes / 20; ++seed) {
-    Scene scene = randomScene(seed);
-    SCOPED_TRACE(::testing::Message() << scene);
+TEST_P(CudaReplay, NoThreadWritesWhatAnotherWrites) {
+  unsigned launches = 0;
+  forEachScene(20, [&](Scene scene) {
     scene.launch();
     for (const Launch& launch : launch_recorder::launches()) {
-      if (isLuma(launch)) {
-        expectNoByteWrittenTwice<8>(launch, segmask_y_kernel, scene.luma);
-      } else {
-        expectNoByteWrittenTwice<10, 11>(launch, segmask_uv_kernel, scene.chroma);
-      }
+      expectNoByteWrittenTwice(code(), launch, isLuma(launch) ? scene.luma : scene.chroma);
       ++launches;
     }
-    if (HasFailure()) return;
-  }
-  EXPECT_GT(launches, 200);
+  });
+  EXPECT_GT(launches, kScenes / 20);
 }
 
 // 16 * 0.45 + 200 * 0.55 + 0.5 = 117.7 where the mask is set: pixel (2, 1), whose chroma sample is (1, 0).
-TEST(CudaReplay, OnePixelWorkedOutByHand) {
-  Scene scene = randomScene(kFirstSeed);
+TEST_P(CudaReplay, OnePixelWorkedOutByHand) {
+  Scene scene = randomScene(1);
   scene.width = 4;
   scene.height = 2;
   scene.luma = Plane(4, 2, 4);
@@ -331,11 +389,15 @@ TEST(CudaReplay, OnePixelWorkedOutByHand) {
   std::fill_n(scene.luma.data(), 8, static_cast<unsigned char>(200));
   std::fill_n(scene.chroma.data(), 4, static_cast<unsigned char>(100));
   scene.mask.data()[4 + 2] = 1;
-  drawByThreads(scene);
+  drawByThreads(code(), scene);
   const auto* luma = scene.luma.data();
   const auto* chroma = scene.chroma.data();
   EXPECT_EQ(std::vector<int>(luma, luma + 8), (std::vector<int>{200, 200, 200, 200, 200, 200, 117, 200}));
   EXPECT_EQ(std::vector<int>(chroma, chroma + 4), (std::vector<int>{100, 100, 100, 55}));
 }
+
+INSTANTIATE_TEST_SUITE_P(Threads, CudaReplay,
+                         ::testing::Values(Code{"OfTheText", threadOfText}, Code{"OfThePtx", threadOfPtx}),
+                         [](const auto& code) { return std::string(code.param.name); });
 
 }  // namespace

@@ -1,5 +1,5 @@
-# Compiles the CUDA source to PTX, which the machine code is made from, and counts what each kernel does: it reads the mask
-# through the read-only path and nothing else so, loads and stores bytes, and blends with the four operations of
+# Compiles the CUDA source to PTX, which the machine code is made from, and counts what each kernel does: it reads the
+# mask through the read-only path and nothing else so, loads and stores bytes, and blends with the four operations of
 # blendByte() alone, each with its rounding spelled out (".rn"), which no later step may fuse.
 #
 #   cmake -DNVCC=nvcc -DSOURCE=file.cu -DINCLUDES="dir;..." -DOPTIONS="option;..." -DARCHITECTURES="87-real;..."
@@ -42,7 +42,8 @@ function(check_kernel ptx kernel architecture mask_reads blends)
   expect_count("${text}" "${what}" "mul\\.rn\\.f32 " ${blends})
   expect_count("${text}" "${what}" "fma\\.rn\\.f32 " ${blends})
   expect_count("${text}" "${what}" "add\\.rn\\.f32 " ${blends})
-  expect_count("${text}" "${what}" "(add|sub|mul|fma|mad|div|rcp|neg|abs|min|max|sqrt)\\.[a-z.]*f(16|32|64)" ${arithmetic})
+  expect_count("${text}" "${what}"
+    "(add|sub|mul|fma|mad|div|rcp|neg|abs|min|max|sqrt)\\.[a-z.]*f(16|32|64)" ${arithmetic})
   expect_count("${text}" "${what}" "(atom|red|bar|barrier|membar|fence|call)[. ]" 0)
   message(STATUS "${what}: ${mask_reads} mask reads, ${blends} blends of 4 operations")
 endfunction()

@@ -146,7 +146,7 @@ Kernel::Kernel(std::string_view text, const std::string& name)
 
 void Kernel::readStatement(std::string statement) {
   while (statement[0] == '$') labels_[cutOff(statement, ':')] = instructions_.size();
-  if (statement.empty() || statement[0] == '.') return;  // the end, or a declaration
+  if (statement.empty() || statement.compare(0, 4, ".reg") == 0) return;  // the end, or a declaration
   Instruction instruction = {};
   if (statement[0] == '@') {
     std::string condition = cutOff(statement, ' ').substr(1);

@@ -5,6 +5,7 @@
 
 #include <cuda_runtime_api.h>
 
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -13,7 +14,6 @@
 #include <memory>
 #include <mutex>
 #include <string>
-#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -28,24 +28,40 @@ struct CUkern_st;
 
 namespace {
 
+using launch_recorder::Extent;
 using launch_recorder::Launch;
 
 /// The work of one launch; its arguments are copied when it is made.
 using Work = std::function<void()>;
 
-template <class... P, std::size_t... I>
-Work workOf(const Launch& launch, void (*kernel)(P...), void** arguments, std::index_sequence<I...>) {
-  const std::tuple<P...> values{*static_cast<P*>(arguments[I])...};
-  return [launch, kernel, values] {
-    for (const host_kernels::Thread& thread : host_kernels::threadsOf(launch)) {
-      host_kernels::runThread(launch, thread, kernel, values);
+/// The launch with the arguments that `kernel` takes, one behind the other.
+template <class... P>
+Launch withArguments(Launch launch, void (*kernel)(P...), void** arguments) {
+  static_cast<void>(kernel);
+  for (const std::size_t size : {sizeof(P)...}) {
+    const std::size_t offset = launch.parameterBlock.size();
+    launch.parameterBlock.resize(offset + size);
+    std::memcpy(launch.parameterBlock.data() + offset, *arguments++, size);
+    launch.parameters.push_back({static_cast<std::uint16_t>(offset), static_cast<std::uint16_t>(size)});
+  }
+  return launch;
+}
+
+void forEach(const Extent& size, const std::function<void(const Extent&)>& handle) {
+  for (unsigned z = 0; z < size.z; ++z) {
+    for (unsigned y = 0; y < size.y; ++y) {
+      for (unsigned x = 0; x < size.x; ++x) handle({x, y, z});
     }
-  };
+  }
 }
 
 template <class... P>
 Work workOf(const Launch& launch, void (*kernel)(P...), void** arguments) {
-  return workOf(launch, kernel, arguments, std::index_sequence_for<P...>());
+  const auto runThread = host_kernels::threadsOf(withArguments(launch, kernel, arguments), kernel);
+  return [runThread, grid = launch.grid, block = launch.block] {
+    forEach(grid,
+            [&](const Extent& at) { forEach(block, [&](const Extent& thread) { runThread(at, thread); }); });
+  };
 }
 
 using MakeWork = Work (*)(const Launch&, void** arguments);

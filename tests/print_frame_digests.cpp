@@ -1,0 +1,13 @@
+// Writes what tests/golden_frame_digests.txt has to hold: digests of the model's frames, not of the
+// plug-in's.
+
+#include <cstdio>
+
+#include "frame_digests.h"
+#include "golden_model.h"
+
+int main() {
+  for (const frame_digests::NamedScene& scene : frame_digests::scenes()) {
+    std::puts(frame_digests::line(scene, golden::expectedFrame(scene.scene)).c_str());
+  }
+}

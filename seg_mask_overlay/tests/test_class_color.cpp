@@ -38,6 +38,14 @@ TEST(ClassColor, Entry14IsCutTowardZero) {
   EXPECT_EQ(classColor(14), (YuvColor{40, 238, 98}));
 }
 
+TEST(ClassColor, EveryProductAndEverySumIsRounded) {
+  // R 8, G 80, B 32: 0.587*80 + 0.299*8 + 0.114*32 = 46.96 + 2.392 + 3.648 is 53, but 0.587, 0.299 and 0.114
+  // are not exact in single precision. The rounded products are 46.9599991, 2.39199996 and 3.6480000, the
+  // rounded sums 49.3519974 and 52.9999962. Fused multiply-adds, which 64-bit Arm always has, would leave out
+  // roundings and give 53.
+  EXPECT_EQ(toYuv({8, 80, 32}).y, 52);
+}
+
 TEST(ClassColor, ResultsAreClampedToAByte) {
   // Pure blue: U = 0.5*255 + 128 = 255.5 -> 255. Pure red: V = 255.5 -> 255.
   EXPECT_EQ(toYuv({0, 0, 255}).u, 255);

@@ -26,10 +26,19 @@ endif()
 find_package(GTest REQUIRED)
 include(GoogleTest)
 
+# What tests run is run by the emulator too.
+set(SEG_MASK_TEST_OBJECTS)
+if(CMAKE_CROSSCOMPILING AND CMAKE_CROSSCOMPILING_EMULATOR)
+  add_library(seg_mask_exec_in_emulator OBJECT "${PROJECT_SOURCE_DIR}/tests/exec_in_emulator.cpp")
+  target_compile_definitions(seg_mask_exec_in_emulator PRIVATE
+    "SEG_MASK_EMULATOR=\"${CMAKE_CROSSCOMPILING_EMULATOR}\"")
+  set(SEG_MASK_TEST_OBJECTS seg_mask_exec_in_emulator)
+endif()
+
 function(seg_mask_add_test)
   cmake_parse_arguments(ARG "DEVICE" "NAME" "SOURCES;LIBRARIES" ${ARGN})
   add_executable(${ARG_NAME} ${ARG_SOURCES})
-  target_link_libraries(${ARG_NAME} PRIVATE ${ARG_LIBRARIES} GTest::gtest_main)
+  target_link_libraries(${ARG_NAME} PRIVATE ${ARG_LIBRARIES} ${SEG_MASK_TEST_OBJECTS} GTest::gtest_main)
   set(_labels)
   if(ARG_DEVICE AND SEG_MASK_DEVICE STREQUAL "cuda")
     set(_labels LABELS gpu)

@@ -1,5 +1,6 @@
 # Installs the build, moves what was installed, and uses it as a stranger would: builds the example value_library
-# against it, as a project outside of the tree, and compares what that writes. Run by ctest, which sets the variables.
+# against it, as a project outside of the tree, and compares what that writes. Run by ctest, which sets the variables;
+# TOOLCHAIN_FILE and EMULATOR only in a cross build.
 
 cmake_minimum_required(VERSION 3.25)
 foreach(_variable IN ITEMS BUILD_DIR SOURCE_DIR WORK_DIR GENERATOR CXX_COMPILER READELF)
@@ -68,7 +69,7 @@ endfunction()
 function(configure folder)
   execute_process(
     COMMAND "${CMAKE_COMMAND}" -S "${folder}" -B "${folder}/build" -G "${GENERATOR}" "-DCMAKE_PREFIX_PATH=${prefix}"
-      "-DCMAKE_CXX_COMPILER=${CXX_COMPILER}" "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}"
+      "-DCMAKE_CXX_COMPILER=${CXX_COMPILER}" "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}" "-DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN_FILE}"
     RESULT_VARIABLE _result OUTPUT_VARIABLE _output ERROR_VARIABLE _output)
   set(result "${_result}" PARENT_SCOPE)
   set(output "${_output}" PARENT_SCOPE)
@@ -95,7 +96,7 @@ function(check_example)
   endif()
   execute_process(COMMAND "${CMAKE_COMMAND}" --build "${WORK_DIR}/example/build"
     OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
-  execute_process(COMMAND "${WORK_DIR}/example/build/value_library"
+  execute_process(COMMAND ${EMULATOR} "${WORK_DIR}/example/build/value_library"
     RESULT_VARIABLE _result OUTPUT_VARIABLE _output ERROR_VARIABLE _messages)
   expect_equal("exit status" "${_result}" "0")
   file(READ "${SOURCE_DIR}/tests/install_and_use_output.txt" _expected)

@@ -4,13 +4,23 @@
 
 #include "core/saturate.h"
 
-using sw_number::saturate;
-using sw_number::toSinglePrecision;
-
 namespace {
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+
+// What is compared is what the processor does, and processors differ out of range. A compiler that knew the
+// number would convert it by itself.
+template <typename Integer>
+Integer saturate(double value) {
+  const volatile double unknown = value;
+  return sw_number::saturate<Integer>(unknown);
+}
+
+float toSinglePrecision(double value) {
+  const volatile double unknown = value;
+  return sw_number::toSinglePrecision(unknown);
+}
 
 }  // namespace
 

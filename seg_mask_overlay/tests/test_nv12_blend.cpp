@@ -9,34 +9,41 @@
 namespace seg_mask_overlay {
 namespace {
 
+// What is compared is what the processor does, and processors differ where a sum is no byte. A compiler that
+// knew the weight would blend by itself.
+unsigned char blended(unsigned char old, unsigned char color, float alpha) {
+  const volatile float unknown = alpha;
+  return blendByte(old, color, unknown);
+}
+
 TEST(BlendByte, Luma200Colour16Alpha045Gives117) {
-  EXPECT_EQ(blendByte(200, 16, 0.45F), 117);  // 7.2 + 110 + 0.5 = 117.7
+  EXPECT_EQ(blended(200, 16, 0.45F), 117);  // 7.2 + 110 + 0.5 = 117.7
 }
 
 TEST(BlendByte, Alpha0LeavesEveryByteAsItWas) {
-  for (int old = 0; old < 256; ++old) EXPECT_EQ(blendByte(static_cast<unsigned char>(old), 77, 0.0F), old);
+  for (int old = 0; old < 256; ++old) EXPECT_EQ(blended(static_cast<unsigned char>(old), 77, 0.0F), old);
 }
 
 TEST(BlendByte, Alpha1WritesTheColourExactly) {
   for (int color = 0; color < 256; ++color)
-    EXPECT_EQ(blendByte(13, static_cast<unsigned char>(color), 1.0F), color);
+    EXPECT_EQ(blended(13, static_cast<unsigned char>(color), 1.0F), color);
 }
 
 TEST(BlendByte, HalvesRoundUp) {
-  EXPECT_EQ(blendByte(1, 2, 0.5F), 2);  // 1 + 0.5 + 0.5
-  EXPECT_EQ(blendByte(0, 1, 0.5F), 1);  // 0.5 + 0.5
+  EXPECT_EQ(blended(1, 2, 0.5F), 2);  // 1 + 0.5 + 0.5
+  EXPECT_EQ(blended(0, 1, 0.5F), 1);  // 0.5 + 0.5
 }
 
 TEST(BlendByte, ResultsOutsideAByteAreClamped) {
-  EXPECT_EQ(blendByte(0, 255, 2.0F), 255);
-  EXPECT_EQ(blendByte(255, 0, 2.0F), 0);
+  EXPECT_EQ(blended(0, 255, 2.0F), 255);
+  EXPECT_EQ(blended(255, 0, 2.0F), 0);
 }
 
 TEST(BlendByte, AnAlphaThatIsNoNumberOrInfiniteGives0) {
   const float infinity = std::numeric_limits<float>::infinity();
-  EXPECT_EQ(blendByte(0, 255, infinity), 0);  // 0 * -infinity
-  EXPECT_EQ(blendByte(1, 1, infinity), 0);    // infinity - infinity
-  EXPECT_EQ(blendByte(9, 9, std::numeric_limits<float>::quiet_NaN()), 0);
+  EXPECT_EQ(blended(0, 255, infinity), 0);  // 0 * -infinity
+  EXPECT_EQ(blended(1, 1, infinity), 0);    // infinity - infinity
+  EXPECT_EQ(blended(9, 9, std::numeric_limits<float>::quiet_NaN()), 0);
 }
 
 TEST(ChromaCovered, AnyOfTheFourPixelsCovers) {

@@ -1,7 +1,8 @@
-// What device code the built plug-in holds: machine code for the architectures asked for, of both kernels and
-// nothing else, and no PTX, which would be compiled again on the board at every start. Looks into the binary,
-// so no GPU is needed.
+// What device code the built plug-in holds, or the CUDA source's object in a cross build: machine code for
+// the architectures asked for, of both kernels and nothing else, and no PTX, which would be compiled again on
+// the board at every start. Looks into the binary, so no GPU is needed.
 
+#include <elf.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -19,10 +20,17 @@ namespace {
 using device_image::Image;
 using device_image::Kernel;
 
-std::vector<Image> imagesOfThePlugin() {
-  std::ifstream file(SEG_MASK_PLUGIN, std::ios::binary);
-  const std::string plugin{std::istreambuf_iterator<char>(file), {}};
-  for (const device_image::Section& section : device_image::sectionsOf(plugin)) {
+// An ELF file's processor: EM_AARCH64 and the like.
+unsigned machineOf(const char* path) {
+  Elf64_Ehdr header{};
+  std::ifstream(path, std::ios::binary).read(reinterpret_cast<char*>(&header), sizeof header);
+  return header.e_machine;
+}
+
+std::vector<Image> imagesOfTheBinary() {
+  std::ifstream file(SEG_MASK_CUDA_BINARY, std::ios::binary);
+  const std::string binary{std::istreambuf_iterator<char>(file), {}};
+  for (const device_image::Section& section : device_image::sectionsOf(binary)) {
     if (section.name == ".nv_fatbin") return device_image::imagesOf(section.bytes);
   }
   return {};
@@ -39,9 +47,13 @@ std::set<unsigned> realArchitectures(const std::string& list) {
   return architectures;
 }
 
+TEST(CudaBinary, IsForTheMachineThatTheTestsAreFor) {
+  EXPECT_EQ(machineOf(SEG_MASK_CUDA_BINARY), machineOf("/proc/self/exe"));
+}
+
 TEST(CudaBinary, HoldsMachineCodeForTheArchitecturesAskedForAndNoPtx) {
   std::set<unsigned> found;
-  for (const Image& image : imagesOfThePlugin()) {
+  for (const Image& image : imagesOfTheBinary()) {
     EXPECT_TRUE(image.isMachineCode) << "PTX for compute capability " << image.architecture;
     found.insert(image.architecture);
   }
@@ -49,7 +61,7 @@ TEST(CudaBinary, HoldsMachineCodeForTheArchitecturesAskedForAndNoPtx) {
 }
 
 TEST(CudaBinary, EachImageHoldsBothKernelsAndNoOther) {
-  const std::vector<Image> images = imagesOfThePlugin();
+  const std::vector<Image> images = imagesOfTheBinary();
   ASSERT_FALSE(images.empty());
   for (const Image& image : images) {
     std::set<std::string> kernels;
@@ -65,7 +77,7 @@ TEST(CudaBinary, EachImageHoldsBothKernelsAndNoOther) {
 // A multiprocessor has 65,536 registers for at most 2,048 threads (8.7: 1,536): up to 32 a thread, registers
 // never keep it from being full.
 TEST(CudaBinary, KernelsLiveInRegistersAlone) {
-  for (const Image& image : imagesOfThePlugin()) {
+  for (const Image& image : imagesOfTheBinary()) {
     ASSERT_EQ(image.kernels.size(), 2U);
     for (const Kernel& kernel : image.kernels) {
       SCOPED_TRACE(device_image::demangled(kernel.symbol));

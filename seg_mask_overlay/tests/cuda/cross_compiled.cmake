@@ -1,0 +1,20 @@
+# The CUDA source for the machine that is built for, though there is no CUDA runtime of that machine to link it with: the
+# toolkit of this machine has the same headers, and its nvcc takes any host compiler.
+
+set(source "${PROJECT_SOURCE_DIR}/seg_mask_overlay/src/seg_mask_overlay_cuda.cu")
+set(object "${CMAKE_CURRENT_BINARY_DIR}/cross_compiled.o")
+add_custom_command(OUTPUT "${object}"
+  COMMAND "${SEG_MASK_NVCC}" -ccbin "${CMAKE_CXX_COMPILER}" --target-directory "${CMAKE_HOST_SYSTEM_PROCESSOR}-linux"
+    -std=c++17 -O2 -Xcompiler=-fPIC -gencode=arch=compute_87,code=sm_87
+    "-I${PROJECT_SOURCE_DIR}/seg_mask_overlay/include"
+    -MD -MF "${object}.d" -c "${source}" -o "${object}"
+  DEPENDS "${source}"
+  DEPFILE "${object}.d"
+  VERBATIM)
+add_custom_target(cuda_cross_compiled DEPENDS "${object}")
+
+seg_mask_add_test(NAME cuda_cross_compiled_test SOURCES cuda/test_cuda_binary.cpp cuda/device_image.cpp)
+add_dependencies(cuda_cross_compiled_test cuda_cross_compiled)
+target_compile_definitions(cuda_cross_compiled_test PRIVATE
+  SEG_MASK_CUDA_BINARY="${object}"
+  SEG_MASK_CUDA_ARCHITECTURES="87-real")

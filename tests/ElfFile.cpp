@@ -70,7 +70,7 @@ std::vector<ElfFile::Symbol> ElfFile::symbolsOf(Elf64_Word type) const {
       symbol.name = text(section(table.sh_link), entry.st_name);
       symbol.size = entry.st_size;
       symbol.binding = ELF64_ST_BIND(entry.st_info);
-      symbol.defined = entry.st_shndx != SHN_UNDEF;
+      symbol.offered = entry.st_shndx != SHN_UNDEF && symbol.binding != STB_LOCAL;
       symbols.push_back(symbol);
     }
   }

@@ -14,7 +14,7 @@ class ElfFile {
     std::string name;
     std::size_t size = 0;
     unsigned char binding = 0;  ///< STB_GLOBAL and the like
-    bool defined = false;       ///< else the file asks others for it
+    bool offered = false;       ///< defined here, and others may use it
   };
 
   /// Reads the file. Throws std::runtime_error when it is no such file, and every operation does when it is

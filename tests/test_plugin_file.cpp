@@ -57,7 +57,7 @@ TEST(PluginFile, NeedsTheseLibrariesAndTheLanguagesOwn) {
 TEST(PluginFile, OffersNoSymbol) {
   const std::vector<ElfFile::Symbol> symbols = ElfFile(plugin_test::pluginPath()).dynamicSymbols();
   EXPECT_GT(symbols.size(), 30U) << "it asks for more than that";
-  for (const ElfFile::Symbol& symbol : symbols) EXPECT_FALSE(symbol.defined) << symbol.name;
+  for (const ElfFile::Symbol& symbol : symbols) EXPECT_FALSE(symbol.offered) << symbol.name;
 }
 
 TEST(PluginFile, HasNoUniqueSymbolThatWouldKeepItMapped) {

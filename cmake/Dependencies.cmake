@@ -4,8 +4,8 @@ include(Versions)
 
 # seg_mask_find(name)
 #
-# Finds CUDA, OpenCV, class_loader or OpenSSL, or ends the configuration with the reason. Sets SEG_MASK_FOUND_<name> to which one
-# it is, for people.
+# Finds CUDA, OpenCV, class_loader or OpenSSL, or ends the configuration with the reason. Sets SEG_MASK_FOUND_<name> to
+# which one it is, for people.
 macro(seg_mask_find name)
   cmake_language(CALL "_seg_mask_find_${name}")
 endmacro()

@@ -24,7 +24,7 @@ unsigned char anyByte(std::mt19937& random) {
   return static_cast<unsigned char>(random() >> 24);
 }
 
-/// The half-open ends of a side: mostly within the frame, sometimes far outside.
+/// The inclusive ends of a side: mostly within the frame, sometimes far outside, sometimes none.
 void randomSide(std::mt19937& random, int length, int& first, int& last) {
   first = between(random, -length / 4 - 1, length);
   last = first + between(random, -1, length);

@@ -1,6 +1,6 @@
 // What drawing one mask costs on the GPU, beside the time that its bytes need at the card's own copy
-// bandwidth and beside two ways to do the same that are nearer at hand. Frames take turns, so that they come
-// from memory and not from a cache.
+// bandwidth and beside two ways to do the same that are nearer at hand. Frames and places in them take turns,
+// so that the bytes come from memory and not from a cache.
 
 #include <cuda_runtime.h>
 #include <thrust/execution_policy.h>
@@ -34,7 +34,7 @@ using Bytes = std::vector<unsigned char>;
 
 constexpr int kSkipped = 77;
 constexpr int kRepetitions = 21;
-constexpr std::size_t kSpread = 256U << 20;  // bytes that all frames together have: several times any cache
+constexpr std::size_t kSpread = 256U << 20;  // bytes of all frames together: several times most caches
 
 /// Median microseconds of one `action` on the stream, from runs of `actions` of them.
 double gpuTime(cudaStream_t stream, int actions, const std::function<void(int)>& action) {
@@ -87,22 +87,42 @@ struct Workload {
   Shape shape;
 };
 
-/// An upright ellipse that fills the rectangle, about as much of a box as a person does; or all of it.
+/// Whether a pixel at (x, y) from the box's corner is set: all of it, or an upright ellipse, about as much as
+/// a person fills.
+bool isInside(const Workload& work, int x, int y) {
+  if (work.shape == Shape::full) return true;
+  const LumaRect& box = work.launch.rect;
+  const double dx = (2.0 * x + 1.0) / (box.x1 - box.x0 + 1) - 1.0;
+  const double dy = (2.0 * y + 1.0) / (box.y1 - box.y0 + 1) - 1.0;
+  return dx * dx + dy * dy <= 1.0;
+}
+
+/// The mask of the box, side by side over the whole frame, so that it is the same at every place of
+/// `places()`.
 void fillMask(const Workload& work, Bytes& bytes) {
   const LaunchCase& launch = work.launch;
   const LumaRect& box = launch.rect;
-  const std::size_t mask = gpu_check::layoutOf(launch).mask;
-  const double rx = 0.5 * (box.x1 - box.x0 + 1);
-  const double ry = 0.5 * (box.y1 - box.y0 + 1);
+  unsigned char* mask = gpu_check::planesIn(bytes.data(), launch).mask;
   for (int y = 0; y < launch.frame.height; ++y) {
     for (int x = 0; x < launch.frame.width; ++x) {
-      const double dx = (x - box.x0 + 0.5 - rx) / rx;
-      const double dy = (y - box.y0 + 0.5 - ry) / ry;
-      const bool inside = work.shape == Shape::full || dx * dx + dy * dy <= 1.0;
-      bytes[mask + static_cast<std::size_t>(y) * static_cast<std::size_t>(launch.maskPitch) +
-            static_cast<std::size_t>(x)] = inside ? 255 : 0;
+      const bool inside = isInside(work, x % (box.x1 + 1), y % (box.y1 + 1));
+      mask[seg_mask_overlay::sampleOffset(y, launch.maskPitch, x)] = inside ? 255 : 0;
     }
   }
+}
+
+/// The launch with its box, which lies in the frame's corner, moved to each place beside and below.
+std::vector<LaunchCase> places(const LaunchCase& first) {
+  std::vector<LaunchCase> launches;
+  const int width = first.rect.x1 + 1;
+  const int height = first.rect.y1 + 1;
+  for (int y = 0; y + height <= first.frame.height; y += height) {
+    for (int x = 0; x + width <= first.frame.width; x += width) {
+      launches.push_back(first);
+      launches.back().rect = {x, y, x + width - 1, y + height - 1};
+    }
+  }
+  return launches;
 }
 
 /// The box's mask bytes once, each luma and chroma byte that changes read and written.
@@ -154,15 +174,22 @@ void blendByThrust(const LaunchCase& launch, const Planes& planes, cudaStream_t 
   });
 }
 
-/// The frame to the host, the host's own loops, and back: what is done where no kernel is at hand. The mask
-/// is the host's already.
-void blendOnTheHost(const LaunchCase& launch, DeviceBytes& device, cudaStream_t stream) {
-  Bytes bytes = device.download(stream);
+/// The frame to the host, the host's own loops, and back: what is done where no kernel is at hand. `bytes`
+/// are those of the case, with the mask, which the host has already.
+void blendOnTheHost(const LaunchCase& launch, DeviceBytes& device, Bytes& bytes, cudaStream_t stream) {
+  const gpu_check::Layout layout = gpu_check::layoutOf(launch);
+  const std::size_t frame = layout.mask - layout.y;
+  require(cudaMemcpyAsync(bytes.data() + layout.y, device.get() + layout.y, frame, cudaMemcpyDeviceToHost,
+                          stream),
+          "copying to the host");
+  require(cudaStreamSynchronize(stream), "waiting for the frame");
   gpu_check::blendOnHost(launch, bytes);
-  device.upload(bytes, stream);
+  require(cudaMemcpyAsync(device.get() + layout.y, bytes.data() + layout.y, frame, cudaMemcpyHostToDevice,
+                          stream),
+          "copying to the device");
 }
 
-using Draw = std::function<void(DeviceBytes&)>;
+using Draw = std::function<void(const LaunchCase&, DeviceBytes&)>;
 
 void requireEqualResults(const LaunchCase& launch, const Bytes& bytes, cudaStream_t stream,
                          const std::vector<Draw>& ways) {
@@ -171,41 +198,48 @@ void requireEqualResults(const LaunchCase& launch, const Bytes& bytes, cudaStrea
   for (const Draw& draw : ways) {
     DeviceBytes device(bytes.size());
     device.upload(bytes, stream);
-    draw(device);
+    draw(launch, device);
     if (device.download(stream) != expected)
       throw std::runtime_error("a way of drawing gives other bytes than the host");
   }
 }
 
-void measure(const Workload& work, double bandwidth, double launches, cudaStream_t stream) {
+void measure(const Workload& work, double bandwidth, double emptyLaunches, cudaStream_t stream) {
   const LaunchCase& launch = work.launch;
   std::mt19937 random(1);
   Bytes bytes = gpu_check::randomBytes(launch, gpu_check::MaskKind::full, random);
   fillMask(work, bytes);
-  const Draw ours = [&](DeviceBytes& d) { launchOnDevice(launch, planesIn(d.get(), launch), stream); };
-  const Draw thrusts = [&](DeviceBytes& d) { blendByThrust(launch, planesIn(d.get(), launch), stream); };
-  const Draw hosts = [&](DeviceBytes& d) { blendOnTheHost(launch, d, stream); };
+  const Draw ours = [&](const LaunchCase& at, DeviceBytes& d) {
+    launchOnDevice(at, planesIn(d.get(), at), stream);
+  };
+  const Draw thrusts = [&](const LaunchCase& at, DeviceBytes& d) {
+    blendByThrust(at, planesIn(d.get(), at), stream);
+  };
+  Bytes onHost = bytes;
+  const Draw hosts = [&](const LaunchCase& at, DeviceBytes& d) { blendOnTheHost(at, d, onHost, stream); };
   requireEqualResults(launch, bytes, stream, {ours, thrusts, hosts});
 
+  const double floor = touchedBytes(launch, bytes) / bandwidth;
+  const std::vector<LaunchCase> launches = places(launch);
   std::vector<std::unique_ptr<DeviceBytes>> frames;
   while (frames.size() * bytes.size() < kSpread) {
     frames.push_back(std::make_unique<DeviceBytes>(bytes.size()));
     frames.back()->upload(bytes, stream);
   }
-  const auto timeOf = [&](const Draw& draw, int actions) {
-    return gpuTime(stream, actions,
-                   [&](int i) { draw(*frames[static_cast<std::size_t>(i) % frames.size()]); });
+  const auto timeOf = [&](const Draw& draw, std::size_t actions) {
+    return gpuTime(stream, static_cast<int>(actions), [&](int i) {
+      const auto turn = static_cast<std::size_t>(i);
+      draw(launches[turn / frames.size() % launches.size()], *frames[turn % frames.size()]);
+    });
   };
-  const int turns = 2 * static_cast<int>(frames.size());
-  const double own = timeOf(ours, turns);
-  const double byThrust = timeOf(thrusts, turns);
-  const double byHost = timeOf(hosts, 1);
+  const double own = timeOf(ours, frames.size() * launches.size());
+  const double byThrust = timeOf(thrusts, frames.size());
+  const double byHost = timeOf(hosts, frames.size());
   require(cudaGetLastError(), "drawing");
 
-  const double floor = touchedBytes(launch, bytes) / bandwidth;
   const std::string name = std::string("kernels, ") + work.name;
   gpu_check::printRow(name, own, "its bytes at copy bandwidth", floor);
-  gpu_check::printRow(name, own, "two empty launches", launches);
+  gpu_check::printRow(name, own, "two empty launches", emptyLaunches);
   gpu_check::printRow(name, own, "Thrust over the frame", byThrust);
   gpu_check::printRow(name, own, "to the host and back", byHost);
 }
@@ -229,9 +263,9 @@ void measureAll() {
               card.minor, bandwidth / 1e3);
   for (const Workload& work :
        {workload("1920x1080, whole frame", 1920, 1080, {0, 0, 1919, 1079}, Shape::full),
-        workload("1920x1080, a person of 200x400", 1920, 1080, {860, 340, 1059, 739}, Shape::person),
+        workload("1920x1080, a person of 200x400", 1920, 1080, {0, 0, 199, 399}, Shape::person),
         workload("3840x2160, whole frame", 3840, 2160, {0, 0, 3839, 2159}, Shape::full),
-        workload("3840x2160, a person of 400x800", 3840, 2160, {1720, 680, 2119, 1479}, Shape::person)}) {
+        workload("3840x2160, a person of 400x800", 3840, 2160, {0, 0, 399, 799}, Shape::person)}) {
     measure(work, bandwidth, launches, stream.get());
   }
 }

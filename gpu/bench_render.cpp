@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "DeviceBytes.h"
 #include "class_color.h"
 #include "mask_text.h"
 #include "plugin_harness.h"
@@ -126,6 +127,19 @@ class Bench {
     return time;
   }
 
+  /// The uploads that a frame needs, and nothing else: no frame is faster.
+  double uploadMasks() {
+    const std::size_t bytes = static_cast<std::size_t>(kWidth) * kHeight;
+    const auto begin = std::chrono::steady_clock::now();
+    for (std::size_t i = 0; i < scene_.inputs[0].detections.size(); ++i) {
+      gpu_check::require(
+          cudaMemcpyAsync(deviceMask_.get(), hostMask_.data(), bytes, cudaMemcpyHostToDevice, host_.stream()),
+          "uploading a mask");
+    }
+    synchronize();
+    return since(begin);
+  }
+
   const std::vector<uint8_t>& result() const { return result_; }
 
  private:
@@ -134,7 +148,7 @@ class Bench {
   }
 
   void synchronize() const {
-    if (cudaStreamSynchronize(host_.stream()) != cudaSuccess) throw std::runtime_error("the stream failed");
+    gpu_check::require(cudaStreamSynchronize(host_.stream()), "waiting for the stream");
   }
 
   std::unique_ptr<plugin_test::Frame> freshFrame() {
@@ -147,12 +161,15 @@ class Bench {
   plugin_test::Host host_;
   std::shared_ptr<zelvo::ZelvoPicturePool> pool_;
   std::vector<uint8_t> result_;
+  std::vector<uint8_t> hostMask_ = std::vector<uint8_t>(static_cast<std::size_t>(kWidth) * kHeight, 255);
+  gpu_check::DeviceBytes deviceMask_{hostMask_.size()};
 };
 
-/// OpenCV rounds where we cut off after adding a half, and each overlap can add to that.
-void requireAlike(const std::vector<uint8_t>& ours, const std::vector<uint8_t>& theirs, int people) {
+/// OpenCV rounds where we cut off after adding a half. Each overlap keeps 0.55 of a difference of 1 and can
+/// add another, so it stays below 1 / (1 - 0.55).
+void requireAlike(const std::vector<uint8_t>& ours, const std::vector<uint8_t>& theirs) {
   for (std::size_t i = 0; i < ours.size(); ++i) {
-    if (std::abs(ours[i] - theirs[i]) > people) throw std::runtime_error("OpenCV's frame is another one");
+    if (std::abs(ours[i] - theirs[i]) > 2) throw std::runtime_error("OpenCV's frame is another one");
   }
 }
 
@@ -161,20 +178,23 @@ void measure(int people) {
   bench.render();
   const std::vector<uint8_t> ours = bench.result();
   bench.renderByOpenCv();
-  requireAlike(ours, bench.result(), people);
+  requireAlike(ours, bench.result());
 
   std::vector<double> calls;
   std::vector<double> drawn;
   std::vector<double> byOpenCv;
+  std::vector<double> uploads;
   for (int i = 0; i < kRepetitions; ++i) {
     const Bench::Times times = bench.render();
     calls.push_back(times.call);
     drawn.push_back(times.drawn);
     byOpenCv.push_back(bench.renderByOpenCv());
+    uploads.push_back(bench.uploadMasks());
   }
   const double figure = gpu_check::median(drawn);
   const std::string name = "a frame of 1920x1080, detections: " + std::to_string(people);
-  gpu_check::printRow(name, figure, "render's return", gpu_check::median(calls));
+  gpu_check::printRow(name, figure, "uploading its masks", gpu_check::median(uploads));
+  gpu_check::printRow(name, figure, "until render returns", gpu_check::median(calls));
   gpu_check::printRow(name, figure, "OpenCV on the host", gpu_check::median(byOpenCv));
 }
 

@@ -49,6 +49,7 @@ void check(const LaunchCase& launch, Bytes bytes, cudaStream_t stream) {
   DeviceBytes device(bytes.size());
   device.upload(bytes, stream);
   gpu_check::launchOnDevice(launch, gpu_check::planesIn(device.get(), launch), stream);
+  gpu_check::require(cudaGetLastError(), "launching");
   gpu_check::blendOnHost(launch, bytes);
   requireSame(launch, bytes, device.download(stream));
 }
@@ -270,7 +271,7 @@ bool run(const Effort& effort) {
 constexpr char kUsage[] =
     "usage: kernel_check [--quick] [--seed N]\n"
     "Draws with the device and with the host and compares every byte.\n"
-    "  --quick   a twentieth of the random cases, for running under compute-sanitizer\n"
+    "  --quick   a twentieth of the random cases and few large ones, for compute-sanitizer\n"
     "  --seed N  another choice of random cases (1 is the default)\n"
     "Exit code: 0 all equal, 1 a difference or a CUDA error, 2 bad arguments, 77 no CUDA device\n";
 

@@ -333,6 +333,36 @@ TEST_P(CudaReplay, NoByteDependsOnTheMaskOutsideTheFrame) {
   });
 }
 
+// The launcher never asks for a sample that hangs over the frame's edge; the kernel keeps to the frame by
+// itself.
+TEST_P(CudaReplay, ChromaOverTheEdgeReadsTheMaskWithinTheFrame) {
+  Scene scene = randomScene(1);
+  scene.width = 4;
+  scene.height = 4;
+  scene.luma = Plane(4, 4, 4);
+  scene.chroma = Plane(4, 2, 4);
+  scene.mask = Plane(4, 4, 4);
+  scene.rect = {0, 0, 3, 3};
+  scene.alpha = 1.0F;
+  scene.colorU = scene.colorV = 255;
+  std::fill_n(scene.chroma.data(), 8, static_cast<unsigned char>(0));
+  // Of each sample at the edge of 3 x 3 pixels, only what lies outside is set.
+  for (const int outside : {3, 4 + 3, 3 * 4, 3 * 4 + 1, 2 * 4 + 3, 3 * 4 + 2, 3 * 4 + 3})
+    scene.mask.data()[outside] = 1;
+  scene.launch();
+  Launch chroma = launch_recorder::launches().at(1);
+  constexpr std::size_t kWidth = 4;
+  constexpr std::size_t kHeight = 5;
+  chroma.setArgument(kWidth, 3);
+  chroma.setArgument(kHeight, 3);
+  run(code(), chroma, threadsOf(chroma));
+  EXPECT_EQ(std::vector<int>(scene.chroma.data(), scene.chroma.data() + 8), std::vector<int>(8, 0));
+  chroma.setArgument(kWidth, 4);
+  run(code(), chroma, threadsOf(chroma));
+  EXPECT_EQ(std::vector<int>(scene.chroma.data(), scene.chroma.data() + 8),
+            (std::vector<int>{0, 0, 255, 255, 0, 0, 255, 255}));
+}
+
 /// The launch with the plane all zeros, each colour 255 and alpha 1, so that every byte written shows.
 Launch showingWrites(Launch launch, Plane& plane) {
   std::fill(plane.bytes().begin(), plane.bytes().end(), static_cast<unsigned char>(0));
@@ -373,7 +403,8 @@ TEST_P(CudaReplay, NoThreadWritesWhatAnotherWrites) {
   EXPECT_GT(launches, kScenes / 20);
 }
 
-// 16 * 0.45 + 200 * 0.55 + 0.5 = 117.7 where the mask is set: pixel (2, 1), whose chroma sample is (1, 0).
+// Where the mask is set, at pixel (2, 1) with the chroma sample (1, 0): 16 * 0.45 + 200 * 0.55 + 0.5 = 117.7
+// for Y, 200 * 0.45 + 100 * 0.55 + 0.5 = 145.5 for U, 100 * 0.55 + 0.5 = 55.5 for V.
 TEST_P(CudaReplay, OnePixelWorkedOutByHand) {
   Scene scene = randomScene(1);
   scene.width = 4;
@@ -383,7 +414,7 @@ TEST_P(CudaReplay, OnePixelWorkedOutByHand) {
   scene.mask = Plane(4, 2, 4);
   scene.rect = {0, 0, 3, 1};
   scene.colorY = 16;
-  scene.colorU = 100;
+  scene.colorU = 200;
   scene.colorV = 0;
   scene.alpha = 0.45F;
   std::fill_n(scene.luma.data(), 8, static_cast<unsigned char>(200));
@@ -393,7 +424,7 @@ TEST_P(CudaReplay, OnePixelWorkedOutByHand) {
   const auto* luma = scene.luma.data();
   const auto* chroma = scene.chroma.data();
   EXPECT_EQ(std::vector<int>(luma, luma + 8), (std::vector<int>{200, 200, 200, 200, 200, 200, 117, 200}));
-  EXPECT_EQ(std::vector<int>(chroma, chroma + 4), (std::vector<int>{100, 100, 100, 55}));
+  EXPECT_EQ(std::vector<int>(chroma, chroma + 4), (std::vector<int>{100, 100, 145, 55}));
 }
 
 INSTANTIATE_TEST_SUITE_P(Threads, CudaReplay,

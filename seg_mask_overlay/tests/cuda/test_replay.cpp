@@ -333,19 +333,25 @@ TEST_P(CudaReplay, NoByteDependsOnTheMaskOutsideTheFrame) {
   });
 }
 
+/// A frame of even sides without gaps, to be drawn on as a whole: planes, mask, colours and alpha are all
+/// zero.
+Scene zeroScene(int width, int height) {
+  Scene scene{};
+  scene.width = width;
+  scene.height = height;
+  scene.luma = Plane(width, height, width);
+  scene.chroma = Plane(width, height / 2, width);
+  scene.mask = Plane(width, height, width);
+  scene.rect = {0, 0, width - 1, height - 1};
+  return scene;
+}
+
 // The launcher never asks for a sample that hangs over the frame's edge; the kernel keeps to the frame by
 // itself.
 TEST_P(CudaReplay, ChromaOverTheEdgeReadsTheMaskWithinTheFrame) {
-  Scene scene = randomScene(1);
-  scene.width = 4;
-  scene.height = 4;
-  scene.luma = Plane(4, 4, 4);
-  scene.chroma = Plane(4, 2, 4);
-  scene.mask = Plane(4, 4, 4);
-  scene.rect = {0, 0, 3, 3};
+  Scene scene = zeroScene(4, 4);
   scene.alpha = 1.0F;
   scene.colorU = scene.colorV = 255;
-  std::fill_n(scene.chroma.data(), 8, static_cast<unsigned char>(0));
   // Of each sample at the edge of 3 x 3 pixels, only what lies outside is set.
   for (const int outside : {3, 4 + 3, 3 * 4, 3 * 4 + 1, 2 * 4 + 3, 3 * 4 + 2, 3 * 4 + 3})
     scene.mask.data()[outside] = 1;
@@ -406,13 +412,7 @@ TEST_P(CudaReplay, NoThreadWritesWhatAnotherWrites) {
 // Where the mask is set, at pixel (2, 1) with the chroma sample (1, 0): 16 * 0.45 + 200 * 0.55 + 0.5 = 117.7
 // for Y, 200 * 0.45 + 100 * 0.55 + 0.5 = 145.5 for U, 100 * 0.55 + 0.5 = 55.5 for V.
 TEST_P(CudaReplay, OnePixelWorkedOutByHand) {
-  Scene scene = randomScene(1);
-  scene.width = 4;
-  scene.height = 2;
-  scene.luma = Plane(4, 2, 4);
-  scene.chroma = Plane(4, 1, 4);
-  scene.mask = Plane(4, 2, 4);
-  scene.rect = {0, 0, 3, 1};
+  Scene scene = zeroScene(4, 2);
   scene.colorY = 16;
   scene.colorU = 200;
   scene.colorV = 0;

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+namespace seg_mask_overlay {
+
+/// The first bytes that the base64 of `text` stands for, `limit` at most. Lenient, because producers wrap
+/// lines and leave padding out: characters outside the alphabet A-Z a-z 0-9 + / are skipped, the data ends at
+/// the first "=" or with the text, and bits that make no whole byte are dropped. Memory is taken for `limit`
+/// bytes, whatever the text holds.
+std::vector<uint8_t> decodeBase64(std::string_view text, std::size_t limit);
+
+}  // namespace seg_mask_overlay

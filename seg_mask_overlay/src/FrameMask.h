@@ -1,22 +1,32 @@
 #pragma once
 
 #include <opencv2/core.hpp>
+#include <vector>
 
+#include "mask_rows.h"
 #include "mask_text.h"
+#include "nearest_map.h"
 
 namespace seg_mask_overlay {
 
 /// A frame-sized mask in host memory, filled for one detection after another. Between two of them it keeps
-/// that memory alone, however large a producer's own masks are.
+/// that memory and a few bytes a row and a column of the frame, however large a producer's own masks are.
 class FrameMask {
  public:
-  /// Scales `mask` to the whole frame by nearest-neighbour sampling and returns width * height bytes, row by
-  /// row without padding: 255 inside, 0 outside. Valid until the next call. Throws std::bad_alloc when memory
-  /// runs out.
+  /// Scales `mask` to the whole frame by nearest-neighbour sampling, as cv::resize does, and returns
+  /// width * height bytes, row by row without padding: 255 inside, 0 outside. Valid until the next call.
+  /// Throws std::bad_alloc when memory runs out.
   const unsigned char* fill(const MaskBits& mask, int width, int height);
 
  private:
+  void fillRow(const MaskBits& mask, int maskRow, unsigned char* bytes);
+  void fillRuns(const RowEdges& edges, unsigned char* bytes) const;
+  void sampleNoise(const MaskBits& mask, int maskRow, unsigned char* bytes);
+
   cv::Mat frame_;
+  NearestMap columns_;
+  NearestMap rows_;
+  std::vector<unsigned char> noise_;  // a mask's row with too many edges, a byte a pixel
 };
 
 }  // namespace seg_mask_overlay

@@ -1,0 +1,52 @@
+#include "nearest_map.h"
+
+#include <algorithm>
+#include <opencv2/imgproc.hpp>
+
+namespace seg_mask_overlay {
+namespace {
+
+/// By frame pixel: one byte of the number of its mask pixel, which is scaled as a mask's pixels would be.
+cv::Mat scaledDigits(int maskSide, int frameSide, int shift) {
+  cv::Mat digits(1, maskSide, CV_8UC1);
+  for (int i = 0; i < maskSide; ++i) digits.data[i] = static_cast<unsigned char>(i >> shift);
+  cv::Mat scaled;
+  cv::resize(digits, scaled, cv::Size(frameSide, 1), 0, 0, cv::INTER_NEAREST);
+  return scaled;
+}
+
+}  // namespace
+
+void NearestMap::prepare(int maskSide, int frameSide) {
+  const auto size = static_cast<std::size_t>(frameSide);
+  if (maskSide_ == maskSide && maskPixels_.size() == size) return;
+  maskSide_ = 0;  // nothing is valid if memory runs out below
+  maskPixels_.assign(size, 0);
+  for (int shift = 0; shift < 32 && (maskSide - 1) >> shift != 0; shift += 8) {
+    const cv::Mat digits = scaledDigits(maskSide, frameSide, shift);
+    for (std::size_t i = 0; i < size; ++i) maskPixels_[i] |= static_cast<int>(digits.data[i]) << shift;
+  }
+  identity_ = maskSide == frameSide;
+  for (std::size_t i = 0; i < size; ++i) identity_ = identity_ && maskPixels_[i] == static_cast<int>(i);
+  ratio_ = static_cast<double>(frameSide) / maskSide;
+  maskSide_ = maskSide;
+}
+
+int NearestMap::firstFrom(int maskPixel) const {
+  const int* const map = maskPixels_.data();
+  const int end = static_cast<int>(maskPixels_.size());
+  int at = std::min(static_cast<int>(maskPixel * ratio_), end);  // near it; the map itself decides
+  while (at > 0 && map[at - 1] >= maskPixel) --at;
+  while (at < end && map[at] < maskPixel) ++at;
+  return at;
+}
+
+int NearestMap::nextAfter(int framePixel) const {
+  const int end = static_cast<int>(maskPixels_.size());
+  const int* const map = maskPixels_.data();
+  int at = framePixel + 1;
+  while (at < end && map[at] == map[framePixel]) ++at;
+  return at;
+}
+
+}  // namespace seg_mask_overlay

@@ -72,15 +72,44 @@ def growth_table(results):
     return table(["the text is", "5 MB", "10 MB", "20 MB", "20 MB : 5 MB"], rows)
 
 
+# By mask and frame: at most this multiple of memset, and at least this multiple of the speed of decoding and cv::resize.
+FRAME_MASK_TARGETS = {
+    ("160x160", "1920x1080"): (1.7, 10),
+    ("640x640", "1920x1080"): (3.0, 8),
+    ("1920x1080", "1920x1080"): (3.5, None),
+    ("160x160", "3840x2160"): (1.7, None),
+    ("1920x1080", "1280x720"): (None, None),
+}
+
+
 def frame_mask_table(results):
+    def target(limit, how):
+        return f" ({how} {limit})" if limit else ""
+
     rows = []
-    for name, time in results.times.items():
-        match = re.fullmatch(r"text_to_mask/(.*?)_(?:to_(.*)|as_it_is)", name)
-        if match:
-            mask, frame = match[1], match[2] or match[1]
-            floor = results[f"memset/{frame}"]
-            rows.append([mask, frame, readable(time), readable(floor), f"{time / floor:.1f}"])
-    return table(["mask text", "frame", "time", "memset of the frame", "ratio"], sorted(rows))
+    for (mask, frame), (most_floors, least_gain) in FRAME_MASK_TARGETS.items():
+        floor = results[f"memset/{frame}"]
+        cells = [mask, frame, readable(floor)]
+        for kind in ("silhouette", "random"):
+            times = [results[f"{kind}/{mask}_to_{frame}/{how}"] for how in ("ours", "decode_and_resize", "resize_alone")]
+            ours, decoded_and_resized, resized = times
+            limits = (most_floors, least_gain) if kind == "silhouette" else (None, 1)
+            cells += [readable(ours), f"{ours / floor:.2f}" + target(limits[0], "≤"),
+                      f"{decoded_and_resized / ours:.1f}" + target(limits[1], "≥"), f"{resized / ours:.1f}"]
+        rows.append(cells)
+    names = ["time", "ours : memset", "decode, resize : ours", "resize alone : ours"]
+    return table(["mask", "frame", "memset", *(f"silhouette: {n}" for n in names), *(f"random bits: {n}" for n in names)], rows)
+
+
+def base64_table(results):
+    rows = []
+    for name, ours in results.times.items():
+        if name.endswith("/ours"):
+            text = name.removesuffix("/ours")
+            plain = results[f"{text}/plain"]
+            least = 4 if text.startswith("clean") else 1
+            rows.append([text, readable(ours), readable(plain), f"{plain / ours:.2f} (≥ {least})"])
+    return table(["text", "ours", "one look-up a character", "ratio"], sorted(rows))
 
 
 def machine():
@@ -101,6 +130,7 @@ def main():
         "json payload": json_table(json_results, "payload"),
         "json small objects": json_table(json_results, "small_objects"),
         "json growth": growth_table(Results(folder / "json_growth.json")),
+        "base64": base64_table(Results(folder / "base64.json")),
         "frame mask": frame_mask_table(Results(folder / "frame_mask.json")),
     }
     text = document.read_text()

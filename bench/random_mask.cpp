@@ -1,0 +1,18 @@
+#include "random_mask.h"
+
+#include <cstdint>
+#include <opencv2/core.hpp>
+#include <random>
+
+#include "mask_encoder.h"
+
+namespace bench {
+
+std::string randomMaskText(int width, int height) {
+  std::mt19937 random;
+  cv::Mat mask(height, width, CV_8UC1);
+  for (std::size_t i = 0; i < mask.total(); ++i) mask.data[i] = static_cast<uint8_t>(random() & 1U);
+  return motion_producer::encodeMask(mask);
+}
+
+}  // namespace bench

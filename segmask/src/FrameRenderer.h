@@ -31,7 +31,8 @@ class CudaStream {
 
 /// Takes frames to the device, through a plug-in, and back. Device buffers are kept from frame to frame.
 ///
-/// Must outlive the plug-in's last render: it owns the backend.
+/// Must outlive the plug-in's last render: it owns the backend. One thread at a time may use it, which need
+/// not be the one that made it.
 class FrameRenderer {
  public:
   struct Result {

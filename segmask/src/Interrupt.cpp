@@ -17,6 +17,10 @@ std::atomic<int> wakeDescriptor{-1};
 static_assert(std::atomic<bool>::is_always_lock_free && std::atomic<int>::is_always_lock_free,
               "the handler may use nothing that locks");
 
+// Ends a blocking call of the thread that it is sent to. Chosen because nobody uses it, and where nobody
+// handles it, it does nothing.
+constexpr int kWakeSignal = SIGURG;
+
 extern "C" void segmaskOnSignal(int) {
   const int error = errno;
   wanted = true;
@@ -27,25 +31,47 @@ extern "C" void segmaskOnSignal(int) {
   errno = error;
 }
 
+extern "C" void segmaskOnWake(int) {}
+
+// No SA_RESTART: reads of libraries, which know nothing of the descriptor, have to return.
+void handle(int signal, void (*handler)(int), int flags, struct sigaction& old) {
+  struct sigaction action {};
+  action.sa_handler = handler;
+  sigemptyset(&action.sa_mask);
+  action.sa_flags = flags;
+  sigaction(signal, &action, &old);
+}
+
 }  // namespace
 
-Interrupt::Interrupt() {
+Interrupt::Interrupt() : reader_(pthread_self()) {
   wanted = false;
   wakeDescriptor = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
   if (wakeDescriptor < 0) throw systemError("signal handling", errno);
-  struct sigaction action {};
-  action.sa_handler = segmaskOnSignal;
-  sigemptyset(&action.sa_mask);
-  // No SA_RESTART: reads of libraries, which know nothing of the descriptor, have to return.
-  action.sa_flags = static_cast<int>(SA_RESETHAND);
-  sigaction(SIGINT, &action, &oldInt_);
-  sigaction(SIGTERM, &action, &oldTerm_);
+  constexpr int kOnce = static_cast<int>(SA_RESETHAND);
+  handle(SIGINT, &segmaskOnSignal, kOnce, oldInt_);
+  handle(SIGTERM, &segmaskOnSignal, kOnce, oldTerm_);
+  handle(kWakeSignal, &segmaskOnWake, 0, oldWake_);
 }
 
 Interrupt::~Interrupt() {
   sigaction(SIGINT, &oldInt_, nullptr);
   sigaction(SIGTERM, &oldTerm_, nullptr);
+  sigaction(kWakeSignal, &oldWake_, nullptr);
   close(wakeDescriptor.exchange(-1));
+}
+
+void Interrupt::request() const {
+  segmaskOnSignal(0);
+  pthread_kill(reader_, kWakeSignal);
+}
+
+void Interrupt::leaveToOtherThreads() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  sigaddset(&signals, SIGINT);
+  sigaddset(&signals, SIGTERM);
+  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
 }
 
 int Interrupt::descriptor() {

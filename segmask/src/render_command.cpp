@@ -7,10 +7,12 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <utility>
 
 #include "ContactSheet.h"
 #include "DetectionPayload.h"
 #include "DetectionStream.h"
+#include "FramePipeline.h"
 #include "FrameReader.h"
 #include "FrameRenderer.h"
 #include "FrameWriter.h"
@@ -19,6 +21,7 @@
 #include "ProducerInputs.h"
 #include "Progress.h"
 #include "RenderTimes.h"
+#include "StageTimes.h"
 #include "StderrGuard.h"
 #include "UserError.h"
 #include "exit_codes.h"
@@ -28,7 +31,7 @@ namespace segmask {
 namespace {
 
 /// The road of the frames, from the reader to the writers.
-struct Pipeline {
+struct Road {
   FrameReader& reader;
   DetectionStream& detections;
   FrameRenderer& renderer;
@@ -36,44 +39,67 @@ struct Pipeline {
   ContactSheet* sheet;  // may be null
 };
 
+/// Each stage counts for itself; all are read when they have ended.
 struct Totals {
   uint64_t frames = 0;
   uint64_t framesDrawn = 0;
   uint64_t detections = 0;
-  RenderTimes times;
+  RenderTimes renderTimes;
+  StageTimes stageTimes;
 };
 
-Totals renderFrames(const Pipeline& pipeline, uint64_t lookback, Progress& progress) {
+bool readJob(const Road& road, FrameJob& job) {
+  if (!road.reader.next(job.frame)) return false;
+  job.lines = road.detections.take(job.number);
+  // The detections may have been cut short by the same wish to stop; such a frame would lack some.
+  return !Interrupt::requested();
+}
+
+bool drawJob(const Road& road, FrameJob& job, ProducerInputs& inputs, RenderTimes& times) {
+  // Stop soon: what is drawn will still be written, what waits here is dropped.
+  if (Interrupt::requested()) return false;
+  inputs.advance(job.number, std::move(job.lines));
+  const FrameRenderer::Result result = road.renderer.render(job.number, job.frame, inputs);
+  times.add(result.renderMs);
+  job.drawn = result.drawn;
+  return true;
+}
+
+void writeJob(const Road& road, const FrameJob& job, Totals& totals) {
+  road.writer.write(job.frame);
+  if (road.sheet) road.sheet->offer(job.number, job.frame, job.drawn);
+  if (job.drawn) ++totals.framesDrawn;
+  ++totals.frames;
+}
+
+Totals renderFrames(const Road& road, uint64_t lookback, const Interrupt& interrupt, Progress& progress) {
   Totals totals;
   ProducerInputs inputs(lookback);
-  Frame frame;
-  while (pipeline.reader.next(frame)) {
-    inputs.advance(totals.frames, pipeline.detections.take(totals.frames));
-    // The detections may have been cut short by the same wish to stop; such a frame would lack some.
-    if (Interrupt::requested()) break;
-    const FrameRenderer::Result result = pipeline.renderer.render(totals.frames, frame, inputs);
-    totals.times.add(result.renderMs);
-    pipeline.writer.write(frame);
-    if (pipeline.sheet) pipeline.sheet->offer(totals.frames, frame, result.drawn);
-    if (result.drawn) ++totals.framesDrawn;
-    progress.update(++totals.frames);
-  }
+  FramePipeline::Stages stages;
+  stages.read = [&](FrameJob& job) { return readJob(road, job); };
+  stages.draw = [&](FrameJob& job) { return drawJob(road, job, inputs, totals.renderTimes); };
+  stages.write = [&](const FrameJob& job) {
+    writeJob(road, job, totals);
+    progress.update(totals.frames);
+  };
+  stages.stopReading = [&interrupt] { interrupt.request(); };
+  totals.stageTimes = FramePipeline(std::move(stages)).run();
   totals.detections = inputs.detectionsSeen();
   return totals;
 }
 
 /// The same with the progress shown on standard error, and what others write there kept out of its way.
-Totals renderWithProgress(const Pipeline& pipeline, const RenderOptions& options) {
+Totals renderWithProgress(const Road& road, const RenderOptions& options, const Interrupt& interrupt) {
   using Style = Progress::Style;
   const Style style = options.noProgress ? Style::None : progressStyleFor(STDERR_FILENO);
   const FileDescriptor terminal(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
-  Progress progress(terminal ? style : Style::None, terminal.get(), pipeline.reader.frameCount());
+  Progress progress(terminal ? style : Style::None, terminal.get(), road.reader.frameCount());
   std::unique_ptr<StderrGuard> guard;
   if (terminal && style == Style::Bar) {
     guard =
         std::make_unique<StderrGuard>([&progress](const std::string& line) { progress.printAbove(line); });
   }
-  return renderFrames(pipeline, options.lookback, progress);
+  return renderFrames(road, options.lookback, interrupt, progress);
 }
 
 /// Registering fills the library's registries, which it announces on standard error: worth knowing for
@@ -111,8 +137,10 @@ void printSummary(const RenderOptions& options, const Totals& totals) {
   std::cout << "frames        " << totals.frames << "\n"
             << "frames drawn  " << totals.framesDrawn << "\n"
             << "detections    " << totals.detections << "\n"
-            << std::fixed << std::setprecision(3) << "render        median " << totals.times.percentile(0.5)
-            << " ms, 99th percentile " << totals.times.percentile(0.99) << " ms a frame (within 3 %)\n"
+            << std::fixed << std::setprecision(3) << "render        median "
+            << totals.renderTimes.percentile(0.5) << " ms, 99th percentile "
+            << totals.renderTimes.percentile(0.99) << " ms a frame (within 3 %)\n"
+            << "slowest stage " << totals.stageTimes.slowestStage() << "\n"
             << "output        " << options.output << "\n";
   if (options.contactSheet) std::cout << "contact sheet " << *options.contactSheet << "\n";
   std::cout << std::flush;
@@ -123,17 +151,17 @@ int reportEarlyInterrupt() {
   return kExitInterrupted;
 }
 
-int finish(const Pipeline& pipeline, const RenderOptions& options, const Totals& totals) {
+int finish(const Road& road, const RenderOptions& options, const Totals& totals) {
   if (totals.frames == 0) {
     if (!Interrupt::requested()) throw UserError(options.input + ": holds no frame");
     return reportEarlyInterrupt();
   }
-  warnOfRest(pipeline.reader, pipeline.detections, totals.frames);
+  warnOfRest(road.reader, road.detections, totals.frames);
   // All that can fail for want of space comes before the first new name appears.
-  pipeline.writer.finish();
-  if (pipeline.sheet) pipeline.sheet->finish();
-  pipeline.writer.commit();
-  if (pipeline.sheet) pipeline.sheet->commit();
+  road.writer.finish();
+  if (road.sheet) road.sheet->finish();
+  road.writer.commit();
+  if (road.sheet) road.sheet->commit();
   printSummary(options, totals);
   if (!Interrupt::requested()) return kExitDone;
   std::cerr << "segmask: interrupted; the first " + std::to_string(totals.frames) + " frames are in " +
@@ -178,8 +206,8 @@ int render(const RenderOptions& options) {
   const std::unique_ptr<FrameWriter> writer = openFrameWriter(options.output, reader.format());
   std::unique_ptr<ContactSheet> sheet;
   if (options.contactSheet) sheet = std::make_unique<ContactSheet>(*options.contactSheet, reader.format());
-  const Pipeline pipeline{reader, *inputs->detections, renderer, *writer, sheet.get()};
-  return finish(pipeline, options, renderWithProgress(pipeline, options));
+  const Road road{reader, *inputs->detections, renderer, *writer, sheet.get()};
+  return finish(road, options, renderWithProgress(road, options, interrupt));
 }
 
 }  // namespace segmask

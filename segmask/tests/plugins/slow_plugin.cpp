@@ -1,0 +1,28 @@
+// Draws nothing, slowly: each frame takes as many milliseconds as the configuration's "frame_ms" says.
+
+#include <chrono>
+#include <class_loader/register_macro.hpp>
+#include <cstdlib>
+#include <thread>
+
+#include "render_base/RenderBase.h"
+
+class SlowPlugin : public RenderBase {
+ public:
+  const char* getName() const override { return "SlowPlugin"; }
+  std::string getUuid() const override { return "slow"; }
+  std::vector<std::string> input_types() const override { return {}; }
+  void enableDebug(bool) override {}
+  bool init(const RenderInit&) override { return true; }
+  std::string getConfigList() override { return "{}"; }
+  void setConfig(std::string text) override {
+    const std::size_t colon = text.find(':');
+    if (colon != std::string::npos) frameTime_ = std::chrono::milliseconds(std::atoi(&text[colon + 1]));
+  }
+  void render(RenderContext&) override { std::this_thread::sleep_for(frameTime_); }
+
+ private:
+  std::chrono::milliseconds frameTime_{0};
+};
+
+CLASS_LOADER_REGISTER_CLASS(SlowPlugin, IRenderPlugin)

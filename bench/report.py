@@ -112,6 +112,18 @@ def base64_table(results):
     return table(["text", "ours", "one look-up a character", "ratio"], sorted(rows))
 
 
+def blend_table(results):
+    rows = []
+    for name, time in results.times.items():
+        match = re.fullmatch(r"blend/(.*?)/(.*?)/ours", name)
+        if match:
+            box, mask = match[1], match[2].replace("_", " ")
+            floor = results[name.replace("/ours", "/memcpy")]
+            plain = results[name.replace("/ours", "/plain")]
+            rows.append([box, mask, readable(time), readable(floor), f"{time / floor:.2f}", f"{readable(plain)} ({plain / time:.0f})"])
+    return table(["box", "mask", "time", "memcpy of the touched bytes", "ratio", "sample by sample"], rows)
+
+
 def machine():
     processor = re.search(r"model name\s*:\s*(.*)", pathlib.Path("/proc/cpuinfo").read_text())
     compiler = subprocess.run(["c++", "--version"], capture_output=True, text=True, check=True).stdout.splitlines()[0]
@@ -131,6 +143,7 @@ def main():
         "json small objects": json_table(json_results, "small_objects"),
         "json growth": growth_table(Results(folder / "json_growth.json")),
         "base64": base64_table(Results(folder / "base64.json")),
+        "blend": blend_table(Results(folder / "blend.json")),
         "frame mask": frame_mask_table(Results(folder / "frame_mask.json")),
     }
     text = document.read_text()

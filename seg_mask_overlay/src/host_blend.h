@@ -1,20 +1,18 @@
 #pragma once
 
-// The blend on the host, sample by sample: what the CPU device queues, and what a GPU's bytes are compared
-// with.
+// The CPU device's blend: the bytes of plain_blend.h, many at a time.
 
 #include "overlay_geometry.h"
 
 namespace seg_mask_overlay {
 
-/// Blends `color` into each luma sample of `rect` whose mask byte is set. `plane` and `mask` are addressed in
-/// frame coordinates, pitches are in bytes, and the rectangle lies within both. Runs in the calling thread.
+/// What plainBlendLuma does.
 void blendLuma(unsigned char* plane, int pitch, const unsigned char* mask, int maskPitch, LumaRect rect,
                unsigned char color, float alpha);
 
-/// The same for the U, V pairs of `rect` whose 2x2 block of luma the mask touches. `frame` is the luma
-/// frame's size: mask pixels outside it are not read.
-void blendChroma(unsigned char* plane, int pitch, const unsigned char* mask, int maskPitch, FrameSize frame,
-                 ChromaRect rect, unsigned char colorU, unsigned char colorV, float alpha);
+/// What plainBlendChroma does, for a rectangle whose 2x2 blocks of luma lie within the frame, as those of
+/// every chromaRect do.
+void blendChroma(unsigned char* plane, int pitch, const unsigned char* mask, int maskPitch, ChromaRect rect,
+                 unsigned char colorU, unsigned char colorV, float alpha);
 
 }  // namespace seg_mask_overlay

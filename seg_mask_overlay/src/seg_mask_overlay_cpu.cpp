@@ -29,12 +29,11 @@ struct ChromaLaunch {
   int pitch;
   const unsigned char* mask;
   int maskPitch;
-  FrameSize frame;
   ChromaRect rect;
   unsigned char colorU, colorV;
   float alpha;
 
-  void run() const { blendChroma(plane, pitch, mask, maskPitch, frame, rect, colorU, colorV, alpha); }
+  void run() const { blendChroma(plane, pitch, mask, maskPitch, rect, colorU, colorV, alpha); }
 };
 
 template <class Launch>
@@ -65,6 +64,5 @@ void seg_mask_cuda::launch_segmask_overlay_nv12(unsigned char* yPlane, int yPitc
 
   const ChromaRect chroma = chromaRect(luma);
   if (chroma.empty()) return;
-  enqueue(ChromaLaunch{uvPlane, uvPitch, mask, maskPitch, {width, height}, chroma, colorU, colorV, alpha},
-          stream);
+  enqueue(ChromaLaunch{uvPlane, uvPitch, mask, maskPitch, chroma, colorU, colorV, alpha}, stream);
 }

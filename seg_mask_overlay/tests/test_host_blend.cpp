@@ -1,0 +1,138 @@
+// The CPU device's blend against the plain one, with the vector units of each generation that this machine
+// has.
+
+#include <gtest/gtest.h>
+#include <hwy/targets.h>
+
+#include <random>
+#include <vector>
+
+#include "LaunchCase.h"
+#include "host_blend.h"
+#include "plain_blend.h"
+
+namespace seg_mask_overlay {
+namespace {
+
+using gpu_check::LaunchCase;
+using gpu_check::MaskKind;
+using Memory = std::vector<unsigned char>;
+
+/// Vector units for the time of its life.
+class VectorUnits {
+ public:
+  explicit VectorUnits(int64_t target) { use(target); }
+  ~VectorUnits() { use(0); }
+  VectorUnits(const VectorUnits&) = delete;
+  VectorUnits& operator=(const VectorUnits&) = delete;
+
+ private:
+  static void use(int64_t target) {
+    hwy::SetSupportedTargetsForTest(target);  // 0: as the processor says
+    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+  }
+};
+
+/// What the launch's two blends make of its memory: planes, mask, spare columns and guard bytes.
+Memory drawn(const LaunchCase& launch, Memory bytes) {
+  const auto [y, uv, mask] = gpu_check::planesIn(bytes.data(), launch);
+  const LumaRect luma = launchRect(y, uv, mask, launch.frame.width, launch.frame.height, launch.rect);
+  if (luma.empty()) return bytes;
+  blendLuma(y, launch.yPitch, mask, launch.maskPitch, luma, launch.colorY, launch.alpha);
+  blendChroma(uv, launch.uvPitch, mask, launch.maskPitch, chromaRect(luma), launch.colorU, launch.colorV,
+              launch.alpha);
+  return bytes;
+}
+
+Memory drawnPlainly(const LaunchCase& launch, Memory bytes) {
+  gpu_check::blendOnHost(launch, bytes);
+  return bytes;
+}
+
+void expectSame(const LaunchCase& launch, const Memory& bytes) {
+  ASSERT_TRUE(drawn(launch, bytes) == drawnPlainly(launch, bytes)) << launch;
+}
+
+constexpr MaskKind kMasks[] = {MaskKind::random, MaskKind::sparse, MaskKind::full};
+
+class HostBlend : public testing::TestWithParam<int64_t> {
+ protected:
+  VectorUnits units_{GetParam()};
+};
+
+TEST_P(HostBlend, DrawsThePlainBytesInRandomFrames) {
+  constexpr unsigned kSeed = 1;
+  std::mt19937 random(kSeed);
+  for (int i = 0; i < 3000; ++i) {
+    SCOPED_TRACE("seed " + std::to_string(kSeed) + ", case " + std::to_string(i));
+    const LaunchCase launch = gpu_check::randomCase(random, i % 2 == 0 ? 40 : 200);
+    expectSame(launch, gpu_check::randomBytes(launch, kMasks[i % 3], random));
+    if (HasFatalFailure()) return;
+  }
+}
+
+// Rows shorter than a vector, of one vector exactly, and with every remainder behind one, from every column.
+TEST_P(HostBlend, DrawsThePlainBytesInRowsOfEveryLength) {
+  std::mt19937 random(2);
+  for (int width = 1; width <= 100; ++width) {
+    LaunchCase launch = gpu_check::wholeFrame(width, 5, 0.45F);
+    launch.maskPitch += 3;
+    launch.colorY = 200;
+    launch.colorU = 20;
+    launch.colorV = 90;
+    const Memory bytes = gpu_check::randomBytes(launch, kMasks[width % 3], random);
+    for (launch.rect.x0 = 0; launch.rect.x0 < std::min(width, 5); ++launch.rect.x0) {
+      expectSame(launch, bytes);
+      if (HasFatalFailure()) return;
+    }
+  }
+}
+
+// Every old byte under every eighth colour; alphas with a line and without, and colours of both kinds.
+TEST_P(HostBlend, DrawsThePlainBytesForEveryByteAtEveryWeight) {
+  std::vector<float> alphas = gpu_check::alphas();
+  alphas.insert(alphas.end(), {0.1F, 0.35F, 0.85F});
+  for (const float alpha : alphas) {
+    for (int color = 0; color < 256; color += 5) {
+      LaunchCase launch = gpu_check::wholeFrame(512, 2, alpha);
+      launch.colorY = launch.colorU = static_cast<unsigned char>(color);
+      launch.colorV = static_cast<unsigned char>(255 - color);
+      std::mt19937 random(3);
+      Memory bytes = gpu_check::randomBytes(launch, MaskKind::full, random);
+      const gpu_check::Planes planes = gpu_check::planesIn(bytes.data(), launch);
+      for (int i = 0; i < 1024; ++i) planes.y[i] = static_cast<unsigned char>(i);
+      for (int i = 0; i < 512; ++i) planes.uv[i] = static_cast<unsigned char>(i / 2);
+      expectSame(launch, bytes);
+      if (HasFatalFailure()) return;
+    }
+  }
+}
+
+// The last vector of a row overlaps the one before it, and the mask's neighbours are set.
+TEST_P(HostBlend, TouchesNothingBesideTheRectangle) {
+  LaunchCase launch = gpu_check::wholeFrame(300, 20, 1.0F);
+  launch.colorY = launch.colorU = launch.colorV = 7;
+  launch.rect = {50, 4, 149, 9};  // 100 columns: three vectors of 32 and 4 bytes
+  std::mt19937 random(4);
+  Memory bytes = gpu_check::randomBytes(launch, MaskKind::full, random);
+  const gpu_check::Planes before = gpu_check::planesIn(bytes.data(), launch);
+  std::fill(before.y, before.y + 300 * 20, 100);
+  Memory result = drawn(launch, bytes);
+  const gpu_check::Planes after = gpu_check::planesIn(result.data(), launch);
+  for (int y = 0; y < 20; ++y) {
+    for (int x = 0; x < 300; ++x) {
+      const bool inside = x >= 50 && x <= 149 && y >= 4 && y <= 9;
+      ASSERT_EQ(after.y[300 * y + x], inside ? 7 : 100) << x << ' ' << y;
+    }
+  }
+}
+
+std::string targetName(const testing::TestParamInfo<int64_t>& info) {
+  return hwy::TargetName(info.param);
+}
+
+INSTANTIATE_TEST_SUITE_P(VectorUnits, HostBlend, testing::ValuesIn(hwy::SupportedAndGeneratedTargets()),
+                         targetName);
+
+}  // namespace
+}  // namespace seg_mask_overlay

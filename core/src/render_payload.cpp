@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 
 #include "core/SwJsonDocument.h"
 
@@ -17,25 +18,38 @@ bool convertsTo(const SwAny& payload, const std::string& targetTypeName) {
          std::find(targets->second.begin(), targets->second.end(), targetTypeName) != targets->second.end();
 }
 
-SwJsonObject parseObject(const std::string& text) {
+SwJsonObject parseObject(const SwString& text) {
   if (text.empty()) return SwJsonObject();
   SwJsonDocument document;
   SwString error;
-  const bool isObject = document.loadFromJson(text, error) && document.root().isObject();
-  return isObject ? document.object() : SwJsonObject();
+  if (!document.loadFromJson(text, error)) return SwJsonObject();
+  SwJsonValue root = document.takeRoot();
+  return root.object() != nullptr ? std::move(*root.object()) : SwJsonObject();
+}
+
+// What the ways other than the held object lead to.
+SwJsonObject convertedOrParsed(const SwAny& payload) {
+  const std::string objectTypeName = SwAny::typeNameOf<SwJsonObject>();
+  if (payload.typeName() != objectTypeName && convertsTo(payload, objectTypeName)) {
+    SwAny converted = payload.convert(objectTypeName);
+    if (!converted.get<SwJsonObject>().empty()) return converted.take<SwJsonObject>();
+  }
+  // An SwString is its own text form.
+  if (payload.typeName() == SwAny::typeNameOf<SwString>()) return parseObject(payload.get<SwString>());
+  return parseObject(payload.toString(kTextPrecision));
+}
+
+// Whether the payload holds an object with members.
+bool holdsMembers(const SwAny& payload) {
+  return payload.typeName() == SwAny::typeNameOf<SwJsonObject>() && !payload.get<SwJsonObject>().empty();
 }
 
 }  // namespace
 
 SwJsonObject render_payload::anyToJsonObject(const SwAny& payload) {
-  const std::string objectTypeName = SwAny::typeNameOf<SwJsonObject>();
-  if (payload.typeName() == objectTypeName) {
-    const auto& held = payload.get<SwJsonObject>();
-    if (!held.empty()) return held;
-  } else if (convertsTo(payload, objectTypeName)) {
-    const SwAny converted = payload.convert(objectTypeName);
-    const auto& object = converted.get<SwJsonObject>();
-    if (!object.empty()) return object;
-  }
-  return parseObject(payload.toString(kTextPrecision));
+  return holdsMembers(payload) ? payload.get<SwJsonObject>() : convertedOrParsed(payload);
+}
+
+SwJsonObject render_payload::anyToJsonObject(SwAny&& payload) {
+  return holdsMembers(payload) ? payload.take<SwJsonObject>() : convertedOrParsed(payload);
 }

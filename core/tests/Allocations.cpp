@@ -9,6 +9,7 @@ namespace {
 
 std::atomic<long> made{0};
 std::atomic<long> alive{0};
+std::atomic<long> bytes{0};
 std::atomic<void (*)(void*)> watcherOfGivenBack{nullptr};
 
 void giveBack(void* memory) {
@@ -25,6 +26,7 @@ void* operator new(std::size_t size) {
   if (memory == nullptr) throw std::bad_alloc();
   ++made;
   ++alive;
+  bytes += static_cast<long>(size);
   return memory;
 }
 void operator delete(void* memory) noexcept {
@@ -59,6 +61,10 @@ long allocationsMade() {
 
 long allocationsAlive() {
   return alive;
+}
+
+long bytesMade() {
+  return bytes;
 }
 
 void watchGivenBack(void (*watcher)(void*)) {

@@ -47,5 +47,8 @@ extern Countdown operatorNew;
 long allocationsMade();
 long allocationsAlive();
 
+// The bytes that the successful ones of those calls asked for.
+long bytesMade();
+
 // From now on each piece of memory is shown to `watcher` before it is given back; null for none.
 void watchGivenBack(void (*watcher)(void* memory));

@@ -147,6 +147,17 @@ TEST(SwAny, GetOfAnotherTypeThrows) {
   expectRuntimeError([] { SwAny().get<int>(); }, "Type mismatch in SwAny::get");
 }
 
+TEST(SwAny, TakeMovesTheHeldValueOut) {
+  SwAny any = std::string(100, 'x');
+  const char* bytes = any.get<std::string>().data();
+  const std::string taken = any.take<std::string>();
+  EXPECT_EQ(taken, std::string(100, 'x'));
+  EXPECT_EQ(taken.data(), bytes) << "no copy";
+  expectRuntimeError([&] { any.take<int>(); }, "Type mismatch in SwAny::get");
+  SwAny nothing = SwAny::fromVoidPtr(SwAny::typeNameOf<SwString>(), nullptr);
+  expectRuntimeError([&] { nothing.take<SwString>(); }, "Null storage in SwAny::get");
+}
+
 TEST(SwAny, AnUnregisteredTypeKeepsItsNameAndOwnsNothing) {
   SwAny any = SwAny::from(Unregistered());
   EXPECT_EQ(any.typeName(), typeid(Unregistered).name());

@@ -57,3 +57,13 @@ TEST(SwJsonDocument, ObjectIsACopy) {
   copy.find("a")->object()->insert("b", 2);
   EXPECT_EQ(document.root().object()->find("a")->object()->find("b")->integer(), 1);
 }
+
+TEST(SwJsonDocument, TakeRootHandsTheTreeOver) {
+  SwJsonDocument document;
+  SwString error;
+  ASSERT_TRUE(document.loadFromJson("{\"a\":[1]}", error));
+  const SwJsonObject* object = document.root().object();
+  const SwJsonValue root = document.takeRoot();
+  EXPECT_EQ(root.object(), object) << "no copy";
+  EXPECT_TRUE(document.root().isNull());
+}

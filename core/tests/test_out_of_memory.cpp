@@ -423,5 +423,6 @@ TEST(OutOfMemory, PayloadsGiveTheWholeObjectOrNone) {
   const SwJsonObject& object = *value.object();
   for (const SwAny& payload : {SwAny(object), SwAny(value), SwAny(SwString(kDocument)), SwAny(kDocument)}) {
     expectMakes<SwJsonObject>(object, [&payload] { return render_payload::anyToJsonObject(payload); });
+    expectMakes<SwJsonObject>(object, [&payload] { return render_payload::anyToJsonObject(SwAny(payload)); });
   }
 }

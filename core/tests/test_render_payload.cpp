@@ -57,6 +57,24 @@ TEST_F(RenderPayload, AHeldObjectIsCopied) {
   EXPECT_EQ(payload.get<SwJsonObject>(), objectWithA());
 }
 
+TEST_F(RenderPayload, AHeldObjectIsTakenOutOfAPayloadThatIsGivenUp) {
+  SwAny payload = objectWithA();
+  const SwJsonValue* member = payload.get<SwJsonObject>().find("a");
+  const SwJsonObject object = anyToJsonObject(std::move(payload));
+  EXPECT_EQ(object, objectWithA());
+  EXPECT_EQ(object.find("a"), member) << "the member itself, not a copy";
+}
+
+TEST_F(RenderPayload, APayloadThatIsGivenUpGoesTheSameWays) {
+  EXPECT_EQ(anyToJsonObject(SwAny::from(Detections{objectWithA(), "{}"})), objectWithA());
+  EXPECT_EQ(anyToJsonObject(SwAny::from(Detections{SwJsonObject(), "{\"b\": 2}"}))["b"].integer(), 2);
+  EXPECT_EQ(anyToJsonObject(SwAny(SwString("{\"a\": 1}")))["a"].integer(), 1);
+  EXPECT_TRUE(anyToJsonObject(SwAny(SwJsonObject())).empty());
+  EXPECT_TRUE(anyToJsonObject(SwAny()).empty());
+  EXPECT_THROW(anyToJsonObject(SwAny::fromVoidPtr(SwAny::typeNameOf<SwJsonObject>(), nullptr)),
+               std::runtime_error);
+}
+
 TEST_F(RenderPayload, AnEmptyHeldObjectIsEmptyThroughItsText) {
   EXPECT_TRUE(anyToJsonObject(SwJsonObject()).empty());
 }

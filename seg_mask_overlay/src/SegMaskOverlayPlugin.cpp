@@ -80,7 +80,7 @@ void SegMaskOverlayPlugin::render(RenderContext& ctx) {
   const uint64_t now_ns = steadyNowNs();
 
   const RenderProducerTypeView& view = producerTypeView(ctx, kDetectionType);
-  const FrameDetections frame =
+  FrameDetections frame =
       gatherDetections(ctx, view, static_cast<std::size_t>(std::max(max_overlay_dets_, 1)));
   if (frame.detections.empty()) {
     skipFrame(ctx.frame_id, frame, now_ns);
@@ -92,6 +92,7 @@ void SegMaskOverlayPlugin::render(RenderContext& ctx) {
   if (size.empty()) return;
   const std::vector<OverlayItem> items = makeOverlayItems(frame.detections, min_score_);
   if (items.empty()) return;
+  frame = FrameDetections();  // drawing needs the items' bits alone, and the texts are large
 
   if (!mapWritablePicture(ctx, *backend_)) return;
   if (!reserveMaskBuffer(size.bytes())) return;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <new>
+#include <utility>
 
 #include "core/SwJsonArray.h"
 #include "core/SwJsonValue.h"
@@ -40,7 +41,13 @@ float readFloat(const SwJsonValue& value) {
   }
 }
 
-DetView readDetection(const SwJsonObject& object) {
+/// The value's text: its own, or one that is made and kept in `made`.
+const std::string* textOf(const SwJsonValue& value, std::deque<std::string>& made) {
+  if (value.isString()) return &value.text();
+  return &made.emplace_back(value.toString());
+}
+
+DetView readDetection(const SwJsonObject& object, std::deque<std::string>& made) {
   DetView detection;
   detection.x = readInt(object["x"]);
   detection.y = readInt(object["y"]);
@@ -48,7 +55,7 @@ DetView readDetection(const SwJsonObject& object) {
   detection.h = readInt(object["h"]);
   detection.class_id = readInt(object["class_id"]);
   detection.score = readFloat(object["score"]);
-  detection.class_info = object["class_info"].toString();
+  detection.class_info = textOf(object["class_info"], made);
   return detection;
 }
 
@@ -57,9 +64,9 @@ DetView readDetection(const SwJsonObject& object) {
 SwJsonObject resolvePayload(const RenderContext& ctx, const RenderInput& input) {
   if (!ctx.payload_resolver || !ctx.payload_resolver->resolve || input.payload.isEmpty()) return {};
   const uint64_t frame_id = input.frame_id != 0 ? input.frame_id : ctx.frame_id;
-  const SwAny payload = ctx.payload_resolver->resolve(frame_id, input.payload);
+  SwAny payload = ctx.payload_resolver->resolve(frame_id, input.payload);
   try {
-    return render_payload::anyToJsonObject(payload);
+    return render_payload::anyToJsonObject(std::move(payload));
   } catch (const std::bad_alloc&) {
     throw;  // lack of memory is no property of the payload
   } catch (const abi::__forced_unwind&) {
@@ -77,13 +84,17 @@ bool isLookback(const RenderInput* input) {
 
 }  // namespace
 
-void collectDetections(const SwJsonObject& payload, std::size_t cap, std::vector<DetView>& list) {
+void collectDetections(SwJsonObject payload, std::size_t cap, FrameDetections& frame) {
   const SwJsonArray* elements = payload["detections"].array();
   if (!elements) return;
+  const std::size_t before = frame.detections.size();
   for (const SwJsonValue& element : *elements) {
-    if (list.size() >= cap) return;
-    if (const SwJsonObject* object = element.object()) list.push_back(readDetection(*object));
+    if (frame.detections.size() >= cap) break;
+    if (const SwJsonObject* object = element.object()) {
+      frame.detections.push_back(readDetection(*object, frame.texts));
+    }
   }
+  if (frame.detections.size() != before) frame.payloads.push_back(std::move(payload));
 }
 
 FrameDetections gatherDetections(const RenderContext& ctx, const RenderProducerTypeView& view,
@@ -101,7 +112,7 @@ FrameDetections gatherDetections(const RenderContext& ctx, const RenderProducerT
     if (std::any_of(inputs.begin(), inputs.end(), isLookback)) ++frame.lookback;
     const std::size_t before = frame.detections.size();
     for (const RenderInput* input : inputs) {
-      if (input) collectDetections(resolvePayload(ctx, *input), cap, frame.detections);
+      if (input) collectDetections(resolvePayload(ctx, *input), cap, frame);
     }
     if (frame.detections.size() == before) ++frame.missing;
   }

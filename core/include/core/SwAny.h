@@ -142,6 +142,10 @@ class SW_CORE_EXPORT SwAny {
   template <typename T>
   const T& get() const;
 
+  /// The held value itself, moved out; what stays is as moving leaves it. Throws get()'s errors.
+  template <typename T>
+  T take();
+
   /// The address of the held value, owned as above; null if there is none.
   void* data() const;
 
@@ -250,6 +254,11 @@ const T& SwAny::get() const {
   const void* held = data();
   if (held == nullptr) throwNullStorage();
   return *static_cast<const T*>(held);
+}
+
+template <typename T>
+T SwAny::take() {
+  return std::move(const_cast<T&>(get<T>()));
 }
 
 template <typename T>

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 
 #include "core/SwJsonObject.h"
 #include "core/SwJsonValue.h"
@@ -54,6 +55,9 @@ class SW_CORE_EXPORT SwJsonDocument {
   /// The value of the last loadFromJson; Null before the first. Owned by this document and valid until the
   /// next one.
   const SwJsonValue& root() const noexcept { return root_; }
+
+  /// The root itself, handed over; it is Null afterwards.
+  SwJsonValue takeRoot() noexcept { return std::move(root_); }
 
   /// A copy of the root's members. If the root is not an Object, an empty object, and "Root is not a JSON
   /// object." goes to standard error.

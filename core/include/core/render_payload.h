@@ -17,4 +17,7 @@ namespace render_payload {
 /// thread rules.
 SW_CORE_EXPORT SwJsonObject anyToJsonObject(const SwAny& payload);
 
+/// The same of a payload that is not needed any more: an object that it holds is taken out of it, not copied.
+SW_CORE_EXPORT SwJsonObject anyToJsonObject(SwAny&& payload);
+
 }  // namespace render_payload

@@ -124,6 +124,15 @@ def blend_table(results):
     return table(["box", "mask", "time", "memcpy of the touched bytes", "ratio", "sample by sample"], rows)
 
 
+def render_table(results):
+    rows = []
+    for count in (1, 10, 30, 100):
+        ours, floor, peer = (results[f"render/{count}/{name}"] for name in ("ours", "floor", "OpenCV"))
+        rows.append([str(count), readable(ours), readable(ours / count), readable(floor / count), f"{ours / floor:.2f}",
+                     f"{readable(peer)} ({peer / ours:.2f})"])
+    return table(["detections", "render", "an item", "its floor", "ratio", "OpenCV"], rows)
+
+
 def machine():
     processor = re.search(r"model name\s*:\s*(.*)", pathlib.Path("/proc/cpuinfo").read_text())
     compiler = subprocess.run(["c++", "--version"], capture_output=True, text=True, check=True).stdout.splitlines()[0]
@@ -144,6 +153,7 @@ def main():
         "json growth": growth_table(Results(folder / "json_growth.json")),
         "base64": base64_table(Results(folder / "base64.json")),
         "blend": blend_table(Results(folder / "blend.json")),
+        "render": render_table(Results(folder / "render.json")),
         "frame mask": frame_mask_table(Results(folder / "frame_mask.json")),
     }
     text = document.read_text()

@@ -121,7 +121,7 @@ def blend_table(results):
             floor = results[name.replace("/ours", "/memcpy")]
             plain = results[name.replace("/ours", "/plain")]
             rows.append([box, mask, readable(time), readable(floor), f"{time / floor:.2f}", f"{readable(plain)} ({plain / time:.0f})"])
-    return table(["box", "mask", "time", "memcpy of the touched bytes", "ratio", "sample by sample"], rows)
+    return table(["box", "mask", "time", "memcpy of the touched bytes", "ratio", "sample by sample"], sorted(rows))
 
 
 def render_table(results):

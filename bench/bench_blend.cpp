@@ -123,7 +123,7 @@ void addBox(const std::string& boxName, LumaRect box) {
       {"full", [](double, double) { return true; }, 0.45F},
       {"every_other", [even = true](double, double) mutable { return even = !even; }, 0.45F},
       {"one_in_eight", [random](double, double) mutable { return random() % 8 == 0; }, 0.45F},
-      {"full_without_line", [](double, double) { return true; }, 1.5F},
+      {"full_at_0.35", [](double, double) { return true; }, 0.35F},  // lines with raised bytes,
   };
   for (const auto& kind : kinds) {
     const Case work(box, kind.shape, kind.alpha);

@@ -97,7 +97,8 @@ class Bench {
   plugin_test::Host host_;
   std::shared_ptr<zelvo::ZelvoPicturePool> pool_;
   std::vector<uint8_t> result_;
-  std::vector<uint8_t> hostMask_ = std::vector<uint8_t>(static_cast<std::size_t>(crowd::kWidth) * crowd::kHeight, 255);
+  std::vector<uint8_t> hostMask_ =
+      std::vector<uint8_t>(static_cast<std::size_t>(crowd::kWidth) * crowd::kHeight, 255);
   gpu_check::DeviceBytes deviceMask_{hostMask_.size()};
 };
 

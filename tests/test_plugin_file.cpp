@@ -45,8 +45,8 @@ Names neededStems() {
 }
 
 TEST(PluginFile, NeedsTheseLibrariesAndTheLanguagesOwn) {
-  Names expected = {SEG_MASK_DEVICE_LIBRARIES, "libZelvoTools",     "libclass_loader", "libconsole_bridge",
-                    "libopencv_core",          "libopencv_imgproc", "libsw_core"};
+  Names expected = {SEG_MASK_CUDART,  "libZelvoTools",     "libclass_loader", "libconsole_bridge",
+                    "libopencv_core", "libopencv_imgproc", "libsw_core"};
   std::sort(expected.begin(), expected.end());
   Names needed = neededStems();
   for (const char* runtime : {"libstdc++", "libc"}) EXPECT_TRUE(isAmong(needed, runtime)) << runtime;

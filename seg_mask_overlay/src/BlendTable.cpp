@@ -9,21 +9,11 @@
 namespace seg_mask_overlay {
 namespace {
 
-// Rounding bends the best line a little away from 1 - alpha; farther off, hardly any is found.
-constexpr int kSlopesAside = 4;
+constexpr int kHighestSum = 65535;
 
-/// The lowest start with which the slope gives the whole table.
-std::optional<uint16_t> startFor(const BlendTable& table, uint32_t slope) {
-  int lowest = 0;
-  int highest = 65535;
-  for (uint32_t old = 0; old < 256; ++old) {
-    const int product = static_cast<int>(((old << 8) * slope) >> 16);
-    const int wanted = table[old] << 8;
-    lowest = std::max(lowest, wanted - product);
-    highest = std::min(highest, wanted + 255 - product);
-  }
-  if (lowest > highest) return std::nullopt;
-  return static_cast<uint16_t>(lowest);
+/// What the line adds to its start for a byte.
+int riseAt(uint32_t old, uint32_t slope) {
+  return static_cast<int>(((old << 8) * slope) >> 16);
 }
 
 }  // namespace
@@ -36,18 +26,27 @@ BlendTable makeBlendTable(unsigned char color, float alpha) {
   return table;
 }
 
-std::optional<BlendLine> lineThrough(const BlendTable& table, float alpha) {
+std::optional<BlendLine> lineUnder(const BlendTable& table, float alpha) {
   if (!(alpha >= 0.0F && alpha <= 1.0F)) return std::nullopt;
-  const int middle = static_cast<int>(std::lround((1.0F - alpha) * 65536.0F));
-  for (int aside = 0; aside <= kSlopesAside; ++aside) {
-    for (const int slope : {middle - aside, middle + aside}) {
-      if (slope < 0 || slope > 65535) continue;
-      if (const std::optional<uint16_t> start = startFor(table, static_cast<uint32_t>(slope))) {
-        return BlendLine{static_cast<uint16_t>(slope), *start};
-      }
-    }
+  const auto slope = static_cast<uint16_t>(std::min(65535L, std::lround((1.0F - alpha) * 65536.0F)));
+
+  // The highest line that is nowhere above the table. It lies less than one below.
+  int start = kHighestSum;
+  for (uint32_t old = 0; old < 256; ++old) {
+    start = std::min(start, 256 * table[old] + 255 - riseAt(old, slope));
   }
-  return std::nullopt;
+  if (start < 0) return std::nullopt;
+
+  std::array<uint8_t, 256> missing;
+  for (uint32_t old = 0; old < 256; ++old) {
+    missing[old] = static_cast<uint8_t>(table[old] - ((riseAt(old, slope) + start) >> 8));
+  }
+  BlendLine line{slope, static_cast<uint16_t>(start), {}};
+  for (std::size_t old = 0; old < 256; ++old) {
+    if (missing[old] > 1) return std::nullopt;
+    line.raised[old / 8] = static_cast<uint8_t>(line.raised[old / 8] | missing[old] << old % 8);
+  }
+  return line;
 }
 
 }  // namespace seg_mask_overlay

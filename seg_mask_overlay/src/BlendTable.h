@@ -12,16 +12,21 @@ using BlendTable = std::array<uint8_t, 256>;
 
 BlendTable makeBlendTable(unsigned char color, float alpha);
 
-/// A straight line that is a BlendTable exactly: with 8 fraction bits, in 16-bit arithmetic as vector units
-/// have it, old becomes ((((old << 8) * slope) >> 16) + start) >> 8. No sum exceeds 65535.
+/// A BlendTable as vector units can have it: a straight line with 8 fraction bits in 16-bit arithmetic, and
+/// the bytes at which the table is one above the line. old becomes
+///   (((((old << 8) * slope) >> 16) + start) >> 8) + (bit old % 8 of raised[old / 8]),
+/// and no sum exceeds 65535. Most tables have no raised byte; those of a weight like 0.1 have some, where the
+/// blend comes to exactly half a step and single precision goes up and down by turns.
 struct BlendLine {
   uint16_t slope;
   uint16_t start;
+  std::array<uint8_t, 32> raised;
+
+  bool isRaised() const { return raised != std::array<uint8_t, 32>(); }
 };
 
-/// The line that gives all 256 bytes of `table`, which was made for `alpha`. Nothing when there is none: for
-/// an alpha below 0 or above 1 or that is no number, and for a few colours of some others, where single
-/// precision rounds old bytes that come to exactly half a step up and down by turns.
-std::optional<BlendLine> lineThrough(const BlendTable& table, float alpha);
+/// The line that gives all 256 bytes of `table`, which was made for `alpha`. Nothing if there is none, which
+/// is so for an alpha below 0 or above 1 or that is no number: for those the table is bent.
+std::optional<BlendLine> lineUnder(const BlendTable& table, float alpha);
 
 }  // namespace seg_mask_overlay

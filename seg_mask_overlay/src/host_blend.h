@@ -3,16 +3,21 @@
 // The CPU device's blend: the bytes of plain_blend.h, many at a time.
 
 #include "overlay_geometry.h"
+#include "vector_blend.h"
 
 namespace seg_mask_overlay {
 
-/// What plainBlendLuma does.
+/// The fastest vector units of this machine, for whoever has no wish; null if it has none.
+const VectorUnits* fastestVectorUnits();
+
+/// What plainBlendLuma does. Without vector units every sample takes a table look-up.
 void blendLuma(unsigned char* plane, int pitch, const unsigned char* mask, int maskPitch, LumaRect rect,
-               unsigned char color, float alpha);
+               unsigned char color, float alpha, const VectorUnits* units = fastestVectorUnits());
 
 /// What plainBlendChroma does, for a rectangle whose 2x2 blocks of luma lie within the frame, as those of
 /// every chromaRect do.
 void blendChroma(unsigned char* plane, int pitch, const unsigned char* mask, int maskPitch, ChromaRect rect,
-                 unsigned char colorU, unsigned char colorV, float alpha);
+                 unsigned char colorU, unsigned char colorV, float alpha,
+                 const VectorUnits* units = fastestVectorUnits());
 
 }  // namespace seg_mask_overlay

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <limits>
+#include <random>
 
 #include "BlendTable.h"
 
@@ -12,17 +13,24 @@ namespace {
 int onLine(const BlendLine& line, unsigned old) {
   const unsigned sum = (((old << 8) * line.slope) >> 16) + line.start;
   EXPECT_LE(sum, 65535U);
-  return static_cast<int>(sum >> 8);
+  return static_cast<int>(sum >> 8) + (line.raised[old / 8] >> old % 8 & 1);
 }
 
-/// How many of the 256 colours have a line at this alpha. Each line found has to be the table.
-int coloursWithLine(float alpha) {
-  int found = 0;
+/// Which of the 256 colours have a line at this alpha, and whose lines have raised bytes. Each line found has
+/// to be the table.
+struct Lines {
+  int all = 0;
+  int raised = 0;
+};
+
+Lines linesAt(float alpha) {
+  Lines found;
   for (int color = 0; color < 256; ++color) {
     const BlendTable table = makeBlendTable(static_cast<unsigned char>(color), alpha);
-    const std::optional<BlendLine> line = lineThrough(table, alpha);
+    const std::optional<BlendLine> line = lineUnder(table, alpha);
     if (!line) continue;
-    ++found;
+    ++found.all;
+    if (line->isRaised()) ++found.raised;
     for (unsigned old = 0; old < 256; ++old) {
       EXPECT_EQ(onLine(*line, old), table[old])
           << "alpha " << alpha << ", colour " << color << ", old " << old;
@@ -42,27 +50,43 @@ TEST(BlendTable, HoldsTheBlendOfEveryOldByte) {
   EXPECT_EQ(beyond[255], 145);  // 400 - 255
 }
 
-TEST(BlendLine, EveryColourHasOneAtTheDefaultAlpha) {
-  EXPECT_EQ(coloursWithLine(0.45F), 256);
+TEST(BlendLine, IsTheWholeTableAtTheDefaultAlpha) {
+  const Lines lines = linesAt(0.45F);
+  EXPECT_EQ(lines.all, 256);
+  EXPECT_EQ(lines.raised, 0);
 }
 
-TEST(BlendLine, EveryColourHasOneWhereNothingIsHalfAStep) {
+TEST(BlendLine, IsTheWholeTableWhereNothingIsHalfAStep) {
   for (const float alpha : {0.0F, -0.0F, 1.0F, 0.5F, 0.25F, 1.0F / 3.0F, 0.999999F, 1e-39F}) {
-    EXPECT_EQ(coloursWithLine(alpha), 256) << alpha;
+    const Lines lines = linesAt(alpha);
+    EXPECT_EQ(lines.all, 256) << alpha;
+    EXPECT_EQ(lines.raised, 0) << alpha;
   }
 }
 
-TEST(BlendLine, OnlyMostColoursHaveOneWhereHalvesAreRoundedByTurns) {
-  const int found = coloursWithLine(0.85F);
-  EXPECT_GT(found, 128);
-  EXPECT_LT(found, 256);
+TEST(BlendLine, HasRaisedBytesWhereHalvesAreRoundedByTurns) {
+  for (const float alpha : {0.1F, 0.35F, 0.85F}) {
+    const Lines lines = linesAt(alpha);
+    EXPECT_EQ(lines.all, 256) << alpha;
+    EXPECT_GT(lines.raised, 0) << alpha;
+    EXPECT_LT(lines.raised, 256) << alpha;
+  }
+}
+
+TEST(BlendLine, EveryColourHasOneAtEveryAlphaThatAConfigurationCanHold) {
+  std::mt19937 random(1);
+  for (int i = 0; i <= 200; ++i) EXPECT_EQ(linesAt(static_cast<float>(i) / 200.0F).all, 256) << i;
+  for (int i = 0; i < 200; ++i) {
+    const float alpha = std::generate_canonical<float, 24>(random);
+    EXPECT_EQ(linesAt(alpha).all, 256) << alpha;
+  }
 }
 
 TEST(BlendLine, AnAlphaOutside0To1HasNone) {
   using Limits = std::numeric_limits<float>;
   for (const float alpha :
        {-0.25F, 1.5F, 300.0F, Limits::infinity(), -Limits::infinity(), Limits::quiet_NaN()}) {
-    EXPECT_EQ(coloursWithLine(alpha), 0) << alpha;
+    EXPECT_EQ(linesAt(alpha).all, 0) << alpha;
   }
 }
 

@@ -2,7 +2,6 @@
 // has.
 
 #include <gtest/gtest.h>
-#include <hwy/targets.h>
 
 #include <random>
 #include <vector>
@@ -18,29 +17,14 @@ using gpu_check::LaunchCase;
 using gpu_check::MaskKind;
 using Memory = std::vector<unsigned char>;
 
-/// Vector units for the time of its life.
-class VectorUnits {
- public:
-  explicit VectorUnits(int64_t target) { use(target); }
-  ~VectorUnits() { use(0); }
-  VectorUnits(const VectorUnits&) = delete;
-  VectorUnits& operator=(const VectorUnits&) = delete;
-
- private:
-  static void use(int64_t target) {
-    hwy::SetSupportedTargetsForTest(target);  // 0: as the processor says
-    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
-  }
-};
-
 /// What the launch's two blends make of its memory: planes, mask, spare columns and guard bytes.
-Memory drawn(const LaunchCase& launch, Memory bytes) {
+Memory drawn(const LaunchCase& launch, Memory bytes, const VectorUnits* units) {
   const auto [y, uv, mask] = gpu_check::planesIn(bytes.data(), launch);
   const LumaRect luma = launchRect(y, uv, mask, launch.frame.width, launch.frame.height, launch.rect);
   if (luma.empty()) return bytes;
-  blendLuma(y, launch.yPitch, mask, launch.maskPitch, luma, launch.colorY, launch.alpha);
+  blendLuma(y, launch.yPitch, mask, launch.maskPitch, luma, launch.colorY, launch.alpha, units);
   blendChroma(uv, launch.uvPitch, mask, launch.maskPitch, chromaRect(luma), launch.colorU, launch.colorV,
-              launch.alpha);
+              launch.alpha, units);
   return bytes;
 }
 
@@ -49,15 +33,14 @@ Memory drawnPlainly(const LaunchCase& launch, Memory bytes) {
   return bytes;
 }
 
-void expectSame(const LaunchCase& launch, const Memory& bytes) {
-  ASSERT_TRUE(drawn(launch, bytes) == drawnPlainly(launch, bytes)) << launch;
-}
-
 constexpr MaskKind kMasks[] = {MaskKind::random, MaskKind::sparse, MaskKind::full};
 
-class HostBlend : public testing::TestWithParam<int64_t> {
+/// Its parameter is a generation of vector units; null for none.
+class HostBlend : public testing::TestWithParam<const VectorUnits*> {
  protected:
-  VectorUnits units_{GetParam()};
+  static void expectSame(const LaunchCase& launch, const Memory& bytes) {
+    ASSERT_TRUE(drawn(launch, bytes, GetParam()) == drawnPlainly(launch, bytes)) << launch;
+  }
 };
 
 TEST_P(HostBlend, DrawsThePlainBytesInRandomFrames) {
@@ -88,7 +71,8 @@ TEST_P(HostBlend, DrawsThePlainBytesInRowsOfEveryLength) {
   }
 }
 
-// Every old byte under every eighth colour; alphas with a line and without, and colours of both kinds.
+// Every old byte under every fifth colour; alphas with a line and without, and lines with raised bytes for
+// both of a chroma's colours, for one and for none.
 TEST_P(HostBlend, DrawsThePlainBytesForEveryByteAtEveryWeight) {
   std::vector<float> alphas = gpu_check::alphas();
   alphas.insert(alphas.end(), {0.1F, 0.35F, 0.85F});
@@ -117,7 +101,7 @@ TEST_P(HostBlend, TouchesNothingBesideTheRectangle) {
   Memory bytes = gpu_check::randomBytes(launch, MaskKind::full, random);
   const gpu_check::Planes before = gpu_check::planesIn(bytes.data(), launch);
   std::fill(before.y, before.y + 300 * 20, 100);
-  Memory result = drawn(launch, bytes);
+  Memory result = drawn(launch, bytes, GetParam());
   const gpu_check::Planes after = gpu_check::planesIn(result.data(), launch);
   for (int y = 0; y < 20; ++y) {
     for (int x = 0; x < 300; ++x) {
@@ -127,12 +111,31 @@ TEST_P(HostBlend, TouchesNothingBesideTheRectangle) {
   }
 }
 
-std::string targetName(const testing::TestParamInfo<int64_t>& info) {
-  return hwy::TargetName(info.param);
+std::vector<const VectorUnits*> allUnits() {
+  std::vector<const VectorUnits*> units = {nullptr};
+  for (const VectorUnits& generation : vectorUnits()) units.push_back(&generation);
+  return units;
 }
 
-INSTANTIATE_TEST_SUITE_P(VectorUnits, HostBlend, testing::ValuesIn(hwy::SupportedAndGeneratedTargets()),
-                         targetName);
+std::string nameOf(const testing::TestParamInfo<const VectorUnits*>& info) {
+  return info.param == nullptr ? "None" : info.param->name;
+}
+
+INSTANTIATE_TEST_SUITE_P(VectorUnits, HostBlend, testing::ValuesIn(allUnits()), nameOf);
+
+TEST(HostBlendChoice, TakesTheFastestUnits) {
+  EXPECT_EQ(fastestVectorUnits(), vectorUnits().empty() ? nullptr : vectorUnits().data());
+#if defined(__aarch64__)
+  ASSERT_EQ(vectorUnits().size(), 1U);
+  EXPECT_STREQ(vectorUnits()[0].name, "NEON");
+#elif defined(__x86_64__)
+  if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma")) {
+    ASSERT_EQ(vectorUnits().size(), 2U);
+    EXPECT_STREQ(vectorUnits()[0].name, "AVX2");
+    EXPECT_STREQ(vectorUnits()[1].name, "SSSE3");
+  }
+#endif
+}
 
 }  // namespace
 }  // namespace seg_mask_overlay

@@ -89,6 +89,18 @@ TEST(SwJsonValue, ConstructorsChooseTheKindOfTheirArgument) {
   EXPECT_EQ(SwJsonValue(mutableText).text(), "m");
 }
 
+TEST(SwJsonValue, TakeTextMovesTheBytesOut) {
+  SwJsonValue value(std::string(100, 'x'));
+  const char* bytes = value.text().data();
+  const std::string taken = value.takeText();
+  EXPECT_EQ(taken, std::string(100, 'x'));
+  EXPECT_EQ(taken.data(), bytes) << "no copy";
+  EXPECT_EQ(value, SwJsonValue(""));
+  SwJsonValue number(7);
+  EXPECT_EQ(number.takeText(), "");
+  EXPECT_EQ(number, SwJsonValue(7));
+}
+
 TEST(SwJsonValue, UnsignedBeyondSigned64BitsBecomesTheNearestDouble) {
   EXPECT_EQ(SwJsonValue(9223372036854775807UL).integer(), INT64_MAX);
   const SwJsonValue large(9223372036854775808ULL);

@@ -41,13 +41,14 @@ float readFloat(const SwJsonValue& value) {
   }
 }
 
-/// The value's text: its own, or one that is made and kept in `made`.
-const std::string* textOf(const SwJsonValue& value, std::deque<std::string>& made) {
-  if (value.isString()) return &value.text();
-  return &made.emplace_back(value.toString());
+/// The text of the member: a String's own bytes, moved out of it, because they are many.
+std::string takeText(SwJsonObject& object, const char* key) {
+  SwJsonValue* value = object.find(key);
+  if (value == nullptr) return SwJsonValue().toString();
+  return value->isString() ? value->takeText() : value->toString();
 }
 
-DetView readDetection(const SwJsonObject& object, std::deque<std::string>& made) {
+DetView takeDetection(SwJsonObject& object) {
   DetView detection;
   detection.x = readInt(object["x"]);
   detection.y = readInt(object["y"]);
@@ -55,7 +56,7 @@ DetView readDetection(const SwJsonObject& object, std::deque<std::string>& made)
   detection.h = readInt(object["h"]);
   detection.class_id = readInt(object["class_id"]);
   detection.score = readFloat(object["score"]);
-  detection.class_info = textOf(object["class_info"], made);
+  detection.class_info = takeText(object, "class_info");
   return detection;
 }
 
@@ -84,17 +85,13 @@ bool isLookback(const RenderInput* input) {
 
 }  // namespace
 
-void collectDetections(SwJsonObject payload, std::size_t cap, FrameDetections& frame) {
-  const SwJsonArray* elements = payload["detections"].array();
+void collectDetections(SwJsonObject payload, std::size_t cap, std::vector<DetView>& list) {
+  SwJsonValue* member = payload.find("detections");
+  SwJsonArray* elements = member != nullptr ? member->array() : nullptr;
   if (!elements) return;
-  const std::size_t before = frame.detections.size();
-  for (const SwJsonValue& element : *elements) {
-    if (frame.detections.size() >= cap) break;
-    if (const SwJsonObject* object = element.object()) {
-      frame.detections.push_back(readDetection(*object, frame.texts));
-    }
+  for (std::size_t i = 0; i < elements->size() && list.size() < cap; ++i) {
+    if (SwJsonObject* object = elements->at(i).object()) list.push_back(takeDetection(*object));
   }
-  if (frame.detections.size() != before) frame.payloads.push_back(std::move(payload));
 }
 
 FrameDetections gatherDetections(const RenderContext& ctx, const RenderProducerTypeView& view,
@@ -112,7 +109,7 @@ FrameDetections gatherDetections(const RenderContext& ctx, const RenderProducerT
     if (std::any_of(inputs.begin(), inputs.end(), isLookback)) ++frame.lookback;
     const std::size_t before = frame.detections.size();
     for (const RenderInput* input : inputs) {
-      if (input) collectDetections(resolvePayload(ctx, *input), cap, frame);
+      if (input) collectDetections(resolvePayload(ctx, *input), cap, frame.detections);
     }
     if (frame.detections.size() == before) ++frame.missing;
   }

@@ -10,7 +10,7 @@ std::vector<OverlayItem> makeOverlayItems(const std::vector<DetView>& detections
   items.reserve(detections.size());
   for (const DetView& detection : detections) {
     if (detection.score < minScore) continue;
-    std::optional<MaskBits> mask = decodeMaskText(*detection.class_info);
+    std::optional<MaskBits> mask = decodeMaskText(detection.class_info);
     if (!mask) continue;
     items.push_back({std::move(*mask),
                      {detection.x, detection.y, detection.w, detection.h},

@@ -62,7 +62,7 @@ long bytesToGather(const SwAny& stored, std::function<SwAny(uint64_t, const SwAn
   FrameDetections frame;
   const long bytes = bytesOf([&] { frame = gatherDetections(ctx, view, 256); });
   EXPECT_EQ(frame.detections.size(), static_cast<std::size_t>(kDetections));
-  EXPECT_EQ(frame.detections.back().class_info->size(), kTextBytes);
+  EXPECT_EQ(frame.detections.back().class_info.size(), kTextBytes);
   return bytes;
 }
 

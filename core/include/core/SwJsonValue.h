@@ -109,6 +109,9 @@ class SW_CORE_EXPORT SwJsonValue {
   double number() const noexcept { return number_; }
   const std::string& text() const noexcept { return text_; }
 
+  /// A String's bytes, moved out of it, which leaves it empty; "" of any other kind.
+  std::string takeText() noexcept { return std::exchange(text_, std::string()); }
+
   /// The container, owned by this value and valid until it changes or dies; null if there is none.
   const SwJsonObject* object() const noexcept { return object_.get(); }
   SwJsonObject* object() noexcept { return object_.get(); }

@@ -1,93 +1,22 @@
 // What a frame costs with the plug-in on the CPU device, from the payload's tree to the drawn frame, beside
-// the floor that its contract sets and beside the way that OpenCV's users would go. The picture is mapped
-// already, as for every pass of a frame but the first.
+// the floor that its contract sets and beside the way that OpenCV's users would go.
 
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
 #include <cstring>
-#include <memory>
 #include <opencv2/core.hpp>
-#include <stdexcept>
 #include <string>
-#include <unordered_map>
-#include <utility>
 #include <vector>
 
+#include "Drawing.h"
 #include "class_color.h"
-#include "core/SwAny.h"
-#include "core/SwJsonArray.h"
-#include "core/SwJsonObject.h"
-#include "core/SwJsonValue.h"
 #include "crowd.h"
-#include "detections.h"
 #include "host_blend.h"
-#include "render_base/RenderContext.h"
-#include "seg_mask_overlay/SegMaskOverlayPlugin.h"
-#include "zelvo/DeviceRenderBackend.h"
-#include "zelvo/ZelvoPicture.h"
-#include "zelvo/ZelvoPicturePool.h"
-#include "zelvo/transfer.h"
 
 namespace {
 
 using seg_mask_overlay::LumaRect;
-
-SwAny payloadOf(const scene::Scene& scene) {
-  SwJsonArray detections;
-  for (const scene::Detection& person : scene.inputs[0].detections) {
-    SwJsonObject members;
-    members.insert("x", person.x);
-    members.insert("y", person.y);
-    members.insert("w", person.w);
-    members.insert("h", person.h);
-    members.insert("class_id", person.class_id);
-    members.insert("score", static_cast<double>(person.score));
-    members.insert("class_info", person.mask);
-    detections.append(std::move(members));
-  }
-  SwJsonObject payload;
-  payload.insert("detections", std::move(detections));
-  return payload;
-}
-
-/// The plug-in and one frame of the scene, on the default stream.
-class Drawing {
- public:
-  explicit Drawing(const scene::Scene& scene) {
-    plugin_.init({&backend_});
-    RenderInput input;
-    input.payload_type = seg_mask_overlay::kDetectionType;
-    input.producer_id = "p";
-    input.payload = payloadOf(scene);
-    inputs_[seg_mask_overlay::kDetectionType].push_back(std::move(input));
-    context_.frame_id = 1;
-    context_.payload_resolver = &resolver_;
-    context_.producer_statuses = &statuses_;
-    context_.inputs = &inputs_;
-    context_.picture.sourceId = 1;
-    context_.picture.source = std::make_shared<zelvo::ZelvoPicture>(scene.width, scene.height);
-    context_.picture.pool = std::make_shared<zelvo::ZelvoPicturePool>();
-    zelvo::upload(*context_.picture.source, scene.frame.data(), nullptr);
-  }
-
-  void render() { plugin_.render(context_); }
-
-  std::vector<uint8_t> pixels() const {
-    const std::shared_ptr<zelvo::ZelvoPicture> picture = context_.picture.readable();
-    std::vector<uint8_t> bytes(zelvo::packedNv12Bytes(picture->width(), picture->height()));
-    zelvo::download(*picture, bytes.data(), nullptr);
-    return bytes;
-  }
-
- private:
-  zelvo::DeviceRenderBackend backend_{nullptr};
-  SegMaskOverlayPlugin plugin_;
-  std::unordered_map<std::string, std::vector<RenderProducerStatus>> statuses_;
-  std::unordered_map<std::string, std::vector<RenderInput>> inputs_;
-  RenderPayloadResolver resolver_{[](uint64_t, const SwAny& stored) { return stored; }};
-  RenderContext context_;  // its guard goes before the backend
-};
 
 void renderScene(benchmark::State& state, const scene::Scene& scene) {
   Drawing drawing(scene);
@@ -106,7 +35,7 @@ void floorOfScene(benchmark::State& state, const scene::Scene& scene) {
   std::vector<uint8_t> frame = scene.frame;
   std::vector<uint8_t> filled(kPixels);
   std::vector<uint8_t> copied(kPixels);
-  const std::vector<uint8_t> mask = crowd::frameMask();
+  const std::vector<uint8_t> mask = crowd::frameMask(scene);
   for (auto _ : state) {
     for (const scene::Detection& person : scene.inputs[0].detections) {
       std::memset(filled.data(), 255, filled.size());

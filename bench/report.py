@@ -72,6 +72,11 @@ def growth_table(results):
     return table(["the text is", "5 MB", "10 MB", "20 MB", "20 MB : 5 MB"], rows)
 
 
+# What bench_render_growth draws.
+DETECTIONS = (10, 30, 100, 300, 1000, 4096)
+SIZES = ("640x360", "1280x720", "1920x1080", "2560x1440", "3840x2160", "7680x4320")
+ITEMS_A_SIZE = 10
+
 # By mask and frame: at most this multiple of memset, and at least this multiple of the speed of decoding and cv::resize.
 FRAME_MASK_TARGETS = {
     ("160x160", "1920x1080"): (1.7, 10),
@@ -120,7 +125,7 @@ def blend_table(results):
             box, mask = match[1], match[2].replace("_", " ")
             floor = results[name.replace("/ours", "/memcpy")]
             plain = results[name.replace("/ours", "/plain")]
-            rows.append([box, mask, readable(time), readable(floor), f"{time / floor:.2f}", f"{readable(plain)} ({plain / time:.0f})"])
+            rows.append([box, mask, readable(time), readable(floor), f"{time / floor:.2f} (≤ 2)", f"{readable(plain)} ({plain / time:.0f})"])
     return table(["box", "mask", "time", "memcpy of the touched bytes", "ratio", "sample by sample"], sorted(rows))
 
 
@@ -128,9 +133,28 @@ def render_table(results):
     rows = []
     for count in (1, 10, 30, 100):
         ours, floor, peer = (results[f"render/{count}/{name}"] for name in ("ours", "floor", "OpenCV"))
-        rows.append([str(count), readable(ours), readable(ours / count), readable(floor / count), f"{ours / floor:.2f}",
-                     f"{readable(peer)} ({peer / ours:.2f})"])
-    return table(["detections", "render", "an item", "its floor", "ratio", "OpenCV"], rows)
+        rows.append([str(count), readable(ours), readable(ours / count), readable(floor / count), f"{ours / floor:.2f} (≤ 1.5)",
+                     readable(peer), f"{peer / ours:.2f} (≥ 4)"])
+    return table(["detections", "render", "an item", "its floor", "ours : floor", "OpenCV", "OpenCV : ours"], rows)
+
+
+def within(figure, reference, share):
+    return f"{100 * (figure / reference - 1):+.0f} % (±{share})"
+
+
+def detections_table(results):
+    items = {count: results[f"detections/{count}/ours"] / count for count in DETECTIONS}
+    rows = [[str(count), readable(item), within(item, items[DETECTIONS[0]], 20)] for count, item in items.items()]
+    return table(["detections", "an item", f"beside that of {DETECTIONS[0]}"], rows)
+
+
+def sizes_table(results):
+    def multiple(size):
+        return results[f"size/{size}/ours"] / results[f"size/{size}/floor"]
+
+    rows = [[size, *(readable(results[f"size/{size}/{name}"] / ITEMS_A_SIZE) for name in ("ours", "floor")),
+             f"{multiple(size):.2f}", within(multiple(size), multiple("1920x1080"), 20)] for size in SIZES]
+    return table(["frame", "an item", "its fill and copy", "ratio", "beside 1920x1080"], rows)
 
 
 def machine():
@@ -154,6 +178,8 @@ def main():
         "base64": base64_table(Results(folder / "base64.json")),
         "blend": blend_table(Results(folder / "blend.json")),
         "render": render_table(Results(folder / "render.json")),
+        "render detections": detections_table(Results(folder / "render_growth.json")),
+        "render sizes": sizes_table(Results(folder / "render_growth.json")),
         "frame mask": frame_mask_table(Results(folder / "frame_mask.json")),
     }
     text = document.read_text()

@@ -9,18 +9,19 @@
 
 namespace crowd {
 
-/// The sides of every frame here.
+/// The frame's sides unless told otherwise.
 constexpr int kWidth = 1920;
 constexpr int kHeight = 1080;
 
-/// That many people of 200x400 with masks of 160x160, spread over the frame, at even places.
-scene::Scene people(int count);
+/// That many people with masks of 160x160, spread over the frame, at even places. Their boxes are 200x400 in
+/// a frame of 1920x1080, and as large a part of any other.
+scene::Scene people(int count, int width = kWidth, int height = kHeight);
 
-/// The mask that all of them have, scaled to the frame: 255 inside, 0 outside.
-std::vector<uint8_t> frameMask();
+/// The mask that all of the scene's people have, scaled to its frame: 255 inside, 0 outside.
+std::vector<uint8_t> frameMask(const scene::Scene& scene);
 
-/// Draws the scene's people into a packed NV12 frame by OpenCV: each mask's text decoded, scaled to the frame
-/// by cv::resize, and luma and chroma of its box blended by cv::addWeighted and a masked copy.
+/// Draws the scene's people into a packed NV12 frame by OpenCV: each mask's text decoded byte by byte, scaled
+/// to the frame by cv::resize, and luma and chroma of its box blended by cv::addWeighted and a masked copy.
 void drawByOpenCv(const scene::Scene& scene, std::vector<uint8_t>& frame);
 
 /// Throws std::runtime_error unless OpenCV's frame is ours but for its rounding.

@@ -1,0 +1,58 @@
+#include "Drawing.h"
+
+#include <utility>
+
+#include "core/SwJsonArray.h"
+#include "core/SwJsonObject.h"
+#include "core/SwJsonValue.h"
+#include "detections.h"
+#include "zelvo/ZelvoPicture.h"
+#include "zelvo/ZelvoPicturePool.h"
+#include "zelvo/transfer.h"
+
+namespace {
+
+SwAny payloadOf(const scene::Scene& scene) {
+  SwJsonArray detections;
+  for (const scene::Detection& person : scene.inputs[0].detections) {
+    SwJsonObject members;
+    members.insert("x", person.x);
+    members.insert("y", person.y);
+    members.insert("w", person.w);
+    members.insert("h", person.h);
+    members.insert("class_id", person.class_id);
+    members.insert("score", static_cast<double>(person.score));
+    members.insert("class_info", person.mask);
+    detections.append(std::move(members));
+  }
+  SwJsonObject payload;
+  payload.insert("detections", std::move(detections));
+  return payload;
+}
+
+}  // namespace
+
+Drawing::Drawing(const scene::Scene& scene) {
+  plugin_.init({&backend_});
+  plugin_.setConfig("{\"max_overlay_dets\": " + std::to_string(scene.inputs[0].detections.size()) + "}");
+  RenderInput input;
+  input.payload_type = seg_mask_overlay::kDetectionType;
+  input.producer_id = "p";
+  input.payload = payloadOf(scene);
+  inputs_[seg_mask_overlay::kDetectionType].push_back(std::move(input));
+  context_.frame_id = 1;
+  context_.payload_resolver = &resolver_;
+  context_.producer_statuses = &statuses_;
+  context_.inputs = &inputs_;
+  context_.picture.sourceId = 1;
+  context_.picture.source = std::make_shared<zelvo::ZelvoPicture>(scene.width, scene.height);
+  context_.picture.pool = std::make_shared<zelvo::ZelvoPicturePool>();
+  zelvo::upload(*context_.picture.source, scene.frame.data(), nullptr);
+}
+
+std::vector<uint8_t> Drawing::pixels() const {
+  const std::shared_ptr<zelvo::ZelvoPicture> picture = context_.picture.readable();
+  std::vector<uint8_t> bytes(zelvo::packedNv12Bytes(picture->width(), picture->height()));
+  zelvo::download(*picture, bytes.data(), nullptr);
+  return bytes;
+}

@@ -2,35 +2,11 @@
 
 #include <utility>
 
-#include "core/SwJsonArray.h"
-#include "core/SwJsonObject.h"
-#include "core/SwJsonValue.h"
 #include "detections.h"
+#include "scene_payload.h"
 #include "zelvo/ZelvoPicture.h"
 #include "zelvo/ZelvoPicturePool.h"
 #include "zelvo/transfer.h"
-
-namespace {
-
-SwAny payloadOf(const scene::Scene& scene) {
-  SwJsonArray detections;
-  for (const scene::Detection& person : scene.inputs[0].detections) {
-    SwJsonObject members;
-    members.insert("x", person.x);
-    members.insert("y", person.y);
-    members.insert("w", person.w);
-    members.insert("h", person.h);
-    members.insert("class_id", person.class_id);
-    members.insert("score", static_cast<double>(person.score));
-    members.insert("class_info", person.mask);
-    detections.append(std::move(members));
-  }
-  SwJsonObject payload;
-  payload.insert("detections", std::move(detections));
-  return payload;
-}
-
-}  // namespace
 
 Drawing::Drawing(const scene::Scene& scene) {
   plugin_.init({&backend_});
@@ -38,7 +14,7 @@ Drawing::Drawing(const scene::Scene& scene) {
   RenderInput input;
   input.payload_type = seg_mask_overlay::kDetectionType;
   input.producer_id = "p";
-  input.payload = payloadOf(scene);
+  input.payload = scene::payloadOf(scene.inputs[0].detections, scene::PayloadForm::object);
   inputs_[seg_mask_overlay::kDetectionType].push_back(std::move(input));
   context_.frame_id = 1;
   context_.payload_resolver = &resolver_;

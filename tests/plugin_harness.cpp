@@ -1,14 +1,11 @@
 #include "plugin_harness.h"
 
-#include <cstdio>
 #include <stdexcept>
 #include <utility>
 
-#include "core/SwJsonArray.h"
-#include "core/SwJsonObject.h"
-#include "core/SwJsonValue.h"
 #include "frame_check.h"
 #include "golden_model.h"
+#include "scene_payload.h"
 #include "zelvo/ZelvoPicture.h"
 #include "zelvo/ZelvoPicturePool.h"
 #include "zelvo/transfer.h"
@@ -20,66 +17,11 @@ void check(cudaError_t error) {
   if (error != cudaSuccess) throw std::runtime_error(cudaGetErrorString(error));
 }
 
-// Enough digits that reading the text gives the same number again.
-std::string exactNumber(double number) {
-  char text[40];
-  std::snprintf(text, sizeof text, "%.17g", number);
-  return text;
-}
-
-std::string jsonString(const std::string& text) {
-  std::string out = "\"";
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte < 0x20 || c == '"' || c == '\\') {
-      char escape[8];
-      std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(byte));
-      out += escape;
-    } else {
-      out += c;
-    }
-  }
-  return out + "\"";
-}
-
-std::string jsonText(const std::vector<scene::Detection>& detections) {
-  std::string text = "{\"detections\": [";
-  const char* separator = "";
-  for (const scene::Detection& d : detections) {
-    text += separator;
-    text += "{\"x\": " + std::to_string(d.x) + ", \"y\": " + std::to_string(d.y) +
-            ", \"w\": " + std::to_string(d.w) + ", \"h\": " + std::to_string(d.h) +
-            ", \"class_id\": " + std::to_string(d.class_id) +
-            ", \"score\": " + exactNumber(static_cast<double>(d.score)) +
-            ", \"class_info\": " + jsonString(d.mask) + "}";
-    separator = ", ";
-  }
-  return text + "]}";
-}
-
-SwJsonObject jsonObject(const std::vector<scene::Detection>& detections) {
-  SwJsonArray array;
-  for (const scene::Detection& d : detections) {
-    SwJsonObject object;
-    object.insert("x", d.x);
-    object.insert("y", d.y);
-    object.insert("w", d.w);
-    object.insert("h", d.h);
-    object.insert("class_id", d.class_id);
-    object.insert("score", static_cast<double>(d.score));
-    object.insert("class_info", d.mask);
-    array.append(std::move(object));
-  }
-  SwJsonObject payload;
-  payload.insert("detections", std::move(array));
-  return payload;
-}
-
 RenderInput renderInput(const scene::Input& input) {
   RenderInput result;
   result.payload_type = kDetections;
   (input.by_name ? result.producer_name : result.producer_id) = input.producer;
-  result.payload = payloadOf(input.detections, input.form);
+  result.payload = scene::payloadOf(input.detections, input.form);
   result.uses_lookback = input.uses_lookback;
   return result;
 }
@@ -137,18 +79,6 @@ void Stream::synchronize() const {
   check(cudaStreamSynchronize(stream_));
 }
 
-SwAny payloadOf(const std::vector<scene::Detection>& detections, scene::PayloadForm form) {
-  switch (form) {
-    case scene::PayloadForm::object:
-      return SwAny(jsonObject(detections));
-    case scene::PayloadForm::text:
-      return SwAny(jsonText(detections));
-    case scene::PayloadForm::absent:
-      break;
-  }
-  return SwAny();
-}
-
 Frame::Frame(const scene::Scene& scene, cudaStream_t stream) : Frame(scene) {
   stream_ = stream;
   context_.picture.source = std::make_shared<zelvo::ZelvoPicture>(scene.width, scene.height);
@@ -194,8 +124,8 @@ Host::Host() : backend_(stream_.get()) {
 }
 
 void Host::configure(const scene::Settings& settings) {
-  plugin_->setConfig("{\"alpha\": " + exactNumber(static_cast<double>(settings.alpha)) +
-                     ", \"min_score\": " + exactNumber(static_cast<double>(settings.min_score)) +
+  plugin_->setConfig("{\"alpha\": " + scene::exactNumber(static_cast<double>(settings.alpha)) +
+                     ", \"min_score\": " + scene::exactNumber(static_cast<double>(settings.min_score)) +
                      ", \"max_overlay_dets\": " + std::to_string(settings.cap) + "}");
 }
 

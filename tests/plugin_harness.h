@@ -73,9 +73,6 @@ class Stream {
   cudaStream_t stream_ = nullptr;
 };
 
-/// The payload that carries these detections.
-SwAny payloadOf(const std::vector<scene::Detection>& detections, scene::PayloadForm form);
-
 /// A backend that maps nothing and needs no device.
 class IdleBackend : public IRenderBackend {
  public:

@@ -12,6 +12,7 @@
 #include "golden_model.h"
 #include "plugin_harness.h"
 #include "scene.h"
+#include "scene_payload.h"
 
 namespace {
 
@@ -160,7 +161,7 @@ TEST_F(PluginPayloads, WhatTheResolverReturnsIsDrawn) {
   Frame frame(stored, host().stream());
   RenderPayloadResolver resolver;
   resolver.resolve = [&](uint64_t, const SwAny&) {
-    return plugin_test::payloadOf(resolved.inputs[0].detections, scene::PayloadForm::object);
+    return scene::payloadOf(resolved.inputs[0].detections, scene::PayloadForm::object);
   };
   frame.context().payload_resolver = &resolver;
   host().render(frame);

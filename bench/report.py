@@ -2,9 +2,11 @@
 """Writes the figures of a benchmark run into the tables of a document.
 
     bench/report.py RESULTS_FOLDER DOCUMENT
+    bench/report.py --peers PEERS_FILE DOCUMENT
 
 RESULTS_FOLDER holds Google Benchmark's JSON, one file a program (scripts/bench makes them). In DOCUMENT, what stands between
-"<!-- NAME -->" and "<!-- /NAME -->" is replaced by the table of that name. Times are medians of processor time.
+"<!-- NAME -->" and "<!-- /NAME -->" is replaced by the table of that name. Times are medians of processor time. With --peers,
+only the table of that name is, from what bench/peers.py measured; its times are medians by the clock.
 """
 
 import json
@@ -165,12 +167,54 @@ def machine():
             f"{f' at {int(mhz[1]) / 1000:.1f} GHz' if mhz else ''}, one thread; {compiler}; `-O2 -DNDEBUG`.")
 
 
+def peers_table(measured):
+    """Milliseconds a frame; of each peer with the number of threads that was fastest."""
+    def milliseconds(time):
+        return f"{time:.0f}" if time >= 1000 else f"{time:.3g}"
+
+    ours, count_of_target, target = measured["ours"], "30", 5
+    rows = [["ours", *map(milliseconds, ours.values()), "1", "nothing"]]
+    ratios = {True: {}, False: {}}
+    for peer in measured["peers"]:
+        best = {count: min((time, threads) for threads, time in peer["milliseconds"][count].items()) for count in ours}
+        times = [f"{milliseconds(best[count][0])} ({best[count][0] / ours[count]:.1f})" for count in ours]
+        rows.append([peer["name"], *times, ", ".join(best[count][1] for count in ours), peer["leaves out"]])
+        ratios[peer["frame-sized"]][peer["name"]] = best[count_of_target][0] / ours[count_of_target]
+    for name, reason in measured["missing"].items():
+        rows.append([name, *("" for _ in ours), "", f"could not be measured: {reason}"])
+    counts = [f"{count} mask{'s' if count != '1' else ''}" for count in ours]
+    lines = [table(["", *counts, "threads", "leaves out"], rows)]
+    for frame_sized, given in ((True, "masks of the frame's size"), (False, "masks cut to their boxes beforehand")):
+        if ratios[frame_sized]:
+            name, ratio = min(ratios[frame_sized].items(), key=lambda item: item[1])
+            goal = f" (≥ {target})" if frame_sized else ""
+            lines.append(f"The fastest that is given {given}, at {count_of_target} masks: {name}, "
+                         f"{ratio:.1f} times the time of ours{goal}.")
+    versions = ", ".join(f"{name} {version}" for name, version in measured["versions"].items())
+    lines.append(f"{machine()} The others: {versions}; with {' and '.join(map(str, measured['threads']))} threads. "
+                 f"Medians of {measured['rounds']} rounds.")
+    return "\n\n".join(lines)
+
+
+def write_tables(document, parts):
+    text = document.read_text()
+    for name, body in parts.items():
+        text, count = re.subn(rf"(<!-- {name} -->\n).*?(<!-- /{name} -->)", lambda m: m[1] + body + "\n" + m[2], text, flags=re.S)
+        if count != 1:
+            sys.exit(f"report: {document} has {count} places for '{name}'; it needs one")
+    document.write_text(text)
+
+
 def main():
+    if len(sys.argv) == 4 and sys.argv[1] == "--peers":
+        measured = json.loads(pathlib.Path(sys.argv[2]).read_text())
+        write_tables(pathlib.Path(sys.argv[3]), {"peers": peers_table(measured)})
+        return
     if len(sys.argv) != 3:
         sys.exit(__doc__.strip())
     folder, document = pathlib.Path(sys.argv[1]), pathlib.Path(sys.argv[2])
     json_results = Results(folder / "json.json")
-    parts = {
+    write_tables(document, {
         "machine": machine(),
         "json payload": json_table(json_results, "payload"),
         "json small objects": json_table(json_results, "small_objects"),
@@ -181,13 +225,7 @@ def main():
         "render detections": detections_table(Results(folder / "render_growth.json")),
         "render sizes": sizes_table(Results(folder / "render_growth.json")),
         "frame mask": frame_mask_table(Results(folder / "frame_mask.json")),
-    }
-    text = document.read_text()
-    for name, body in parts.items():
-        text, count = re.subn(rf"(<!-- {name} -->\n).*?(<!-- /{name} -->)", lambda m: m[1] + body + "\n" + m[2], text, flags=re.S)
-        if count != 1:
-            sys.exit(f"report: {document} has {count} places for '{name}'; it needs one")
-    document.write_text(text)
+    })
 
 
 if __name__ == "__main__":

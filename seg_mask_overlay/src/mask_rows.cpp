@@ -28,6 +28,11 @@ uint64_t wordAt(const MaskBits& mask, std::size_t number) {
   return word;
 }
 
+/// A word of which the bits from `bit` on are set.
+constexpr uint64_t bitsFrom(std::size_t bit) {
+  return ~((uint64_t{1} << bit) - 1);
+}
+
 using Bytes = std::array<unsigned char, 8>;
 
 constexpr std::array<Bytes, 256> makeExpanded() {
@@ -47,8 +52,8 @@ bool findEdges(const MaskBits& mask, int row, RowEdges& edges) {
   const std::size_t last = first + static_cast<std::size_t>(mask.width) - 1;
   const std::size_t lastWord = last / 64;
   std::size_t number = first / 64;
-  uint64_t ofRow = ~uint64_t{0} << (first % 64);  // the bits of this word that belong to the row
-  uint64_t expected = 0;                          // a word without an edge
+  uint64_t ofRow = bitsFrom(first % 64);  // the bits of this word that belong to the row
+  uint64_t expected = 0;                  // a word without an edge
   edges.count = 0;
   for (;;) {
     if (number == lastWord) ofRow &= ~uint64_t{0} >> (63 - last % 64);
@@ -58,7 +63,7 @@ bool findEdges(const MaskBits& mask, int row, RowEdges& edges) {
       const auto bit = static_cast<unsigned>(__builtin_ctzll(other));
       edges.pixels[edges.count++] = static_cast<int>(number * 64 + bit - first);
       expected = ~expected;
-      ofRow &= ~uint64_t{0} << bit;
+      ofRow &= bitsFrom(bit);
     }
     if (number == lastWord) return true;
     ofRow = ~uint64_t{0};

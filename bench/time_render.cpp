@@ -30,9 +30,9 @@ namespace {
 const char kUsage[] =
     "usage: time_render LIBRARY WIDTH HEIGHT FRAME PAYLOAD REPETITIONS DRAWN\n"
     "\n"
-    "Draws the detections of the text PAYLOAD into the raw NV12 file FRAME, writes the result to DRAWN, then "
-    "draws\n"
-    "them REPETITIONS times more and prints the milliseconds that each time took, as a JSON array.\n";
+    "Draws the detections of the text PAYLOAD into the raw NV12 file FRAME, writes the result to\n"
+    "DRAWN, then draws them REPETITIONS times more and prints the milliseconds that each time took,\n"
+    "as a JSON array.\n";
 
 struct Options {
   std::string library;
@@ -51,9 +51,9 @@ std::string contentsOf(const std::string& path) {
 }
 
 /// The plug-in and one frame, on the default stream.
-class Drawing {
+class LoadedDrawing {
  public:
-  Drawing(const Options& options, const std::string& frame, std::string payload)
+  LoadedDrawing(const Options& options, const std::string& frame, std::string payload)
       : loader_(options.library),
         plugin_(loader_.createUniqueInstance<IRenderPlugin>("SegMaskOverlayPlugin")) {
     plugin_->init(RenderInit{&backend_});
@@ -100,7 +100,7 @@ class Drawing {
 };
 
 void run(const Options& options) {
-  Drawing drawing(options, contentsOf(options.frame), contentsOf(options.payload));
+  LoadedDrawing drawing(options, contentsOf(options.frame), contentsOf(options.payload));
   drawing.pass();
   const std::vector<unsigned char> pixels = drawing.pixels();
   std::ofstream file(options.drawn, std::ios::binary);

@@ -47,6 +47,10 @@ void lookUpChroma(const MaskedRows& area, const LookUp& lookUpU, const LookUp& l
   }
 }
 
+BlendTable tableOf(unsigned char color, float alpha, const VectorUnits* units) {
+  return units != nullptr ? units->makeTable(color, alpha) : makeBlendTable(color, alpha);
+}
+
 }  // namespace
 
 const VectorUnits* fastestVectorUnits() {
@@ -59,7 +63,7 @@ void blendLuma(unsigned char* plane, int pitch, const unsigned char* mask, int m
   const MaskedRows area{plane + sampleOffset(rect.y0, pitch, rect.x0),    pitch,
                         mask + sampleOffset(rect.y0, maskPitch, rect.x0), maskPitch,
                         static_cast<std::size_t>(rect.x1 - rect.x0) + 1,  rect.y1 - rect.y0 + 1};
-  const BlendTable table = makeBlendTable(color, alpha);
+  const BlendTable table = tableOf(color, alpha, units);
   const std::optional<BlendLine> line = lineUnder(table, alpha);
   if (units != nullptr && line && units->blendLuma(area, *line)) return;
   lookUpLuma(area, LookUp(table));
@@ -71,8 +75,8 @@ void blendChroma(unsigned char* plane, int pitch, const unsigned char* mask, int
   const MaskedRows area{plane + sampleOffset(rect.y0, pitch, 2 * rect.x0),        pitch,
                         mask + sampleOffset(2 * rect.y0, maskPitch, 2 * rect.x0), maskPitch,
                         2 * static_cast<std::size_t>(rect.x1 - rect.x0),          rect.y1 - rect.y0};
-  const BlendTable tableU = makeBlendTable(colorU, alpha);
-  const BlendTable tableV = makeBlendTable(colorV, alpha);
+  const BlendTable tableU = tableOf(colorU, alpha, units);
+  const BlendTable tableV = tableOf(colorV, alpha, units);
   const std::optional<BlendLine> lineU = lineUnder(tableU, alpha);
   const std::optional<BlendLine> lineV = lineUnder(tableV, alpha);
   if (units != nullptr && lineU && lineV && units->blendChroma(area, *lineU, *lineV)) return;

@@ -165,6 +165,31 @@ HWY_INLINE void blendRows(const MaskedRows& area, int maskRows, const Lines& lin
   }
 }
 
+#if HWY_NATIVE_FMA
+// blendByte's steps, one by one.
+HWY_ATTR BlendTable makeTable(unsigned char color, float alpha) {
+  const hn::CappedTag<float, 8> floats;
+  const hn::RebindToSigned<decltype(floats)> ints;
+  const hn::Rebind<uint8_t, decltype(floats)> bytes;
+  const auto zero = hn::Zero(floats);
+  const auto weight = hn::Set(floats, alpha);
+  const auto remaining = hn::Set(floats, 1.0F - alpha);
+  const auto drawn = hn::Set(floats, static_cast<float>(color));
+  BlendTable table;
+  for (std::size_t old = 0; old < table.size(); old += hn::Lanes(floats)) {
+    const auto kept = hn::Mul(hn::ConvertTo(floats, hn::Iota(ints, static_cast<int32_t>(old))), remaining);
+    const auto sum = hn::Add(hn::MulAdd(drawn, weight, kept), hn::Set(floats, 0.5F));
+    const auto inRange = hn::IfThenElseZero(hn::Gt(sum, zero), hn::Min(sum, hn::Set(floats, 255.0F)));
+    hn::StoreU(hn::DemoteTo(bytes, hn::ConvertTo(ints, inRange)), bytes, table.data() + old);
+  }
+  return table;
+}
+#else
+BlendTable makeTable(unsigned char color, float alpha) {
+  return makeBlendTable(color, alpha);
+}
+#endif
+
 HWY_ATTR bool blendLumaRows(const MaskedRows& area, const BlendLine& line) {
   if (area.bytes < hn::Lanes(Bytes())) return false;
   const LumaLines lines(line);
@@ -202,17 +227,17 @@ std::vector<VectorUnits> findVectorUnits() {
   // With AVX2, the compiler is free to use the others.
   if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2") &&
       __builtin_cpu_supports("fma")) {
-    found.push_back({"AVX2", N_AVX2::blendLumaRows, N_AVX2::blendChromaRows});
+    found.push_back({"AVX2", N_AVX2::makeTable, N_AVX2::blendLumaRows, N_AVX2::blendChromaRows});
   }
 #endif
 #if HWY_TARGETS & HWY_SSSE3
   if (__builtin_cpu_supports("ssse3")) {
-    found.push_back({"SSSE3", N_SSSE3::blendLumaRows, N_SSSE3::blendChromaRows});
+    found.push_back({"SSSE3", N_SSSE3::makeTable, N_SSSE3::blendLumaRows, N_SSSE3::blendChromaRows});
   }
 #endif
 #if HWY_TARGETS & HWY_NEON
   // Every 64-bit Arm processor has it.
-  found.push_back({"NEON", N_NEON::blendLumaRows, N_NEON::blendChromaRows});
+  found.push_back({"NEON", N_NEON::makeTable, N_NEON::blendLumaRows, N_NEON::blendChromaRows});
 #endif
   return found;
 }

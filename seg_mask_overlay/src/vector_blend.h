@@ -23,6 +23,7 @@ struct MaskedRows {
 /// vector. A row of chroma lies under two rows of the mask, and its even bytes are U, its odd ones V.
 struct VectorUnits {
   const char* name;
+  BlendTable (*makeTable)(unsigned char color, float alpha);  ///< what makeBlendTable does
   bool (*blendLuma)(const MaskedRows& area, const BlendLine& line);
   bool (*blendChroma)(const MaskedRows& area, const BlendLine& u, const BlendLine& v);
 };

@@ -111,6 +111,20 @@ TEST_P(HostBlend, TouchesNothingBesideTheRectangle) {
   }
 }
 
+TEST(VectorUnits, MakeTheSameTables) {
+  std::vector<float> alphas = gpu_check::alphas();
+  for (int i = 0; i <= 500; ++i) alphas.push_back(static_cast<float>(i) / 500.0F);
+  for (const VectorUnits& units : vectorUnits()) {
+    for (const float alpha : alphas) {
+      for (int color = 0; color < 256; ++color) {
+        const auto byte = static_cast<unsigned char>(color);
+        ASSERT_EQ(units.makeTable(byte, alpha), makeBlendTable(byte, alpha))
+            << units.name << ", colour " << color << ", alpha " << alpha;
+      }
+    }
+  }
+}
+
 std::vector<const VectorUnits*> allUnits() {
   std::vector<const VectorUnits*> units = {nullptr};
   for (const VectorUnits& generation : vectorUnits()) units.push_back(&generation);

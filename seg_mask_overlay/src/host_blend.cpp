@@ -54,7 +54,7 @@ BlendTable tableOf(unsigned char color, float alpha, const VectorUnits* units) {
 }  // namespace
 
 const VectorUnits* fastestVectorUnits() {
-  return vectorUnits().empty() ? nullptr : &vectorUnits().front();
+  return vectorUnits().empty() ? nullptr : vectorUnits().begin();
 }
 
 void blendLuma(unsigned char* plane, int pitch, const unsigned char* mask, int maskPitch, LumaRect rect,

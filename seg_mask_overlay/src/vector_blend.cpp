@@ -221,31 +221,31 @@ HWY_AFTER_NAMESPACE();
 namespace seg_mask_overlay {
 namespace {
 
-std::vector<VectorUnits> findVectorUnits() {
-  std::vector<VectorUnits> found;
+VectorUnitsList findVectorUnits() {
+  VectorUnitsList found;
 #if HWY_TARGETS & HWY_AVX2
   // With AVX2, the compiler is free to use the others.
   if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2") &&
       __builtin_cpu_supports("fma")) {
-    found.push_back({"AVX2", N_AVX2::makeTable, N_AVX2::blendLumaRows, N_AVX2::blendChromaRows});
+    found.add({"AVX2", N_AVX2::makeTable, N_AVX2::blendLumaRows, N_AVX2::blendChromaRows});
   }
 #endif
 #if HWY_TARGETS & HWY_SSSE3
   if (__builtin_cpu_supports("ssse3")) {
-    found.push_back({"SSSE3", N_SSSE3::makeTable, N_SSSE3::blendLumaRows, N_SSSE3::blendChromaRows});
+    found.add({"SSSE3", N_SSSE3::makeTable, N_SSSE3::blendLumaRows, N_SSSE3::blendChromaRows});
   }
 #endif
 #if HWY_TARGETS & HWY_NEON
   // Every 64-bit Arm processor has it.
-  found.push_back({"NEON", N_NEON::makeTable, N_NEON::blendLumaRows, N_NEON::blendChromaRows});
+  found.add({"NEON", N_NEON::makeTable, N_NEON::blendLumaRows, N_NEON::blendChromaRows});
 #endif
   return found;
 }
 
 }  // namespace
 
-const std::vector<VectorUnits>& vectorUnits() {
-  static const std::vector<VectorUnits> units = findVectorUnits();
+const VectorUnitsList& vectorUnits() {
+  static const VectorUnitsList units = findVectorUnits();
   return units;
 }
 

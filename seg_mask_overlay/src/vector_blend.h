@@ -2,8 +2,8 @@
 
 // The blend by vector units, for whoever has found a line (BlendTable.h).
 
+#include <array>
 #include <cstddef>
-#include <vector>
 
 #include "BlendTable.h"
 
@@ -28,7 +28,24 @@ struct VectorUnits {
   bool (*blendChroma)(const MaskedRows& area, const BlendLine& u, const BlendLine& v);
 };
 
-/// Those that both this build and this processor have, the fastest first; none on x86-64 before SSSE3.
-const std::vector<VectorUnits>& vectorUnits();
+/// Up to two of them, the fastest first. It needs no memory to be had: a stream asks for the units while it
+/// works, where nothing may be thrown.
+class VectorUnitsList {
+ public:
+  void add(const VectorUnits& units) { units_[size_++] = units; }
+
+  std::size_t size() const { return size_; }
+  bool empty() const { return size_ == 0; }
+  const VectorUnits* begin() const { return units_.data(); }
+  const VectorUnits* end() const { return units_.data() + size_; }
+  const VectorUnits& operator[](std::size_t i) const { return units_[i]; }
+
+ private:
+  std::array<VectorUnits, 2> units_{};
+  std::size_t size_ = 0;
+};
+
+/// Those that both this build and this processor have; none on x86-64 before SSSE3.
+const VectorUnitsList& vectorUnits();
 
 }  // namespace seg_mask_overlay

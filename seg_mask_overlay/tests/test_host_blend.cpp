@@ -138,7 +138,7 @@ std::string nameOf(const testing::TestParamInfo<const VectorUnits*>& info) {
 INSTANTIATE_TEST_SUITE_P(VectorUnits, HostBlend, testing::ValuesIn(allUnits()), nameOf);
 
 TEST(HostBlendChoice, TakesTheFastestUnits) {
-  EXPECT_EQ(fastestVectorUnits(), vectorUnits().empty() ? nullptr : vectorUnits().data());
+  EXPECT_EQ(fastestVectorUnits(), vectorUnits().empty() ? nullptr : vectorUnits().begin());
 #if defined(__aarch64__)
   ASSERT_EQ(vectorUnits().size(), 1U);
   EXPECT_STREQ(vectorUnits()[0].name, "NEON");

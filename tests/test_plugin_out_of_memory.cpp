@@ -1,0 +1,300 @@
+// Each operation of the plug-in with its first, its second, ... allocation failing, alone or with all that
+// follow: those of operator new and those of OpenCV's matrices, which report the lack in their own way.
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <limits>
+#include <memory>
+#include <new>
+#include <opencv2/core.hpp>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Allocations.h"
+#include "StderrCapture.h"
+#include "cudart_cpu/control.h"
+#include "frame_check.h"
+#include "golden_model.h"
+#include "partial_frames.h"
+#include "plugin_harness.h"
+#include "render_base/RenderBase.h"
+#include "scene.h"
+#include "zelvo/ZelvoPicture.h"
+#include "zelvo/ZelvoPicturePool.h"
+
+namespace {
+
+using plugin_test::Frame;
+using plugin_test::sameFrame;
+using scene::Scene;
+using Bytes = std::vector<uint8_t>;
+
+// The matrices' allocator, whose calls count and fail together with those of operator new.
+class CountedMatrices : public cv::MatAllocator {
+ public:
+  CountedMatrices() { cv::Mat::setDefaultAllocator(this); }
+  ~CountedMatrices() override { cv::Mat::setDefaultAllocator(nullptr); }
+
+  cv::UMatData* allocate(int dims, const int* sizes, int type, void* data, std::size_t* step,
+                         cv::AccessFlag access, cv::UMatUsageFlags usage) const override {
+    if (operatorNew.failsNow()) CV_Error(cv::Error::StsNoMem, "no memory for a matrix");
+    return cv::Mat::getStdAllocator()->allocate(dims, sizes, type, data, step, access, usage);
+  }
+  bool allocate(cv::UMatData* data, cv::AccessFlag access, cv::UMatUsageFlags usage) const override {
+    return cv::Mat::getStdAllocator()->allocate(data, access, usage);
+  }
+  void deallocate(cv::UMatData* data) const override { cv::Mat::getStdAllocator()->deallocate(data); }
+};
+
+// Whether `operation` had the memory it needs. Nothing but std::bad_alloc may leave it.
+bool succeeds(const std::function<void()>& operation) {
+  try {
+    const Failing failing(operatorNew);
+    operation();
+    return true;
+  } catch (const std::bad_alloc&) {
+    return false;
+  } catch (const std::exception& error) {
+    ADD_FAILURE() << "not std::bad_alloc: " << error.what();
+    return false;
+  }
+}
+
+// Runs `work`, which calls succeeds(), with each failure. It must give back all that it allocates, on the
+// device too.
+void forEachFailure(const std::function<void()>& work) {
+  operatorNew.start(std::numeric_limits<int>::max());
+  work();  // Statics keep their memory.
+  for (const auto fails : {Countdown::Fails::Once, Countdown::Fails::FromThenOn}) {
+    const auto checked = [&work] {
+      const long before = allocationsAlive();
+      const std::size_t before_on_device = cudart_cpu::liveAllocations().bytes;
+      work();
+      EXPECT_EQ(allocationsAlive(), before) << "memory leaked";
+      EXPECT_EQ(cudart_cpu::liveAllocations().bytes, before_on_device) << "device memory leaked";
+    };
+    EXPECT_GT(runWithEachFailure(operatorNew, checked, fails), 0) << "nothing was allocated";
+  }
+}
+
+// Four detections of two producers, whose masks take every way from a text to the frame. The full weight
+// makes a second pass over the same picture draw the same bytes again.
+Scene crowdedScene() {
+  Scene scene = scene::oneProducer(40, 30, {scene::coverAll(40, 30, 1), scene::coverAll(40, 30, 2)});
+  scene.inputs[0].detections[1].mask = scene::chessMask(40, 30);
+  scene.inputs.push_back(scene.inputs[0]);
+  scene.inputs[1].producer = "a producer whose name needs memory";
+  scene.inputs[1].form = scene::PayloadForm::text;
+  scene.inputs[1].detections = {scene::coverAll(40, 30, 3), scene::coverAll(40, 30, 4)};
+  scene.inputs[1].detections[0].mask = scene::chessMask(97, 61);
+  scene.inputs[1].detections[1].mask = scene::chessMask(70000, 3);
+  scene.inputs[1].detections[0].x = 7;
+  scene.inputs[1].detections[1].h = 11;
+  scene.reported = {scene.inputs[1].producer, "a producer that delivers nothing"};
+  scene.settings.alpha = 1.0F;
+  return scene;
+}
+
+class PluginOutOfMemory : public ::testing::Test {
+ protected:
+  plugin_test::PluginLibrary::Instance newPlugin() {
+    plugin_test::PluginLibrary::Instance plugin = library_.create();
+    RenderInit init;
+    init.backend = &backend_;
+    plugin->init(init);
+    return plugin;
+  }
+
+  static void configure(IRenderPlugin& plugin, const scene::Settings& settings) {
+    plugin.setConfig("{\"alpha\": " + std::to_string(settings.alpha) +
+                     ", \"min_score\": " + std::to_string(settings.min_score) +
+                     ", \"max_overlay_dets\": " + std::to_string(settings.cap) + "}");
+  }
+
+  Bytes drawnBy(IRenderPlugin& plugin, const Scene& scene) {
+    Frame frame(scene, stream_.get());
+    plugin.render(frame.context());
+    return frame.pixels();
+  }
+
+  // A frame of a new instance during which allocations fail, and what comes after it.
+  void tryFrame(const std::function<void(RenderContext&)>& prepare) {
+    const auto plugin = newPlugin();
+    configure(*plugin, scene_.settings);
+    {
+      Frame frame(scene_, stream_.get());
+      prepare(frame.context());
+      cudaGetLastError();  // forgets the last one
+      cudart_cpu::resetCounters();
+      const bool finished = succeeds([&] { plugin->render(frame.context()); });
+      const bool onDevice = deviceFailed();
+      const Bytes pixels = frame.pixels();
+      if (finished && !onDevice) {
+        EXPECT_TRUE(sameFrame(scene_, whole_, pixels));
+      }
+      EXPECT_TRUE(partial_.include(pixels)) << "part of a detection was drawn";
+      expectWholeViewOrNone(frame.context());
+      plugin->render(frame.context());
+      EXPECT_TRUE(sameFrame(scene_, whole_, frame.pixels())) << "drawn again";
+      EXPECT_TRUE(sameFrame(scene_, scene_.frame, frame.sourcePixels())) << "the source was drawn on";
+    }
+    EXPECT_TRUE(sameFrame(scene_, whole_, drawnBy(*plugin, scene_))) << "the next frame";
+  }
+
+  void tryFrame() {
+    tryFrame([](RenderContext& ctx) { ctx.picture.ensureWritablePicShared(); });
+  }
+
+  const Scene scene_ = crowdedScene();
+  const Bytes whole_ = golden::expectedFrame(scene_);
+  const plugin_test::PartialFrames partial_{scene_};
+  const StderrCapture captured_;
+  const CountedMatrices matrices_;
+  plugin_test::PluginLibrary library_;
+  plugin_test::Stream stream_;
+  zelvo::DeviceRenderBackend backend_{stream_.get()};
+
+ private:
+  // The device's own bookkeeping needs memory too; what becomes of a frame then is the device's failure.
+  static bool deviceFailed() {
+    const auto uploads = cudart_cpu::count(cudart_cpu::Call::cudaMemcpyAsync);
+    const auto launches = cudart_cpu::count(cudart_cpu::Call::cudaLaunchHostFunc);
+    return cudaGetLastError() != cudaSuccess || launches < 2 * uploads;
+  }
+
+  void expectWholeViewOrNone(const RenderContext& ctx) {
+    const auto found = ctx.producer_views.find(plugin_test::kDetections);
+    if (found == ctx.producer_views.end()) return;
+    const RenderProducerTypeView& view = found->second;
+    EXPECT_EQ(view.producers, (std::vector<std::string>{scene_.reported[0], scene_.reported[1], "p"}));
+    EXPECT_EQ(view.inputsByProducer.size(), 2U);
+    EXPECT_EQ(view.statusByProducer.size(), 2U);
+  }
+};
+
+TEST_F(PluginOutOfMemory, AFrameIsDrawnOrBadAllocLeavesAndTheNextOneIsDrawn) {
+  forEachFailure([this] { tryFrame(); });
+}
+
+// The pool says that it could not copy by giving nothing, for want of memory too. So the host's own function
+// copies here.
+TEST_F(PluginOutOfMemory, AFrameWhosePictureIsStillToBeCopied) {
+  zelvo::ZelvoPicturePool pool;
+  const auto copyLater = [&pool](RenderContext& ctx) {
+    ctx.picture.pool = nullptr;
+    ctx.picture.sourceName = "a picture whose name needs memory";
+    const std::shared_ptr<zelvo::ZelvoPicture> copy = pool.clone(*ctx.picture.source);
+    ctx.picture.cloneDetached = [copy](const std::string& name, uint64_t) {
+      return name.empty() ? nullptr : copy;
+    };
+  };
+  forEachFailure([&] { tryFrame(copyLater); });
+}
+
+// Here OpenCV, the plug-in and the libraries below have statics of their own still to make.
+TEST_F(PluginOutOfMemory, TheFirstFrameOfAProcess) {
+  enum Outcome { failed = 1, noFailureLeft = 2 };
+  for (int successes = 0;; ++successes) {
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+      operatorNew.start(successes);
+      tryFrame();
+      _exit(HasFailure() ? failed : operatorNew.failed() ? 0 : noFailureLeft);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFEXITED(status)) << "ended by signal " << WTERMSIG(status) << " at allocation "
+                                   << successes + 1;
+    if (WEXITSTATUS(status) == noFailureLeft) {
+      EXPECT_GT(successes, 0);
+      return;
+    }
+    ASSERT_EQ(WEXITSTATUS(status), 0) << "at allocation " << successes + 1;
+  }
+}
+
+TEST_F(PluginOutOfMemory, AConfigurationIsStoredWholeOrNotAtAll) {
+  // Each of the three settings shows, whichever of them is the new one.
+  Scene old = scene::oneProducer(2, 2, {});
+  for (int32_t i = 0; i < 10; ++i) {
+    old.inputs[0].detections.push_back(scene::coverAll(2, 2, i));
+    old.inputs[0].detections.back().score = static_cast<float>(10 - i) / 10.0F;
+  }
+  old.settings = {0.5F, 0.25F, 7};
+  Scene renewed = old;
+  renewed.settings = {0.125F, 0.625F, 3};
+  const std::string text =
+      "{\"alpha\": \"0.1250000000000000000000\", \"min_score\": 0.6250000000000000000000, "
+      "\"max_overlay_dets\": 3, \"a member that is not known\": [\"with a text that needs memory\"]}";
+  forEachFailure([&] {
+    const auto plugin = newPlugin();
+    configure(*plugin, old.settings);
+    std::string argument = text;
+    const bool stored = succeeds([&] { plugin->setConfig(std::move(argument)); });
+    const Scene& inForce = stored ? renewed : old;
+    EXPECT_TRUE(sameFrame(inForce, golden::expectedFrame(inForce), drawnBy(*plugin, inForce)));
+    plugin->setConfig(text);
+    EXPECT_TRUE(sameFrame(renewed, golden::expectedFrame(renewed), drawnBy(*plugin, renewed)));
+  });
+}
+
+TEST_F(PluginOutOfMemory, AConfigurationThatCannotBeReadChangesNothing) {
+  Scene old = scene::oneProducer(2, 2, {scene::coverAll(2, 2)});
+  old.settings.alpha = 0.5F;
+  forEachFailure([&] {
+    const auto plugin = newPlugin();
+    configure(*plugin, old.settings);
+    std::string argument = "{\"alpha\": 0.125, \"a member that is not known\": [\"with a text\", }";
+    succeeds([&] { plugin->setConfig(std::move(argument)); });
+    EXPECT_TRUE(sameFrame(old, golden::expectedFrame(old), drawnBy(*plugin, old)));
+  });
+}
+
+TEST_F(PluginOutOfMemory, TheViewCacheHoldsWholeViewsAlone) {
+  const std::string type = "a payload type whose name needs memory";
+  const std::vector<std::string> producers = {"the first producer, with a name", "the second producer alike",
+                                              "the third one, without a report"};
+  std::unordered_map<std::string, std::vector<RenderProducerStatus>> statuses;
+  std::unordered_map<std::string, std::vector<RenderInput>> inputs;
+  statuses[type].resize(3);
+  inputs[type].resize(3);
+  for (std::size_t i = 0; i < 3; ++i) {
+    // The third report is the first producer's again.
+    statuses[type][i].producer_id = producers[i % 2];
+    statuses[type][i].detail = std::string(40, static_cast<char>('a' + i));
+    inputs[type][i].producer_id = producers[i];
+  }
+  forEachFailure([&] {
+    RenderContext ctx;
+    ctx.producer_statuses = &statuses;
+    ctx.inputs = &inputs;
+    RenderBase::producerTypeView(ctx, "other");
+    const bool made = succeeds([&] { RenderBase::producerTypeView(ctx, type); });
+    EXPECT_EQ(ctx.producer_views.count(type), made ? 1U : 0U);
+    EXPECT_EQ(ctx.producer_views.count("other"), 1U);
+    const RenderProducerTypeView& view = RenderBase::producerTypeView(ctx, type);
+    EXPECT_EQ(view.producers, producers);
+    EXPECT_EQ(view.inputsByProducer.size(), 3U);
+    EXPECT_EQ(view.statusByProducer.size(), 2U);
+    EXPECT_EQ(view.statusByProducer.at(producers[0]).detail, std::string(40, 'a'));
+  });
+}
+
+TEST_F(PluginOutOfMemory, TheInstancesIdIsWholeOnceThereIsMemory) {
+  forEachFailure([&] {
+    const auto plugin = newPlugin();
+    std::string id;
+    if (!succeeds([&] { id = plugin->getUuid(); })) id = plugin->getUuid();
+    EXPECT_EQ(id, "segmask-" + std::to_string(reinterpret_cast<uintptr_t>(plugin.get())));
+  });
+}
+
+}  // namespace

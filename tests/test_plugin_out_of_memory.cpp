@@ -258,6 +258,28 @@ TEST_F(PluginOutOfMemory, AConfigurationThatCannotBeReadChangesNothing) {
   });
 }
 
+// The time of the next line moves on only when one is written.
+TEST_F(PluginOutOfMemory, ASkipLineThatWasNotWrittenIsDueAtTheNextFrame) {
+  const Scene empty = scene::oneProducer(2, 2, {});
+  int lost = 0;
+  forEachFailure([&] {
+    const auto plugin = newPlugin();
+    plugin->enableDebug(true);
+    Frame first(empty, stream_.get());
+    Frame second(empty, stream_.get());
+    second.context().frame_id = 2;
+    const StderrCapture lines;
+    const bool finished = succeeds([&] { plugin->render(first.context()); });
+    EXPECT_EQ(lines.text().empty(), !finished);
+    plugin->render(second.context());
+    const std::string line = std::string("[SegMask][Fallback] frame=") + (finished ? "1" : "2") +
+                             " decision=skip providers_missing=1 providers_using_lookback=0\n";
+    EXPECT_EQ(lines.text(), line);
+    if (!finished) ++lost;
+  });
+  EXPECT_GT(lost, 0);
+}
+
 TEST_F(PluginOutOfMemory, TheViewCacheHoldsWholeViewsAlone) {
   const std::string type = "a payload type whose name needs memory";
   const std::vector<std::string> producers = {"the first producer, with a name", "the second producer alike",

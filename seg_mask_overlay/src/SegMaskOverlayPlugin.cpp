@@ -107,10 +107,10 @@ void SegMaskOverlayPlugin::skipFrame(uint64_t frame_id, const FrameDetections& f
   const bool timed = now_ns >= dbg_next_log_ns_;
   if (!first && !counted && !timed) return;
 
-  dbg_next_log_ns_ = now_ns + dbg_log_interval_ms_ * 1'000'000;
   const std::string line = "[SegMask][Fallback] frame=" + std::to_string(frame_id) +
                            " decision=skip providers_missing=" + std::to_string(frame.missing) +
                            " providers_using_lookback=" + std::to_string(frame.lookback) + "\n";
+  dbg_next_log_ns_ = now_ns + dbg_log_interval_ms_ * 1'000'000;  // not before the line is sure of its memory
   // In one piece and unformatted, whatever width or fill the host has left on the stream.
   std::cerr.write(line.data(), static_cast<std::streamsize>(line.size())).flush();
 }

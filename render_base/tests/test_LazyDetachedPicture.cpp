@@ -1,10 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <array>
 #include <atomic>
 #include <stdexcept>
 #include <thread>
 #include <vector>
 
+#include "at_once.h"
 #include "render_base/LazyDetachedPicture.h"
 #include "zelvo/ZelvoPicture.h"
 #include "zelvo/ZelvoPicturePool.h"
@@ -168,6 +170,64 @@ TEST(LazyDetachedPicture, OfTwoCallersAtOnceTheFirstToPublishWinsForBoth) {
   EXPECT_NE(results[0], nullptr);
   EXPECT_EQ(results[0], results[1]);
   EXPECT_EQ(copying, 2);
+}
+
+constexpr unsigned kThreads = 8;
+constexpr int kRounds = 200;
+
+// The preset tsan looks for races in these.
+TEST(LazyDetachedPicture, EightThreadsReadAndDetachOneAndGetOneCopy) {
+  for (int round = 0; round < kRounds; ++round) {
+    LazyDetachedPicture picture;
+    picture.source = emptyPicture();
+    picture.sourceId = 1;
+    picture.pool = std::make_shared<zelvo::ZelvoPicturePool>();
+    const zelvo::ZelvoPicture* const source = picture.source.get();
+    std::array<SharedPicture, kThreads> readBefore;
+    std::array<SharedPicture, kThreads> copies;
+    std::array<SharedPicture, kThreads> readAfter;
+    std::atomic<unsigned> sourcesSeen{0};
+    atOnce(kThreads, [&](unsigned i) {
+      if (picture.hasSource()) ++sourcesSeen;
+      readBefore[i] = picture.readable();
+      copies[i] = picture.ensureWritablePicShared();
+      readAfter[i] = picture.readable();
+    });
+    ASSERT_NE(copies[0], nullptr);
+    ASSERT_NE(copies[0].get(), source);
+    ASSERT_EQ(sourcesSeen, kThreads);
+    for (unsigned i = 0; i < kThreads; ++i) {
+      ASSERT_TRUE(readBefore[i].get() == source || readBefore[i] == copies[0]);
+      ASSERT_EQ(copies[i], copies[0]);
+      ASSERT_EQ(readAfter[i], copies[0]);
+    }
+  }
+}
+
+TEST(LazyDetachedPicture, OfEightThreadsThoseWhoseCopyFailsThrowAndTheOthersGetOnePicture) {
+  unsigned failures = 0;
+  for (int round = 0; round < kRounds; ++round) {
+    LazyDetachedPicture picture;
+    picture.source = emptyPicture();
+    picture.sourceId = 1;
+    std::atomic<int> asked{0};
+    picture.cloneDetached = [&](const std::string&, uint64_t) {
+      return asked++ < 3 ? nullptr : emptyPicture();
+    };
+    std::array<SharedPicture, kThreads> copies;
+    atOnce(kThreads, [&](unsigned i) {
+      try {
+        copies[i] = picture.ensureWritablePicShared();
+      } catch (const std::runtime_error&) {
+      }
+    });
+    ASSERT_NE(picture.writable, nullptr);
+    for (const SharedPicture& copy : copies) {
+      if (!copy) ++failures;
+      ASSERT_TRUE(!copy || copy == picture.writable);
+    }
+  }
+  EXPECT_EQ(failures, 3U * kRounds);
 }
 
 TEST(LazyDetachedPicture, TheReadablePictureIsTheCopyAndBeforeThatTheSource) {

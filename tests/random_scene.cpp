@@ -1,33 +1,11 @@
 #include "random_scene.h"
 
 #include <array>
-#include <random>
+
+#include "Dice.h"
 
 namespace scene {
 namespace {
-
-// The standard distributions differ from library to library; this does not.
-class Dice {
- public:
-  explicit Dice(unsigned seed) : engine_(seed) {}
-
-  int between(int low, int high) {
-    const auto span = static_cast<uint32_t>(high - low) + 1U;
-    return low + static_cast<int>(engine_() % span);
-  }
-  bool oneIn(int n) { return between(1, n) == 1; }
-
-  template <class T, std::size_t Count>
-  T oneOf(const std::array<T, Count>& values) {
-    return values[static_cast<std::size_t>(between(0, static_cast<int>(Count) - 1))];
-  }
-  std::string oneOf(const std::vector<std::string>& values) {
-    return values[static_cast<std::size_t>(between(0, static_cast<int>(values.size()) - 1))];
-  }
-
- private:
-  std::mt19937 engine_;
-};
 
 int randomSide(Dice& dice) {
   if (dice.oneIn(4)) return dice.between(1, 3);
@@ -90,15 +68,10 @@ Input randomInput(Dice& dice, int width, int height) {
   return input;
 }
 
-}  // namespace
-
-Scene randomScene(unsigned seed) {
+/// Everything but the frame's size.
+void fill(Scene& scene, Dice& dice) {
   static const std::array<int32_t, 6> kCaps = {1, 2, 3, 5, 256, 4096};
   static const std::array<const char*, 5> kReported = {"z", "a", "nobody", "cam/2", "\xC3\xA9"};
-  Dice dice(seed);
-  Scene scene;
-  scene.width = randomSide(dice);
-  scene.height = randomSide(dice);
   scene.frame.resize(frameBytes(scene.width, scene.height));
   for (uint8_t& byte : scene.frame) byte = static_cast<uint8_t>(dice.between(0, 255));
   for (int n = dice.between(0, 3); n > 0; --n) scene.reported.emplace_back(dice.oneOf(kReported));
@@ -108,6 +81,25 @@ Scene randomScene(unsigned seed) {
   scene.settings.alpha = randomShare(dice);
   scene.settings.min_score = dice.oneIn(2) ? 0.0F : randomShare(dice);
   scene.settings.cap = dice.oneOf(kCaps);
+}
+
+}  // namespace
+
+Scene randomScene(unsigned seed) {
+  Dice dice(seed);
+  Scene scene;
+  scene.width = randomSide(dice);
+  scene.height = randomSide(dice);
+  fill(scene, dice);
+  return scene;
+}
+
+Scene randomScene(unsigned seed, int width, int height) {
+  Dice dice(seed);
+  Scene scene;
+  scene.width = width;
+  scene.height = height;
+  fill(scene, dice);
   return scene;
 }
 

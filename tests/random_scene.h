@@ -8,4 +8,7 @@ namespace scene {
 /// broken ones, several producers. The same seed gives the same scene everywhere.
 Scene randomScene(unsigned seed);
 
+/// The same in a frame of this size.
+Scene randomScene(unsigned seed, int width, int height);
+
 }  // namespace scene

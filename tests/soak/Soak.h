@@ -1,0 +1,96 @@
+#pragma once
+
+#include <array>
+#include <bitset>
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "CapturedLines.h"
+#include "Dice.h"
+#include "FramePlan.h"
+#include "LineThrottle.h"
+#include "plugin_harness.h"
+#include "zelvo/ZelvoPicturePool.h"
+
+namespace soak {
+
+/// What a frame did that it should not; the text says which frame.
+class Failure : public std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+inline constexpr int kLargestSide = 64;
+
+/// What a soak did, for its summary. It takes no more memory however much that was.
+struct Figures {
+  uint64_t frames = 0;
+  uint64_t passes = 0;
+  uint64_t compared = 0;  ///< passes of which every byte was compared with the model
+  uint64_t changed = 0;   ///< of these, those that drew something
+  uint64_t skipped = 0;   ///< passes without detections
+  uint64_t lines = 0;     ///< diagnostic lines, each foretold
+  uint64_t thrown = 0;    ///< exceptions that left render, each foretold
+  uint64_t configurations = 0;
+  uint64_t debug_switches = 0;
+  uint64_t reloads = 0;
+  std::bitset<kLargestSide * kLargestSide> sizes;  ///< of the frames, each a bit
+  std::array<uint64_t, kTroubles> troubles{};
+};
+
+/// A host with good days and bad ones: one instance that is fed frame after frame, and now and then given up
+/// together with its library and loaded again. All of it follows from the seed.
+class Soak {
+ public:
+  explicit Soak(unsigned seed);
+
+  /// One frame, and what comes before it. Throws Failure when the frame's bytes, its exception or its
+  /// diagnostic line are not what they have to be.
+  void frame();
+
+  /// Gives up the instance, its library and the pictures that wait to be used again; the next frame loads
+  /// anew.
+  void rest();
+
+  /// Whether it is at rest.
+  bool rests() const { return !host_; }
+
+  const Figures& figures() const { return figures_; }
+  unsigned long otherLines() const { return lines_.otherLines(); }
+
+ private:
+  void beginPhase();
+  void load();
+  void configure();
+  void switchDebugging();
+  void advanceTime();
+  void prepare(plugin_test::Frame& frame, const FramePlan& plan);
+  void pass(plugin_test::Frame& frame, const FramePlan& plan, std::vector<uint8_t>& pixels);
+  std::string thrownBy(plugin_test::Frame& frame, const FramePlan& plan);
+  std::string lineOf(const FramePlan& plan, const Expected& expected);
+  [[noreturn]] void fail(const FramePlan& plan, const std::string& what) const;
+
+  scene::Dice dice_;
+  Figures figures_;
+  CapturedLines lines_;
+  std::shared_ptr<zelvo::ZelvoPicturePool> pool_;
+  std::optional<plugin_test::Host> host_;
+  LineThrottle throttle_;
+  scene::Settings settings_;
+  bool debugging_ = false;
+  std::chrono::nanoseconds now_{0};
+  int left_in_phase_ = 0;
+  int width_ = 0;
+  int height_ = 0;
+  bool quiet_ = false;
+  bool hostile_ = false;
+  RenderPayloadResolver resolver_;
+  unsigned calls_until_throw_ = 0;
+  Observed observed_;
+};
+
+}  // namespace soak

@@ -33,6 +33,7 @@ inline std::vector<uint8_t> plainDecodeBase64(std::string_view text, std::size_t
     if (pendingBits < 8) continue;
     pendingBits -= 8;
     bytes.push_back(static_cast<uint8_t>(pending >> pendingBits));
+    pending &= (1U << pendingBits) - 1;
   }
   return bytes;
 }

@@ -1,0 +1,125 @@
+// Mask texts from their bytes to the frame's mask, against the plainest decoder and cv::resize; and base64 alone. The
+// input is a program of steps: each takes a text or makes a mask, and brings it to frames of the sizes it names. One
+// FrameMask serves all steps, so what it keeps from the one before is tried too.
+
+#include <cerrno>
+#include <opencv2/imgproc.hpp>
+#include <vector>
+
+#include "FrameMask.h"
+#include "FuzzInput.h"
+#include "base64.h"
+#include "fuzz_target.h"
+#include "golden_model.h"
+#include "mask_text.h"
+#include "plain_base64.h"
+
+namespace {
+
+using seg_mask_overlay::FrameMask;
+using seg_mask_overlay::MaskBits;
+
+// Ends a text within a program. No rule of mask texts knows it.
+constexpr char kEndOfText = '\xFF';
+
+struct Size {
+  int width, height;
+};
+
+// Small sides mostly; now and then one that is long, and beyond a cache line or a word in any case.
+Size readSize(FuzzInput& input) {
+  switch (input.below(8)) {
+    case 0:
+      return {1 + input.number<std::uint16_t>() % 4096, 1};
+    case 1:
+      return {1, 1 + input.number<std::uint16_t>() % 4096};
+    case 2:
+      return {1 + input.byte(), 1 + input.byte()};
+    default:
+      return {1 + static_cast<int>(input.below(32)), 1 + static_cast<int>(input.below(32))};
+  }
+}
+
+// A text that decodes: the input gives a few bytes, and the mask's data repeats them.
+std::string readGoodText(FuzzInput& input) {
+  const Size size = readSize(input);
+  std::string repeated = input.piece();
+  if (repeated.empty()) repeated.push_back('\x0F');
+  const auto pixels = static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height);
+  std::vector<std::uint8_t> bytes((pixels + 7) / 8);
+  for (std::size_t i = 0; i < bytes.size(); ++i) {
+    bytes[i] = static_cast<unsigned char>(repeated[i % repeated.size()]);
+  }
+  return "SEG1|" + std::to_string(size.width) + "|" + std::to_string(size.height) + "|" + scene::base64(bytes);
+}
+
+cv::Mat pixelsOf(const golden::Mask& mask) {
+  cv::Mat pixels(mask.height, mask.width, CV_8UC1);
+  for (std::size_t i = 0; i < mask.inside.size(); ++i) pixels.data[i] = mask.inside[i] ? 255 : 0;
+  return pixels;
+}
+
+void checkBits(const std::optional<MaskBits>& actual, const std::optional<golden::Mask>& expected) {
+  fuzz::check(actual.has_value() == expected.has_value(), "whether the text is a mask");
+  if (!actual) return;
+  fuzz::check(actual->width == expected->width && actual->height == expected->height, "the mask's sides");
+  fuzz::check(actual->bits.size() == (expected->inside.size() + 7) / 8, "the mask's bytes");
+  for (std::size_t i = 0; i < expected->inside.size(); ++i) {
+    fuzz::check(actual->inside(i) == expected->inside[i], "the mask's pixels");
+  }
+}
+
+void checkFrame(FrameMask& frame, const MaskBits& mask, const cv::Mat& pixels, Size size) {
+  cv::Mat expected;
+  cv::resize(pixels, expected, cv::Size(size.width, size.height), 0, 0, cv::INTER_NEAREST);
+  const unsigned char* const actual = frame.fill(mask, size.width, size.height);
+  const std::string is(reinterpret_cast<const char*>(actual), expected.total());
+  const std::string shouldBe(reinterpret_cast<const char*>(expected.data), expected.total());
+  if (is == shouldBe) return;
+  fuzz::fail("a " + std::to_string(mask.width) + "x" + std::to_string(mask.height) + " mask in a " +
+             std::to_string(size.width) + "x" + std::to_string(size.height) + " frame");
+}
+
+void checkBase64(const std::string& text, std::size_t limit) {
+  // Behind other bytes, as in a mask text, so that it lies at any address.
+  for (std::size_t offset = 0; offset < 3; ++offset) {
+    const std::string padded = std::string(offset, '|') + text;
+    const std::string_view data = std::string_view(padded).substr(offset);
+    const std::vector<std::uint8_t> actual = seg_mask_overlay::decodeBase64(data, limit);
+    fuzz::check(actual == seg_mask_overlay::plainDecodeBase64(data, limit), "base64");
+  }
+}
+
+void step(FuzzInput& input, FrameMask& frame) {
+  const unsigned kind = input.below(4);
+  if (kind == 0) {
+    const std::size_t limit = input.number<std::uint16_t>() % 1024;
+    checkBase64(input.upTo(kEndOfText), limit);
+    return;
+  }
+  const Size first = readSize(input);
+  const Size second = readSize(input);
+  const std::string text = kind == 1 ? readGoodText(input) : input.upTo(kEndOfText);
+
+  constexpr int kErrnoBefore = 4711;
+  errno = kErrnoBefore;
+  const std::optional<MaskBits> mask = seg_mask_overlay::decodeMaskText(text);
+  fuzz::check(errno == kErrnoBefore, "errno stays");
+  const std::optional<golden::Mask> expected = golden::readMask(text);
+  checkBits(mask, expected);
+  fuzz::check(kind != 1 || mask, "a good text is a mask");
+  if (!mask) return;
+  const cv::Mat pixels = pixelsOf(*expected);
+  checkFrame(frame, *mask, pixels, first);
+  checkFrame(frame, *mask, pixels, second);
+  checkFrame(frame, *mask, pixels, {mask->width, mask->height});
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  FuzzInput program(data, size);
+  FrameMask frame;
+  for (int steps = 0; steps < 8 && !program.atEnd(); ++steps) step(program, frame);
+  return 0;
+}

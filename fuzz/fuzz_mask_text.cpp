@@ -1,6 +1,6 @@
-// Mask texts from their bytes to the frame's mask, against the plainest decoder and cv::resize; and base64 alone. The
-// input is a program of steps: each takes a text or makes a mask, and brings it to frames of the sizes it names. One
-// FrameMask serves all steps, so what it keeps from the one before is tried too.
+// Mask texts from their bytes to the frame's mask, against the plainest decoder and cv::resize; and base64
+// alone. The input is a program of steps: each takes a text or makes a mask, and brings it to frames of the
+// sizes it names. One FrameMask serves all steps, so what it keeps from the one before is tried too.
 
 #include <cerrno>
 #include <opencv2/imgproc.hpp>
@@ -9,6 +9,7 @@
 #include "FrameMask.h"
 #include "FuzzInput.h"
 #include "base64.h"
+#include "detection_builder.h"
 #include "fuzz_target.h"
 #include "golden_model.h"
 #include "mask_text.h"
@@ -16,42 +17,12 @@
 
 namespace {
 
+using fuzz::Size;
 using seg_mask_overlay::FrameMask;
 using seg_mask_overlay::MaskBits;
 
 // Ends a text within a program. No rule of mask texts knows it.
 constexpr char kEndOfText = '\xFF';
-
-struct Size {
-  int width, height;
-};
-
-// Small sides mostly; now and then one that is long, and beyond a cache line or a word in any case.
-Size readSize(FuzzInput& input) {
-  switch (input.below(8)) {
-    case 0:
-      return {1 + input.number<std::uint16_t>() % 4096, 1};
-    case 1:
-      return {1, 1 + input.number<std::uint16_t>() % 4096};
-    case 2:
-      return {1 + input.byte(), 1 + input.byte()};
-    default:
-      return {1 + static_cast<int>(input.below(32)), 1 + static_cast<int>(input.below(32))};
-  }
-}
-
-// A text that decodes: the input gives a few bytes, and the mask's data repeats them.
-std::string readGoodText(FuzzInput& input) {
-  const Size size = readSize(input);
-  std::string repeated = input.piece();
-  if (repeated.empty()) repeated.push_back('\x0F');
-  const auto pixels = static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height);
-  std::vector<std::uint8_t> bytes((pixels + 7) / 8);
-  for (std::size_t i = 0; i < bytes.size(); ++i) {
-    bytes[i] = static_cast<unsigned char>(repeated[i % repeated.size()]);
-  }
-  return "SEG1|" + std::to_string(size.width) + "|" + std::to_string(size.height) + "|" + scene::base64(bytes);
-}
 
 cv::Mat pixelsOf(const golden::Mask& mask) {
   cv::Mat pixels(mask.height, mask.width, CV_8UC1);
@@ -97,9 +68,9 @@ void step(FuzzInput& input, FrameMask& frame) {
     checkBase64(input.upTo(kEndOfText), limit);
     return;
   }
-  const Size first = readSize(input);
-  const Size second = readSize(input);
-  const std::string text = kind == 1 ? readGoodText(input) : input.upTo(kEndOfText);
+  const Size first = fuzz::buildSize(input);
+  const Size second = fuzz::buildSize(input);
+  const std::string text = kind == 1 ? fuzz::buildMaskText(input) : input.upTo(kEndOfText);
 
   constexpr int kErrnoBefore = 4711;
   errno = kErrnoBefore;

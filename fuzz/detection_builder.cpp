@@ -83,7 +83,7 @@ SwJsonValue buildElement(FuzzInput& input) {
 }  // namespace
 
 Size buildSize(FuzzInput& input) {
-  switch (input.below(8)) {
+  switch (input.below(32)) {
     case 0:
       return {1 + input.number<std::uint16_t>() % 4096, 1};
     case 1:

@@ -12,7 +12,7 @@ struct Size {
   int width, height;
 };
 
-/// Sides of up to 32 mostly; now and then one that is long, up to 4096 beside 1, or both up to 256.
+/// Sides of up to 32 mostly; seldom one that is long, up to 4096 beside 1, or both up to 256.
 Size buildSize(FuzzInput& input);
 
 /// A mask text that is a mask, of such a size: its data repeats a few bytes of the input.

@@ -191,7 +191,7 @@ void Soak::pass(Frame& frame, const FramePlan& plan, std::vector<uint8_t>& pixel
   if (!thrown.empty()) ++figures_.thrown;
 
   const std::string due = lineOf(plan, expected);
-  if (written != due) fail(plan, "it wrote '" + written + "', not '" + due + "'");
+  if (written != due) fail(plan, "its lines are '" + written + "', not '" + due + "'");
 
   const bool hasPicture = plan.trouble != Trouble::noSource && plan.trouble != Trouble::emptyPicture;
   if (!hasPicture) return;

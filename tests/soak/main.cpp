@@ -102,6 +102,7 @@ void printFigures(const Soak& soak, const Holdings& before, const Holdings& midd
     std::printf("  memory        not measured in this build\n");
     return;
   }
+  if (memory.meanOfQuarter(3) == 0) return;  // it did not come that far
   std::printf(
       "  memory        resident %.2f MiB in the second quarter, %.2f MiB in the last; heap %+ld bytes since "
       "the middle\n",

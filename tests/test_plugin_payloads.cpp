@@ -3,11 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "core/SwJsonArray.h"
+#include "core/SwJsonObject.h"
 #include "frame_check.h"
 #include "golden_model.h"
 #include "plugin_harness.h"
@@ -225,6 +228,121 @@ TEST_F(PluginPayloads, WhatTheResolverThrowsReachesTheHostAndTheNextFrameIsDrawn
   frame.context().payload_resolver = &resolver;
   EXPECT_THROW(host().render(frame), std::runtime_error);
   expectGolden(scene);
+}
+
+// A producer's own type, whose conversion to JSON throws a T.
+template <class T>
+struct Throws {
+  T thrown;
+};
+
+template <class T>
+SwAny throwing(const T& thrown) {
+  SwAny::registerMetaType<Throws<T>>();
+  SwAny::registerConversion<Throws<T>, SwJsonObject>(
+      [](const Throws<T>& payload) -> SwJsonObject { throw payload.thrown; });
+  return SwAny::from(Throws<T>{thrown});
+}
+
+// A payload that cannot even be copied, as a resolver does that hands on what is stored.
+struct Uncopyable {
+  Uncopyable() = default;
+  Uncopyable(const Uncopyable& other) : isStored(true) {
+    if (other.isStored) throw std::domain_error("cannot be copied twice");
+  }
+  Uncopyable& operator=(const Uncopyable&) = default;
+  bool isStored = false;
+};
+
+// Three producers, of which the second one has a bad day.
+class BadPayloads : public plugin_test::PluginTest {
+ protected:
+  BadPayloads() {
+    scene_.inputs.resize(3, scene_.inputs[0]);
+    scene_.inputs[1].producer = "q";
+    scene_.inputs[2].producer = "r";
+    scene_.inputs[1].detections[0].class_id = 5;
+    scene_.inputs[2].detections[0].class_id = 9;
+    others_.inputs = {scene_.inputs[0], scene_.inputs[2]};
+  }
+
+  void expectOthersDrawn(const SwAny& bad) {
+    Frame frame(scene_, host().stream());
+    frame.inputs()[1].payload = bad;
+    EXPECT_NO_THROW(host().render(frame));
+    EXPECT_TRUE(plugin_test::sameFrame(others_, golden::expectedFrame(others_), frame.pixels()));
+    expectGolden(scene_);
+  }
+
+  // The context's own resolver, but for the second call.
+  template <class Action>
+  RenderPayloadResolver failingAtTheSecond(Action action) {
+    return {[calls = 0, action](uint64_t, const SwAny& stored) mutable {
+      if (++calls == 2) action();
+      return stored;
+    }};
+  }
+
+  // A pass that threw has neither drawn nor mapped, and another one over the same context is as good as the
+  // first.
+  void expectUntouchedAndUsable(Frame& frame) {
+    EXPECT_EQ(frame.context().picture.writable, nullptr);
+    EXPECT_FALSE(frame.context().guard_active);
+    const RenderPayloadResolver handOn{[](uint64_t, const SwAny& stored) { return stored; }};
+    frame.context().payload_resolver = &handOn;
+    host().render(frame);
+    EXPECT_TRUE(plugin_test::sameFrame(scene_, golden::expectedFrame(scene_), frame.pixels()));
+    expectGolden(scene_);
+  }
+
+  Scene scene_ = scene::oneProducer(6, 4, {drawable()});
+  Scene others_ = scene_;
+};
+
+TEST_F(BadPayloads, AConversionThatThrowsContributesNothingAndTheOthersAreDrawn) {
+  expectOthersDrawn(throwing(std::runtime_error("a bad day")));
+  expectOthersDrawn(throwing(std::logic_error("a bad idea")));
+  expectOthersDrawn(throwing(42));
+  expectOthersDrawn(throwing(std::string("thrown text")));
+}
+
+TEST_F(BadPayloads, APayloadOfAForeignKindContributesNothingAndTheOthersAreDrawn) {
+  for (const SwAny& bad : {SwAny(7), SwAny(-1.5), SwAny(true), SwAny(std::string("{\"detections\": [")),
+                           SwAny(std::string("{\"detections\": [{\"x\": 1e999}]}")), SwAny(SwJsonArray()),
+                           SwAny(SwJsonObject())}) {
+    expectOthersDrawn(bad);
+  }
+}
+
+TEST_F(BadPayloads, AConversionWithoutMemoryLeavesAsBadAlloc) {
+  Frame frame(scene_, host().stream());
+  const SwAny good = frame.inputs()[1].payload;
+  frame.inputs()[1].payload = throwing(std::bad_alloc());
+  EXPECT_THROW(host().render(frame), std::bad_alloc);
+  frame.inputs()[1].payload = good;
+  expectUntouchedAndUsable(frame);
+}
+
+TEST_F(BadPayloads, WhateverTheResolverThrowsInTheMiddleReachesTheHost) {
+  const auto expectLetOut = [this](const RenderPayloadResolver& resolver, auto thrown) {
+    Frame frame(scene_, host().stream());
+    frame.context().payload_resolver = &resolver;
+    EXPECT_THROW(host().render(frame), decltype(thrown));
+    expectUntouchedAndUsable(frame);
+  };
+  expectLetOut(failingAtTheSecond([] { throw 42; }), 42);
+  expectLetOut(failingAtTheSecond([] { throw std::out_of_range("the host's own"); }), std::out_of_range(""));
+  expectLetOut(failingAtTheSecond([] { throw std::bad_alloc(); }), std::bad_alloc());
+}
+
+TEST_F(BadPayloads, WhatCopyingAStoredPayloadThrowsIsTheResolvers) {
+  SwAny::registerMetaType<Uncopyable>();
+  Frame frame(scene_, host().stream());
+  const SwAny good = frame.inputs()[1].payload;
+  frame.inputs()[1].payload = SwAny::from(Uncopyable());
+  EXPECT_THROW(host().render(frame), std::domain_error);
+  frame.inputs()[1].payload = good;
+  expectUntouchedAndUsable(frame);
 }
 
 // The view is made once per context; a host may also hand over one that it made itself.

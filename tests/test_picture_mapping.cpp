@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <stdexcept>
@@ -218,6 +219,48 @@ TEST_F(PictureMapping, AnotherBackendsInvalidMappingEndsTheOldOneToo) {
   EXPECT_TRUE(sameFrame(scene_, once_, frame_->pixels()));
 }
 
+TEST_F(PictureMapping, WhatMappingThrowsReachesTheHostAndTheNextPassDraws) {
+  const ProbeBackend::Spoil kThrows = [](IRenderBackend::MappedPlanes&) {
+    throw std::range_error("mapping");
+  };
+  first_->spoilWith(kThrows);
+  EXPECT_THROW(pass(*first_), std::range_error);
+  EXPECT_FALSE(context().guard_active);
+  EXPECT_FALSE(context().guard.holds());
+  EXPECT_TRUE(sameFrame(scene_, scene_.frame, frame_->pixels()));
+  first_->spoilWith(nullptr);
+  pass(*first_);
+  EXPECT_TRUE(sameFrame(scene_, once_, frame_->pixels()));
+
+  // A mapping of another backend's is released before, and not taken for one of this backend's after.
+  second_->spoilWith(kThrows);
+  EXPECT_THROW(pass(*second_), std::range_error);
+  EXPECT_FALSE(context().guard_active);
+  EXPECT_FALSE(context().guard.holds());
+  EXPECT_EQ(context().guard_backend, nullptr);
+  second_->spoilWith(nullptr);
+  pass(*second_);
+  EXPECT_TRUE(sameFrame(scene_, twice_, frame_->pixels()));
+}
+
+// A pitch below the width makes rows that lie over each other. What is drawn stays within them.
+TEST_F(PictureMapping, PitchesThatLieDrawOnlyWhereTheySayThatRowsLie) {
+  scene_.settings.alpha = 1.0F;
+  host().configure(scene_.settings);
+  first_->spoilWith([](IRenderBackend::MappedPlanes& planes) {
+    planes.yPitch = 1;
+    planes.uvPitch = 2;
+  });
+  pass(*first_);
+  // Class 0 is Y 115, U 94, V 227. Four luma rows of six, from bytes 0 to 3 on, and two chroma rows of three
+  // pairs, from bytes 0 and 2 on, end at byte 8: of the picture, whose own rows lie 256 bytes or more apart,
+  // they cover the first row of each plane.
+  std::vector<uint8_t> expected = scene_.frame;
+  for (std::size_t x = 0; x < 6; ++x) expected[x] = 115;
+  for (std::size_t x = 0; x < 6; ++x) expected[24 + x] = x % 2 == 0 ? 94 : 227;
+  EXPECT_TRUE(sameFrame(scene_, expected, frame_->pixels()));
+}
+
 TEST_F(PictureMapping, InactiveGuardIsNotTrusted) {
   pass(*first_);
   context().guard_active = false;
@@ -274,6 +317,47 @@ TEST_F(UnreadablePicture, FailedCopyIsReported) {
   context().picture.pool = nullptr;
   context().picture.cloneDetached = [](const std::string&, uint64_t) { return nullptr; };
   EXPECT_EQ(errorOfPass(), "LazyDetachedPicture cloneDetached failed");
+}
+
+// Gives nothing, or throws what it is told to.
+class BadPool : public zelvo::ZelvoPicturePool {
+ public:
+  std::shared_ptr<zelvo::ZelvoPicture> clone(const zelvo::ZelvoPicture&) override {
+    if (throws) throw std::length_error("the pool's own");
+    return nullptr;
+  }
+  bool throws = false;
+};
+
+TEST_F(UnreadablePicture, PoolThatGivesNothingIsReportedUnlessTheHostsCopierHelps) {
+  const auto good_pool = context().picture.pool;
+  context().picture.pool = std::make_shared<BadPool>();
+  EXPECT_EQ(errorOfPass(), "LazyDetachedPicture cloneDetached failed");
+  EXPECT_EQ(context().picture.writable, nullptr);
+  expectNothingMapped();
+  context().picture.cloneDetached = [&](const std::string&, uint64_t) {
+    return good_pool->clone(*context().picture.source);
+  };
+  pass(*first_);
+  EXPECT_TRUE(sameFrame(scene_, once_, frame_->pixels()));
+}
+
+TEST_F(UnreadablePicture, WhatPoolAndCopierThrowReachesTheHostAndTheNextPassDraws) {
+  const auto good_pool = context().picture.pool;
+  const auto pool = std::make_shared<BadPool>();
+  pool->throws = true;
+  context().picture.pool = pool;
+  EXPECT_THROW(pass(*first_), std::length_error);
+  context().picture.pool = nullptr;
+  context().picture.cloneDetached = [](const std::string&, uint64_t) -> std::shared_ptr<zelvo::ZelvoPicture> {
+    throw 42;
+  };
+  EXPECT_THROW(pass(*first_), int);
+  EXPECT_EQ(context().picture.writable, nullptr);
+  expectNothingMapped();
+  context().picture.pool = good_pool;
+  pass(*first_);
+  EXPECT_TRUE(sameFrame(scene_, once_, frame_->pixels()));
 }
 
 TEST_F(UnreadablePicture, SourceWithoutIdIsReported) {

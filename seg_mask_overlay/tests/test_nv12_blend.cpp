@@ -46,6 +46,12 @@ TEST(BlendByte, AnAlphaThatIsNoNumberOrInfiniteGives0) {
   EXPECT_EQ(blended(9, 9, std::numeric_limits<float>::quiet_NaN()), 0);
 }
 
+TEST(SampleOffset, IsFormedIn64Bits) {
+  constexpr int kMax = std::numeric_limits<int>::max();
+  EXPECT_EQ(sampleOffset(65536, 65536, 3), 4294967299);
+  EXPECT_EQ(sampleOffset(kMax, kMax, kMax), 4611686016279904256);  // (2^31 - 1) * 2^31
+}
+
 TEST(ChromaCovered, AnyOfTheFourPixelsCovers) {
   for (std::size_t set = 0; set < 4; ++set) {
     std::array<unsigned char, 4> mask{};

@@ -27,6 +27,18 @@ TEST(OverlayGeometry, ARectanglePastTheEdgesIsCutAtWidthMinus1AndHeightMinus1) {
   EXPECT_EQ(clampToFrame({2, 3, 4, 5}, 20, 10), (LumaRect{2, 3, 4, 5}));
 }
 
+TEST(OverlayGeometry, BytesOfAFramePast32And62BitsAreCounted) {
+  EXPECT_EQ((FrameSize{65536, 65536}.bytes()), std::size_t{1} << 32);
+  EXPECT_EQ((FrameSize{65536, 32768}.bytes()), std::size_t{1} << 31);
+  EXPECT_EQ((FrameSize{kMax, kMax}.bytes()), 4611686014132420609U);  // 2^62 - 2^32 + 1
+}
+
+TEST(OverlayGeometry, ARectangleOverAllOfTheLargestFrameIsNotCut) {
+  const LumaRect all = clampToFrame({kMin, kMin, kMax, kMax}, kMax, kMax);
+  EXPECT_EQ(chromaRect(all), (ChromaRect{0, 0, 1073741823, 1073741823}));  // the last odd column has none
+  EXPECT_EQ(lumaGrid(all), (GridSize{134217728, 134217728}));              // 2^31 / 16
+}
+
 TEST(OverlayGeometry, ARectangleOutsideOnAnySideComesOutEmpty) {
   EXPECT_TRUE(clampToFrame({-9, 0, -1, 5}, 20, 10).empty());  // left
   EXPECT_TRUE(clampToFrame({0, -9, 5, -1}, 20, 10).empty());  // above

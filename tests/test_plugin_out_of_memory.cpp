@@ -84,19 +84,28 @@ void forEachFailure(const std::function<void()>& work) {
   }
 }
 
-// Four detections of two producers, whose masks take every way from a text to the frame. The full weight
-// makes a second pass over the same picture draw the same bytes again.
+// Four detections of two producers, whose masks take every way from a text to the frame. Side by side, so
+// that none hides that another is missing. The full weight makes a second pass over the same picture draw the
+// same bytes again.
 Scene crowdedScene() {
-  Scene scene = scene::oneProducer(40, 30, {scene::coverAll(40, 30, 1), scene::coverAll(40, 30, 2)});
-  scene.inputs[0].detections[1].mask = scene::chessMask(40, 30);
+  constexpr int kWidth = 160;
+  constexpr int kHeight = 30;
+  std::vector<scene::Detection> detections(4, scene::coverAll(kWidth, kHeight));
+  for (int32_t i = 0; i < 4; ++i) {
+    scene::Detection& detection = detections[static_cast<std::size_t>(i)];
+    detection.x = 40 * i;
+    detection.w = 40;
+    detection.class_id = i;
+  }
+  detections[1].mask = scene::chessMask(kWidth, kHeight);
+  detections[2].mask = scene::chessMask(97, 61);
+  detections[3].mask = scene::chessMask(70000, 3);
+
+  Scene scene = scene::oneProducer(kWidth, kHeight, {detections[0], detections[1]});
   scene.inputs.push_back(scene.inputs[0]);
   scene.inputs[1].producer = "a producer whose name needs memory";
   scene.inputs[1].form = scene::PayloadForm::text;
-  scene.inputs[1].detections = {scene::coverAll(40, 30, 3), scene::coverAll(40, 30, 4)};
-  scene.inputs[1].detections[0].mask = scene::chessMask(97, 61);
-  scene.inputs[1].detections[1].mask = scene::chessMask(70000, 3);
-  scene.inputs[1].detections[0].x = 7;
-  scene.inputs[1].detections[1].h = 11;
+  scene.inputs[1].detections = {detections[2], detections[3]};
   scene.reported = {scene.inputs[1].producer, "a producer that delivers nothing"};
   scene.settings.alpha = 1.0F;
   return scene;

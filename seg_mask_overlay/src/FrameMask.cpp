@@ -1,7 +1,6 @@
 #include "FrameMask.h"
 
 #include <cstring>
-#include <new>
 
 namespace seg_mask_overlay {
 namespace {
@@ -11,21 +10,25 @@ constexpr std::size_t kWorthExpanding = 4;
 
 }  // namespace
 
-const unsigned char* FrameMask::fill(const MaskBits& mask, int width, int height) try {
-  frame_.create(height, width, CV_8UC1);  // continuous, because it allocates
+const unsigned char* FrameMask::fill(const MaskBits& mask, int width, int height) {
+  makeRoom(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
   columns_.prepare(mask.width, width);
   rows_.prepare(mask.height, height);
   const auto rowBytes = static_cast<std::size_t>(width);
+  unsigned char* row = frame_.data();
   for (int y = 0; y < height;) {
-    unsigned char* const drawn = frame_.ptr(y);
-    fillRow(mask, rows_.maskPixels()[static_cast<std::size_t>(y)], drawn);
-    for (const int end = rows_.nextAfter(y++); y < end; ++y) std::memcpy(frame_.ptr(y), drawn, rowBytes);
+    const unsigned char* const drawn = row;
+    fillRow(mask, rows_.maskPixels()[static_cast<std::size_t>(y)], row);
+    const int end = rows_.nextAfter(y);
+    for (row += rowBytes; ++y < end; row += rowBytes) std::memcpy(row, drawn, rowBytes);
   }
-  return frame_.data;
-} catch (const cv::Exception& error) {
-  // With valid sizes memory is all that OpenCV can lack, and it says so in its own way.
-  if (error.code == cv::Error::StsNoMem) throw std::bad_alloc();
-  throw;
+  return frame_.data();
+}
+
+void FrameMask::makeRoom(std::size_t bytes) {
+  // Old memory goes first, so that there is never both.
+  if (frame_.capacity() < bytes) frame_ = std::vector<unsigned char>();
+  frame_.resize(bytes);
 }
 
 void FrameMask::fillRow(const MaskBits& mask, int maskRow, unsigned char* bytes) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <opencv2/core.hpp>
+#include <cstddef>
 #include <vector>
 
 #include "mask_rows.h"
@@ -19,11 +19,12 @@ class FrameMask {
   const unsigned char* fill(const MaskBits& mask, int width, int height);
 
  private:
+  void makeRoom(std::size_t bytes);
   void fillRow(const MaskBits& mask, int maskRow, unsigned char* bytes);
   void fillRuns(const RowEdges& edges, unsigned char* bytes) const;
   void sampleNoise(const MaskBits& mask, int maskRow, unsigned char* bytes);
 
-  cv::Mat frame_;
+  std::vector<unsigned char> frame_;
   NearestMap columns_;
   NearestMap rows_;
   std::vector<unsigned char> noise_;  // a mask's row with too many edges, a byte a pixel

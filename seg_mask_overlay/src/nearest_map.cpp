@@ -3,15 +3,25 @@
 #include <algorithm>
 #include <opencv2/imgproc.hpp>
 
+#include "opencv_memory.h"
+
 namespace seg_mask_overlay {
 namespace {
 
-/// By frame pixel: one byte of the number of its mask pixel, which is scaled as a mask's pixels would be.
-cv::Mat scaledDigits(int maskSide, int frameSide, int shift) {
-  cv::Mat digits(1, maskSide, CV_8UC1);
-  for (int i = 0; i < maskSide; ++i) digits.data[i] = static_cast<unsigned char>(i >> shift);
-  cv::Mat scaled;
-  cv::resize(digits, scaled, cv::Size(frameSide, 1), 0, 0, cv::INTER_NEAREST);
+using Bytes = std::vector<unsigned char>;
+
+/// By frame pixel: one byte of the number of its mask pixel, which is scaled as a mask's pixels would be. The
+/// matrices lie over memory of ours, because OpenCV's allocator loses a matrix's bytes when it finds no
+/// memory for what it notes about them.
+Bytes scaledDigits(int maskSide, int frameSide, int shift) {
+  Bytes digits(static_cast<std::size_t>(maskSide));
+  Bytes scaled(static_cast<std::size_t>(frameSide));
+  for (std::size_t i = 0; i < digits.size(); ++i) digits[i] = static_cast<unsigned char>((i >> shift) & 255U);
+  withBadAlloc([&] {
+    const cv::Mat from(1, maskSide, CV_8UC1, digits.data());
+    cv::Mat to(1, frameSide, CV_8UC1, scaled.data());
+    cv::resize(from, to, to.size(), 0, 0, cv::INTER_NEAREST);
+  });
   return scaled;
 }
 
@@ -23,8 +33,8 @@ void NearestMap::prepare(int maskSide, int frameSide) {
   maskSide_ = 0;  // nothing is valid if memory runs out below
   maskPixels_.assign(size, 0);
   for (int shift = 0; shift < 32 && (maskSide - 1) >> shift != 0; shift += 8) {
-    const cv::Mat digits = scaledDigits(maskSide, frameSide, shift);
-    for (std::size_t i = 0; i < size; ++i) maskPixels_[i] |= static_cast<int>(digits.data[i]) << shift;
+    const Bytes digits = scaledDigits(maskSide, frameSide, shift);
+    for (std::size_t i = 0; i < size; ++i) maskPixels_[i] |= static_cast<int>(digits[i]) << shift;
   }
   identity_ = maskSide == frameSide;
   for (std::size_t i = 0; i < size; ++i) identity_ = identity_ && maskPixels_[i] == static_cast<int>(i);

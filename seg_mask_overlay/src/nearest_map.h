@@ -9,7 +9,7 @@ namespace seg_mask_overlay {
 class NearestMap {
  public:
   /// Takes the map for these sides, both at least 1, from cv::resize itself, unless it is there from the
-  /// previous call. Throws cv::Exception or std::bad_alloc when memory runs out.
+  /// previous call. Throws std::bad_alloc when memory runs out.
   void prepare(int maskSide, int frameSide);
 
   /// True when every frame pixel shows the mask pixel of its own number.

@@ -52,9 +52,15 @@ Interrupt::Interrupt() : reader_(pthread_self()) {
   handle(SIGINT, &segmaskOnSignal, kOnce, oldInt_);
   handle(SIGTERM, &segmaskOnSignal, kOnce, oldTerm_);
   handle(kWakeSignal, &segmaskOnWake, 0, oldWake_);
+  // Whoever started this process may have left it blocked.
+  sigset_t wake;
+  sigemptyset(&wake);
+  sigaddset(&wake, kWakeSignal);
+  pthread_sigmask(SIG_UNBLOCK, &wake, &oldMask_);
 }
 
 Interrupt::~Interrupt() {
+  pthread_sigmask(SIG_SETMASK, &oldMask_, nullptr);
   sigaction(SIGINT, &oldInt_, nullptr);
   sigaction(SIGTERM, &oldTerm_, nullptr);
   sigaction(kWakeSignal, &oldWake_, nullptr);

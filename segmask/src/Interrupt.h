@@ -9,7 +9,7 @@ namespace segmask {
 /// Turns the first SIGINT or SIGTERM into a wish that long work asks for: stop soon, but keep what is there.
 /// A second one ends the process the hard way, for whoever cannot wait. One at a time in a process; the old
 /// handling comes back at the end. Made by the thread that waits for input: the signals are to come there,
-/// because only there they end a call that blocks.
+/// because only there they end a call that blocks. Destroyed by the same thread.
 class Interrupt {
  public:
   Interrupt();
@@ -36,6 +36,7 @@ class Interrupt {
   struct sigaction oldInt_;
   struct sigaction oldTerm_;
   struct sigaction oldWake_;
+  sigset_t oldMask_;
   pthread_t reader_;
 };
 

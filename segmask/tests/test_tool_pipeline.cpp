@@ -222,6 +222,25 @@ TEST_F(ToolPipelineErrors, EndAReaderThatWaits) {
   EXPECT_EQ(readFile(path("messages")), "segmask: frame 2: no luck today\n");
 }
 
+/// The signal that wakes the reader, blocked in the tool by whoever started it.
+TEST_F(ToolPipelineErrors, EndAReaderThatWaitsWhateverSignalsItsParentBlocks) {
+  const FileDescriptor planar = makePipe("planar.y4m");
+  std::string y4m = "YUV4MPEG2 W64 H48 F25:1 Ip A0:0 C420jpeg\n";
+  for (int frame = 0; frame < 4; ++frame) y4m += "FRAME\n" + std::string(64 * 48 * 3 / 2, 'x');
+  folder_.write("d.jsonl", "");
+  sigset_t urgent;
+  sigset_t before;
+  sigemptyset(&urgent);
+  sigaddset(&urgent, SIGURG);
+  pthread_sigmask(SIG_BLOCK, &urgent, &before);
+  const pid_t process =
+      start(arguments("planar.y4m", "out.nv12", {"--plugin", libraryPath(kThrowingPlugin)}));
+  pthread_sigmask(SIG_SETMASK, &before, nullptr);
+  feed(planar, y4m);
+  EXPECT_EQ(waitForTool(process), 2);
+  EXPECT_EQ(readFile(path("messages")), "segmask: frame 2: no luck today\n");
+}
+
 class ToolPipelineInterrupt : public ToolPipeline {
  protected:
   ToolPipelineInterrupt() { folder_.write("d.jsonl", ""); }

@@ -58,7 +58,7 @@ void requireSameResult(const scene::Scene& scene) {
   drawing.render();
   std::vector<uint8_t> byOpenCv = scene.frame;
   crowd::drawByOpenCv(scene, byOpenCv);
-  crowd::requireAlike(scene, drawing.pixels(), byOpenCv);
+  crowd::requireAlike(drawing.pixels(), byOpenCv);
 }
 
 }  // namespace

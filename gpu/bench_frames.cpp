@@ -75,7 +75,6 @@ class Bench {
     return since(begin);
   }
 
-  const scene::Scene& scene() const { return scene_; }
   const std::vector<uint8_t>& result() const { return result_; }
 
  private:
@@ -107,7 +106,7 @@ void measure(int people) {
   bench.render();
   const std::vector<uint8_t> ours = bench.result();
   bench.renderByOpenCv();
-  crowd::requireAlike(bench.scene(), ours, bench.result());
+  crowd::requireAlike(ours, bench.result());
 
   std::vector<double> calls;
   std::vector<double> drawn;

@@ -25,7 +25,6 @@ std::vector<uint8_t> frameMask(const scene::Scene& scene);
 void drawByOpenCv(const scene::Scene& scene, std::vector<uint8_t>& frame);
 
 /// Throws std::runtime_error unless OpenCV's frame is ours but for its rounding.
-void requireAlike(const scene::Scene& scene, const std::vector<uint8_t>& ours,
-                  const std::vector<uint8_t>& byOpenCv);
+void requireAlike(const std::vector<uint8_t>& ours, const std::vector<uint8_t>& byOpenCv);
 
 }  // namespace crowd

@@ -96,7 +96,7 @@ class DeviceFaults : public plugin_test::PluginTest {
     EXPECT_EQ(ctx.guard_active, ctx.guard.holds());
     EXPECT_EQ(ctx.guard_active, ctx.render_target != nullptr);
     EXPECT_EQ(ctx.guard_active, ctx.guard_backend != nullptr);
-    EXPECT_TRUE(step.partial.include(frame.pixels())) << "part of a detection was drawn\n" << step.scene;
+    EXPECT_TRUE(step.partial.include(frame.pixels())) << "a plane has part of a detection\n" << step.scene;
     EXPECT_TRUE(sameFrame(step.scene, step.scene.frame, frame.sourcePixels())) << "the source was drawn on";
   }
 

@@ -154,7 +154,7 @@ class PluginOutOfMemory : public ::testing::Test {
       if (finished && !onDevice) {
         EXPECT_TRUE(sameFrame(scene_, whole_, pixels));
       }
-      EXPECT_TRUE(partial_.include(pixels)) << "part of a detection was drawn";
+      EXPECT_TRUE(partial_.include(pixels)) << "a plane has part of a detection";
       expectWholeViewOrNone(frame.context());
       plugin->render(frame.context());
       EXPECT_TRUE(sameFrame(scene_, whole_, frame.pixels())) << "drawn again";

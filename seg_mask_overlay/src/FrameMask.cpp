@@ -16,11 +16,13 @@ const unsigned char* FrameMask::fill(const MaskBits& mask, int width, int height
   rows_.prepare(mask.height, height);
   const auto rowBytes = static_cast<std::size_t>(width);
   unsigned char* row = frame_.data();
-  for (int y = 0; y < height;) {
+  int y = 0;
+  while (y < height) {
     const unsigned char* const drawn = row;
-    fillRow(mask, rows_.maskPixels()[static_cast<std::size_t>(y)], row);
     const int end = rows_.nextAfter(y);
-    for (row += rowBytes; ++y < end; row += rowBytes) std::memcpy(row, drawn, rowBytes);
+    fillRow(mask, rows_.maskPixels()[static_cast<std::size_t>(y)], row);
+    row += rowBytes;
+    for (++y; y < end; ++y, row += rowBytes) std::memcpy(row, drawn, rowBytes);
   }
   return frame_.data();
 }

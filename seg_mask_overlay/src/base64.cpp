@@ -35,13 +35,13 @@ constexpr Shares makeShares() {
 constexpr Shares kShares = makeShares();
 
 /// By character: 1 for those of the alphabet.
-constexpr std::array<uint8_t, 256> makeClean() {
-  std::array<uint8_t, 256> clean{};
-  for (const char c : kAlphabet) clean[static_cast<unsigned char>(c)] = 1;
-  return clean;
+constexpr std::array<uint8_t, 256> makeInAlphabet() {
+  std::array<uint8_t, 256> inAlphabet{};
+  for (const char c : kAlphabet) inAlphabet[static_cast<unsigned char>(c)] = 1;
+  return inAlphabet;
 }
 
-constexpr std::array<uint8_t, 256> kClean = makeClean();
+constexpr std::array<uint8_t, 256> kInAlphabet = makeInAlphabet();
 
 constexpr std::size_t kBlock = 16;  // characters at a time: four groups, twelve bytes
 constexpr std::size_t kBlockBytes = kBlock / 4 * 3;
@@ -89,14 +89,14 @@ std::size_t sift(const unsigned char* text, std::size_t length, unsigned char* s
   std::size_t size = 0;
   std::size_t i = 0;
   for (; i + 2 <= length; i += 2) {
-    const std::size_t first = kClean[text[i]];
+    const std::size_t first = kInAlphabet[text[i]];
     sifted[size] = text[i];
     sifted[size + first] = text[i + 1];
-    size += first + kClean[text[i + 1]];
+    size += first + kInAlphabet[text[i + 1]];
   }
   if (i < length) {
     sifted[size] = text[i];
-    size += kClean[text[i]];
+    size += kInAlphabet[text[i]];
   }
   return size;
 }

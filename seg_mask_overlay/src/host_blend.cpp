@@ -24,25 +24,26 @@ class LookUp {
   BlendTable undrawn_;
 };
 
-// The way for narrow boxes, and for weights that no configuration can hold, at some nanosecond a sample.
+// The way for boxes narrower than a vector, and for weights that no configuration can hold. Slow: a byte at a
+// time.
 
-void lookUpLuma(const MaskedRows& area, const LookUp& lookUp) {
+void lookUpLuma(const MaskedRows& area, const LookUp& tables) {
   for (int row = 0; row < area.rows; ++row) {
     unsigned char* samples = area.samples + row * area.pitch;
     const unsigned char* mask = area.mask + row * area.maskPitch;
-    for (std::size_t x = 0; x < area.bytes; ++x) lookUp.apply(samples[x], mask[x] != 0);
+    for (std::size_t x = 0; x < area.bytes; ++x) tables.apply(samples[x], mask[x] != 0);
   }
 }
 
-void lookUpChroma(const MaskedRows& area, const LookUp& lookUpU, const LookUp& lookUpV) {
+void lookUpChroma(const MaskedRows& area, const LookUp& tablesU, const LookUp& tablesV) {
   for (int row = 0; row < area.rows; ++row) {
     unsigned char* samples = area.samples + row * area.pitch;
     const unsigned char* top = area.mask + 2 * row * area.maskPitch;
     const unsigned char* bottom = top + area.maskPitch;
     for (std::size_t x = 0; x < area.bytes; x += 2) {
       const bool isDrawn = (top[x] | top[x + 1] | bottom[x] | bottom[x + 1]) != 0;
-      lookUpU.apply(samples[x], isDrawn);
-      lookUpV.apply(samples[x + 1], isDrawn);
+      tablesU.apply(samples[x], isDrawn);
+      tablesV.apply(samples[x + 1], isDrawn);
     }
   }
 }

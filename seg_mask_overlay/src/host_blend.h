@@ -1,6 +1,8 @@
 #pragma once
 
-// The CPU device's blend: the bytes of plain_blend.h, many at a time.
+// The CPU device's blend: the bytes of plain_blend.h, many at a time. Samples of the rectangle that are not
+// drawn may be written too, as they were: two threads must not draw over each other, even with masks that do
+// not.
 
 #include "overlay_geometry.h"
 #include "vector_blend.h"

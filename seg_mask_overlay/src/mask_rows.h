@@ -6,11 +6,11 @@
 
 namespace seg_mask_overlay {
 
-/// The pixels of one row where a mask begins or ends, first to last, kCapacity at most. The row
-/// begins outside, so the first of them is inside.
+/// The pixels of one row where a mask begins or ends, first to last. The row begins outside, so the first of
+/// them is inside.
 struct RowEdges {
-  static constexpr int kCapacity =
-      32;  // a silhouette's rows have few; beyond, runs are too short for a memset each
+  /// A silhouette's rows have few. In rows with more, runs are too short for a memset each.
+  static constexpr int kCapacity = 32;
 
   int count = 0;
   int pixels[kCapacity];

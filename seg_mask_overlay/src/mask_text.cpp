@@ -44,7 +44,8 @@ std::optional<MaskBits> decodeMaskText(const std::string& text) {
   const std::string_view data = std::string_view(text).substr(
       heightEnd + 1, dataEnd == std::string::npos ? dataEnd : dataEnd - heightEnd - 1);
   const uint64_t needed = (static_cast<uint64_t>(width) * static_cast<uint64_t>(height) + 7) / 8;
-  if (needed > data.size()) return std::nullopt;  // sides that lie must not make memory
+  if (needed > data.size())
+    return std::nullopt;  // sides that lie must not make more memory than there is text
   std::vector<uint8_t> bits = decodeBase64(data, static_cast<std::size_t>(needed));
   if (bits.size() < needed) return std::nullopt;
   return MaskBits{width, height, std::move(bits)};

@@ -32,7 +32,7 @@ struct VectorUnits {
 /// works, where nothing may be thrown.
 class VectorUnitsList {
  public:
-  void add(const VectorUnits& units) { units_[size_++] = units; }
+  void add(const VectorUnits& units) { units_.at(size_++) = units; }
 
   std::size_t size() const { return size_; }
   bool empty() const { return size_ == 0; }

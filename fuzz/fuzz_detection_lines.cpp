@@ -88,8 +88,9 @@ Line readLine(const std::string& text) {
 
 // Control bytes become blanks, and none is left at the end.
 std::string onOneLine(std::string text) {
-  for (char& byte : text) {
-    if ((byte >= 0 && byte < ' ') || byte == 0x7F) byte = ' ';
+  for (char& letter : text) {
+    const auto byte = static_cast<unsigned char>(letter);
+    if (byte < 0x20 || byte == 0x7F) letter = ' ';
   }
   while (!text.empty() && text.back() == ' ') text.pop_back();
   return text;

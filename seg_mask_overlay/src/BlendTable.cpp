@@ -15,7 +15,10 @@ uint8_t packed(const uint8_t* flags) {
   static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "the first byte is the lowest of the word");
   uint64_t word;
   std::memcpy(&word, flags, sizeof(word));
-  return static_cast<uint8_t>((word * 0x0102040810204080U) >> 56);
+  word |= word >> 7;   // each two neighbours beside each other in the lower one's byte
+  word |= word >> 14;  // each four
+  word |= word >> 28;  // and all eight in the lowest
+  return static_cast<uint8_t>(word);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // Payloads as producers really send them, and the ways from an input to its detections.
 
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include <cstdint>
 #include <new>
@@ -312,6 +313,32 @@ TEST_F(BadPayloads, APayloadOfAForeignKindContributesNothingAndTheOthersAreDrawn
                            SwAny(SwJsonObject())}) {
     expectOthersDrawn(bad);
   }
+}
+
+// A payload whose conversion ends the thread, as a cancelled one does; the C++ runtime ends the process where
+// that is taken for an exception.
+struct LastOne {};
+
+TEST_F(BadPayloads, AConversionThatEndsItsThreadEndsThatAlone) {
+  SwAny::registerMetaType<LastOne>();
+  SwAny::registerConversion<LastOne, SwJsonObject>(
+      [](const LastOne&) -> SwJsonObject { pthread_exit(nullptr); });
+  Frame frame(scene_, host().stream());
+  const SwAny good = frame.inputs()[1].payload;
+  frame.inputs()[1].payload = SwAny::from(LastOne());
+  std::pair<plugin_test::Host*, Frame*> pass(&host(), &frame);
+  const auto render = [](void* data) -> void* {
+    const auto& [host, of] = *static_cast<std::pair<plugin_test::Host*, Frame*>*>(data);
+    host->render(*of);
+    return data;
+  };
+  pthread_t thread;
+  ASSERT_EQ(pthread_create(&thread, nullptr, render, &pass), 0);
+  void* returned = &pass;
+  ASSERT_EQ(pthread_join(thread, &returned), 0);
+  EXPECT_EQ(returned, nullptr) << "the pass came back";
+  frame.inputs()[1].payload = good;
+  expectUntouchedAndUsable(frame);
 }
 
 TEST_F(BadPayloads, AConversionWithoutMemoryLeavesAsBadAlloc) {

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <limits>
 
 #include "StderrCapture.h"
@@ -40,6 +41,13 @@ TEST(SwString, ConvertsFromAndToStandardStrings) {
   EXPECT_EQ(string.size(), 3U);
   EXPECT_EQ(SwString(bytes.data(), 2).str(), "a" + kNul);
   EXPECT_EQ(SwString(static_cast<const char*>(nullptr)), "");
+}
+
+TEST(SwString, IsReadInPlace) {
+  const SwString string = "a" + kNul + "b";
+  EXPECT_EQ(std::memcmp(string.data(), "a\0b", 4), 0);
+  EXPECT_TRUE(string != "a");
+  EXPECT_FALSE(string != SwString("a" + kNul + "b"));
 }
 
 TEST(SwString, ConcatenationKeepsNulBytes) {

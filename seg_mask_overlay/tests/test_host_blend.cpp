@@ -111,6 +111,18 @@ TEST_P(HostBlend, TouchesNothingBesideTheRectangle) {
   }
 }
 
+TEST_P(HostBlend, DrawsNothingInAnEmptyRectangle) {
+  Memory samples(64, 100);
+  const Memory mask(64, 255);
+  for (const LumaRect rect : {LumaRect{4, 0, 3, 7}, LumaRect{0, 4, 7, 3}, LumaRect{4, 4, 3, 3}}) {
+    blendLuma(samples.data(), 8, mask.data(), 8, rect, 7, 1.0F, GetParam());
+  }
+  for (const ChromaRect rect : {ChromaRect{2, 0, 2, 3}, ChromaRect{0, 2, 3, 2}, ChromaRect{3, 3, 1, 1}}) {
+    blendChroma(samples.data(), 8, mask.data(), 8, rect, 7, 7, 1.0F, GetParam());
+  }
+  EXPECT_EQ(samples, Memory(64, 100));
+}
+
 TEST(VectorUnits, MakeTheSameTables) {
   std::vector<float> alphas = gpu_check::alphas();
   for (int i = 0; i <= 500; ++i) alphas.push_back(static_cast<float>(i) / 500.0F);

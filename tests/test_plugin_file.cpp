@@ -77,8 +77,9 @@ TEST(PluginFile, TableOfVirtualFunctionsHasElevenSlots) {
 // Nothing of the library's can be looked up, so its type information is compared by name.
 TEST(PluginFile, TypesAreKnownAcrossTheLibrarysEdge) {
   const plugin_test::LoadedPlugin plugin;
-  EXPECT_STREQ(typeid(*plugin).name(), "20SegMaskOverlayPlugin");
-  EXPECT_NE(dynamic_cast<RenderBase*>(&*plugin), nullptr);
+  IRenderPlugin& object = *plugin;
+  EXPECT_STREQ(typeid(object).name(), "20SegMaskOverlayPlugin");
+  EXPECT_NE(dynamic_cast<RenderBase*>(&object), nullptr);
 }
 
 }  // namespace

@@ -25,7 +25,7 @@ using scene::Scene;
 template <class Function>
 Function* inSlot(const IRenderPlugin& plugin, std::size_t number) {
   void* const* table = nullptr;
-  std::memcpy(&table, &plugin, sizeof table);
+  std::memcpy(&table, static_cast<const void*>(&plugin), sizeof table);
   return reinterpret_cast<Function*>(table[number - 1]);
 }
 

@@ -1,4 +1,5 @@
 #include <cstring>
+#include <limits>
 #include <memory>
 #include <vector>
 
@@ -104,7 +105,9 @@ cudaError_t check(const DeviceMemory& memory, const Rows& copy, cudaMemcpyKind k
 }
 
 RecordedCall beginCopy(Call call, const Rows& copy, cudaMemcpyKind kind, cudaStream_t stream) {
-  return {call, copy.width * copy.rows, kind, copy.to.first, stream, cudaSuccess};
+  std::size_t bytes = 0;
+  if (__builtin_mul_overflow(copy.width, copy.rows, &bytes)) bytes = std::numeric_limits<std::size_t>::max();
+  return {call, bytes, kind, copy.to.first, stream, cudaSuccess};
 }
 
 /// Both asynchronous copies, once their pitches are known to be good.

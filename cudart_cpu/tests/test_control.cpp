@@ -1,3 +1,4 @@
+#include <limits>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -80,6 +81,9 @@ TEST_F(Control, RecordsTellOrderSizesAndResults) {
   ASSERT_EQ(cudaStreamCreate(&stream), cudaSuccess);
   ASSERT_EQ(cudaMemcpyAsync(memory, host, 7, cudaMemcpyHostToDevice, stream), cudaSuccess);
   ASSERT_EQ(cudaMemcpy2DAsync(memory, 4, host, 3, 3, 2, cudaMemcpyHostToDevice, stream), cudaSuccess);
+  constexpr std::size_t kHuge = std::numeric_limits<std::size_t>::max();
+  ASSERT_EQ(cudaMemcpy2DAsync(memory, kHuge, host, kHuge, kHuge, 2, cudaMemcpyHostToDevice, stream),
+            cudaErrorInvalidValue);
   ASSERT_EQ(cudaMemsetAsync(memory, 0, 13, stream), cudaErrorInvalidValue);
   ASSERT_EQ(cudaStreamDestroy(stream), cudaSuccess);
   ASSERT_EQ(cudaFree(memory), cudaSuccess);
@@ -99,6 +103,7 @@ TEST_F(Control, RecordsTellOrderSizesAndResults) {
                                {Call::cudaStreamCreate, 0, none, nullptr, stream, cudaSuccess},
                                {Call::cudaMemcpyAsync, 7, up, memory, stream, cudaSuccess},
                                {Call::cudaMemcpy2DAsync, 6, up, memory, stream, cudaSuccess},
+                               {Call::cudaMemcpy2DAsync, kHuge, up, memory, stream, cudaErrorInvalidValue},
                                {Call::cudaMemsetAsync, 13, none, memory, stream, cudaErrorInvalidValue},
                                {Call::cudaStreamDestroy, 0, none, nullptr, stream, cudaSuccess},
                                {Call::cudaFree, 12, none, memory, nullptr, cudaSuccess}};

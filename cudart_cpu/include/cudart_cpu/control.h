@@ -52,7 +52,7 @@ CUDART_CPU_EXPORT void resetCounters();
 /// One call as it was made. Fields that the call does not have are 0, null or cudaMemcpyDefault.
 struct RecordedCall {
   Call call;
-  std::size_t bytes;         ///< asked for, copied, filled or freed; width x height for rows
+  std::size_t bytes;         ///< asked for, copied, filled or freed; for rows width x height, saturated
   cudaMemcpyKind kind;       ///< as given to a copy
   const void* deviceMemory;  ///< allocated or freed, else what was copied or filled to
   cudaStream_t stream;       ///< the stream meant, or made

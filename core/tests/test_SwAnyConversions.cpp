@@ -170,6 +170,7 @@ TEST_F(SwAnyConversions, JsonStringToTextIsQuotedAndItsInnerQuoteEscaped) {
 
 TEST_F(SwAnyConversions, JsonScalarsToText) {
   EXPECT_EQ(toText(SwJsonValue(true)), "true");
+  EXPECT_EQ(toText(SwJsonValue(false)), "false");
   EXPECT_EQ(toText(SwJsonValue(-42)), "-42");
   EXPECT_EQ(toText(SwJsonValue()), "null");
   EXPECT_EQ(toText(SwJsonValue(0.45)), "0.45");

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -250,6 +251,16 @@ TEST_F(DeviceCalls, FailedEnlargementGivesTheOldBufferUp) {
   EXPECT_EQ(memoryCallsOf(covered(4, 4)), std::vector<std::string>{"cudaMalloc 16"});
 }
 
+TEST_F(DeviceCalls, FailureToFreeTheOldBufferCostsNoFrame) {
+  callsOf(covered(4, 4));
+  const Scene larger = covered(6, 4);
+  const auto frame = readyFrame(larger);
+  cudart_cpu::failCall(Call::cudaFree, 1, cudaErrorUnknown);
+  host().render(*frame);
+  EXPECT_TRUE(sameFrame(larger, golden::expectedFrame(larger), frame->pixels()));
+  EXPECT_EQ(memoryCallsOf(larger), std::vector<std::string>{});
+}
+
 TEST_F(DeviceCalls, FailedUploadKeepsEarlierItemsAndTheNextFrameIsWhole) {
   const Scene scene = covered(6, 4, 4);
   for (unsigned nth = 1; nth <= 4; ++nth) {
@@ -273,6 +284,26 @@ TEST_F(DeviceCalls, FailedLaunchesAreNotExamined) {
   EXPECT_EQ(cudart_cpu::count(Call::cudaMemcpyAsync), 2U);
   EXPECT_EQ(cudart_cpu::count(Call::cudaGetLastError) + cudart_cpu::count(Call::cudaPeekAtLastError), 0U);
   EXPECT_EQ(memoryCallsOf(scene), std::vector<std::string>{});
+}
+
+// Luma and chroma of the first detection, then of the second.
+TEST_F(DeviceCalls, AFailedLaunchCostsOnePlaneOfOneDetection) {
+  const Scene scene = covered(6, 4, 2);
+  const std::vector<uint8_t> whole = golden::expectedFrame(scene);
+  for (unsigned nth = 1; nth <= 4; ++nth) {
+    Scene rest = scene;
+    rest.inputs[0].detections.erase(rest.inputs[0].detections.begin() + (nth - 1) / 2);
+    const std::vector<uint8_t> without = golden::expectedFrame(rest);
+    const bool is_luma = nth % 2 == 1;
+    std::vector<uint8_t> expected = is_luma ? without : whole;
+    const std::vector<uint8_t>& chroma = is_luma ? whole : without;
+    std::copy(chroma.begin() + 6 * 4, chroma.end(), expected.begin() + 6 * 4);
+
+    const auto frame = readyFrame(scene);
+    cudart_cpu::failCall(Call::cudaLaunchHostFunc, nth, cudaErrorLaunchFailure);
+    host().render(*frame);
+    EXPECT_TRUE(sameFrame(scene, expected, frame->pixels())) << "launch " << nth;
+  }
 }
 
 TEST_F(DeviceCalls, LargestCapUploadsOnceADetection) {

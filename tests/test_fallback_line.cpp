@@ -5,11 +5,15 @@
 
 #include <chrono>
 #include <cstdint>
+#include <ios>
+#include <iostream>
+#include <streambuf>
 #include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
+#include "StderrCapture.h"
 #include "golden_model.h"
 #include "plugin_harness.h"
 #include "random_scene.h"
@@ -72,6 +76,34 @@ TEST_F(FallbackLine, CountsProducersWithoutDetections) {
   scene.inputs = {delivery("side", scene::PayloadForm::absent, false),
                   delivery("top", scene::PayloadForm::object, false)};
   EXPECT_EQ(written(scene, 1042), line(1042, 4, 0));
+}
+
+TEST_F(FallbackLine, ComesInOnePieceAndIsFlushed) {
+  const StderrCapture captured;
+  Frame frame(empty_, host().stream());
+  host().render(frame);
+  EXPECT_EQ(captured.text(), line(frame.context().frame_id, 1, 0));
+  EXPECT_EQ(captured.writes(), 1);
+  EXPECT_GE(captured.flushes(), 1);
+}
+
+// Takes nothing, like a full disk.
+class FullBuffer : public std::streambuf {
+  std::streamsize xsputn(const char*, std::streamsize) override { return 0; }
+};
+
+TEST_F(FallbackLine, IsLostWhereTheStreamTakesNothingThoughTheHostLetsStreamsThrow) {
+  Frame frame(full_, host().stream());
+  frame.inputs()[0].payload = SwAny();
+  FullBuffer full;
+  std::streambuf* const before = std::cerr.rdbuf(&full);
+  std::cerr.exceptions(std::ios_base::badbit | std::ios_base::failbit);
+  EXPECT_NO_THROW(host().render(frame));
+  EXPECT_TRUE(std::cerr.bad());
+  std::cerr.exceptions(std::ios_base::goodbit);
+  std::cerr.clear();
+  std::cerr.rdbuf(before);
+  EXPECT_EQ(written(empty_), "") << "a lost line was the run's first";
 }
 
 TEST_F(FallbackLine, CountsLookbackOnceAProducer) {

@@ -364,6 +364,16 @@ TEST_F(UnreadablePicture, WhatPoolAndCopierThrowReachesTheHostAndTheNextPassDraw
   EXPECT_TRUE(sameFrame(scene_, once_, frame_->pixels()));
 }
 
+// The masks are fitted to the source; on less than that there is no room for them.
+TEST_F(UnreadablePicture, CopySmallerThanItsSourceIsNotDrawnOn) {
+  const auto copy = std::make_shared<zelvo::ZelvoPicture>(4, 2);
+  context().picture.pool = nullptr;
+  context().picture.cloneDetached = [&](const std::string&, uint64_t) { return copy; };
+  pass(*first_);
+  EXPECT_EQ(events_, Events{});
+  expectNothingMapped();
+}
+
 TEST_F(UnreadablePicture, SourceWithoutIdIsReported) {
   context().picture.sourceId = 0;
   EXPECT_EQ(errorOfPass(), "LazyDetachedPicture has no source picture id");

@@ -28,6 +28,15 @@ uint64_t steadyNowNs() {
   return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::nanoseconds>(now).count());
 }
 
+/// To standard error, in one piece and unformatted, whatever width or fill the host has left on the stream.
+void writeDiagnostic(const std::string& line) {
+  try {
+    std::cerr.write(line.data(), static_cast<std::streamsize>(line.size())).flush();
+  } catch (const std::ios_base::failure&) {
+    // The host lets its streams throw. A line that cannot be written is lost, as it is without that.
+  }
+}
+
 FrameSize frameSize(const LazyDetachedPicture& picture) {
   const std::shared_ptr<zelvo::ZelvoPicture> readable = picture.readable();
   if (!readable) throw std::runtime_error("LazyDetachedPicture has no readable picture");
@@ -94,7 +103,7 @@ void SegMaskOverlayPlugin::render(RenderContext& ctx) {
   if (items.empty()) return;
   frame = FrameDetections();  // drawing needs the items' bits alone, and the texts are large
 
-  if (!mapWritablePicture(ctx, *backend_)) return;
+  if (!mapWritablePicture(ctx, *backend_, size)) return;
   if (!reserveMaskBuffer(size.bytes())) return;
   drawItems(ctx, size, items);
 }
@@ -111,8 +120,7 @@ void SegMaskOverlayPlugin::skipFrame(uint64_t frame_id, const FrameDetections& f
                            " decision=skip providers_missing=" + std::to_string(frame.missing) +
                            " providers_using_lookback=" + std::to_string(frame.lookback) + "\n";
   dbg_next_log_ns_ = now_ns + dbg_log_interval_ms_ * 1'000'000;  // not before the line is sure of its memory
-  // In one piece and unformatted, whatever width or fill the host has left on the stream.
-  std::cerr.write(line.data(), static_cast<std::streamsize>(line.size())).flush();
+  writeDiagnostic(line);
 }
 
 /// False when the device has no memory for `bytes`; the next frame tries again.

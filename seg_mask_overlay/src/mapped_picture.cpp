@@ -20,21 +20,25 @@ void releaseMapping(RenderContext& ctx) {
   ctx.guard_backend = nullptr;
 }
 
+bool holds(const zelvo::ZelvoPicture& picture, const FrameSize& size) {
+  return picture.width() >= size.width && picture.height() >= size.height;
+}
+
 /// Replaces the context's render target by one of the writable picture. False when there is none.
-bool makeRenderTarget(RenderContext& ctx) {
+bool makeRenderTarget(RenderContext& ctx, const FrameSize& size) {
   const std::shared_ptr<zelvo::ZelvoPicture> picture = ctx.picture.ensureWritablePicShared();
-  ctx.render_target = picture ? picture->makeRenderTarget() : nullptr;
+  ctx.render_target = picture && holds(*picture, size) ? picture->makeRenderTarget() : nullptr;
   return ctx.render_target != nullptr;
 }
 
 }  // namespace
 
-bool mapWritablePicture(RenderContext& ctx, IRenderBackend& backend) {
+bool mapWritablePicture(RenderContext& ctx, IRenderBackend& backend, const FrameSize& size) {
   if (ctx.guard_active && areValid(ctx.planes)) {
     if (ctx.guard_backend == &backend) return true;
     releaseMapping(ctx);
   }
-  if (!makeRenderTarget(ctx)) return false;
+  if (!makeRenderTarget(ctx, size)) return false;
 
   IRenderBackend::Mapping mapping = backend.map(*ctx.render_target);
   if (!areValid(mapping.planes)) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "overlay_geometry.h"
+
 struct RenderContext;
 class IRenderBackend;
 
@@ -7,7 +9,9 @@ namespace seg_mask_overlay {
 
 /// Makes sure that the context holds its writable picture, mapped by `backend`: keeps the mapping of an
 /// earlier pass of the same backend, replaces any other. False when there is no render target or no valid
-/// mapping; the context's target is null then. Throws what the detaching of the picture throws.
-bool mapWritablePicture(RenderContext& ctx, IRenderBackend& backend);
+/// mapping, or when the copy that was made does not hold `size`, that of its source: a host's copier must not
+/// make the drawing end in memory that is not the picture's. The context's target is null then. Throws what
+/// the detaching of the picture throws.
+bool mapWritablePicture(RenderContext& ctx, IRenderBackend& backend, const FrameSize& size);
 
 }  // namespace seg_mask_overlay

@@ -42,6 +42,8 @@ class FakeBackend : public IRenderBackend {
 };
 
 struct MappedPicture : testing::Test {
+  static constexpr FrameSize kSize{4, 2};
+
   Events events;
   FakeBackend a{"a", events};
   FakeBackend b{"b", events};
@@ -56,7 +58,7 @@ struct MappedPicture : testing::Test {
 };
 
 TEST_F(MappedPicture, TheFirstPassMapsATargetOfTheWritablePicture) {
-  EXPECT_TRUE(mapWritablePicture(ctx, a));
+  EXPECT_TRUE(mapWritablePicture(ctx, a, kSize));
   EXPECT_EQ(events, Events{"map a"});
   EXPECT_EQ(ctx.picture.writable, copy);
   EXPECT_EQ(a.lastTarget, ctx.render_target.get());
@@ -67,16 +69,16 @@ TEST_F(MappedPicture, TheFirstPassMapsATargetOfTheWritablePicture) {
 }
 
 TEST_F(MappedPicture, ASecondPassOfTheSameBackendKeepsGuardAndTarget) {
-  mapWritablePicture(ctx, a);
+  mapWritablePicture(ctx, a, kSize);
   const zelvo::RenderTarget* target = ctx.render_target.get();
-  EXPECT_TRUE(mapWritablePicture(ctx, a));
+  EXPECT_TRUE(mapWritablePicture(ctx, a, kSize));
   EXPECT_EQ(events, Events{"map a"});
   EXPECT_EQ(ctx.render_target.get(), target);
 }
 
 TEST_F(MappedPicture, APassOfAnotherBackendReleasesTheGuardBeforeItMaps) {
-  mapWritablePicture(ctx, a);
-  EXPECT_TRUE(mapWritablePicture(ctx, b));
+  mapWritablePicture(ctx, a, kSize);
+  EXPECT_TRUE(mapWritablePicture(ctx, b, kSize));
   EXPECT_EQ(events, (Events{"map a", "unmap a", "map b"}));
   EXPECT_EQ(ctx.guard_backend, &b);
 }
@@ -86,13 +88,13 @@ TEST_F(MappedPicture, AnActiveGuardWithInvalidPlanesIsReplacedAfterTheNewMapping
     events.clear();
     ctx.guard_active = false;
     ctx.guard = IRenderBackend::Guard();
-    mapWritablePicture(ctx, a);
+    mapWritablePicture(ctx, a, kSize);
     if (way == 0) ctx.planes.y = nullptr;
     if (way == 1) ctx.planes.uv = nullptr;
     if (way == 2) ctx.planes.yPitch = 0;
     if (way == 3) ctx.planes.uvPitch = -1;
     events.clear();
-    EXPECT_TRUE(mapWritablePicture(ctx, a));
+    EXPECT_TRUE(mapWritablePicture(ctx, a, kSize));
     EXPECT_EQ(events, (Events{"map a", "unmap a"})) << way;
     EXPECT_EQ(ctx.planes.uvPitch, 2);
   }
@@ -106,7 +108,7 @@ TEST_F(MappedPicture, AnInvalidMappingClearsTargetAndBackendAndEndsTheMapping) {
     if (way == 1) bad.planes.uv = nullptr;
     if (way == 2) bad.planes.yPitch = -1;
     if (way == 3) bad.planes.uvPitch = 0;
-    EXPECT_FALSE(mapWritablePicture(ctx, bad));
+    EXPECT_FALSE(mapWritablePicture(ctx, bad, kSize));
     EXPECT_EQ(events, (Events{"map bad", "unmap bad"})) << way;
     EXPECT_EQ(ctx.render_target, nullptr);
     EXPECT_EQ(ctx.guard_backend, nullptr);
@@ -115,20 +117,20 @@ TEST_F(MappedPicture, AnInvalidMappingClearsTargetAndBackendAndEndsTheMapping) {
 }
 
 TEST_F(MappedPicture, AnInvalidMappingByAnotherBackendLeavesNothingOfTheFirst) {
-  mapWritablePicture(ctx, a);
+  mapWritablePicture(ctx, a, kSize);
   b.planes.y = nullptr;
-  EXPECT_FALSE(mapWritablePicture(ctx, b));
+  EXPECT_FALSE(mapWritablePicture(ctx, b, kSize));
   EXPECT_EQ(events, (Events{"map a", "unmap a", "map b", "unmap b"}));
   EXPECT_EQ(ctx.render_target, nullptr);
   EXPECT_FALSE(ctx.guard.holds());
 }
 
 TEST_F(MappedPicture, AnActiveGuardWithInvalidPlanesStaysWhereTheNewMappingIsInvalidToo) {
-  mapWritablePicture(ctx, a);
+  mapWritablePicture(ctx, a, kSize);
   ctx.planes.y = nullptr;
   events.clear();
   b.planes.uv = nullptr;
-  EXPECT_FALSE(mapWritablePicture(ctx, b));
+  EXPECT_FALSE(mapWritablePicture(ctx, b, kSize));
   EXPECT_EQ(events, (Events{"map b", "unmap b"}));
   EXPECT_TRUE(ctx.guard_active);
   EXPECT_TRUE(ctx.guard.holds());
@@ -137,18 +139,33 @@ TEST_F(MappedPicture, AnActiveGuardWithInvalidPlanesStaysWhereTheNewMappingIsInv
 }
 
 TEST_F(MappedPicture, APictureWithoutARenderTargetMapsNothingAndDropsTheOldTarget) {
-  mapWritablePicture(ctx, a);
+  mapWritablePicture(ctx, a, kSize);
   events.clear();
   ctx.guard_active = false;
   ctx.picture.writable = std::make_shared<zelvo::ZelvoPicture>();  // the empty picture has no target
-  EXPECT_FALSE(mapWritablePicture(ctx, a));
+  EXPECT_FALSE(mapWritablePicture(ctx, a, kSize));
   EXPECT_EQ(ctx.render_target, nullptr);
   EXPECT_EQ(events, Events{});
 }
 
+TEST_F(MappedPicture, ACopySmallerThanTheFrameIsNotMapped) {
+  for (const FrameSize size : {FrameSize{3, 2}, FrameSize{4, 1}, FrameSize{3, 3}, FrameSize{5, 1}}) {
+    ctx.picture.writable = nullptr;
+    copy = std::make_shared<zelvo::ZelvoPicture>(size.width, size.height);
+    EXPECT_FALSE(mapWritablePicture(ctx, a, kSize)) << size.width << 'x' << size.height;
+    EXPECT_EQ(ctx.render_target, nullptr);
+  }
+  EXPECT_EQ(events, Events{});
+}
+
+TEST_F(MappedPicture, ALargerCopyIsMapped) {
+  copy = std::make_shared<zelvo::ZelvoPicture>(5, 3);
+  EXPECT_TRUE(mapWritablePicture(ctx, a, kSize));
+}
+
 TEST_F(MappedPicture, WhatDetachingThrowsPassesThrough) {
   ctx.picture.sourceId = 0;
-  EXPECT_THROW(mapWritablePicture(ctx, a), std::runtime_error);
+  EXPECT_THROW(mapWritablePicture(ctx, a, kSize), std::runtime_error);
   EXPECT_EQ(events, Events{});
 }
 

@@ -18,7 +18,8 @@ class ZelvoPicturePool;
 /// fields before the first pass; from then on the mutex guards them all.
 class LazyDetachedPicture {
  public:
-  /// Makes a copy of the picture known by that name ("/" when it has none) and identifier; empty on failure.
+  /// Makes a copy of the picture known by that name ("/" when it has none) and identifier, as large as it;
+  /// empty on failure.
   using CloneDetached =
       std::function<std::shared_ptr<zelvo::ZelvoPicture>(const std::string& name, uint64_t id)>;
 

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -27,13 +28,16 @@ class FakeBackend : public IRenderBackend {
   Mapping map(zelvo::RenderTarget& target) override {
     events_.push_back("map " + name_);
     lastTarget = &target;
-    std::shared_ptr<void> token(
-        &sample, [events = &events_, name = name_](void*) { events->push_back("unmap " + name); });
+    std::shared_ptr<void> token(&sample, [this](void*) {
+      events_.push_back("unmap " + name_);
+      if (onUnmap) onUnmap();
+    });
     return {Guard(std::move(token)), planes};
   }
 
   MappedPlanes planes;
   zelvo::RenderTarget* lastTarget = nullptr;
+  std::function<void()> onUnmap;  ///< called when a mapping ends
 
  private:
   std::string name_;
@@ -83,6 +87,14 @@ TEST_F(MappedPicture, APassOfAnotherBackendReleasesTheGuardBeforeItMaps) {
   EXPECT_EQ(ctx.guard_backend, &b);
 }
 
+TEST_F(MappedPicture, AMappingThatNamesNoBackendIsReleasedBeforeTheNextOne) {
+  mapWritablePicture(ctx, a, kSize);
+  ctx.guard_backend = nullptr;
+  EXPECT_TRUE(mapWritablePicture(ctx, a, kSize));
+  EXPECT_EQ(events, (Events{"map a", "unmap a", "map a"}));
+  EXPECT_EQ(ctx.guard_backend, &a);
+}
+
 TEST_F(MappedPicture, AnActiveGuardWithInvalidPlanesIsReplacedAfterTheNewMapping) {
   for (int way = 0; way < 4; ++way) {
     events.clear();
@@ -114,6 +126,18 @@ TEST_F(MappedPicture, AnInvalidMappingClearsTargetAndBackendAndEndsTheMapping) {
     EXPECT_EQ(ctx.guard_backend, nullptr);
     EXPECT_FALSE(ctx.guard_active);
   }
+}
+
+TEST_F(MappedPicture, AnInvalidMappingEndsOnceTheContextHasForgottenItsTargetAndBackend) {
+  mapWritablePicture(ctx, a, kSize);
+  ctx.guard_active = false;
+  b.planes.y = nullptr;
+  b.onUnmap = [this] {
+    EXPECT_EQ(ctx.render_target, nullptr);
+    EXPECT_EQ(ctx.guard_backend, nullptr);
+  };
+  EXPECT_FALSE(mapWritablePicture(ctx, b, kSize));
+  EXPECT_EQ(events, (Events{"map a", "map b", "unmap b"}));
 }
 
 TEST_F(MappedPicture, AnInvalidMappingByAnotherBackendLeavesNothingOfTheFirst) {
@@ -163,10 +187,46 @@ TEST_F(MappedPicture, ALargerCopyIsMapped) {
   EXPECT_TRUE(mapWritablePicture(ctx, a, kSize));
 }
 
+TEST_F(MappedPicture, APictureWithoutARenderTargetLeavesAnActiveGuardWithInvalidPlanes) {
+  mapWritablePicture(ctx, a, kSize);
+  ctx.planes.y = nullptr;
+  ctx.picture.writable = std::make_shared<zelvo::ZelvoPicture>();
+  EXPECT_FALSE(mapWritablePicture(ctx, a, kSize));
+  EXPECT_EQ(events, Events{"map a"});
+  EXPECT_EQ(ctx.render_target, nullptr);
+  EXPECT_TRUE(ctx.guard_active);
+  EXPECT_TRUE(ctx.guard.holds());
+  EXPECT_EQ(ctx.guard_backend, &a);
+}
+
 TEST_F(MappedPicture, WhatDetachingThrowsPassesThrough) {
   ctx.picture.sourceId = 0;
   EXPECT_THROW(mapWritablePicture(ctx, a, kSize), std::runtime_error);
   EXPECT_EQ(events, Events{});
+}
+
+TEST_F(MappedPicture, WhenDetachingThrowsTheTargetOfTheLastPassStays) {
+  mapWritablePicture(ctx, a, kSize);
+  const zelvo::RenderTarget* target = ctx.render_target.get();
+  ctx.guard_active = false;
+  ctx.picture.writable = nullptr;
+  ctx.picture.sourceId = 0;
+  EXPECT_THROW(mapWritablePicture(ctx, a, kSize), std::runtime_error);
+  EXPECT_NE(target, nullptr);
+  EXPECT_EQ(ctx.render_target.get(), target);
+  EXPECT_EQ(ctx.guard_backend, &a);
+}
+
+TEST_F(MappedPicture, WhenDetachingThrowsAnotherBackendsMappingIsReleasedWhole) {
+  mapWritablePicture(ctx, a, kSize);
+  ctx.picture.writable = nullptr;
+  ctx.picture.sourceId = 0;
+  EXPECT_THROW(mapWritablePicture(ctx, b, kSize), std::runtime_error);
+  EXPECT_EQ(events, (Events{"map a", "unmap a"}));
+  EXPECT_FALSE(ctx.guard_active);
+  EXPECT_FALSE(ctx.guard.holds());
+  EXPECT_EQ(ctx.render_target, nullptr);
+  EXPECT_EQ(ctx.guard_backend, nullptr);
 }
 
 }  // namespace

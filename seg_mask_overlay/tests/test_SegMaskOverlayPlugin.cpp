@@ -4,6 +4,7 @@
 #include <iomanip>
 #include <iostream>
 #include <limits>
+#include <sstream>
 #include <stdexcept>
 
 #include "SegMaskOverlayPluginPeer.h"
@@ -49,6 +50,14 @@ struct Frame {
     input.producer_id = "p";
     input.payload = SwAny(SwString(payload));
     inputs["detection.v1"].push_back(input);
+  }
+
+  /// The resolver runs between the plug-in's two looks at the picture.
+  void losePictureWhenResolved() {
+    resolver.resolve = [this](uint64_t, const SwAny& stored) {
+      ctx.picture.source.reset();
+      return stored;
+    };
   }
 
   std::vector<unsigned char> drawn() const {
@@ -224,17 +233,19 @@ TEST_F(SegMaskOverlayPluginTest, APictureWithoutSizeIsLeftAlone) {
 
 TEST_F(SegMaskOverlayPluginTest, ASourceLostDuringTheFrameIsReported) {
   Frame frame(payload(detection(kWholeFrame)));
-  // The resolver runs between the two looks at the picture.
-  frame.resolver.resolve = [&frame](uint64_t, const SwAny& stored) {
-    frame.ctx.picture.source.reset();
-    return stored;
-  };
+  frame.losePictureWhenResolved();
   try {
     plugin.render(frame.ctx);
     FAIL() << "nothing was thrown";
   } catch (const std::runtime_error& error) {
     EXPECT_STREQ(error.what(), "LazyDetachedPicture has no readable picture");
   }
+}
+
+TEST_F(SegMaskOverlayPluginTest, ASourceLostDuringTheFrameIsReportedThoughNothingIsDrawable) {
+  Frame frame(payload(detection(kWholeFrame, "1", "no mask")));
+  frame.losePictureWhenResolved();
+  EXPECT_THROW(plugin.render(frame.ctx), std::runtime_error);
 }
 
 TEST_F(SegMaskOverlayPluginTest, WithoutASourceNothingIsCountedOrLogged) {
@@ -267,6 +278,31 @@ TEST_F(SegMaskOverlayPluginTest, TheLineIgnoresWhatTheHostHasLeftOnTheStream) {
   std::cerr.fill(' ');
   EXPECT_EQ(line,
             "[SegMask][Fallback] frame=0 decision=skip providers_missing=0 providers_using_lookback=0\n");
+}
+
+/// Keeps what has arrived by the time of each flush.
+class FlushedTexts : public std::stringbuf {
+ public:
+  std::vector<std::string> texts;
+
+ private:
+  int sync() override {
+    texts.push_back(str());
+    return 0;
+  }
+};
+
+TEST_F(SegMaskOverlayPluginTest, TheLineIsFlushedOnceItIsWholeThoughTheHostHasTurnedThatOff) {
+  plugin.enableDebug(true);
+  Frame frame;
+  FlushedTexts flushed;
+  std::streambuf* const before = std::cerr.rdbuf(&flushed);
+  std::cerr << std::nounitbuf;
+  plugin.render(frame.ctx);
+  std::cerr << std::unitbuf;
+  std::cerr.rdbuf(before);
+  EXPECT_EQ(flushed.texts, std::vector<std::string>{"[SegMask][Fallback] frame=0 decision=skip "
+                                                    "providers_missing=0 providers_using_lookback=0\n"});
 }
 
 TEST_F(SegMaskOverlayPluginTest, TheFrameNumberIsUnsigned) {
@@ -305,6 +341,48 @@ TEST_F(SegMaskOverlayPluginTest, ALineMovesTheNextTimeByTheIntervalAndFramesWith
   EXPECT_EQ(fields.nextLogNs(), kNever);
 }
 
+TEST_F(SegMaskOverlayPluginTest, ALineWrittenOnCountMovesTheNextTimeToo) {
+  plugin.enableDebug(true);
+  fields.skippedFrames() = 59;
+  fields.nextLogNs() = kNever;
+  const uint64_t before = steadyNowNs();
+  EXPECT_EQ(framesLogged(1), std::vector<int>{1});
+  const uint64_t after = steadyNowNs();
+  EXPECT_GE(fields.nextLogNs(), before + 2'000'000'000U);
+  EXPECT_LE(fields.nextLogNs(), after + 2'000'000'000U);
+}
+
+TEST_F(SegMaskOverlayPluginTest, TheNextTimeCountsFromBeforeThePayloadsAreResolved) {
+  plugin.enableDebug(true);
+  Frame frame("{}");
+  uint64_t resolved = 0;
+  frame.resolver.resolve = [&resolved](uint64_t, const SwAny& stored) {
+    resolved = steadyNowNs();
+    while (steadyNowNs() == resolved) {
+    }
+    return stored;
+  };
+  EXPECT_NE(logOf(frame), "");
+  EXPECT_LE(fields.nextLogNs(), resolved + 2'000'000'000U);
+}
+
+TEST_F(SegMaskOverlayPluginTest, OnlyFramesChangeTheRunTheNextTimeAndTheDeviceBuffer) {
+  Frame frame(payload(detection(kWholeFrame)));
+  plugin.render(frame.ctx);
+  void* const buffer = fields.deviceMask();
+  EXPECT_NE(buffer, nullptr);
+  fields.skippedFrames() = 5;
+  fields.nextLogNs() = kNever;
+  plugin.init({&backend});
+  plugin.enableDebug(true);
+  plugin.enableDebug(false);
+  plugin.setConfig("{\"alpha\": 0.5}");
+  EXPECT_EQ(fields.skippedFrames(), 5U);
+  EXPECT_EQ(fields.nextLogNs(), kNever);
+  EXPECT_EQ(fields.deviceMask(), buffer);
+  EXPECT_EQ(fields.deviceMaskBytes(), 32U);
+}
+
 TEST_F(SegMaskOverlayPluginTest, ACountIntervalOf0LeavesTheFirstFrameAndTheTimeAlone) {
   plugin.enableDebug(true);
   fields.logIntervalMs() = 3'600'000;
@@ -331,6 +409,22 @@ TEST_F(SegMaskOverlayPluginTest, AnyFrameWithDetectionsEndsTheRunEvenIfNothingIs
   EXPECT_EQ(logOf(undrawable), "");
   EXPECT_EQ(fields.skippedFrames(), 0U);
   EXPECT_EQ(framesLogged(1), std::vector<int>{1});
+}
+
+TEST_F(SegMaskOverlayPluginTest, DetectionsForAPictureWithoutSizeEndTheRunToo) {
+  framesLogged(2);
+  Frame frame(payload(detection(kWholeFrame)));
+  frame.ctx.picture.source = std::make_shared<zelvo::ZelvoPicture>();
+  plugin.render(frame.ctx);
+  EXPECT_EQ(fields.skippedFrames(), 0U);
+}
+
+TEST_F(SegMaskOverlayPluginTest, DetectionsForAPictureThatIsLostEndTheRunToo) {
+  framesLogged(2);
+  Frame frame(payload(detection(kWholeFrame)));
+  frame.losePictureWhenResolved();
+  EXPECT_THROW(plugin.render(frame.ctx), std::runtime_error);
+  EXPECT_EQ(fields.skippedFrames(), 0U);
 }
 
 }  // namespace

@@ -90,11 +90,12 @@ TEST(MaskText, AWidthWithoutDigitsIsDropped) {
   EXPECT_EQ(drawn("SEG1|4|+|Dw=="), "no mask");
 }
 
-TEST(MaskText, AHeightOutsideThe32BitRangeIsDropped) {
+TEST(MaskText, ASideOutsideThe32BitRangeIsDropped) {
   EXPECT_EQ(drawn("SEG1|4|99999999999|Dw=="), "no mask");
   EXPECT_EQ(drawn("SEG1|4|99999999999999999999999|Dw=="), "no mask");
   EXPECT_EQ(drawn("SEG1|4|2147483648|Dw=="), "no mask");
-  EXPECT_EQ(drawn("SEG1|4294967300|2|Dw=="), "no mask");  // 4 in its low 32 bits
+  EXPECT_EQ(drawn("SEG1|4294967300|2|Dw=="), "no mask");   // 4 in its low 32 bits
+  EXPECT_EQ(drawn("SEG1|-4294967292|2|Dw=="), "no mask");  // 4 again
 }
 
 TEST(MaskText, SidesAreDecimalWhateverTheirPrefix) {

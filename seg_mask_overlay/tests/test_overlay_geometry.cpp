@@ -27,6 +27,15 @@ TEST(OverlayGeometry, ARectanglePastTheEdgesIsCutAtWidthMinus1AndHeightMinus1) {
   EXPECT_EQ(clampToFrame({2, 3, 4, 5}, 20, 10), (LumaRect{2, 3, 4, 5}));
 }
 
+TEST(OverlayGeometry, AFrameWithASideOf0OrLessIsEmpty) {
+  EXPECT_FALSE((FrameSize{1, 1}.empty()));
+  for (const int side : {0, -1, kMin}) {
+    EXPECT_TRUE((FrameSize{side, 1}.empty()));
+    EXPECT_TRUE((FrameSize{1, side}.empty()));
+    EXPECT_TRUE((FrameSize{side, side}.empty()));
+  }
+}
+
 TEST(OverlayGeometry, BytesOfAFramePast32And62BitsAreCounted) {
   EXPECT_EQ((FrameSize{65536, 65536}.bytes()), std::size_t{1} << 32);
   EXPECT_EQ((FrameSize{65536, 32768}.bytes()), std::size_t{1} << 31);

@@ -243,10 +243,12 @@ TEST(GatherDetections, LookbackCountsOncePerProducerAndNullInputsArePassedOver) 
   g.add("a", Gathering::payload({})).uses_lookback = true;
   g.add("b", Gathering::payload({1}));
   g.view.inputsByProducer["b"].insert(g.view.inputsByProducer["b"].begin(), nullptr);
+  g.list("c");
+  g.add("c", Gathering::payload({2})).uses_lookback = true;
   const FrameDetections frame = g.gather();
-  EXPECT_EQ(frame.lookback, 1U);
+  EXPECT_EQ(frame.lookback, 2U);
   EXPECT_EQ(frame.missing, 1U);
-  EXPECT_EQ(Gathering::xs(frame), std::vector<int>{1});
+  EXPECT_EQ(Gathering::xs(frame), (std::vector<int>{1, 2}));
 }
 
 TEST(GatherDetections, AProducerOfNullInputsAloneIsMissing) {

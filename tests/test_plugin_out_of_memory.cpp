@@ -205,6 +205,29 @@ TEST_F(PluginOutOfMemory, NoMatrixOfAFrameIsAllocatedByOpenCv) {
   EXPECT_EQ(matrices_.made(), 0);
 }
 
+// As a kernel launch fails: in silence, and alone.
+TEST_F(PluginOutOfMemory, ALaunchWithoutMemoryIsSkippedAlone) {
+  const auto plugin = newPlugin();
+  configure(*plugin, scene_.settings);
+  drawnBy(*plugin, scene_);  // statics keep their memory
+  int skipped = 0;
+  runWithEachFailure(operatorNew, [&] {
+    Frame frame(scene_, stream_.get());
+    frame.context().picture.ensureWritablePicShared();
+    cudaGetLastError();  // forgets the last one
+    cudart_cpu::resetCounters();
+    const bool finished = succeeds([&] { plugin->render(frame.context()); });
+    const auto uploads = cudart_cpu::count(cudart_cpu::Call::cudaMemcpyAsync);
+    const auto launches = cudart_cpu::count(cudart_cpu::Call::cudaLaunchHostFunc);
+    if (launches == 2 * uploads || cudaGetLastError() != cudaSuccess) return;
+    EXPECT_TRUE(finished);
+    EXPECT_EQ(uploads, 4U);
+    EXPECT_EQ(launches, 7U);
+    ++skipped;
+  });
+  EXPECT_EQ(skipped, 8);  // luma and chroma of four detections
+}
+
 // The pool says that it could not copy by giving nothing, for want of memory too. So the host's own function
 // copies here.
 TEST_F(PluginOutOfMemory, AFrameWhosePictureIsStillToBeCopied) {

@@ -65,6 +65,8 @@ TEST(MaskText, TheTextMustBeginWithThePrefix) {
   EXPECT_EQ(drawn("seg1|4|2|Dw=="), "no mask");
   EXPECT_EQ(drawn(" SEG1|4|2|Dw=="), "no mask");
   EXPECT_EQ(drawn("SEG12|4|2|Dw=="), "no mask");
+  EXPECT_EQ(drawn("SEG1 4|2|Dw=="), "no mask");
+  EXPECT_EQ(drawn("SEG2|4|2|Dw==|SEG1|"), "no mask");
   EXPECT_EQ(drawn("null"), "no mask");
 }
 

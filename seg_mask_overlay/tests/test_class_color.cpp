@@ -46,7 +46,7 @@ TEST(ClassColor, EveryProductAndEverySumIsRounded) {
   EXPECT_EQ(toYuv({8, 80, 32}).y, 52);
 }
 
-TEST(ClassColor, ResultsAreClampedToAByte) {
+TEST(ClassColor, TheLargestResultsAreCutTo255) {
   // Pure blue: U = 0.5*255 + 128 = 255.5 -> 255. Pure red: V = 255.5 -> 255.
   EXPECT_EQ(toYuv({0, 0, 255}).u, 255);
   EXPECT_EQ(toYuv({255, 0, 0}).v, 255);

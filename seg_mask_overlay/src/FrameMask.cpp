@@ -28,8 +28,8 @@ const unsigned char* FrameMask::fill(const MaskBits& mask, int width, int height
 }
 
 void FrameMask::makeRoom(std::size_t bytes) {
-  // Old memory goes first, so that there is never both.
-  if (frame_.capacity() < bytes) frame_ = std::vector<unsigned char>();
+  if (frame_.size() >= bytes) return;
+  frame_ = std::vector<unsigned char>();  // the old memory goes first, so that there is never both
   frame_.resize(bytes);
 }
 

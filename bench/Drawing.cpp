@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "detections.h"
+#include "detection/detections.h"
 #include "scene_payload.h"
 #include "zelvo/ZelvoPicture.h"
 #include "zelvo/ZelvoPicturePool.h"
@@ -12,10 +12,10 @@ Drawing::Drawing(const scene::Scene& scene) {
   plugin_.init({&backend_});
   plugin_.setConfig("{\"max_overlay_dets\": " + std::to_string(scene.inputs[0].detections.size()) + "}");
   RenderInput input;
-  input.payload_type = seg_mask_overlay::kDetectionType;
+  input.payload_type = seg_mask::kDetectionType;
   input.producer_id = "p";
   input.payload = scene::payloadOf(scene.inputs[0].detections, scene::PayloadForm::object);
-  inputs_[seg_mask_overlay::kDetectionType].push_back(std::move(input));
+  inputs_[seg_mask::kDetectionType].push_back(std::move(input));
   context_.frame_id = 1;
   context_.payload_resolver = &resolver_;
   context_.producer_statuses = &statuses_;

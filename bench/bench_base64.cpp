@@ -10,9 +10,9 @@
 #include <string>
 #include <vector>
 
-#include "base64.h"
-#include "plain_base64.h"
+#include "mask/mask_base64.h"
 #include "silhouette.h"
+#include "test_support/scalar_base64.h"
 
 namespace {
 
@@ -61,16 +61,15 @@ void run(benchmark::State& state, Decode decode, const Text& text) {
 
 void add(const std::string& name, const std::string& characters, std::size_t limit) {
   const Text text{characters, limit};
-  if (seg_mask_overlay::decodeBase64(characters, limit) !=
-      seg_mask_overlay::plainDecodeBase64(characters, limit)) {
+  if (seg_mask::decodeBase64(characters, limit) != seg_mask::scalarDecodeBase64(characters, limit)) {
     throw std::runtime_error("the decoders do not agree");
   }
   const auto addOne = [&](const char* who, Decode decode) {
     benchmark::RegisterBenchmark((name + "/" + who).c_str(),
                                  [=](benchmark::State& state) { run(state, decode, text); });
   };
-  addOne("ours", seg_mask_overlay::decodeBase64);
-  addOne("plain", seg_mask_overlay::plainDecodeBase64);
+  addOne("ours", seg_mask::decodeBase64);
+  addOne("plain", seg_mask::scalarDecodeBase64);
 }
 
 }  // namespace

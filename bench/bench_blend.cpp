@@ -13,8 +13,8 @@
 #include <string>
 #include <vector>
 
-#include "host_blend.h"
-#include "plain_blend.h"
+#include "blend/host_blend.h"
+#include "blend/plain_blend.h"
 
 namespace {
 
@@ -93,9 +93,9 @@ class Case {
 
   LumaRect box_;
   float alpha_;
-  Plane luma_ = Plane(kFrame.bytes());
-  Plane chroma_ = Plane(kFrame.bytes() / 2);
-  Plane mask_ = Plane(kFrame.bytes());
+  Plane luma_ = Plane(kFrame.pixels());
+  Plane chroma_ = Plane(kFrame.pixels() / 2);
+  Plane mask_ = Plane(kFrame.pixels());
   Plane copied_;
 };
 

@@ -14,18 +14,18 @@
 #include <string>
 #include <vector>
 
-#include "FrameMask.h"
-#include "mask_text.h"
-#include "plain_base64.h"
-#include "plain_frame_mask.h"
+#include "mask/mask_text.h"
 #include "random_mask.h"
 #include "silhouette.h"
+#include "src/FrameMask.h"
+#include "test_support/scalar_base64.h"
+#include "test_support/scalar_frame_mask.h"
 
 namespace {
 
-using seg_mask_overlay::decodeMaskText;
+using seg_mask::decodeMaskText;
+using seg_mask::MaskBits;
 using seg_mask_overlay::FrameMask;
-using seg_mask_overlay::MaskBits;
 
 struct Size {
   int width, height;
@@ -46,11 +46,11 @@ MaskBits plainDecoded(const Work& work) {
   const Size size = work.mask;
   const std::string_view data = std::string_view(work.text).substr(work.text.rfind('|') + 1);
   const auto pixels = static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height);
-  return {size.width, size.height, seg_mask_overlay::plainDecodeBase64(data, (pixels + 7) / 8)};
+  return {size.width, size.height, seg_mask::scalarDecodeBase64(data, (pixels + 7) / 8)};
 }
 
 cv::Mat plainMask(const Work& work) {
-  return seg_mask_overlay::plainFrameMask(plainDecoded(work), work.frame.width, work.frame.height);
+  return seg_mask::scalarFrameMask(plainDecoded(work), work.frame.width, work.frame.height);
 }
 
 void checkThatBothAgree(const Work& work) {
@@ -93,8 +93,7 @@ void decodeAndResize(benchmark::State& state, const Work& work) {
 
 /// Of bytes that are there already, into memory that is.
 void resizeAlone(benchmark::State& state, const Work& work) {
-  const cv::Mat pixels =
-      seg_mask_overlay::plainFrameMask(plainDecoded(work), work.mask.width, work.mask.height);
+  const cv::Mat pixels = seg_mask::scalarFrameMask(plainDecoded(work), work.mask.width, work.mask.height);
   cv::Mat frame;
   for (auto _ : state) {
     cv::resize(pixels, frame, cv::Size(work.frame.width, work.frame.height), 0, 0, cv::INTER_NEAREST);

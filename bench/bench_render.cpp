@@ -10,13 +10,13 @@
 #include <vector>
 
 #include "Drawing.h"
-#include "class_color.h"
+#include "blend/host_blend.h"
 #include "crowd.h"
-#include "host_blend.h"
+#include "detection/class_color.h"
 
 namespace {
 
-using seg_mask_overlay::LumaRect;
+using render_base::LumaRect;
 
 void renderScene(benchmark::State& state, const scene::Scene& scene) {
   Drawing drawing(scene);
@@ -43,7 +43,7 @@ void floorOfScene(benchmark::State& state, const scene::Scene& scene) {
       std::memcpy(copied.data(), filled.data(), filled.size());
       benchmark::ClobberMemory();
       const LumaRect box{person.x, person.y, person.x + person.w - 1, person.y + person.h - 1};
-      const seg_mask_overlay::YuvColor color = seg_mask_overlay::classColor(person.class_id);
+      const seg_mask::YuvColor color = seg_mask::classColor(person.class_id);
       seg_mask_overlay::blendLuma(frame.data(), crowd::kWidth, mask.data(), crowd::kWidth, box, color.y,
                                   scene.settings.alpha);
       seg_mask_overlay::blendChroma(frame.data() + kPixels, crowd::kWidth, mask.data(), crowd::kWidth,

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <opencv2/core.hpp>
 
-#include "mask_encoder.h"
+#include "mask/mask_text.h"
 
 namespace bench {
 
@@ -18,7 +18,8 @@ std::string silhouetteText(int width, int height, double phase) {
       mask.at<uint8_t>(y, x) = dx * dx * 4.0 + dy * dy < radius * radius ? 1 : 0;
     }
   }
-  return motion_producer::encodeMask(mask);
+  return seg_mask::encodeMaskText(
+      seg_mask::packMask(mask.data, mask.cols, mask.rows, static_cast<std::ptrdiff_t>(mask.step)));
 }
 
 }  // namespace bench

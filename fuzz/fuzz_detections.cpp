@@ -8,15 +8,15 @@
 #include "FuzzInput.h"
 #include "StderrCapture.h"
 #include "delivery_builder.h"
-#include "detections.h"
+#include "detection/detections.h"
 #include "fuzz_target.h"
 #include "reference_detections.h"
 #include "reference_numbers.h"
 
 namespace {
 
-using seg_mask_overlay::DetView;
-using seg_mask_overlay::FrameDetections;
+using seg_mask::DetView;
+using seg_mask::FrameDetections;
 
 // Lists that no context would give, too: a key twice or empty, a producer without inputs, a null among them.
 reference::Producers buildProducers(FuzzInput& input, const std::vector<RenderInput>& inputs) {
@@ -113,7 +113,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const StderrCapture captured;
   FrameDetections actual;
   const RenderProducerTypeView view = viewOf(producers);
-  const std::string outcome = outcomeOf([&] { actual = seg_mask_overlay::gatherDetections(ctx, view, cap); });
+  const std::string outcome = outcomeOf([&] { actual = seg_mask::gatherDetections(ctx, view, cap); });
   fuzz::checkEqual(outcome, expectedOutcome, "what gathering throws");
   fuzz::checkEqual(textOf(deliveries.resolved()), textOf(asked), "the frames that are resolved");
   if (outcome == "nothing") checkFrame(actual, expected);

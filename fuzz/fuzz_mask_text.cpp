@@ -6,20 +6,20 @@
 #include <opencv2/imgproc.hpp>
 #include <vector>
 
-#include "FrameMask.h"
 #include "FuzzInput.h"
-#include "base64.h"
 #include "detection_builder.h"
 #include "fuzz_target.h"
 #include "golden_model.h"
-#include "mask_text.h"
-#include "plain_base64.h"
+#include "mask/mask_base64.h"
+#include "mask/mask_text.h"
+#include "src/FrameMask.h"
+#include "test_support/scalar_base64.h"
 
 namespace {
 
 using fuzz::Size;
+using seg_mask::MaskBits;
 using seg_mask_overlay::FrameMask;
-using seg_mask_overlay::MaskBits;
 
 // Ends a text within a program. No rule of mask texts knows it.
 constexpr char kEndOfText = '\xFF';
@@ -56,8 +56,8 @@ void checkBase64(const std::string& text, std::size_t limit) {
   for (std::size_t offset = 0; offset < 3; ++offset) {
     const std::string padded = std::string(offset, '|') + text;
     const std::string_view data = std::string_view(padded).substr(offset);
-    const std::vector<std::uint8_t> actual = seg_mask_overlay::decodeBase64(data, limit);
-    fuzz::check(actual == seg_mask_overlay::plainDecodeBase64(data, limit), "base64");
+    const std::vector<std::uint8_t> actual = seg_mask::decodeBase64(data, limit);
+    fuzz::check(actual == seg_mask::scalarDecodeBase64(data, limit), "base64");
   }
 }
 
@@ -74,7 +74,7 @@ void step(FuzzInput& input, FrameMask& frame) {
 
   constexpr int kErrnoBefore = 4711;
   errno = kErrnoBefore;
-  const std::optional<MaskBits> mask = seg_mask_overlay::decodeMaskText(text);
+  const std::optional<MaskBits> mask = seg_mask::decodeMaskText(text);
   fuzz::check(errno == kErrnoBefore, "errno stays");
   const std::optional<golden::Mask> expected = golden::readMask(text);
   checkBits(mask, expected);

@@ -5,14 +5,14 @@
 #include <limits>
 #include <ostream>
 
-#include "plain_blend.h"
+#include "blend/plain_blend.h"
 #include "seg_mask_overlay/seg_mask_cuda.h"
 
 namespace gpu_check {
 namespace {
 
+using render_base::LumaRect;
 using seg_mask_overlay::ChromaRect;
-using seg_mask_overlay::LumaRect;
 
 constexpr std::size_t kGuard = 256;  // what cudaMalloc aligns to, so that planes start aligned
 

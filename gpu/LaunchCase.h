@@ -9,7 +9,7 @@
 #include <random>
 #include <vector>
 
-#include "overlay_geometry.h"
+#include "blend/launch_geometry.h"
 
 struct CUstream_st;
 
@@ -17,11 +17,11 @@ namespace gpu_check {
 
 /// The arguments of one launch; the pointers follow from the sizes.
 struct LaunchCase {
-  seg_mask_overlay::FrameSize frame{};
+  render_base::FrameSize frame{};
   int yPitch = 0;
   int uvPitch = 0;
   int maskPitch = 0;
-  seg_mask_overlay::LumaRect rect{};
+  render_base::LumaRect rect{};
   unsigned char colorY = 0;
   unsigned char colorU = 0;
   unsigned char colorV = 0;

@@ -18,7 +18,7 @@
 
 #include "DeviceBytes.h"
 #include "LaunchCase.h"
-#include "nv12_blend.h"
+#include "blend/nv12_blend.h"
 #include "report.h"
 
 namespace {
@@ -28,8 +28,8 @@ using gpu_check::LaunchCase;
 using gpu_check::Planes;
 using gpu_check::require;
 using gpu_check::Stream;
+using render_base::LumaRect;
 using seg_mask_overlay::ChromaRect;
-using seg_mask_overlay::LumaRect;
 using Bytes = std::vector<unsigned char>;
 
 constexpr int kSkipped = 77;

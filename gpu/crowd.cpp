@@ -7,9 +7,9 @@
 #include <string>
 #include <string_view>
 
-#include "class_color.h"
-#include "plain_base64.h"
-#include "plain_frame_mask.h"
+#include "detection/class_color.h"
+#include "test_support/scalar_base64.h"
+#include "test_support/scalar_frame_mask.h"
 
 namespace crowd {
 namespace {
@@ -32,9 +32,9 @@ std::string personMask() {
 /// A person's mask, decoded and scaled to the frame as one would write it.
 cv::Mat scaledToFrame(const std::string& text, const scene::Scene& scene) {
   const std::string_view data = std::string_view(text).substr(text.rfind('|') + 1);
-  const seg_mask_overlay::MaskBits bits{kMaskSide, kMaskSide,
-                                        seg_mask_overlay::plainDecodeBase64(data, kMaskSide * kMaskSide / 8)};
-  return seg_mask_overlay::plainFrameMask(bits, scene.width, scene.height);
+  const seg_mask::MaskBits bits{kMaskSide, kMaskSide,
+                                seg_mask::scalarDecodeBase64(data, kMaskSide * kMaskSide / 8)};
+  return seg_mask::scalarFrameMask(bits, scene.width, scene.height);
 }
 
 /// `color` over the part of `plane` that `mask` covers.
@@ -53,7 +53,7 @@ void drawPerson(std::vector<uint8_t>& frame, const scene::Scene& scene, const sc
   cv::resize(mask(box), touched, half.size(), 0, 0, cv::INTER_AREA);
   cv::Mat luma(scene.height, scene.width, CV_8UC1, frame.data());
   cv::Mat chroma(scene.height / 2, scene.width / 2, CV_8UC2, frame.data() + luma.total());
-  const seg_mask_overlay::YuvColor color = seg_mask_overlay::classColor(person.class_id);
+  const seg_mask::YuvColor color = seg_mask::classColor(person.class_id);
   blend(luma(box), mask(box), cv::Scalar(color.y), alpha);
   blend(chroma(half), touched, cv::Scalar(color.u, color.v), alpha);
 }

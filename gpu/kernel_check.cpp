@@ -22,7 +22,7 @@ using gpu_check::DeviceBytes;
 using gpu_check::LaunchCase;
 using gpu_check::MaskKind;
 using gpu_check::Stream;
-using seg_mask_overlay::LumaRect;
+using render_base::LumaRect;
 using Bytes = std::vector<unsigned char>;
 
 constexpr int kSkipped = 77;  // what CTest is told to read as "skipped"

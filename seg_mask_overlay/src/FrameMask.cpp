@@ -1,4 +1,4 @@
-#include "FrameMask.h"
+#include "src/FrameMask.h"
 
 #include <cstring>
 
@@ -10,7 +10,7 @@ constexpr std::size_t kWorthExpanding = 4;
 
 }  // namespace
 
-const unsigned char* FrameMask::fill(const MaskBits& mask, int width, int height) {
+const unsigned char* FrameMask::fill(const seg_mask::MaskBits& mask, int width, int height) {
   makeRoom(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
   columns_.prepare(mask.width, width);
   rows_.prepare(mask.height, height);
@@ -33,8 +33,8 @@ void FrameMask::makeRoom(std::size_t bytes) {
   frame_.resize(bytes);
 }
 
-void FrameMask::fillRow(const MaskBits& mask, int maskRow, unsigned char* bytes) {
-  RowEdges edges;
+void FrameMask::fillRow(const seg_mask::MaskBits& mask, int maskRow, unsigned char* bytes) {
+  seg_mask::RowEdges edges;
   if (findEdges(mask, maskRow, edges)) {
     fillRuns(edges, bytes);
   } else if (columns_.isIdentity()) {
@@ -44,7 +44,7 @@ void FrameMask::fillRow(const MaskBits& mask, int maskRow, unsigned char* bytes)
   }
 }
 
-void FrameMask::fillRuns(const RowEdges& edges, unsigned char* bytes) const {
+void FrameMask::fillRuns(const seg_mask::RowEdges& edges, unsigned char* bytes) const {
   int from = 0;
   int value = 0;
   const auto fillTo = [&](int to) {
@@ -56,7 +56,7 @@ void FrameMask::fillRuns(const RowEdges& edges, unsigned char* bytes) const {
   fillTo(static_cast<int>(columns_.maskPixels().size()));
 }
 
-void FrameMask::sampleNoise(const MaskBits& mask, int maskRow, unsigned char* bytes) {
+void FrameMask::sampleNoise(const seg_mask::MaskBits& mask, int maskRow, unsigned char* bytes) {
   const std::vector<int>& columns = columns_.maskPixels();
   const auto width = static_cast<std::size_t>(mask.width);
   if (width / kWorthExpanding > columns.size()) {

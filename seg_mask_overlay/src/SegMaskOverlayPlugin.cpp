@@ -9,17 +9,22 @@
 #include <stdexcept>
 #include <utility>
 
-#include "FrameMask.h"
-#include "detections.h"
-#include "mapped_picture.h"
-#include "overlay_config.h"
-#include "overlay_item.h"
+#include "detection/detections.h"
+#include "detection/overlay_item.h"
 #include "render_base/RenderContext.h"
+#include "render_base/geometry.h"
+#include "render_base/mapped_picture.h"
+#include "render_base/skip_line.h"
 #include "seg_mask_overlay/seg_mask_cfg.h"
 #include "seg_mask_overlay/seg_mask_cuda.h"
+#include "src/FrameMask.h"
 #include "zelvo/ZelvoPicture.h"
 
-using namespace seg_mask_overlay;
+using render_base::FrameSize;
+using render_base::LumaRect;
+using seg_mask::FrameDetections;
+using seg_mask::OverlayItem;
+using seg_mask_overlay::FrameMask;
 
 namespace {
 
@@ -61,7 +66,7 @@ std::string SegMaskOverlayPlugin::getUuid() const {
 }
 
 std::vector<std::string> SegMaskOverlayPlugin::input_types() const {
-  return {kDetectionType};
+  return {seg_mask::kDetectionType};
 }
 
 void SegMaskOverlayPlugin::enableDebug(bool on) {
@@ -78,19 +83,24 @@ std::string SegMaskOverlayPlugin::getConfigList() {
 }
 
 void SegMaskOverlayPlugin::setConfig(std::string json) {
-  const ConfigUpdate update = parseConfig(json);
-  alpha_ = update.alpha.value_or(alpha_);
-  min_score_ = update.min_score.value_or(min_score_);
-  max_overlay_dets_ = update.max_overlay_dets.value_or(max_overlay_dets_);
+  const std::optional<SwJsonObject> configuration = render_base::parseConfiguration(json);
+  if (!configuration) return;
+  const float alpha = readNumber(*configuration, seg_mask_cfg::kAlpha, alpha_);
+  const float minScore = readNumber(*configuration, seg_mask::kMinScore, min_score_);
+  const int32_t cap = readInteger(*configuration, seg_mask::kMaxOverlayDets, max_overlay_dets_);
+  // All or nothing: what reads may run out of memory.
+  alpha_ = alpha;
+  min_score_ = minScore;
+  max_overlay_dets_ = cap;
 }
 
 void SegMaskOverlayPlugin::render(RenderContext& ctx) {
   if (!backend_ || !ctx.picture.hasSource()) return;
   const uint64_t now_ns = steadyNowNs();
 
-  const RenderProducerTypeView& view = producerTypeView(ctx, kDetectionType);
+  const RenderProducerTypeView& view = producerTypeView(ctx, seg_mask::kDetectionType);
   FrameDetections frame =
-      gatherDetections(ctx, view, static_cast<std::size_t>(std::max(max_overlay_dets_, 1)));
+      seg_mask::gatherDetections(ctx, view, static_cast<std::size_t>(std::max(max_overlay_dets_, 1)));
   if (frame.detections.empty()) {
     skipFrame(ctx.frame_id, frame, now_ns);
     return;
@@ -103,22 +113,16 @@ void SegMaskOverlayPlugin::render(RenderContext& ctx) {
   if (items.empty()) return;
   frame = FrameDetections();  // drawing needs the items' bits alone, and the texts are large
 
-  if (!mapWritablePicture(ctx, *backend_, size)) return;
-  if (!reserveMaskBuffer(size.bytes())) return;
+  if (!render_base::mapWritablePicture(ctx, *backend_, size)) return;
+  if (!reserveMaskBuffer(size.pixels())) return;
   drawItems(ctx, size, items);
 }
 
 void SegMaskOverlayPlugin::skipFrame(uint64_t frame_id, const FrameDetections& frame, uint64_t now_ns) {
   ++dbg_frame_count_;
   if (!debug_) return;
-  const bool first = dbg_frame_count_ == 1;
-  const bool counted = dbg_log_every_n_ != 0 && dbg_frame_count_ % dbg_log_every_n_ == 0;
-  const bool timed = now_ns >= dbg_next_log_ns_;
-  if (!first && !counted && !timed) return;
-
-  const std::string line = "[SegMask][Fallback] frame=" + std::to_string(frame_id) +
-                           " decision=skip providers_missing=" + std::to_string(frame.missing) +
-                           " providers_using_lookback=" + std::to_string(frame.lookback) + "\n";
+  if (!render_base::isSkipLineDue({dbg_frame_count_, dbg_log_every_n_, dbg_next_log_ns_}, now_ns)) return;
+  const std::string line = render_base::skipLine("SegMask", {frame_id, frame.missing, frame.lookback}) + "\n";
   dbg_next_log_ns_ = now_ns + dbg_log_interval_ms_ * 1'000'000;  // not before the line is sure of its memory
   writeDiagnostic(line);
 }
@@ -144,12 +148,13 @@ void SegMaskOverlayPlugin::drawItems(const RenderContext& ctx, const FrameSize& 
   auto* const deviceMask = static_cast<unsigned char*>(d_mask_buf_);
 
   for (const OverlayItem& item : items) {
-    const std::optional<LumaRect> rect = clipBox(item.box, size.width, size.height);
+    const std::optional<LumaRect> rect = render_base::clipBox(item.box, size);
     if (!rect) continue;
     // The copy has taken the pageable host bytes when it returns, and the stream keeps it behind the previous
     // item's kernels: so one host mask and one device buffer serve all items without waiting.
     const unsigned char* mask = frame_mask_->fill(item.mask, size.width, size.height);
-    if (cudaMemcpyAsync(deviceMask, mask, size.bytes(), cudaMemcpyHostToDevice, planes.stream) != cudaSuccess)
+    if (cudaMemcpyAsync(deviceMask, mask, size.pixels(), cudaMemcpyHostToDevice, planes.stream) !=
+        cudaSuccess)
       return;
     seg_mask_cuda::launch_segmask_overlay_nv12(planes.y, planes.yPitch, planes.uv, planes.uvPitch, size.width,
                                                size.height, deviceMask, size.width, rect->x0, rect->y0,

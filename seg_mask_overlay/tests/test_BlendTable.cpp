@@ -4,7 +4,7 @@
 #include <limits>
 #include <random>
 
-#include "BlendTable.h"
+#include "blend/BlendTable.h"
 
 namespace seg_mask_overlay {
 namespace {

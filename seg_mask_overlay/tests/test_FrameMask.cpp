@@ -8,12 +8,14 @@
 #include <random>
 #include <string>
 
-#include "FrameMask.h"
-#include "opencv_memory.h"
-#include "plain_frame_mask.h"
+#include "src/FrameMask.h"
+#include "test_support/scalar_frame_mask.h"
 
 namespace seg_mask_overlay {
 namespace {
+
+using seg_mask::MaskBits;
+using seg_mask::scalarFrameMask;
 
 std::string rows(const unsigned char* mask, int width, int height) {
   std::string text;
@@ -86,7 +88,7 @@ MaskBits makeMask(std::mt19937& random, Kind kind, int width, int height) {
 /// `frame` serves many calls, as the plug-in's does.
 void expectAsResized(FrameMask& frame, const MaskBits& mask, int width, int height) {
   const unsigned char* filled = frame.fill(mask, width, height);
-  const cv::Mat expected = plainFrameMask(mask, width, height);
+  const cv::Mat expected = scalarFrameMask(mask, width, height);
   ASSERT_EQ(std::memcmp(filled, expected.data, expected.total()), 0)
       << mask.width << "x" << mask.height << " to " << width << "x" << height;
 }
@@ -200,18 +202,6 @@ TEST(FrameMask, AFrameThatNoMemoryHoldsIsBadAllocAndTheNextOneIsFilled) {
   constexpr int kHuge = std::numeric_limits<int>::max();
   EXPECT_THROW(frame.fill({1, 1, {1}}, kHuge, kHuge), std::bad_alloc);
   EXPECT_EQ(rows(frame.fill({1, 1, {1}}, 2, 1), 2, 1), "##");
-}
-
-TEST(WithBadAlloc, LackOfMemoryIsBadAllocWhateverOpenCvCallsIt) {
-  EXPECT_THROW(withBadAlloc([] { throw cv::Exception(cv::Error::StsNoMem, "none", "f", "f.cpp", 1); }),
-               std::bad_alloc);
-  EXPECT_THROW(withBadAlloc([] { throw std::bad_alloc(); }), std::bad_alloc);
-}
-
-TEST(WithBadAlloc, WhatElseIsWrongPassesThrough) {
-  EXPECT_THROW(withBadAlloc([] { throw cv::Exception(cv::Error::StsBadSize, "bad", "f", "f.cpp", 1); }),
-               cv::Exception);
-  EXPECT_THROW(withBadAlloc([] { throw 42; }), int);
 }
 
 }  // namespace

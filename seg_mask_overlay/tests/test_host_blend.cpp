@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "LaunchCase.h"
-#include "host_blend.h"
-#include "plain_blend.h"
+#include "blend/host_blend.h"
+#include "blend/plain_blend.h"
 
 namespace seg_mask_overlay {
 namespace {

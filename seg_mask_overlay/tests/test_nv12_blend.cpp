@@ -4,7 +4,7 @@
 #include <limits>
 #include <vector>
 
-#include "nv12_blend.h"
+#include "blend/nv12_blend.h"
 
 namespace seg_mask_overlay {
 namespace {

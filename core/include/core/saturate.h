@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <type_traits>
 
@@ -18,6 +19,12 @@ Integer saturate(double value) noexcept {
   if (value >= kLimit) return Limits::max();
   if (value <= static_cast<double>(Limits::min())) return Limits::min();
   return static_cast<Integer>(value);
+}
+
+/// The low 32 bits of `value` as a signed number: what a 32-bit setting or coordinate keeps of a 64-bit
+/// integer.
+constexpr int32_t lowBits(int64_t value) noexcept {
+  return static_cast<int32_t>(static_cast<uint32_t>(value));
 }
 
 /// `value` rounded to single precision as IEEE 754 rounds: values beyond the range of float give infinity.

@@ -6,16 +6,22 @@
 #include <string>
 #include <vector>
 
+#include "detection/settings.h"
 #include "render_base/RenderBase.h"
+#include "seg_mask_overlay/seg_mask_cfg.h"
 
 struct RenderContext;
 
+namespace render_base {
+struct FrameSize;
+}
+namespace seg_mask {
+struct FrameDetections;
+struct OverlayItem;
+}  // namespace seg_mask
 namespace seg_mask_overlay {
 class FrameMask;
-struct FrameDetections;
-struct FrameSize;
-struct OverlayItem;
-}  // namespace seg_mask_overlay
+}
 
 /// Draws the segmentation masks of "detection.v1" payloads into NV12 frames, each in its class's colour.
 ///
@@ -66,23 +72,24 @@ class SegMaskOverlayPlugin final : public RenderBase {
  private:
   friend struct SegMaskOverlayPluginPeer;  // the tests' view of the fields
 
-  void skipFrame(uint64_t frame_id, const seg_mask_overlay::FrameDetections& frame, uint64_t now_ns);
+  void skipFrame(uint64_t frame_id, const seg_mask::FrameDetections& frame, uint64_t now_ns);
   bool reserveMaskBuffer(std::size_t bytes);
-  void drawItems(const RenderContext& ctx, const seg_mask_overlay::FrameSize& size,
-                 const std::vector<seg_mask_overlay::OverlayItem>& items);
+  void drawItems(const RenderContext& ctx, const render_base::FrameSize& size,
+                 const std::vector<seg_mask::OverlayItem>& items);
 
   IRenderBackend* backend_ = nullptr;  ///< not owned
   mutable std::string uuid_;           ///< filled by the first getUuid
   bool debug_ = false;
-  float alpha_ = 0.45F;         ///< weight of the mask colour, 0 to 1
-  float min_score_ = 0.0F;      ///< detections below it are not drawn
+  float alpha_ = seg_mask_cfg::kAlpha.initial;     ///< weight of the mask colour, 0 to 1
+  float min_score_ = seg_mask::kMinScore.initial;  ///< detections below it are not drawn
   void* d_mask_buf_ = nullptr;  ///< device memory for one frame-sized mask, one byte a pixel; only grows
   std::size_t d_mask_buf_bytes_ = 0;
   uint64_t dbg_frame_count_ = 0;  ///< consecutive frames without detections
   uint64_t dbg_next_log_ns_ = 0;  ///< steady clock; from then on the next line may be written on time alone
   uint64_t dbg_log_interval_ms_ = 2000;  ///< between two lines written on time
   uint64_t dbg_log_every_n_ = 60;        ///< a line every so many skipped frames; 0 turns that rule off
-  int32_t max_overlay_dets_ = 256;       ///< detections gathered a frame; below 1 counts as 1
+  int32_t max_overlay_dets_ =
+      seg_mask::kMaxOverlayDets.initial;  ///< detections gathered a frame; below 1 counts as 1
 
   std::unique_ptr<seg_mask_overlay::FrameMask> frame_mask_;  ///< the host's one frame-sized mask
 };

@@ -1,9 +1,14 @@
 #pragma once
 
+#include "render_base/settings.h"
+
 namespace seg_mask_cfg {
 
-/// The JSON Schema of the plug-in's configuration, as getConfigList publishes it. It documents; setConfig
-/// clamps and ignores instead of validating. The defaults are those of a new instance. Hosts compare the
+/// Weight of the mask's colour. With those of detection/settings.h these are all settings of the plug-in.
+inline constexpr render_base::NumberSetting kAlpha{"alpha", 0.0F, 1.0F, 0.45F};
+
+/// The JSON Schema of the plug-in's configuration, as getConfigList publishes it: the settings' keys, ranges
+/// and initial values. It documents; setConfig clamps and ignores instead of validating. Hosts compare the
 /// text, so it is kept to the byte, the line breaks at both ends included.
 inline constexpr const char kSchema[] = R"json(
 {

@@ -1,12 +1,14 @@
 # The CUDA source for the machine that is built for, though there is no CUDA runtime of that machine to link it with: the
 # toolkit of this machine has the same headers, and its nvcc takes any host compiler.
 
-set(source "${PROJECT_SOURCE_DIR}/seg_mask_overlay/src/seg_mask_overlay_cuda.cu")
+set(source "${PROJECT_SOURCE_DIR}/seg_mask_overlay/src/blend/seg_mask_overlay_cuda.cu")
 set(object "${CMAKE_CURRENT_BINARY_DIR}/cross_compiled.o")
 add_custom_command(OUTPUT "${object}"
   COMMAND "${SEG_MASK_NVCC}" -ccbin "${CMAKE_CXX_COMPILER}" --target-directory "${CMAKE_HOST_SYSTEM_PROCESSOR}-linux"
     -std=c++17 -O2 -Xcompiler=-fPIC -gencode=arch=compute_87,code=sm_87
     "-I${PROJECT_SOURCE_DIR}/seg_mask_overlay/include"
+    "-I${PROJECT_SOURCE_DIR}/seg_mask_overlay/src"
+    "-I${PROJECT_SOURCE_DIR}/render_base/geometry/include"
     -MD -MF "${object}.d" -c "${source}" -o "${object}"
   DEPENDS "${source}"
   DEPFILE "${object}.d"

@@ -7,9 +7,9 @@
 #include <tuple>
 #include <utility>
 
+#include "blend/launch_geometry.h"
+#include "blend/nv12_blend.h"
 #include "launch_recorder.h"
-#include "nv12_blend.h"
-#include "overlay_geometry.h"
 
 namespace {
 

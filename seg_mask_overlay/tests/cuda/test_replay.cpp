@@ -16,10 +16,10 @@
 #include <string>
 #include <vector>
 
+#include "blend/launch_geometry.h"
+#include "blend/plain_blend.h"
 #include "host_kernels.h"
 #include "launch_recorder.h"
-#include "overlay_geometry.h"
-#include "plain_blend.h"
 #include "ptx_kernel.h"
 #include "seg_mask_overlay/seg_mask_cuda.h"
 

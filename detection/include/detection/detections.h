@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "core/SwJsonObject.h"
+#include "render_base/RenderProducerTypeView.h"
+
+struct RenderContext;
+
+namespace seg_mask {
+
+/// The payload type that the plug-in draws.
+inline constexpr const char kDetectionType[] = "detection.v1";
+
+/// One detection as read from a payload; nothing is validated.
+struct DetView {
+  int32_t x = 0;  ///< the box's top-left corner, in frame pixels
+  int32_t y = 0;
+  int32_t w = 0;  ///< the box's dimensions, in frame pixels
+  int32_t h = 0;
+  int32_t class_id = 0;
+  float score = 0.0F;
+  std::string class_info;  ///< the mask text
+};
+
+/// A frame's detections, and how its producers did.
+struct FrameDetections {
+  std::vector<DetView> detections;
+  uint64_t missing = 0;   ///< producers without any detection
+  uint64_t lookback = 0;  ///< producers with an input from an earlier frame
+};
+
+/// Appends the elements of the payload's "detections" array to `list` while it holds fewer than `cap`.
+/// Elements that are not objects are passed over.
+///
+/// Box and class take integers (their low 32 bits), floating values (cut toward zero, saturated) and booleans
+/// (1 and 0); the score takes the same as numbers; anything else, absence included, is 0. The text is
+/// whatever SwJsonValue::toString gives, so an absent one is "null".
+void collectDetections(SwJsonObject payload, std::size_t cap, std::vector<DetView>& list);
+
+/// Gathers up to `cap` detections: producer by producer in the view's order, input by input, element by
+/// element. Once the cap is reached, further producers are neither read nor counted; the inputs of the
+/// producer that reached it are all resolved. What the context's resolver throws passes through, and so does
+/// std::bad_alloc; a payload whose conversion throws anything else counts as empty.
+FrameDetections gatherDetections(const RenderContext& ctx, const RenderProducerTypeView& view,
+                                 std::size_t cap);
+
+}  // namespace seg_mask

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstddef>
+
+#include "mask/mask_text.h"
+
+namespace seg_mask {
+
+/// The pixels of one row where a mask begins or ends, first to last. The row begins outside, so the first of
+/// them is inside.
+struct RowEdges {
+  /// A silhouette's rows have few. In rows with more, runs are too short for a memset each.
+  static constexpr int kCapacity = 32;
+
+  int count = 0;
+  int pixels[kCapacity];
+};
+
+/// Finds the edges of `row`. False when there are more than RowEdges holds; `edges` is then of no use.
+bool findEdges(const MaskBits& mask, int row, RowEdges& edges);
+
+/// Writes the mask.width pixels of `row`, each as a byte: 255 inside, 0 outside.
+void expandRow(const MaskBits& mask, int row, unsigned char* bytes);
+
+/// Writes `count` pixels of `row`, those that `columns` names, each as a byte: 255 inside, 0 outside.
+void sampleRow(const MaskBits& mask, int row, const int* columns, std::size_t count, unsigned char* bytes);
+
+}  // namespace seg_mask

@@ -1,0 +1,97 @@
+#include "mask/mask_rows.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+namespace seg_mask {
+namespace {
+
+static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "a word's lowest bit is its first pixel");
+
+std::size_t firstPixel(const MaskBits& mask, int row) {
+  return static_cast<std::size_t>(row) * static_cast<std::size_t>(mask.width);
+}
+
+uint64_t wholeWord(const MaskBits& mask, std::size_t number) {
+  uint64_t word;
+  std::memcpy(&word, mask.bits.data() + 8 * number, sizeof(word));
+  return word;
+}
+
+/// 64 pixels of the mask, by their number from its start; those behind its end are outside.
+uint64_t wordAt(const MaskBits& mask, std::size_t number) {
+  const std::size_t left = mask.bits.size() - 8 * number;
+  if (left >= sizeof(uint64_t)) return wholeWord(mask, number);
+  uint64_t word = 0;
+  std::memcpy(&word, mask.bits.data() + 8 * number, left);
+  return word;
+}
+
+/// A word of which the bits from `bit` on are set.
+constexpr uint64_t bitsFrom(std::size_t bit) {
+  return ~((uint64_t{1} << bit) - 1);
+}
+
+using Bytes = std::array<unsigned char, 8>;
+
+constexpr std::array<Bytes, 256> makeExpanded() {
+  std::array<Bytes, 256> expanded{};
+  for (unsigned bits = 0; bits < 256; ++bits) {
+    for (unsigned i = 0; i < 8; ++i) expanded[bits][i] = ((bits >> i) & 1U) != 0 ? 255 : 0;
+  }
+  return expanded;
+}
+
+constexpr std::array<Bytes, 256> kExpanded = makeExpanded();
+
+}  // namespace
+
+bool findEdges(const MaskBits& mask, int row, RowEdges& edges) {
+  const std::size_t first = firstPixel(mask, row);
+  const std::size_t last = first + static_cast<std::size_t>(mask.width) - 1;
+  const std::size_t lastWord = last / 64;
+  std::size_t number = first / 64;
+  uint64_t ofRow = bitsFrom(first % 64);  // the bits of this word that belong to the row
+  uint64_t expected = 0;                  // a word without an edge
+  edges.count = 0;
+  for (;;) {
+    if (number == lastWord) ofRow &= ~uint64_t{0} >> (63 - last % 64);
+    const uint64_t word = wordAt(mask, number);
+    for (uint64_t other = (word ^ expected) & ofRow; other != 0; other = (word ^ expected) & ofRow) {
+      if (edges.count == RowEdges::kCapacity) return false;
+      const auto bit = static_cast<unsigned>(__builtin_ctzll(other));
+      edges.pixels[edges.count++] = static_cast<int>(number * 64 + bit - first);
+      expected = ~expected;
+      ofRow &= bitsFrom(bit);
+    }
+    if (number == lastWord) return true;
+    ofRow = ~uint64_t{0};
+    do {
+      ++number;
+    } while (number < lastWord && wholeWord(mask, number) == expected);
+  }
+}
+
+void expandRow(const MaskBits& mask, int row, unsigned char* bytes) {
+  const std::size_t first = firstPixel(mask, row);
+  const std::size_t end = first + static_cast<std::size_t>(mask.width);
+  std::size_t pixel = first;
+  for (; pixel < end && pixel % 8 != 0; ++pixel) *bytes++ = mask.inside(pixel) ? 255 : 0;
+  for (; end - pixel >= 8; pixel += 8, bytes += 8) {
+    std::memcpy(bytes, kExpanded[mask.bits[pixel / 8]].data(), 8);
+  }
+  for (; pixel < end; ++pixel) *bytes++ = mask.inside(pixel) ? 255 : 0;
+}
+
+void sampleRow(const MaskBits& mask, int row, const int* columns, std::size_t count, unsigned char* bytes) {
+  const std::size_t first = firstPixel(mask, row);
+  const uint8_t* const bits = mask.bits.data() + first / 8;
+  const std::size_t offset = first % 8;
+  for (std::size_t i = 0; i < count; ++i) {
+    const std::size_t pixel = offset + static_cast<std::size_t>(columns[i]);
+    bytes[i] = static_cast<unsigned char>(-((bits[pixel / 8] >> (pixel % 8)) & 1));
+  }
+}
+
+}  // namespace seg_mask

@@ -1,0 +1,62 @@
+#include "mask/nearest_map.h"
+
+#include <algorithm>
+#include <opencv2/imgproc.hpp>
+
+#include "src/opencv_memory.h"
+
+namespace seg_mask {
+namespace {
+
+using Bytes = std::vector<unsigned char>;
+
+/// By frame pixel: one byte of the number of its mask pixel, which is scaled as a mask's pixels would be. The
+/// matrices lie over memory of ours, because OpenCV's allocator loses a matrix's bytes when it finds no
+/// memory for what it notes about them.
+Bytes scaledDigits(int maskSide, int frameSide, int shift) {
+  Bytes digits(static_cast<std::size_t>(maskSide));
+  Bytes scaled(static_cast<std::size_t>(frameSide));
+  for (std::size_t i = 0; i < digits.size(); ++i) digits[i] = static_cast<unsigned char>((i >> shift) & 255U);
+  withBadAlloc([&] {
+    const cv::Mat from(1, maskSide, CV_8UC1, digits.data());
+    cv::Mat to(1, frameSide, CV_8UC1, scaled.data());
+    cv::resize(from, to, to.size(), 0, 0, cv::INTER_NEAREST);
+  });
+  return scaled;
+}
+
+}  // namespace
+
+void NearestMap::prepare(int maskSide, int frameSide) {
+  const auto size = static_cast<std::size_t>(frameSide);
+  if (maskSide_ == maskSide && maskPixels_.size() == size) return;
+  maskSide_ = 0;  // nothing is valid if memory runs out below
+  maskPixels_.assign(size, 0);
+  for (int shift = 0; shift < 32 && (maskSide - 1) >> shift != 0; shift += 8) {
+    const Bytes digits = scaledDigits(maskSide, frameSide, shift);
+    for (std::size_t i = 0; i < size; ++i) maskPixels_[i] |= static_cast<int>(digits[i]) << shift;
+  }
+  identity_ = maskSide == frameSide;
+  for (std::size_t i = 0; i < size; ++i) identity_ = identity_ && maskPixels_[i] == static_cast<int>(i);
+  ratio_ = static_cast<double>(frameSide) / maskSide;
+  maskSide_ = maskSide;
+}
+
+int NearestMap::firstFrom(int maskPixel) const {
+  const int* const map = maskPixels_.data();
+  const int end = static_cast<int>(maskPixels_.size());
+  int at = std::min(static_cast<int>(maskPixel * ratio_), end);  // near it; the map itself decides
+  while (at > 0 && map[at - 1] >= maskPixel) --at;
+  while (at < end && map[at] < maskPixel) ++at;
+  return at;
+}
+
+int NearestMap::nextAfter(int framePixel) const {
+  const int end = static_cast<int>(maskPixels_.size());
+  const int* const map = maskPixels_.data();
+  int at = framePixel + 1;
+  while (at < end && map[at] == map[framePixel]) ++at;
+  return at;
+}
+
+}  // namespace seg_mask

@@ -1,0 +1,233 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "render_base/RenderContext.h"
+#include "render_base/mapped_picture.h"
+#include "zelvo/ZelvoPicture.h"
+
+namespace render_base {
+namespace {
+
+/// What happened, in order, to the guards and mappings of a test.
+using Events = std::vector<std::string>;
+
+/// A backend that maps to made-up addresses and logs.
+class FakeBackend : public IRenderBackend {
+ public:
+  FakeBackend(std::string name, Events& events) : name_(std::move(name)), events_(events) {
+    planes.y = &sample;
+    planes.uv = &sample;
+    planes.yPitch = 4;
+    planes.uvPitch = 2;
+  }
+
+  Mapping map(zelvo::RenderTarget& target) override {
+    events_.push_back("map " + name_);
+    lastTarget = &target;
+    std::shared_ptr<void> token(&sample, [this](void*) {
+      events_.push_back("unmap " + name_);
+      if (onUnmap) onUnmap();
+    });
+    return {Guard(std::move(token)), planes};
+  }
+
+  MappedPlanes planes;
+  zelvo::RenderTarget* lastTarget = nullptr;
+  std::function<void()> onUnmap;  ///< called when a mapping ends
+
+ private:
+  std::string name_;
+  Events& events_;
+  unsigned char sample = 0;
+};
+
+struct MappedPicture : testing::Test {
+  static constexpr FrameSize kSize{4, 2};
+
+  Events events;
+  FakeBackend a{"a", events};
+  FakeBackend b{"b", events};
+  RenderContext ctx;
+  std::shared_ptr<zelvo::ZelvoPicture> copy = std::make_shared<zelvo::ZelvoPicture>(4, 2);
+
+  MappedPicture() {
+    ctx.picture.source = std::make_shared<zelvo::ZelvoPicture>(4, 2);
+    ctx.picture.sourceId = 1;
+    ctx.picture.cloneDetached = [this](const std::string&, uint64_t) { return copy; };
+  }
+};
+
+TEST_F(MappedPicture, TheFirstPassMapsATargetOfTheWritablePicture) {
+  EXPECT_TRUE(mapWritablePicture(ctx, a, kSize));
+  EXPECT_EQ(events, Events{"map a"});
+  EXPECT_EQ(ctx.picture.writable, copy);
+  EXPECT_EQ(a.lastTarget, ctx.render_target.get());
+  EXPECT_TRUE(ctx.guard_active);
+  EXPECT_TRUE(ctx.guard.holds());
+  EXPECT_EQ(ctx.guard_backend, &a);
+  EXPECT_EQ(ctx.planes.yPitch, 4);
+}
+
+TEST_F(MappedPicture, ASecondPassOfTheSameBackendKeepsGuardAndTarget) {
+  mapWritablePicture(ctx, a, kSize);
+  const zelvo::RenderTarget* target = ctx.render_target.get();
+  EXPECT_TRUE(mapWritablePicture(ctx, a, kSize));
+  EXPECT_EQ(events, Events{"map a"});
+  EXPECT_EQ(ctx.render_target.get(), target);
+}
+
+TEST_F(MappedPicture, APassOfAnotherBackendReleasesTheGuardBeforeItMaps) {
+  mapWritablePicture(ctx, a, kSize);
+  EXPECT_TRUE(mapWritablePicture(ctx, b, kSize));
+  EXPECT_EQ(events, (Events{"map a", "unmap a", "map b"}));
+  EXPECT_EQ(ctx.guard_backend, &b);
+}
+
+TEST_F(MappedPicture, AMappingThatNamesNoBackendIsReleasedBeforeTheNextOne) {
+  mapWritablePicture(ctx, a, kSize);
+  ctx.guard_backend = nullptr;
+  EXPECT_TRUE(mapWritablePicture(ctx, a, kSize));
+  EXPECT_EQ(events, (Events{"map a", "unmap a", "map a"}));
+  EXPECT_EQ(ctx.guard_backend, &a);
+}
+
+TEST_F(MappedPicture, AnActiveGuardWithInvalidPlanesIsReplacedAfterTheNewMapping) {
+  for (int way = 0; way < 4; ++way) {
+    events.clear();
+    ctx.guard_active = false;
+    ctx.guard = IRenderBackend::Guard();
+    mapWritablePicture(ctx, a, kSize);
+    if (way == 0) ctx.planes.y = nullptr;
+    if (way == 1) ctx.planes.uv = nullptr;
+    if (way == 2) ctx.planes.yPitch = 0;
+    if (way == 3) ctx.planes.uvPitch = -1;
+    events.clear();
+    EXPECT_TRUE(mapWritablePicture(ctx, a, kSize));
+    EXPECT_EQ(events, (Events{"map a", "unmap a"})) << way;
+    EXPECT_EQ(ctx.planes.uvPitch, 2);
+  }
+}
+
+TEST_F(MappedPicture, AnInvalidMappingClearsTargetAndBackendAndEndsTheMapping) {
+  for (int way = 0; way < 4; ++way) {
+    events.clear();
+    FakeBackend bad("bad", events);
+    if (way == 0) bad.planes.y = nullptr;
+    if (way == 1) bad.planes.uv = nullptr;
+    if (way == 2) bad.planes.yPitch = -1;
+    if (way == 3) bad.planes.uvPitch = 0;
+    EXPECT_FALSE(mapWritablePicture(ctx, bad, kSize));
+    EXPECT_EQ(events, (Events{"map bad", "unmap bad"})) << way;
+    EXPECT_EQ(ctx.render_target, nullptr);
+    EXPECT_EQ(ctx.guard_backend, nullptr);
+    EXPECT_FALSE(ctx.guard_active);
+  }
+}
+
+TEST_F(MappedPicture, AnInvalidMappingEndsOnceTheContextHasForgottenItsTargetAndBackend) {
+  mapWritablePicture(ctx, a, kSize);
+  ctx.guard_active = false;
+  b.planes.y = nullptr;
+  b.onUnmap = [this] {
+    EXPECT_EQ(ctx.render_target, nullptr);
+    EXPECT_EQ(ctx.guard_backend, nullptr);
+  };
+  EXPECT_FALSE(mapWritablePicture(ctx, b, kSize));
+  EXPECT_EQ(events, (Events{"map a", "map b", "unmap b"}));
+}
+
+TEST_F(MappedPicture, AnInvalidMappingByAnotherBackendLeavesNothingOfTheFirst) {
+  mapWritablePicture(ctx, a, kSize);
+  b.planes.y = nullptr;
+  EXPECT_FALSE(mapWritablePicture(ctx, b, kSize));
+  EXPECT_EQ(events, (Events{"map a", "unmap a", "map b", "unmap b"}));
+  EXPECT_EQ(ctx.render_target, nullptr);
+  EXPECT_FALSE(ctx.guard.holds());
+}
+
+TEST_F(MappedPicture, AnActiveGuardWithInvalidPlanesStaysWhereTheNewMappingIsInvalidToo) {
+  mapWritablePicture(ctx, a, kSize);
+  ctx.planes.y = nullptr;
+  events.clear();
+  b.planes.uv = nullptr;
+  EXPECT_FALSE(mapWritablePicture(ctx, b, kSize));
+  EXPECT_EQ(events, (Events{"map b", "unmap b"}));
+  EXPECT_TRUE(ctx.guard_active);
+  EXPECT_TRUE(ctx.guard.holds());
+  EXPECT_EQ(ctx.render_target, nullptr);
+  EXPECT_EQ(ctx.guard_backend, nullptr);
+}
+
+TEST_F(MappedPicture, APictureWithoutARenderTargetMapsNothingAndDropsTheOldTarget) {
+  mapWritablePicture(ctx, a, kSize);
+  events.clear();
+  ctx.guard_active = false;
+  ctx.picture.writable = std::make_shared<zelvo::ZelvoPicture>();  // the empty picture has no target
+  EXPECT_FALSE(mapWritablePicture(ctx, a, kSize));
+  EXPECT_EQ(ctx.render_target, nullptr);
+  EXPECT_EQ(events, Events{});
+}
+
+TEST_F(MappedPicture, ACopySmallerThanTheFrameIsNotMapped) {
+  for (const FrameSize size : {FrameSize{3, 2}, FrameSize{4, 1}, FrameSize{3, 3}, FrameSize{5, 1}}) {
+    ctx.picture.writable = nullptr;
+    copy = std::make_shared<zelvo::ZelvoPicture>(size.width, size.height);
+    EXPECT_FALSE(mapWritablePicture(ctx, a, kSize)) << size.width << 'x' << size.height;
+    EXPECT_EQ(ctx.render_target, nullptr);
+  }
+  EXPECT_EQ(events, Events{});
+}
+
+TEST_F(MappedPicture, ALargerCopyIsMapped) {
+  copy = std::make_shared<zelvo::ZelvoPicture>(5, 3);
+  EXPECT_TRUE(mapWritablePicture(ctx, a, kSize));
+}
+
+TEST_F(MappedPicture, APictureWithoutARenderTargetLeavesAnActiveGuardWithInvalidPlanes) {
+  mapWritablePicture(ctx, a, kSize);
+  ctx.planes.y = nullptr;
+  ctx.picture.writable = std::make_shared<zelvo::ZelvoPicture>();
+  EXPECT_FALSE(mapWritablePicture(ctx, a, kSize));
+  EXPECT_EQ(events, Events{"map a"});
+  EXPECT_EQ(ctx.render_target, nullptr);
+  EXPECT_TRUE(ctx.guard_active);
+  EXPECT_TRUE(ctx.guard.holds());
+  EXPECT_EQ(ctx.guard_backend, &a);
+}
+
+TEST_F(MappedPicture, WhatDetachingThrowsPassesThrough) {
+  ctx.picture.sourceId = 0;
+  EXPECT_THROW(mapWritablePicture(ctx, a, kSize), std::runtime_error);
+  EXPECT_EQ(events, Events{});
+}
+
+TEST_F(MappedPicture, WhenDetachingThrowsTheTargetOfTheLastPassStays) {
+  mapWritablePicture(ctx, a, kSize);
+  const zelvo::RenderTarget* target = ctx.render_target.get();
+  ctx.guard_active = false;
+  ctx.picture.writable = nullptr;
+  ctx.picture.sourceId = 0;
+  EXPECT_THROW(mapWritablePicture(ctx, a, kSize), std::runtime_error);
+  EXPECT_NE(target, nullptr);
+  EXPECT_EQ(ctx.render_target.get(), target);
+  EXPECT_EQ(ctx.guard_backend, &a);
+}
+
+TEST_F(MappedPicture, WhenDetachingThrowsAnotherBackendsMappingIsReleasedWhole) {
+  mapWritablePicture(ctx, a, kSize);
+  ctx.picture.writable = nullptr;
+  ctx.picture.sourceId = 0;
+  EXPECT_THROW(mapWritablePicture(ctx, b, kSize), std::runtime_error);
+  EXPECT_EQ(events, (Events{"map a", "unmap a"}));
+  EXPECT_FALSE(ctx.guard_active);
+  EXPECT_FALSE(ctx.guard.holds());
+  EXPECT_EQ(ctx.render_target, nullptr);
+  EXPECT_EQ(ctx.guard_backend, nullptr);
+}
+
+}  // namespace
+}  // namespace render_base

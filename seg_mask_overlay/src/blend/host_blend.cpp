@@ -1,0 +1,87 @@
+#include "blend/host_blend.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+
+#include "blend/BlendTable.h"
+#include "blend/nv12_blend.h"
+
+namespace seg_mask_overlay {
+namespace {
+
+/// Table look-ups that need no decision a sample: undrawn ones keep their byte.
+class LookUp {
+ public:
+  explicit LookUp(const BlendTable& drawn) : drawn_(drawn) {
+    for (std::size_t old = 0; old < undrawn_.size(); ++old) undrawn_[old] = static_cast<uint8_t>(old);
+  }
+
+  void apply(unsigned char& sample, bool isDrawn) const { sample = (isDrawn ? drawn_ : undrawn_)[sample]; }
+
+ private:
+  BlendTable drawn_;
+  BlendTable undrawn_;
+};
+
+// The way for boxes narrower than a vector, and for weights that no configuration can hold. Slow: a byte at a
+// time.
+
+void lookUpLuma(const MaskedRows& area, const LookUp& tables) {
+  for (int row = 0; row < area.rows; ++row) {
+    unsigned char* samples = area.samples + row * area.pitch;
+    const unsigned char* mask = area.mask + row * area.maskPitch;
+    for (std::size_t x = 0; x < area.bytes; ++x) tables.apply(samples[x], mask[x] != 0);
+  }
+}
+
+void lookUpChroma(const MaskedRows& area, const LookUp& tablesU, const LookUp& tablesV) {
+  for (int row = 0; row < area.rows; ++row) {
+    unsigned char* samples = area.samples + row * area.pitch;
+    const unsigned char* top = area.mask + 2 * row * area.maskPitch;
+    const unsigned char* bottom = top + area.maskPitch;
+    for (std::size_t x = 0; x < area.bytes; x += 2) {
+      const bool isDrawn = (top[x] | top[x + 1] | bottom[x] | bottom[x + 1]) != 0;
+      tablesU.apply(samples[x], isDrawn);
+      tablesV.apply(samples[x + 1], isDrawn);
+    }
+  }
+}
+
+BlendTable tableOf(unsigned char color, float alpha, const VectorUnits* units) {
+  return units != nullptr ? units->makeTable(color, alpha) : makeBlendTable(color, alpha);
+}
+
+}  // namespace
+
+const VectorUnits* fastestVectorUnits() {
+  return vectorUnits().empty() ? nullptr : vectorUnits().begin();
+}
+
+void blendLuma(unsigned char* plane, int pitch, const unsigned char* mask, int maskPitch, LumaRect rect,
+               unsigned char color, float alpha, const VectorUnits* units) {
+  if (rect.empty()) return;
+  const MaskedRows area{plane + sampleOffset(rect.y0, pitch, rect.x0),    pitch,
+                        mask + sampleOffset(rect.y0, maskPitch, rect.x0), maskPitch,
+                        static_cast<std::size_t>(rect.x1 - rect.x0) + 1,  rect.y1 - rect.y0 + 1};
+  const BlendTable table = tableOf(color, alpha, units);
+  const std::optional<BlendLine> line = lineUnder(table, alpha);
+  if (units != nullptr && line && units->blendLuma(area, *line)) return;
+  lookUpLuma(area, LookUp(table));
+}
+
+void blendChroma(unsigned char* plane, int pitch, const unsigned char* mask, int maskPitch, ChromaRect rect,
+                 unsigned char colorU, unsigned char colorV, float alpha, const VectorUnits* units) {
+  if (rect.empty()) return;
+  const MaskedRows area{plane + sampleOffset(rect.y0, pitch, 2 * rect.x0),        pitch,
+                        mask + sampleOffset(2 * rect.y0, maskPitch, 2 * rect.x0), maskPitch,
+                        2 * static_cast<std::size_t>(rect.x1 - rect.x0),          rect.y1 - rect.y0};
+  const BlendTable tableU = tableOf(colorU, alpha, units);
+  const BlendTable tableV = tableOf(colorV, alpha, units);
+  const std::optional<BlendLine> lineU = lineUnder(tableU, alpha);
+  const std::optional<BlendLine> lineV = lineUnder(tableV, alpha);
+  if (units != nullptr && lineU && lineV && units->blendChroma(area, *lineU, *lineV)) return;
+  lookUpChroma(area, LookUp(tableU), LookUp(tableV));
+}
+
+}  // namespace seg_mask_overlay

@@ -1,0 +1,253 @@
+#include "blend/vector_blend.h"
+
+#include <cstdint>
+
+// Highway compiles the part down to HWY_ONCE once for each of these generations, in a namespace of its own.
+// Which one runs is chosen here and not by Highway, so that its headers do and the plug-in needs no library.
+// More x86 generations would gain nothing: vectors wider than 32 bytes would pass over narrow boxes.
+#define HWY_DISABLED_TARGETS \
+  (HWY_AVX3_DL | HWY_AVX3 | HWY_SSE4 | HWY_SVE | HWY_SVE2 | HWY_SVE_256 | HWY_SVE2_128)
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "blend/vector_blend.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+#if HWY_TARGET & (HWY_AVX2 | HWY_SSSE3 | HWY_NEON)
+HWY_BEFORE_NAMESPACE();
+namespace seg_mask_overlay {
+namespace HWY_NAMESPACE {
+
+// All is inlined into blendLumaRows and blendChromaRows: with a vector as its argument, no function clears
+// the upper halves of the registers before it returns, and everything compiled for older units crawls then.
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+// No wider than what narrow boxes fill.
+using Bytes = hn::CappedTag<uint8_t, 32>;
+using Words = hn::RepartitionToWide<Bytes>;
+using BytesVec = hn::Vec<Bytes>;
+using WordsVec = hn::Vec<Words>;
+
+/// The mask bytes over luma samples.
+class LumaCover {
+ public:
+  LumaCover(const unsigned char* mask, std::ptrdiff_t) : mask_(mask) {}
+
+  HWY_INLINE BytesVec from(std::size_t x) const { return hn::LoadU(Bytes(), mask_ + x); }
+
+ private:
+  const unsigned char* mask_;
+};
+
+/// For each U, V pair two bytes, which are not 0 where the mask touches the pair's 2x2 block.
+class ChromaCover {
+ public:
+  ChromaCover(const unsigned char* mask, std::ptrdiff_t pitch) : top_(mask), bottom_(mask + pitch) {}
+
+  HWY_INLINE BytesVec from(std::size_t x) const {
+    const Words words;
+    const auto block =
+        hn::BitCast(words, hn::Or(hn::LoadU(Bytes(), top_ + x), hn::LoadU(Bytes(), bottom_ + x)));
+    return hn::BitCast(Bytes(), hn::VecFromMask(words, hn::Ne(block, hn::Zero(words))));
+  }
+
+ private:
+  const unsigned char* top_;
+  const unsigned char* bottom_;
+};
+
+/// A BlendLine in registers.
+class Line {
+ public:
+  HWY_INLINE explicit Line(const BlendLine& line)
+      : slope_(hn::Set(Words(), line.slope)),
+        start_(hn::Set(Words(), line.start)),
+        raisedBelow128_(hn::LoadDup128(Bytes(), line.raised.data())),
+        raisedAbove_(hn::LoadDup128(Bytes(), line.raised.data() + 16)) {}
+
+  /// From words of old bytes in the high half: words with the line's bytes in the high half.
+  HWY_INLINE WordsVec at(WordsVec old) const { return hn::Add(hn::MulHigh(old, slope_), start_); }
+
+  /// For each old byte the byte of `raised` that has its bit.
+  HWY_INLINE BytesVec raisedAround(BytesVec old) const {
+    const BytesVec eighths = hn::BitCast(Bytes(), hn::ShiftRight<3>(hn::BitCast(Words(), old)));
+    const BytesVec index = hn::And(eighths, hn::Set(Bytes(), 15));
+    const hn::RebindToSigned<Bytes> signedBytes;
+    const auto isAbove =
+        hn::RebindMask(Bytes(), hn::Lt(hn::BitCast(signedBytes, old), hn::Zero(signedBytes)));
+    return hn::IfThenElse(isAbove, hn::TableLookupBytes(raisedAbove_, index),
+                          hn::TableLookupBytes(raisedBelow128_, index));
+  }
+
+ private:
+  WordsVec slope_;
+  WordsVec start_;
+  BytesVec raisedBelow128_;
+  BytesVec raisedAbove_;
+};
+
+/// The same line for all bytes.
+class LumaLines {
+ public:
+  HWY_INLINE explicit LumaLines(const BlendLine& line) : line_(line) {}
+
+  HWY_INLINE const Line& even() const { return line_; }
+  HWY_INLINE const Line& odd() const { return line_; }
+  HWY_INLINE BytesVec raisedAround(BytesVec old) const { return line_.raisedAround(old); }
+
+ private:
+  Line line_;
+};
+
+/// One line for the bytes at even places, one for those at odd places.
+class ChromaLines {
+ public:
+  HWY_INLINE ChromaLines(const BlendLine& u, const BlendLine& v) : u_(u), v_(v) {}
+
+  HWY_INLINE const Line& even() const { return u_; }
+  HWY_INLINE const Line& odd() const { return v_; }
+  HWY_INLINE BytesVec raisedAround(BytesVec old) const {
+    const BytesVec highHalf = hn::BitCast(Bytes(), hn::Set(Words(), 0xFF00));
+    return hn::Or(hn::And(v_.raisedAround(old), highHalf), hn::AndNot(highHalf, u_.raisedAround(old)));
+  }
+
+ private:
+  Line u_;
+  Line v_;
+};
+
+/// The old bytes on their lines. A word holds an even and an odd one, the even one in its low half.
+template <class Lines>
+HWY_INLINE BytesVec onLine(BytesVec old, const Lines& lines) {
+  const Words words;
+  const auto highHalf = hn::Set(words, 0xFF00);
+  const auto pairs = hn::BitCast(words, old);
+  const auto even = hn::ShiftRight<8>(lines.even().at(hn::ShiftLeft<8>(pairs)));
+  const auto odd = hn::And(lines.odd().at(hn::And(pairs, highHalf)), highHalf);
+  return hn::BitCast(Bytes(), hn::Or(even, odd));
+}
+
+/// For each old byte -1 if it is raised, otherwise 0.
+template <class Lines>
+HWY_INLINE BytesVec raised(BytesVec old, const Lines& lines) {
+  alignas(16) static constexpr uint8_t kBits[16] = {1, 2, 4, 8, 16, 32, 64, 128, 1, 2, 4, 8, 16, 32, 64, 128};
+  const Bytes bytes;
+  const BytesVec bit = hn::TableLookupBytes(hn::LoadDup128(bytes, kBits), hn::And(old, hn::Set(bytes, 7)));
+  return hn::VecFromMask(bytes, hn::TestBit(lines.raisedAround(old), bit));
+}
+
+/// Blends the bytes at `samples` whose `cover` is not 0.
+template <bool kSomeRaised, class Lines>
+HWY_INLINE void blendVector(unsigned char* samples, BytesVec cover, const Lines& lines) {
+  const Bytes bytes;
+  const auto undrawn = hn::Eq(cover, hn::Zero(bytes));
+  if (hn::AllTrue(bytes, undrawn)) return;
+  const BytesVec old = hn::LoadU(bytes, samples);
+  BytesVec blended = onLine(old, lines);
+  if constexpr (kSomeRaised) blended = hn::Sub(blended, raised(old, lines));
+  hn::StoreU(hn::IfThenElse(undrawn, old, blended), bytes, samples);
+}
+
+template <class Cover, bool kSomeRaised, class Lines>
+HWY_INLINE void blendRows(const MaskedRows& area, int maskRows, const Lines& lines) {
+  const Bytes bytes;
+  const std::size_t lanes = hn::Lanes(bytes);
+  const std::size_t tail = area.bytes - lanes;
+  for (int row = 0; row < area.rows; ++row) {
+    unsigned char* samples = area.samples + row * area.pitch;
+    const Cover cover(area.mask + row * maskRows * area.maskPitch, area.maskPitch);
+    std::size_t x = 0;
+    for (; x <= tail; x += lanes) blendVector<kSomeRaised>(samples + x, cover.from(x), lines);
+    if (x == area.bytes) continue;
+    // The last vector ends with the row and begins with bytes that are drawn already.
+    const auto done = hn::FirstN(bytes, x - tail);
+    blendVector<kSomeRaised>(samples + tail, hn::IfThenZeroElse(done, cover.from(tail)), lines);
+  }
+}
+
+#if HWY_NATIVE_FMA
+// blendByte's steps, one by one.
+HWY_ATTR BlendTable makeTable(unsigned char color, float alpha) {
+  const hn::CappedTag<float, 8> floats;
+  const hn::RebindToSigned<decltype(floats)> ints;
+  const hn::Rebind<uint8_t, decltype(floats)> bytes;
+  const auto zero = hn::Zero(floats);
+  const auto weight = hn::Set(floats, alpha);
+  const auto remaining = hn::Set(floats, 1.0F - alpha);
+  const auto drawn = hn::Set(floats, static_cast<float>(color));
+  BlendTable table;
+  for (std::size_t old = 0; old < table.size(); old += hn::Lanes(floats)) {
+    const auto kept = hn::Mul(hn::ConvertTo(floats, hn::Iota(ints, static_cast<int32_t>(old))), remaining);
+    const auto sum = hn::Add(hn::MulAdd(drawn, weight, kept), hn::Set(floats, 0.5F));
+    const auto inRange = hn::IfThenElseZero(hn::Gt(sum, zero), hn::Min(sum, hn::Set(floats, 255.0F)));
+    hn::StoreU(hn::DemoteTo(bytes, hn::ConvertTo(ints, inRange)), bytes, table.data() + old);
+  }
+  return table;
+}
+#else
+BlendTable makeTable(unsigned char color, float alpha) {
+  return makeBlendTable(color, alpha);
+}
+#endif
+
+HWY_ATTR bool blendLumaRows(const MaskedRows& area, const BlendLine& line) {
+  if (area.bytes < hn::Lanes(Bytes())) return false;
+  const LumaLines lines(line);
+  if (line.isRaised()) {
+    blendRows<LumaCover, true>(area, 1, lines);
+  } else {
+    blendRows<LumaCover, false>(area, 1, lines);
+  }
+  return true;
+}
+
+HWY_ATTR bool blendChromaRows(const MaskedRows& area, const BlendLine& u, const BlendLine& v) {
+  if (area.bytes < hn::Lanes(Bytes())) return false;
+  const ChromaLines lines(u, v);
+  if (u.isRaised() || v.isRaised()) {
+    blendRows<ChromaCover, true>(area, 2, lines);
+  } else {
+    blendRows<ChromaCover, false>(area, 2, lines);
+  }
+  return true;
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace seg_mask_overlay
+HWY_AFTER_NAMESPACE();
+#endif
+
+#if HWY_ONCE
+namespace seg_mask_overlay {
+namespace {
+
+VectorUnitsList findVectorUnits() {
+  VectorUnitsList found;
+#if HWY_TARGETS & HWY_AVX2
+  // With AVX2, the compiler is free to use the others.
+  if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2") &&
+      __builtin_cpu_supports("fma")) {
+    found.add({"AVX2", N_AVX2::makeTable, N_AVX2::blendLumaRows, N_AVX2::blendChromaRows});
+  }
+#endif
+#if HWY_TARGETS & HWY_SSSE3
+  if (__builtin_cpu_supports("ssse3")) {
+    found.add({"SSSE3", N_SSSE3::makeTable, N_SSSE3::blendLumaRows, N_SSSE3::blendChromaRows});
+  }
+#endif
+#if HWY_TARGETS & HWY_NEON
+  // Every 64-bit Arm processor has it.
+  found.add({"NEON", N_NEON::makeTable, N_NEON::blendLumaRows, N_NEON::blendChromaRows});
+#endif
+  return found;
+}
+
+}  // namespace
+
+const VectorUnitsList& vectorUnits() {
+  static const VectorUnitsList units = findVectorUnits();
+  return units;
+}
+
+}  // namespace seg_mask_overlay
+#endif

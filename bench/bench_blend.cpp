@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "blend/host_blend.h"
-#include "blend/plain_blend.h"
+#include "blend/scalar_blend.h"
 
 namespace {
 
@@ -51,9 +51,9 @@ class Case {
   }
 
   void blendPlainly() {
-    plainBlendLuma(luma_.data(), kFrame.width, mask_.data(), kFrame.width, box_, kColorY, alpha_);
-    plainBlendChroma(chroma_.data(), kFrame.width, mask_.data(), kFrame.width, kFrame, chromaRect(box_),
-                     kColorU, kColorV, alpha_);
+    scalarBlendLuma(luma_.data(), kFrame.width, mask_.data(), kFrame.width, box_, kColorY, alpha_);
+    scalarBlendChroma(chroma_.data(), kFrame.width, mask_.data(), kFrame.width, kFrame, chromaRect(box_),
+                      kColorU, kColorV, alpha_);
   }
 
   void copy() {

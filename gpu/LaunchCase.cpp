@@ -5,7 +5,7 @@
 #include <limits>
 #include <ostream>
 
-#include "blend/plain_blend.h"
+#include "blend/scalar_blend.h"
 #include "seg_mask_overlay/seg_mask_cuda.h"
 
 namespace gpu_check {
@@ -133,11 +133,11 @@ void blendOnHost(const LaunchCase& launch, std::vector<unsigned char>& bytes) {
   const LumaRect luma =
       seg_mask_overlay::launchRect(y, uv, mask, launch.frame.width, launch.frame.height, launch.rect);
   if (luma.empty()) return;
-  seg_mask_overlay::plainBlendLuma(y, launch.yPitch, mask, launch.maskPitch, luma, launch.colorY,
-                                   launch.alpha);
+  seg_mask_overlay::scalarBlendLuma(y, launch.yPitch, mask, launch.maskPitch, luma, launch.colorY,
+                                    launch.alpha);
   const ChromaRect chroma = seg_mask_overlay::chromaRect(luma);
-  seg_mask_overlay::plainBlendChroma(uv, launch.uvPitch, mask, launch.maskPitch, launch.frame, chroma,
-                                     launch.colorU, launch.colorV, launch.alpha);
+  seg_mask_overlay::scalarBlendChroma(uv, launch.uvPitch, mask, launch.maskPitch, launch.frame, chroma,
+                                      launch.colorU, launch.colorV, launch.alpha);
 }
 
 }  // namespace gpu_check

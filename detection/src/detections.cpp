@@ -61,35 +61,53 @@ bool isLookback(const RenderInput* input) {
   return input && input->uses_lookback;
 }
 
+/// The producer's inputs; none where it delivered none.
+const std::vector<const RenderInput*>& inputsOf(const RenderProducerTypeView& view,
+                                                const std::string& producer) {
+  static const std::vector<const RenderInput*> none;
+  const auto found = view.inputsByProducer.find(producer);
+  return found == view.inputsByProducer.end() ? none : found->second;
+}
+
+void readInput(const RenderContext& ctx, const RenderInput& input, std::size_t cap,
+               std::vector<DetView>& list, std::vector<InputOutcomes>* outcomes) {
+  if (outcomes) outcomes->push_back({&input, {}});
+  collectDetections(render_base::resolvePayload(ctx, input), cap, list,
+                    outcomes ? &outcomes->back().outcomes : nullptr);
+}
+
 }  // namespace
 
-void collectDetections(SwJsonObject payload, std::size_t cap, std::vector<DetView>& list) {
+void collectDetections(SwJsonObject payload, std::size_t cap, std::vector<DetView>& list,
+                       std::vector<Outcome>* outcomes) {
   SwJsonValue* member = payload.find("detections");
   SwJsonArray* elements = member ? member->array() : nullptr;
   if (!elements) return;
-  for (std::size_t i = 0; i < elements->size() && list.size() < cap; ++i) {
-    if (SwJsonObject* object = elements->at(i).object()) list.push_back(takeDetection(*object));
+  for (std::size_t i = 0; i < elements->size() && (outcomes || list.size() < cap); ++i) {
+    SwJsonObject* object = elements->at(i).object();
+    const Outcome outcome = !object             ? Outcome::NotAnObject
+                            : list.size() < cap ? Outcome::Drawn
+                                                : Outcome::OverCap;
+    if (outcome == Outcome::Drawn) list.push_back(takeDetection(*object));
+    if (outcomes) outcomes->push_back(outcome);
   }
 }
 
 FrameDetections gatherDetections(const RenderContext& ctx, const RenderProducerTypeView& view,
-                                 std::size_t cap) {
+                                 std::size_t cap, std::vector<InputOutcomes>* outcomes) {
   FrameDetections frame;
   frame.detections.reserve(cap);
   for (const std::string& producer : view.producers) {
-    if (frame.detections.size() >= cap) break;
+    const bool full = frame.detections.size() >= cap;
+    if (full && !outcomes) break;
     if (producer.empty()) continue;
-    const auto found = view.inputsByProducer.find(producer);
-    if (found == view.inputsByProducer.end()) {
-      ++frame.missing;
-      continue;
-    }
-    const std::vector<const RenderInput*>& inputs = found->second;
-    if (std::any_of(inputs.begin(), inputs.end(), isLookback)) ++frame.lookback;
+    const std::vector<const RenderInput*>& inputs = inputsOf(view, producer);
     const std::size_t before = frame.detections.size();
     for (const RenderInput* input : inputs) {
-      if (input) collectDetections(render_base::resolvePayload(ctx, *input), cap, frame.detections);
+      if (input) readInput(ctx, *input, cap, frame.detections, outcomes);
     }
+    if (full) continue;  // read for the outcomes alone
+    if (std::any_of(inputs.begin(), inputs.end(), isLookback)) ++frame.lookback;
     if (frame.detections.size() == before) ++frame.missing;
   }
   return frame;

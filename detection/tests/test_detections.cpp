@@ -328,5 +328,41 @@ TEST(GatherDetections, WhatTheResolverThrowsIsTheHostsToSee) {
   EXPECT_THROW(g.gather(), std::out_of_range);
 }
 
+// --- what became of each element
+
+using Outcomes = std::vector<Outcome>;
+
+TEST(CollectDetections, TheOutcomesNameElementsThatAreNoObjectsAndThoseOverTheCap) {
+  std::vector<DetView> list;
+  Outcomes outcomes;
+  collectDetections(objectOf("{\"detections\": [{}, 1, {}, {}, null]}"), 2, list, &outcomes);
+  EXPECT_EQ(list.size(), 2U);
+  EXPECT_EQ(outcomes, (Outcomes{Outcome::Drawn, Outcome::NotAnObject, Outcome::Drawn, Outcome::OverCap,
+                                Outcome::NotAnObject}));
+}
+
+TEST(GatherDetections, OutcomesOfInputsBeyondTheCapAreToldAndChangeNothingElse) {
+  Gathering g;
+  g.list("a");
+  g.list("b");
+  g.list("absent");
+  const RenderInput* first = &g.add("a", Gathering::payload({1, 2, 3}));
+  const RenderInput* second = &g.add("b", Gathering::payload({4}));
+  std::vector<InputOutcomes> outcomes;
+  const FrameDetections frame = gatherDetections(g.ctx, g.view, 2, &outcomes);
+  EXPECT_EQ(Gathering::xs(frame), (std::vector<int>{1, 2}));
+  EXPECT_EQ(frame.missing, 0U);
+  ASSERT_EQ(outcomes.size(), 2U);
+  EXPECT_EQ(outcomes[0].input, first);
+  EXPECT_EQ(outcomes[0].outcomes, (Outcomes{Outcome::Drawn, Outcome::Drawn, Outcome::OverCap}));
+  EXPECT_EQ(outcomes[1].input, second);
+  EXPECT_EQ(outcomes[1].outcomes, Outcomes{Outcome::OverCap});
+}
+
+TEST(GatherDetections, TheListIsReservedForTheCapUpFront) {
+  Gathering g;
+  EXPECT_GE(g.gather(37).detections.capacity(), 37U);
+}
+
 }  // namespace
 }  // namespace seg_mask

@@ -16,28 +16,52 @@ DetView detectionOf(float score, std::string text = "SEG1|4|2|Dw==") {
   return detection;
 }
 
-TEST(OverlayItem, AScoreEqualToTheThresholdIsDrawnAndOneBelowIsNot) {
-  EXPECT_EQ(makeOverlayItems({detectionOf(0.3F)}, 0.3F).size(), 1U);
-  EXPECT_TRUE(makeOverlayItems({detectionOf(0.2999F)}, 0.3F).empty());
+struct OverlayItemTest : testing::Test {
+  MaskArena arena;
+
+  std::vector<OverlayItem> items(const std::vector<DetView>& detections, float minScore) {
+    return makeOverlayItems(detections, minScore, arena);
+  }
+
+  Outcome outcome(const DetView& detection, float minScore = 0.0F, MaskTextFault* fault = nullptr) {
+    arena.beginFrame(maskTextRoom(detection.class_info));
+    OverlayItem item{};
+    return makeOverlayItem(detection, minScore, arena, item, fault);
+  }
+
+  /// What is drawn on a 4 x 2 frame of a mask whose first row is inside.
+  DrawnPixels drawnOf(const render_base::Box& box) {
+    DetView detection = detectionOf(1);
+    detection.x = box.x;
+    detection.y = box.y;
+    detection.w = box.w;
+    detection.h = box.h;
+    return countDrawnPixels(items({detection}, 0).at(0), {4, 2});
+  }
+};
+
+TEST_F(OverlayItemTest, AScoreEqualToTheThresholdIsDrawnAndOneBelowIsNot) {
+  EXPECT_EQ(items({detectionOf(0.3F)}, 0.3F).size(), 1U);
+  EXPECT_TRUE(items({detectionOf(0.2999F)}, 0.3F).empty());
 }
 
-TEST(OverlayItem, AScoreThatIsNoNumberIsNotFilteredOut) {
-  EXPECT_EQ(makeOverlayItems({detectionOf(kNan)}, 1.0F).size(), 1U);
+TEST_F(OverlayItemTest, AScoreThatIsNoNumberIsNotFilteredOut) {
+  EXPECT_EQ(items({detectionOf(kNan)}, 1.0F).size(), 1U);
 }
 
-TEST(OverlayItem, ANegativeScoreIsBelowTheDefaultThreshold) {
-  EXPECT_TRUE(makeOverlayItems({detectionOf(-0.1F)}, 0.0F).empty());
+TEST_F(OverlayItemTest, ANegativeScoreIsBelowTheDefaultThreshold) {
+  EXPECT_TRUE(items({detectionOf(-0.1F)}, 0.0F).empty());
 }
 
-TEST(OverlayItem, AnEmptyOrInvalidMaskTextDropsTheDetectionAlone) {
-  const std::vector<OverlayItem> items = makeOverlayItems(
-      {detectionOf(1, ""), detectionOf(1, "null"), detectionOf(1), detectionOf(1, "SEG1|4|2")}, 0);
-  ASSERT_EQ(items.size(), 1U);
-  EXPECT_EQ(items[0].mask.width, 4);
-  EXPECT_EQ(items[0].mask.height, 2);
+TEST_F(OverlayItemTest, AnEmptyOrInvalidMaskTextDropsTheDetectionAlone) {
+  const std::vector<OverlayItem> drawn =
+      items({detectionOf(1, ""), detectionOf(1, "null"), detectionOf(1), detectionOf(1, "SEG1|4|2")}, 0);
+  ASSERT_EQ(drawn.size(), 1U);
+  EXPECT_EQ(drawn[0].mask.width, 4);
+  EXPECT_EQ(drawn[0].mask.height, 2);
 }
 
-TEST(OverlayItem, BoxAndClassColourAreTakenOverInOrder) {
+TEST_F(OverlayItemTest, BoxAndClassColourAreTakenOverInOrder) {
   DetView first = detectionOf(1);
   first.x = 1;
   first.y = 2;
@@ -46,14 +70,56 @@ TEST(OverlayItem, BoxAndClassColourAreTakenOverInOrder) {
   first.class_id = 14;
   DetView second = detectionOf(1);
   second.class_id = -14;
-  const std::vector<OverlayItem> items = makeOverlayItems({first, second}, 0);
-  ASSERT_EQ(items.size(), 2U);
-  EXPECT_EQ(items[0].box.x, 1);
-  EXPECT_EQ(items[0].box.y, 2);
-  EXPECT_EQ(items[0].box.w, 3);
-  EXPECT_EQ(items[0].box.h, 4);
-  EXPECT_EQ(items[0].color.u, 238);
-  EXPECT_EQ(items[1].color.u, 238);
+  const std::vector<OverlayItem> drawn = items({first, second}, 0);
+  ASSERT_EQ(drawn.size(), 2U);
+  EXPECT_EQ(drawn[0].box.x, 1);
+  EXPECT_EQ(drawn[0].box.y, 2);
+  EXPECT_EQ(drawn[0].box.w, 3);
+  EXPECT_EQ(drawn[0].box.h, 4);
+  EXPECT_EQ(drawn[0].color.u, 238);
+  EXPECT_EQ(drawn[1].color.u, 238);
+}
+
+TEST_F(OverlayItemTest, TheOutcomeNamesTheFirstRuleThatDropsADetection) {
+  EXPECT_EQ(outcome(detectionOf(0.5F), 0.5F), Outcome::Drawn);
+  EXPECT_EQ(outcome(detectionOf(0.4F, "no mask"), 0.5F), Outcome::LowScore);
+  MaskTextFault fault;
+  EXPECT_EQ(outcome(detectionOf(1, "SEG1|4|0|Dw=="), 0, &fault), Outcome::InvalidMask);
+  EXPECT_EQ(fault.field, MaskTextFault::Field::Height);
+  EXPECT_EQ(fault.problem, MaskTextFault::Problem::NotPositive);
+}
+
+TEST_F(OverlayItemTest, DrawnPixelsAreThoseOfTheMaskWithinBoxAndFrame) {
+  const DrawnPixels whole = drawnOf({-5, -5, 100, 100});
+  EXPECT_EQ(whole.outcome, Outcome::Drawn);
+  EXPECT_EQ(whole.count, 4U);
+  EXPECT_EQ(drawnOf({1, 0, 2, 1}).count, 2U);
+}
+
+TEST_F(OverlayItemTest, ABoxOutsideAndABoxWithoutAPixelOfTheMaskAreToldApart) {
+  EXPECT_EQ(drawnOf({4, 0, 9, 9}).outcome, Outcome::BoxOutside);
+  EXPECT_EQ(drawnOf({0, 0, 0, 2}).outcome, Outcome::BoxOutside);
+  EXPECT_EQ(drawnOf({0, 1, 4, 1}).outcome, Outcome::NoPixelInBox);
+  EXPECT_EQ(drawnOf({0, 1, 4, 1}).count, 0U);
+}
+
+TEST_F(OverlayItemTest, PixelsAreCountedOnTheScaledMask) {
+  const std::vector<OverlayItem> drawn = items({[] {
+                                                 DetView detection = detectionOf(1, "SEG1|2|1|AQ==");
+                                                 detection.w = 100;
+                                                 detection.h = 100;
+                                                 return detection;
+                                               }()},
+                                               0);
+  EXPECT_EQ(countDrawnPixels(drawn.at(0), {10, 6}).count, 30U);  // the left half
+}
+
+TEST_F(OverlayItemTest, MasksOfOneFrameDoNotOverlapInTheArena) {
+  const std::vector<OverlayItem> drawn = items(
+      {detectionOf(1, "SEG1|8|1|/w=="), detectionOf(1, "SEG1|8|1|/"), detectionOf(1, "SEG1|8|1|AA==")}, 0);
+  ASSERT_EQ(drawn.size(), 2U);
+  EXPECT_EQ(drawn[0].mask.bits[0], 0xFF);
+  EXPECT_EQ(drawn[1].mask.bits[0], 0x00);
 }
 
 }  // namespace

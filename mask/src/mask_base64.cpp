@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <utility>
 
 namespace seg_mask {
 namespace {
@@ -47,9 +46,7 @@ constexpr std::size_t kBlock = 16;  // characters at a time: four groups, twelve
 constexpr std::size_t kBlockBytes = kBlock / 4 * 3;
 constexpr std::size_t kChunk = 16 * kBlock;
 
-/// How far behind `limit` bytes are written: a block, what a chunk without invalid characters gives, and two
-/// bytes that decodeBlock writes too many.
-constexpr std::size_t kSlack = kBlockBytes + kChunk / 4 * 3 + 2;
+static_assert(kBase64Slack == kBlockBytes + kChunk / 4 * 3 + 2);
 
 uint64_t group(const unsigned char* text) {
   return kShares[0][text[0]] | kShares[1][text[1]] | kShares[2][text[2]] | kShares[3][text[3]];
@@ -103,26 +100,26 @@ std::size_t sift(const unsigned char* text, std::size_t length, unsigned char* s
 
 class Decoder {
  public:
-  Decoder(std::string_view text, std::size_t limit)
+  Decoder(std::string_view text, std::size_t limit, uint8_t* bytes)
       : text_(reinterpret_cast<const unsigned char*>(text.data())),
         end_(text_ + text.size()),
         limit_(limit),
-        bytes_(limit + kSlack) {}
+        bytes_(bytes) {}
 
-  std::vector<uint8_t> decode() && {
+  /// Returns the number of bytes decoded.
+  std::size_t decode() && {
     while (count_ < limit_ && text_ != end_) {
       decodeCleanBlocks();
       decodeSifted();
     }
-    bytes_.resize(std::min(count_, limit_));
-    return std::move(bytes_);
+    return std::min(count_, limit_);
   }
 
  private:
   void decodeCleanBlocks() {
     const std::size_t present = static_cast<std::size_t>(end_ - text_) / kBlock;
     const std::size_t wanted = (limit_ - count_ + kBlockBytes - 1) / kBlockBytes;
-    const std::size_t done = decodeBlocks(text_, std::min(present, wanted), bytes_.data() + count_);
+    const std::size_t done = decodeBlocks(text_, std::min(present, wanted), bytes_ + count_);
     text_ += done * kBlock;
     count_ += done * kBlockBytes;
   }
@@ -146,15 +143,15 @@ class Decoder {
       size += sift(text_, 1, sifted + size);
     }
     std::memset(sifted + size, 'A', kBlock);
-    decodeBlocks(sifted, (size + kBlock - 1) / kBlock, bytes_.data() + count_);
+    decodeBlocks(sifted, (size + kBlock - 1) / kBlock, bytes_ + count_);
     count_ += size * 3 / 4;
   }
 
   const unsigned char* text_;
   const unsigned char* end_;
   const std::size_t limit_;
+  uint8_t* const bytes_;
   std::size_t count_ = 0;
-  std::vector<uint8_t> bytes_;
 };
 
 /// By twelve bits: their two characters.
@@ -190,7 +187,13 @@ std::string encodeBase64(const uint8_t* bytes, std::size_t count) {
 }
 
 std::vector<uint8_t> decodeBase64(std::string_view text, std::size_t limit) {
-  return Decoder(text, limit).decode();
+  std::vector<uint8_t> bytes(limit + kBase64Slack);
+  bytes.resize(decodeBase64(text, limit, bytes.data()));
+  return bytes;
+}
+
+std::size_t decodeBase64(std::string_view text, std::size_t limit, uint8_t* bytes) {
+  return Decoder(text, limit, bytes).decode();
 }
 
 }  // namespace seg_mask

@@ -9,22 +9,22 @@ namespace {
 
 static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "a word's lowest bit is its first pixel");
 
-std::size_t firstPixel(const MaskBits& mask, int row) {
+std::size_t firstPixel(const MaskView& mask, int row) {
   return static_cast<std::size_t>(row) * static_cast<std::size_t>(mask.width);
 }
 
-uint64_t wholeWord(const MaskBits& mask, std::size_t number) {
+uint64_t wholeWord(const MaskView& mask, std::size_t number) {
   uint64_t word;
-  std::memcpy(&word, mask.bits.data() + 8 * number, sizeof(word));
+  std::memcpy(&word, mask.bits + 8 * number, sizeof(word));
   return word;
 }
 
 /// 64 pixels of the mask, by their number from its start; those behind its end are outside.
-uint64_t wordAt(const MaskBits& mask, std::size_t number) {
-  const std::size_t left = mask.bits.size() - 8 * number;
+uint64_t wordAt(const MaskView& mask, std::size_t number) {
+  const std::size_t left = mask.size - 8 * number;
   if (left >= sizeof(uint64_t)) return wholeWord(mask, number);
   uint64_t word = 0;
-  std::memcpy(&word, mask.bits.data() + 8 * number, left);
+  std::memcpy(&word, mask.bits + 8 * number, left);
   return word;
 }
 
@@ -47,7 +47,7 @@ constexpr std::array<Bytes, 256> kExpanded = makeExpanded();
 
 }  // namespace
 
-bool findEdges(const MaskBits& mask, int row, RowEdges& edges) {
+bool findEdges(const MaskView& mask, int row, RowEdges& edges) {
   const std::size_t first = firstPixel(mask, row);
   const std::size_t last = first + static_cast<std::size_t>(mask.width) - 1;
   const std::size_t lastWord = last / 64;
@@ -73,7 +73,7 @@ bool findEdges(const MaskBits& mask, int row, RowEdges& edges) {
   }
 }
 
-void expandRow(const MaskBits& mask, int row, unsigned char* bytes) {
+void expandRow(const MaskView& mask, int row, unsigned char* bytes) {
   const std::size_t first = firstPixel(mask, row);
   const std::size_t end = first + static_cast<std::size_t>(mask.width);
   std::size_t pixel = first;
@@ -84,9 +84,9 @@ void expandRow(const MaskBits& mask, int row, unsigned char* bytes) {
   for (; pixel < end; ++pixel) *bytes++ = mask.inside(pixel) ? 255 : 0;
 }
 
-void sampleRow(const MaskBits& mask, int row, const int* columns, std::size_t count, unsigned char* bytes) {
+void sampleRow(const MaskView& mask, int row, const int* columns, std::size_t count, unsigned char* bytes) {
   const std::size_t first = firstPixel(mask, row);
-  const uint8_t* const bits = mask.bits.data() + first / 8;
+  const uint8_t* const bits = mask.bits + first / 8;
   const std::size_t offset = first % 8;
   for (std::size_t i = 0; i < count; ++i) {
     const std::size_t pixel = offset + static_cast<std::size_t>(columns[i]);

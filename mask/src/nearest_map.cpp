@@ -13,13 +13,13 @@ using Bytes = std::vector<unsigned char>;
 /// By frame pixel: one byte of the number of its mask pixel, which is scaled as a mask's pixels would be. The
 /// matrices lie over memory of ours, because OpenCV's allocator loses a matrix's bytes when it finds no
 /// memory for what it notes about them.
-Bytes scaledDigits(int maskSide, int frameSide, int shift) {
-  Bytes digits(static_cast<std::size_t>(maskSide));
-  Bytes scaled(static_cast<std::size_t>(frameSide));
+Bytes scaledDigits(int maskDimension, int frameDimension, int shift) {
+  Bytes digits(static_cast<std::size_t>(maskDimension));
+  Bytes scaled(static_cast<std::size_t>(frameDimension));
   for (std::size_t i = 0; i < digits.size(); ++i) digits[i] = static_cast<unsigned char>((i >> shift) & 255U);
   withBadAlloc([&] {
-    const cv::Mat from(1, maskSide, CV_8UC1, digits.data());
-    cv::Mat to(1, frameSide, CV_8UC1, scaled.data());
+    const cv::Mat from(1, maskDimension, CV_8UC1, digits.data());
+    cv::Mat to(1, frameDimension, CV_8UC1, scaled.data());
     cv::resize(from, to, to.size(), 0, 0, cv::INTER_NEAREST);
   });
   return scaled;
@@ -27,19 +27,19 @@ Bytes scaledDigits(int maskSide, int frameSide, int shift) {
 
 }  // namespace
 
-void NearestMap::prepare(int maskSide, int frameSide) {
-  const auto size = static_cast<std::size_t>(frameSide);
-  if (maskSide_ == maskSide && maskPixels_.size() == size) return;
-  maskSide_ = 0;  // nothing is valid if memory runs out below
+void NearestMap::prepare(int maskDimension, int frameDimension) {
+  const auto size = static_cast<std::size_t>(frameDimension);
+  if (maskDimension_ == maskDimension && maskPixels_.size() == size) return;
+  maskDimension_ = 0;  // nothing is valid if memory runs out below
   maskPixels_.assign(size, 0);
-  for (int shift = 0; shift < 32 && (maskSide - 1) >> shift != 0; shift += 8) {
-    const Bytes digits = scaledDigits(maskSide, frameSide, shift);
+  for (int shift = 0; shift < 32 && (maskDimension - 1) >> shift != 0; shift += 8) {
+    const Bytes digits = scaledDigits(maskDimension, frameDimension, shift);
     for (std::size_t i = 0; i < size; ++i) maskPixels_[i] |= static_cast<int>(digits[i]) << shift;
   }
-  identity_ = maskSide == frameSide;
+  identity_ = maskDimension == frameDimension;
   for (std::size_t i = 0; i < size; ++i) identity_ = identity_ && maskPixels_[i] == static_cast<int>(i);
-  ratio_ = static_cast<double>(frameSide) / maskSide;
-  maskSide_ = maskSide;
+  ratio_ = static_cast<double>(frameDimension) / maskDimension;
+  maskDimension_ = maskDimension;
 }
 
 int NearestMap::firstFrom(int maskPixel) const {

@@ -13,7 +13,7 @@ namespace {
 
 using Bytes = std::vector<unsigned char>;
 
-Bytes plainRow(const MaskBits& mask, int row) {
+Bytes scalarRow(const MaskBits& mask, int row) {
   Bytes bytes;
   for (int x = 0; x < mask.width; ++x) {
     const auto pixel =
@@ -23,7 +23,7 @@ Bytes plainRow(const MaskBits& mask, int row) {
   return bytes;
 }
 
-std::vector<int> plainEdges(const Bytes& row) {
+std::vector<int> scalarEdges(const Bytes& row) {
   std::vector<int> edges;
   for (std::size_t x = 0; x < row.size(); ++x) {
     if (row[x] != (x == 0 ? 0 : row[x - 1])) edges.push_back(static_cast<int>(x));
@@ -55,13 +55,13 @@ TEST(MaskRows, AreExpandedToTheirPixels) {
     expandRow(mask, row, bytes.data());
     EXPECT_EQ(bytes.back(), 7) << "a byte behind the row was written";
     bytes.pop_back();
-    EXPECT_EQ(bytes, plainRow(mask, row));
+    EXPECT_EQ(bytes, scalarRow(mask, row));
   });
 }
 
 TEST(MaskRows, AreSampledWhereTheColumnsSay) {
   forEachRow([](const MaskBits& mask, int row) {
-    const Bytes plain = plainRow(mask, row);
+    const Bytes plain = scalarRow(mask, row);
     const std::vector<int> columns = {mask.width - 1, 0, mask.width / 2, mask.width / 2};
     Bytes bytes(columns.size());
     sampleRow(mask, row, columns.data(), columns.size(), bytes.data());
@@ -73,7 +73,7 @@ TEST(MaskRows, AreSampledWhereTheColumnsSay) {
 
 TEST(MaskRows, HaveAnEdgeWhereInsideBeginsAndWhereItEnds) {
   forEachRow([](const MaskBits& mask, int row) {
-    const std::vector<int> expected = plainEdges(plainRow(mask, row));
+    const std::vector<int> expected = scalarEdges(scalarRow(mask, row));
     RowEdges edges;
     const bool found = findEdges(mask, row, edges);
     ASSERT_EQ(found, expected.size() <= std::size_t{RowEdges::kCapacity});

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 
+#include "mask/mask_base64.h"
 #include "mask/mask_text.h"
 
 namespace seg_mask {
@@ -149,6 +150,70 @@ TEST(MaskText, AllOfTheAlphabetDecodes) {
     EXPECT_EQ(mask->bits[group * 3 + 1], (bits >> 8) & 0xFFU);
     EXPECT_EQ(mask->bits[group * 3 + 2], bits & 0xFFU);
   }
+}
+
+// --- why a text is no mask
+
+using Field = MaskTextFault::Field;
+using Problem = MaskTextFault::Problem;
+
+void expectFault(const std::string& text, Field field, Problem problem) {
+  MaskTextFault fault;
+  EXPECT_FALSE(decodeMaskText(text, &fault)) << text;
+  EXPECT_EQ(fault.field, field) << text;
+  EXPECT_EQ(fault.problem, problem) << text;
+}
+
+TEST(MaskTextFault, NamesTheFirstFieldThatIsMissing) {
+  expectFault("", Field::Prefix, Problem::Missing);
+  expectFault("SEG2|4|2|Dw==", Field::Prefix, Problem::Missing);
+  expectFault("SEG1|4", Field::Height, Problem::Missing);
+  expectFault("SEG1|4|2", Field::Data, Problem::Missing);
+}
+
+TEST(MaskTextFault, NamesTheDimensionAndWhatIsWrongWithIt) {
+  expectFault("SEG1|x|2|Dw==", Field::Width, Problem::NotANumber);
+  expectFault("SEG1||2|Dw==", Field::Width, Problem::NotANumber);
+  expectFault("SEG1|4294967300|2|Dw==", Field::Width, Problem::OutOfRange);
+  expectFault("SEG1|99999999999999999999|2|Dw==", Field::Width, Problem::OutOfRange);
+  expectFault("SEG1|0|2|Dw==", Field::Width, Problem::NotPositive);
+  expectFault("SEG1|4|-2|Dw==", Field::Height, Problem::NotPositive);
+}
+
+TEST(MaskTextFault, SaysHowMuchDataIsNeededAndPresent) {
+  MaskTextFault fault;
+  EXPECT_FALSE(decodeMaskText("SEG1|3|3|Dw==", &fault));
+  EXPECT_EQ(fault.field, Field::Data);
+  EXPECT_EQ(fault.problem, Problem::TooShort);
+  EXPECT_EQ(fault.neededBytes, 2U);
+  EXPECT_EQ(fault.presentBytes, 1U);
+  EXPECT_FALSE(decodeMaskText("SEG1|2147483647|2147483647|AAAA A=", &fault));
+  EXPECT_EQ(fault.neededBytes, 576460751766552577U);  // (2^31 - 1)^2 bits
+  EXPECT_EQ(fault.presentBytes, 3U);
+}
+
+// --- in an arena
+
+TEST(MaskTextRoom, IsEnoughForTheMaskAndNothingForATextWithoutValidDimensions) {
+  EXPECT_EQ(maskTextRoom("SEG1|4|2|Dw=="), 1 + kBase64Slack);
+  EXPECT_EQ(maskTextRoom("SEG1|60000|60000|Dw=="), 3 + kBase64Slack);  // no more than the text can hold
+  EXPECT_EQ(maskTextRoom("SEG1|0|2|Dw=="), 0U);
+  EXPECT_EQ(maskTextRoom("SEG1|4|2"), 0U);
+  EXPECT_EQ(maskTextRoom(std::string(10'000, 'A')), 0U);
+}
+
+TEST(MaskText, InAnArenaTheMaskTakesItsBytesAndARefusedOneTakesNone) {
+  const std::string text = "SEG1|4|6|DwD/";
+  MaskArena arena;
+  arena.beginFrame(2 * maskTextRoom(text));
+  uint8_t* const start = arena.allocate(0);
+  EXPECT_FALSE(decodeMaskText("SEG1|5|5|DwD/ ====", arena));
+  const std::optional<MaskView> mask = decodeMaskText(text, arena);
+  ASSERT_TRUE(mask);
+  EXPECT_EQ(mask->bits, start);
+  EXPECT_EQ(mask->size, 3U);
+  EXPECT_EQ(std::vector<uint8_t>(mask->bits, mask->bits + 3), (std::vector<uint8_t>{0x0F, 0x00, 0xFF}));
+  EXPECT_EQ(arena.allocate(0), start + 3);
 }
 
 }  // namespace

@@ -20,25 +20,36 @@ void releaseMapping(RenderContext& ctx) {
   ctx.guard_backend = nullptr;
 }
 
-bool holds(const zelvo::ZelvoPicture& picture, const FrameSize& size) {
-  return picture.width() >= size.width && picture.height() >= size.height;
+bool holds(FrameSize picture, FrameSize drawn) {
+  return picture.width >= drawn.width && picture.height >= drawn.height;
 }
 
-/// Replaces the context's render target by one of the writable picture. False when there is none.
-bool makeRenderTarget(RenderContext& ctx, const FrameSize& size) {
+/// Whether the context's mapping is the known one, of a picture that does not hold `size`. The plane's
+/// address beside the target's, because another plug-in's later target may have the address of one that is
+/// gone.
+bool isKnownTooSmall(const RenderContext& ctx, FrameSize size, const KnownMapping& known) {
+  return known.target && known.target == ctx.render_target.get() && known.luma == ctx.planes.y &&
+         !holds(known.size, size);
+}
+
+/// Replaces the context's render target by one of the writable picture, or by none where that does not hold
+/// `size`. Returns the picture's size.
+FrameSize makeRenderTarget(RenderContext& ctx, FrameSize size) {
   const std::shared_ptr<zelvo::ZelvoPicture> picture = ctx.picture.ensureWritablePicShared();
-  ctx.render_target = picture && holds(*picture, size) ? picture->makeRenderTarget() : nullptr;
-  return ctx.render_target != nullptr;
+  const FrameSize copy = picture ? FrameSize{picture->width(), picture->height()} : FrameSize{0, 0};
+  ctx.render_target = picture && holds(copy, size) ? picture->makeRenderTarget() : nullptr;
+  return copy;
 }
 
 }  // namespace
 
-bool mapWritablePicture(RenderContext& ctx, IRenderBackend& backend, const FrameSize& size) {
+bool mapWritablePicture(RenderContext& ctx, IRenderBackend& backend, FrameSize size, KnownMapping& known) {
   if (ctx.guard_active && areValid(ctx.planes)) {
-    if (ctx.guard_backend == &backend) return true;
+    if (ctx.guard_backend == &backend) return !isKnownTooSmall(ctx, size, known);
     releaseMapping(ctx);
   }
-  if (!makeRenderTarget(ctx, size)) return false;
+  const FrameSize copy = makeRenderTarget(ctx, size);
+  if (!ctx.render_target) return false;
 
   IRenderBackend::Mapping mapping = backend.map(*ctx.render_target);
   if (!areValid(mapping.planes)) {
@@ -50,6 +61,7 @@ bool mapWritablePicture(RenderContext& ctx, IRenderBackend& backend, const Frame
   ctx.guard = std::move(mapping.guard);
   ctx.planes = mapping.planes;
   ctx.guard_active = true;
+  known = {ctx.render_target.get(), ctx.planes.y, copy};
   return true;
 }
 

@@ -52,6 +52,7 @@ struct MappedPicture : testing::Test {
   FakeBackend a{"a", events};
   FakeBackend b{"b", events};
   RenderContext ctx;
+  KnownMapping known;
   std::shared_ptr<zelvo::ZelvoPicture> copy = std::make_shared<zelvo::ZelvoPicture>(4, 2);
 
   MappedPicture() {
@@ -62,7 +63,7 @@ struct MappedPicture : testing::Test {
 };
 
 TEST_F(MappedPicture, TheFirstPassMapsATargetOfTheWritablePicture) {
-  EXPECT_TRUE(mapWritablePicture(ctx, a, kSize));
+  EXPECT_TRUE(mapWritablePicture(ctx, a, kSize, known));
   EXPECT_EQ(events, Events{"map a"});
   EXPECT_EQ(ctx.picture.writable, copy);
   EXPECT_EQ(a.lastTarget, ctx.render_target.get());
@@ -73,24 +74,24 @@ TEST_F(MappedPicture, TheFirstPassMapsATargetOfTheWritablePicture) {
 }
 
 TEST_F(MappedPicture, ASecondPassOfTheSameBackendKeepsGuardAndTarget) {
-  mapWritablePicture(ctx, a, kSize);
+  mapWritablePicture(ctx, a, kSize, known);
   const zelvo::RenderTarget* target = ctx.render_target.get();
-  EXPECT_TRUE(mapWritablePicture(ctx, a, kSize));
+  EXPECT_TRUE(mapWritablePicture(ctx, a, kSize, known));
   EXPECT_EQ(events, Events{"map a"});
   EXPECT_EQ(ctx.render_target.get(), target);
 }
 
 TEST_F(MappedPicture, APassOfAnotherBackendReleasesTheGuardBeforeItMaps) {
-  mapWritablePicture(ctx, a, kSize);
-  EXPECT_TRUE(mapWritablePicture(ctx, b, kSize));
+  mapWritablePicture(ctx, a, kSize, known);
+  EXPECT_TRUE(mapWritablePicture(ctx, b, kSize, known));
   EXPECT_EQ(events, (Events{"map a", "unmap a", "map b"}));
   EXPECT_EQ(ctx.guard_backend, &b);
 }
 
 TEST_F(MappedPicture, AMappingThatNamesNoBackendIsReleasedBeforeTheNextOne) {
-  mapWritablePicture(ctx, a, kSize);
+  mapWritablePicture(ctx, a, kSize, known);
   ctx.guard_backend = nullptr;
-  EXPECT_TRUE(mapWritablePicture(ctx, a, kSize));
+  EXPECT_TRUE(mapWritablePicture(ctx, a, kSize, known));
   EXPECT_EQ(events, (Events{"map a", "unmap a", "map a"}));
   EXPECT_EQ(ctx.guard_backend, &a);
 }
@@ -100,13 +101,13 @@ TEST_F(MappedPicture, AnActiveGuardWithInvalidPlanesIsReplacedAfterTheNewMapping
     events.clear();
     ctx.guard_active = false;
     ctx.guard = IRenderBackend::Guard();
-    mapWritablePicture(ctx, a, kSize);
+    mapWritablePicture(ctx, a, kSize, known);
     if (way == 0) ctx.planes.y = nullptr;
     if (way == 1) ctx.planes.uv = nullptr;
     if (way == 2) ctx.planes.yPitch = 0;
     if (way == 3) ctx.planes.uvPitch = -1;
     events.clear();
-    EXPECT_TRUE(mapWritablePicture(ctx, a, kSize));
+    EXPECT_TRUE(mapWritablePicture(ctx, a, kSize, known));
     EXPECT_EQ(events, (Events{"map a", "unmap a"})) << way;
     EXPECT_EQ(ctx.planes.uvPitch, 2);
   }
@@ -120,7 +121,7 @@ TEST_F(MappedPicture, AnInvalidMappingClearsTargetAndBackendAndEndsTheMapping) {
     if (way == 1) bad.planes.uv = nullptr;
     if (way == 2) bad.planes.yPitch = -1;
     if (way == 3) bad.planes.uvPitch = 0;
-    EXPECT_FALSE(mapWritablePicture(ctx, bad, kSize));
+    EXPECT_FALSE(mapWritablePicture(ctx, bad, kSize, known));
     EXPECT_EQ(events, (Events{"map bad", "unmap bad"})) << way;
     EXPECT_EQ(ctx.render_target, nullptr);
     EXPECT_EQ(ctx.guard_backend, nullptr);
@@ -129,32 +130,32 @@ TEST_F(MappedPicture, AnInvalidMappingClearsTargetAndBackendAndEndsTheMapping) {
 }
 
 TEST_F(MappedPicture, AnInvalidMappingEndsOnceTheContextHasForgottenItsTargetAndBackend) {
-  mapWritablePicture(ctx, a, kSize);
+  mapWritablePicture(ctx, a, kSize, known);
   ctx.guard_active = false;
   b.planes.y = nullptr;
   b.onUnmap = [this] {
     EXPECT_EQ(ctx.render_target, nullptr);
     EXPECT_EQ(ctx.guard_backend, nullptr);
   };
-  EXPECT_FALSE(mapWritablePicture(ctx, b, kSize));
+  EXPECT_FALSE(mapWritablePicture(ctx, b, kSize, known));
   EXPECT_EQ(events, (Events{"map a", "map b", "unmap b"}));
 }
 
 TEST_F(MappedPicture, AnInvalidMappingByAnotherBackendLeavesNothingOfTheFirst) {
-  mapWritablePicture(ctx, a, kSize);
+  mapWritablePicture(ctx, a, kSize, known);
   b.planes.y = nullptr;
-  EXPECT_FALSE(mapWritablePicture(ctx, b, kSize));
+  EXPECT_FALSE(mapWritablePicture(ctx, b, kSize, known));
   EXPECT_EQ(events, (Events{"map a", "unmap a", "map b", "unmap b"}));
   EXPECT_EQ(ctx.render_target, nullptr);
   EXPECT_FALSE(ctx.guard.holds());
 }
 
 TEST_F(MappedPicture, AnActiveGuardWithInvalidPlanesStaysWhereTheNewMappingIsInvalidToo) {
-  mapWritablePicture(ctx, a, kSize);
+  mapWritablePicture(ctx, a, kSize, known);
   ctx.planes.y = nullptr;
   events.clear();
   b.planes.uv = nullptr;
-  EXPECT_FALSE(mapWritablePicture(ctx, b, kSize));
+  EXPECT_FALSE(mapWritablePicture(ctx, b, kSize, known));
   EXPECT_EQ(events, (Events{"map b", "unmap b"}));
   EXPECT_TRUE(ctx.guard_active);
   EXPECT_TRUE(ctx.guard.holds());
@@ -163,11 +164,11 @@ TEST_F(MappedPicture, AnActiveGuardWithInvalidPlanesStaysWhereTheNewMappingIsInv
 }
 
 TEST_F(MappedPicture, APictureWithoutARenderTargetMapsNothingAndDropsTheOldTarget) {
-  mapWritablePicture(ctx, a, kSize);
+  mapWritablePicture(ctx, a, kSize, known);
   events.clear();
   ctx.guard_active = false;
   ctx.picture.writable = std::make_shared<zelvo::ZelvoPicture>();  // the empty picture has no target
-  EXPECT_FALSE(mapWritablePicture(ctx, a, kSize));
+  EXPECT_FALSE(mapWritablePicture(ctx, a, kSize, known));
   EXPECT_EQ(ctx.render_target, nullptr);
   EXPECT_EQ(events, Events{});
 }
@@ -176,7 +177,7 @@ TEST_F(MappedPicture, ACopySmallerThanTheFrameIsNotMapped) {
   for (const FrameSize size : {FrameSize{3, 2}, FrameSize{4, 1}, FrameSize{3, 3}, FrameSize{5, 1}}) {
     ctx.picture.writable = nullptr;
     copy = std::make_shared<zelvo::ZelvoPicture>(size.width, size.height);
-    EXPECT_FALSE(mapWritablePicture(ctx, a, kSize)) << size.width << 'x' << size.height;
+    EXPECT_FALSE(mapWritablePicture(ctx, a, kSize, known)) << size.width << 'x' << size.height;
     EXPECT_EQ(ctx.render_target, nullptr);
   }
   EXPECT_EQ(events, Events{});
@@ -184,14 +185,14 @@ TEST_F(MappedPicture, ACopySmallerThanTheFrameIsNotMapped) {
 
 TEST_F(MappedPicture, ALargerCopyIsMapped) {
   copy = std::make_shared<zelvo::ZelvoPicture>(5, 3);
-  EXPECT_TRUE(mapWritablePicture(ctx, a, kSize));
+  EXPECT_TRUE(mapWritablePicture(ctx, a, kSize, known));
 }
 
 TEST_F(MappedPicture, APictureWithoutARenderTargetLeavesAnActiveGuardWithInvalidPlanes) {
-  mapWritablePicture(ctx, a, kSize);
+  mapWritablePicture(ctx, a, kSize, known);
   ctx.planes.y = nullptr;
   ctx.picture.writable = std::make_shared<zelvo::ZelvoPicture>();
-  EXPECT_FALSE(mapWritablePicture(ctx, a, kSize));
+  EXPECT_FALSE(mapWritablePicture(ctx, a, kSize, known));
   EXPECT_EQ(events, Events{"map a"});
   EXPECT_EQ(ctx.render_target, nullptr);
   EXPECT_TRUE(ctx.guard_active);
@@ -201,32 +202,55 @@ TEST_F(MappedPicture, APictureWithoutARenderTargetLeavesAnActiveGuardWithInvalid
 
 TEST_F(MappedPicture, WhatDetachingThrowsPassesThrough) {
   ctx.picture.sourceId = 0;
-  EXPECT_THROW(mapWritablePicture(ctx, a, kSize), std::runtime_error);
+  EXPECT_THROW(mapWritablePicture(ctx, a, kSize, known), std::runtime_error);
   EXPECT_EQ(events, Events{});
 }
 
 TEST_F(MappedPicture, WhenDetachingThrowsTheTargetOfTheLastPassStays) {
-  mapWritablePicture(ctx, a, kSize);
+  mapWritablePicture(ctx, a, kSize, known);
   const zelvo::RenderTarget* target = ctx.render_target.get();
   ctx.guard_active = false;
   ctx.picture.writable = nullptr;
   ctx.picture.sourceId = 0;
-  EXPECT_THROW(mapWritablePicture(ctx, a, kSize), std::runtime_error);
+  EXPECT_THROW(mapWritablePicture(ctx, a, kSize, known), std::runtime_error);
   EXPECT_NE(target, nullptr);
   EXPECT_EQ(ctx.render_target.get(), target);
   EXPECT_EQ(ctx.guard_backend, &a);
 }
 
 TEST_F(MappedPicture, WhenDetachingThrowsAnotherBackendsMappingIsReleasedWhole) {
-  mapWritablePicture(ctx, a, kSize);
+  mapWritablePicture(ctx, a, kSize, known);
   ctx.picture.writable = nullptr;
   ctx.picture.sourceId = 0;
-  EXPECT_THROW(mapWritablePicture(ctx, b, kSize), std::runtime_error);
+  EXPECT_THROW(mapWritablePicture(ctx, b, kSize, known), std::runtime_error);
   EXPECT_EQ(events, (Events{"map a", "unmap a"}));
   EXPECT_FALSE(ctx.guard_active);
   EXPECT_FALSE(ctx.guard.holds());
   EXPECT_EQ(ctx.render_target, nullptr);
   EXPECT_EQ(ctx.guard_backend, nullptr);
+}
+
+TEST_F(MappedPicture, AKeptMappingOfASmallerPictureIsNotDrawnOnAndTheContextStaysAsItIs) {
+  ASSERT_TRUE(mapWritablePicture(ctx, a, kSize, known));
+  const zelvo::RenderTarget* target = ctx.render_target.get();
+  for (const FrameSize larger : {FrameSize{8, 4}, FrameSize{5, 2}, FrameSize{4, 3}}) {
+    EXPECT_FALSE(mapWritablePicture(ctx, a, larger, known));
+    EXPECT_EQ(events, Events{"map a"});
+    EXPECT_EQ(ctx.render_target.get(), target);
+    EXPECT_TRUE(ctx.guard_active);
+    EXPECT_EQ(ctx.guard_backend, &a);
+  }
+  EXPECT_TRUE(mapWritablePicture(ctx, a, kSize, known));
+  EXPECT_TRUE(mapWritablePicture(ctx, a, {3, 1}, known));
+}
+
+TEST_F(MappedPicture, AMappingThatAnotherInstanceMadeIsKeptWhateverThisOneHasMapped) {
+  ASSERT_TRUE(mapWritablePicture(ctx, a, kSize, known));
+  KnownMapping others;
+  EXPECT_TRUE(mapWritablePicture(ctx, a, {8, 4}, others));
+  unsigned char elsewhere = 0;
+  ctx.planes.y = &elsewhere;  // another mapping of a target at the same address
+  EXPECT_TRUE(mapWritablePicture(ctx, a, {8, 4}, known));
 }
 
 }  // namespace

@@ -5,12 +5,13 @@
 namespace seg_mask_overlay {
 namespace {
 
-/// A pixel in so many has to be wanted for a row of noise to be expanded rather than read bit by bit.
+/// A row is expanded before it is sampled unless it has more mask pixels than this for each frame pixel; then
+/// sampling its bits one by one is cheaper.
 constexpr std::size_t kWorthExpanding = 4;
 
 }  // namespace
 
-const unsigned char* FrameMask::fill(const seg_mask::MaskBits& mask, int width, int height) {
+const unsigned char* FrameMask::fill(const seg_mask::MaskView& mask, int width, int height) {
   makeRoom(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
   columns_.prepare(mask.width, width);
   rows_.prepare(mask.height, height);
@@ -33,14 +34,14 @@ void FrameMask::makeRoom(std::size_t bytes) {
   frame_.resize(bytes);
 }
 
-void FrameMask::fillRow(const seg_mask::MaskBits& mask, int maskRow, unsigned char* bytes) {
+void FrameMask::fillRow(const seg_mask::MaskView& mask, int maskRow, unsigned char* bytes) {
   seg_mask::RowEdges edges;
   if (findEdges(mask, maskRow, edges)) {
     fillRuns(edges, bytes);
   } else if (columns_.isIdentity()) {
     expandRow(mask, maskRow, bytes);
   } else {
-    sampleNoise(mask, maskRow, bytes);
+    sampleDenseRow(mask, maskRow, bytes);
   }
 }
 
@@ -56,16 +57,16 @@ void FrameMask::fillRuns(const seg_mask::RowEdges& edges, unsigned char* bytes) 
   fillTo(static_cast<int>(columns_.maskPixels().size()));
 }
 
-void FrameMask::sampleNoise(const seg_mask::MaskBits& mask, int maskRow, unsigned char* bytes) {
+void FrameMask::sampleDenseRow(const seg_mask::MaskView& mask, int maskRow, unsigned char* bytes) {
   const std::vector<int>& columns = columns_.maskPixels();
   const auto width = static_cast<std::size_t>(mask.width);
   if (width / kWorthExpanding > columns.size()) {
     sampleRow(mask, maskRow, columns.data(), columns.size(), bytes);
     return;
   }
-  noise_.resize(width);
-  expandRow(mask, maskRow, noise_.data());
-  const unsigned char* const pixels = noise_.data();
+  dense_row_.resize(width);
+  expandRow(mask, maskRow, dense_row_.data());
+  const unsigned char* const pixels = dense_row_.data();
   const int* const column = columns.data();
   for (std::size_t i = 0; i < columns.size(); ++i) bytes[i] = pixels[column[i]];
 }

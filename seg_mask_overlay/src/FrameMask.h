@@ -3,8 +3,8 @@
 #include <cstddef>
 #include <vector>
 
+#include "mask/mask_bits.h"
 #include "mask/mask_rows.h"
-#include "mask/mask_text.h"
 #include "mask/nearest_map.h"
 
 namespace seg_mask_overlay {
@@ -16,18 +16,18 @@ class FrameMask {
   /// Scales `mask` to the whole frame by nearest-neighbour sampling, as cv::resize does, and returns
   /// width * height bytes, row by row without padding: 255 inside, 0 outside. Valid until the next call.
   /// Throws std::bad_alloc when memory runs out.
-  const unsigned char* fill(const seg_mask::MaskBits& mask, int width, int height);
+  const unsigned char* fill(const seg_mask::MaskView& mask, int width, int height);
 
  private:
   void makeRoom(std::size_t bytes);
-  void fillRow(const seg_mask::MaskBits& mask, int maskRow, unsigned char* bytes);
+  void fillRow(const seg_mask::MaskView& mask, int maskRow, unsigned char* bytes);
   void fillRuns(const seg_mask::RowEdges& edges, unsigned char* bytes) const;
-  void sampleNoise(const seg_mask::MaskBits& mask, int maskRow, unsigned char* bytes);
+  void sampleDenseRow(const seg_mask::MaskView& mask, int maskRow, unsigned char* bytes);
 
   std::vector<unsigned char> frame_;
   seg_mask::NearestMap columns_;
   seg_mask::NearestMap rows_;
-  std::vector<unsigned char> noise_;  // a mask's row with too many edges, a byte a pixel
+  std::vector<unsigned char> dense_row_;  // a mask row with too many edges for RowEdges, a byte a pixel
 };
 
 }  // namespace seg_mask_overlay

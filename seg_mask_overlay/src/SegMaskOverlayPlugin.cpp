@@ -109,11 +109,12 @@ void SegMaskOverlayPlugin::render(RenderContext& ctx) {
 
   const FrameSize size = frameSize(ctx.picture);
   if (size.empty()) return;
-  const std::vector<OverlayItem> items = makeOverlayItems(frame.detections, min_score_);
+  const std::vector<OverlayItem> items =
+      seg_mask::makeOverlayItems(frame.detections, min_score_, mask_arena_);
   if (items.empty()) return;
-  frame = FrameDetections();  // drawing needs the items' bits alone, and the texts are large
+  frame = FrameDetections();  // drawing needs the items' bits alone, and the mask texts are large
 
-  if (!render_base::mapWritablePicture(ctx, *backend_, size)) return;
+  if (!render_base::mapWritablePicture(ctx, *backend_, size, known_mapping_)) return;
   if (!reserveMaskBuffer(size.pixels())) return;
   drawItems(ctx, size, items);
 }
@@ -141,7 +142,7 @@ bool SegMaskOverlayPlugin::reserveMaskBuffer(std::size_t bytes) {
   return true;
 }
 
-void SegMaskOverlayPlugin::drawItems(const RenderContext& ctx, const FrameSize& size,
+void SegMaskOverlayPlugin::drawItems(const RenderContext& ctx, FrameSize size,
                                      const std::vector<OverlayItem>& items) {
   if (!frame_mask_) frame_mask_ = std::make_unique<FrameMask>();
   const IRenderBackend::MappedPlanes& planes = ctx.planes;

@@ -9,31 +9,30 @@
 namespace seg_mask_overlay {
 namespace {
 
-/// What the line makes of a byte, by BlendLine's words.
-int onLine(const BlendLine& line, unsigned old) {
-  const unsigned sum = (((old << 8) * line.slope) >> 16) + line.start;
+/// What the fit makes of a byte, by BlendFit's words.
+int byFit(const BlendFit& fit, unsigned old) {
+  const unsigned sum = (((old << 8) * fit.slope) >> 16) + fit.start;
   EXPECT_LE(sum, 65535U);
-  return static_cast<int>(sum >> 8) + (line.raised[old / 8] >> old % 8 & 1);
+  return static_cast<int>(sum >> 8) + (fit.corrections[old / 8] >> old % 8 & 1);
 }
 
-/// Which of the 256 colours have a line at this alpha, and whose lines have raised bytes. Each line found has
+/// Which of the 256 colours have a fit at this alpha, and whose fits have corrections. Each fit has
 /// to be the table.
-struct Lines {
+struct Fits {
   int all = 0;
-  int raised = 0;
+  int corrected = 0;
 };
 
-Lines linesAt(float alpha) {
-  Lines found;
+Fits fitsAt(float alpha) {
+  Fits found;
   for (int color = 0; color < 256; ++color) {
     const BlendTable table = makeBlendTable(static_cast<unsigned char>(color), alpha);
-    const std::optional<BlendLine> line = lineUnder(table, alpha);
-    if (!line) continue;
+    const std::optional<BlendFit> fit = fitTable(table, alpha);
+    if (!fit) continue;
     ++found.all;
-    if (line->isRaised()) ++found.raised;
+    if (fit->hasCorrections()) ++found.corrected;
     for (unsigned old = 0; old < 256; ++old) {
-      EXPECT_EQ(onLine(*line, old), table[old])
-          << "alpha " << alpha << ", colour " << color << ", old " << old;
+      EXPECT_EQ(byFit(*fit, old), table[old]) << "alpha " << alpha << ", colour " << color << ", old " << old;
     }
   }
   return found;
@@ -50,43 +49,43 @@ TEST(BlendTable, HoldsTheBlendOfEveryOldByte) {
   EXPECT_EQ(beyond[255], 145);  // 400 - 255
 }
 
-TEST(BlendLine, IsTheWholeTableAtTheDefaultAlpha) {
-  const Lines lines = linesAt(0.45F);
-  EXPECT_EQ(lines.all, 256);
-  EXPECT_EQ(lines.raised, 0);
+TEST(BlendFit, IsTheWholeTableAtTheDefaultAlpha) {
+  const Fits fits = fitsAt(0.45F);
+  EXPECT_EQ(fits.all, 256);
+  EXPECT_EQ(fits.corrected, 0);
 }
 
-TEST(BlendLine, IsTheWholeTableWhereNothingIsHalfAStep) {
+TEST(BlendFit, IsTheWholeTableWhereNothingIsHalfAStep) {
   for (const float alpha : {0.0F, -0.0F, 1.0F, 0.5F, 0.25F, 1.0F / 3.0F, 0.999999F, 1e-39F}) {
-    const Lines lines = linesAt(alpha);
-    EXPECT_EQ(lines.all, 256) << alpha;
-    EXPECT_EQ(lines.raised, 0) << alpha;
+    const Fits fits = fitsAt(alpha);
+    EXPECT_EQ(fits.all, 256) << alpha;
+    EXPECT_EQ(fits.corrected, 0) << alpha;
   }
 }
 
-TEST(BlendLine, HasRaisedBytesWhereHalvesAreRoundedByTurns) {
+TEST(BlendFit, HasCorrectionsWhereHalvesAreRoundedUpAndDown) {
   for (const float alpha : {0.1F, 0.35F, 0.85F}) {
-    const Lines lines = linesAt(alpha);
-    EXPECT_EQ(lines.all, 256) << alpha;
-    EXPECT_GT(lines.raised, 0) << alpha;
-    EXPECT_LT(lines.raised, 256) << alpha;
+    const Fits fits = fitsAt(alpha);
+    EXPECT_EQ(fits.all, 256) << alpha;
+    EXPECT_GT(fits.corrected, 0) << alpha;
+    EXPECT_LT(fits.corrected, 256) << alpha;
   }
 }
 
-TEST(BlendLine, EveryColourHasOneAtEveryAlphaThatAConfigurationCanHold) {
+TEST(BlendFit, EveryColourHasOneAtEveryAlphaThatAConfigurationCanHold) {
   std::mt19937 random(1);
-  for (int i = 0; i <= 200; ++i) EXPECT_EQ(linesAt(static_cast<float>(i) / 200.0F).all, 256) << i;
+  for (int i = 0; i <= 200; ++i) EXPECT_EQ(fitsAt(static_cast<float>(i) / 200.0F).all, 256) << i;
   for (int i = 0; i < 200; ++i) {
     const float alpha = std::generate_canonical<float, 24>(random);
-    EXPECT_EQ(linesAt(alpha).all, 256) << alpha;
+    EXPECT_EQ(fitsAt(alpha).all, 256) << alpha;
   }
 }
 
-TEST(BlendLine, AnAlphaOutside0To1HasNone) {
+TEST(BlendFit, AnAlphaOutside0To1HasNone) {
   using Limits = std::numeric_limits<float>;
   for (const float alpha :
        {-0.25F, 1.5F, 300.0F, Limits::infinity(), -Limits::infinity(), Limits::quiet_NaN()}) {
-    EXPECT_EQ(linesAt(alpha).all, 0) << alpha;
+    EXPECT_EQ(fitsAt(alpha).all, 0) << alpha;
   }
 }
 

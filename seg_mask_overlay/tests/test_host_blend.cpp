@@ -1,4 +1,4 @@
-// The CPU device's blend against the plain one, with the vector units of each generation that this machine
+// The CPU device's blend against the scalar one, with each SIMD target that this machine
 // has.
 
 #include <gtest/gtest.h>
@@ -8,7 +8,7 @@
 
 #include "LaunchCase.h"
 #include "blend/host_blend.h"
-#include "blend/plain_blend.h"
+#include "blend/scalar_blend.h"
 
 namespace seg_mask_overlay {
 namespace {
@@ -18,13 +18,13 @@ using gpu_check::MaskKind;
 using Memory = std::vector<unsigned char>;
 
 /// What the launch's two blends make of its memory: planes, mask, spare columns and guard bytes.
-Memory drawn(const LaunchCase& launch, Memory bytes, const VectorUnits* units) {
+Memory drawn(const LaunchCase& launch, Memory bytes, const SimdTarget* target) {
   const auto [y, uv, mask] = gpu_check::planesIn(bytes.data(), launch);
   const LumaRect luma = launchRect(y, uv, mask, launch.frame.width, launch.frame.height, launch.rect);
   if (luma.empty()) return bytes;
-  blendLuma(y, launch.yPitch, mask, launch.maskPitch, luma, launch.colorY, launch.alpha, units);
+  blendLuma(y, launch.yPitch, mask, launch.maskPitch, luma, launch.colorY, launch.alpha, target);
   blendChroma(uv, launch.uvPitch, mask, launch.maskPitch, chromaRect(luma), launch.colorU, launch.colorV,
-              launch.alpha, units);
+              launch.alpha, target);
   return bytes;
 }
 
@@ -35,8 +35,8 @@ Memory drawnPlainly(const LaunchCase& launch, Memory bytes) {
 
 constexpr MaskKind kMasks[] = {MaskKind::random, MaskKind::sparse, MaskKind::full};
 
-/// Its parameter is a generation of vector units; null for none.
-class HostBlend : public testing::TestWithParam<const VectorUnits*> {
+/// Its parameter is a SIMD target; null for none.
+class HostBlend : public testing::TestWithParam<const SimdTarget*> {
  protected:
   static void expectSame(const LaunchCase& launch, const Memory& bytes) {
     ASSERT_TRUE(drawn(launch, bytes, GetParam()) == drawnPlainly(launch, bytes)) << launch;
@@ -71,7 +71,7 @@ TEST_P(HostBlend, DrawsThePlainBytesInRowsOfEveryLength) {
   }
 }
 
-// Every old byte under every fifth colour; alphas with a line and without, and lines with raised bytes for
+// Every old byte under every fifth colour; alphas with a fit and without, and fits with corrections for
 // both of a chroma's colours, for one and for none.
 TEST_P(HostBlend, DrawsThePlainBytesForEveryByteAtEveryWeight) {
   std::vector<float> alphas = gpu_check::alphas();
@@ -123,42 +123,42 @@ TEST_P(HostBlend, DrawsNothingInAnEmptyRectangle) {
   EXPECT_EQ(samples, Memory(64, 100));
 }
 
-TEST(VectorUnits, MakeTheSameTables) {
+TEST(SimdTarget, MakeTheSameTables) {
   std::vector<float> alphas = gpu_check::alphas();
   for (int i = 0; i <= 500; ++i) alphas.push_back(static_cast<float>(i) / 500.0F);
-  for (const VectorUnits& units : vectorUnits()) {
+  for (const SimdTarget& target : simdTargets()) {
     for (const float alpha : alphas) {
       for (int color = 0; color < 256; ++color) {
         const auto byte = static_cast<unsigned char>(color);
-        ASSERT_EQ(units.makeTable(byte, alpha), makeBlendTable(byte, alpha))
-            << units.name << ", colour " << color << ", alpha " << alpha;
+        ASSERT_EQ(target.makeTable(byte, alpha), makeBlendTable(byte, alpha))
+            << target.name << ", colour " << color << ", alpha " << alpha;
       }
     }
   }
 }
 
-std::vector<const VectorUnits*> allUnits() {
-  std::vector<const VectorUnits*> units = {nullptr};
-  for (const VectorUnits& generation : vectorUnits()) units.push_back(&generation);
-  return units;
+std::vector<const SimdTarget*> allUnits() {
+  std::vector<const SimdTarget*> target = {nullptr};
+  for (const SimdTarget& generation : simdTargets()) target.push_back(&generation);
+  return target;
 }
 
-std::string nameOf(const testing::TestParamInfo<const VectorUnits*>& info) {
+std::string nameOf(const testing::TestParamInfo<const SimdTarget*>& info) {
   return info.param == nullptr ? "None" : info.param->name;
 }
 
-INSTANTIATE_TEST_SUITE_P(VectorUnits, HostBlend, testing::ValuesIn(allUnits()), nameOf);
+INSTANTIATE_TEST_SUITE_P(SimdTarget, HostBlend, testing::ValuesIn(allUnits()), nameOf);
 
 TEST(HostBlendChoice, TakesTheFastestUnits) {
-  EXPECT_EQ(fastestVectorUnits(), vectorUnits().empty() ? nullptr : vectorUnits().begin());
+  EXPECT_EQ(fastestSimdTarget(), simdTargets().empty() ? nullptr : simdTargets().begin());
 #if defined(__aarch64__)
-  ASSERT_EQ(vectorUnits().size(), 1U);
-  EXPECT_STREQ(vectorUnits()[0].name, "NEON");
+  ASSERT_EQ(simdTargets().size(), 1U);
+  EXPECT_STREQ(simdTargets()[0].name, "NEON");
 #elif defined(__x86_64__)
   if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma")) {
-    ASSERT_EQ(vectorUnits().size(), 2U);
-    EXPECT_STREQ(vectorUnits()[0].name, "AVX2");
-    EXPECT_STREQ(vectorUnits()[1].name, "SSSE3");
+    ASSERT_EQ(simdTargets().size(), 2U);
+    EXPECT_STREQ(simdTargets()[0].name, "AVX2");
+    EXPECT_STREQ(simdTargets()[1].name, "SSSE3");
   }
 #endif
 }

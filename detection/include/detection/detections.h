@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "core/SwJsonObject.h"
+#include "detection/outcome.h"
 #include "render_base/RenderProducerTypeView.h"
 
 struct RenderContext;
@@ -39,13 +40,26 @@ struct FrameDetections {
 /// Box and class take integers (their low 32 bits), floating values (cut toward zero, saturated) and booleans
 /// (1 and 0); the score takes the same as numbers; anything else, absence included, is 0. The text is
 /// whatever SwJsonValue::toString gives, so an absent one is "null".
-void collectDetections(SwJsonObject payload, std::size_t cap, std::vector<DetView>& list);
+///
+/// Where `outcomes` is not null, each element adds one to it: Drawn if it is in the list now, NotAnObject or
+/// OverCap.
+void collectDetections(SwJsonObject payload, std::size_t cap, std::vector<DetView>& list,
+                       std::vector<Outcome>* outcomes = nullptr);
+
+/// What became of the elements of one input.
+struct InputOutcomes {
+  const RenderInput* input;       ///< not owned
+  std::vector<Outcome> outcomes;  ///< one an element, see collectDetections
+};
 
 /// Gathers up to `cap` detections: producer by producer in the view's order, input by input, element by
 /// element. Once the cap is reached, further producers are neither read nor counted; the inputs of the
 /// producer that reached it are all resolved. What the context's resolver throws passes through, and so does
 /// std::bad_alloc; a payload whose conversion throws anything else counts as empty.
+///
+/// Where `outcomes` is not null, it gets an entry for each input, in the order in which they are read, those
+/// beyond the cap too, which are read for it alone.
 FrameDetections gatherDetections(const RenderContext& ctx, const RenderProducerTypeView& view,
-                                 std::size_t cap);
+                                 std::size_t cap, std::vector<InputOutcomes>* outcomes = nullptr);
 
 }  // namespace seg_mask

@@ -14,6 +14,19 @@ namespace seg_mask {
 /// bytes, whatever the text holds.
 std::vector<uint8_t> decodeBase64(std::string_view text, std::size_t limit);
 
+/// The same to `bytes`, which has room for `limit` and kBase64Slack bytes; all of that may be written.
+/// Returns the number of bytes decoded.
+std::size_t decodeBase64(std::string_view text, std::size_t limit, uint8_t* bytes);
+
+/// How far behind its limit decodeBase64 writes: a block of 12 bytes, what a chunk of 256 characters gives,
+/// and two bytes that end the last word.
+inline constexpr std::size_t kBase64Slack = 12 + 192 + 2;
+
+/// The most bytes that so many characters decode to.
+constexpr std::size_t base64Bytes(std::size_t characters) {
+  return characters / 4 * 3 + characters % 4 * 3 / 4;
+}
+
 /// `count` bytes in base64, padded with "=" to whole groups of four characters.
 std::string encodeBase64(const uint8_t* bytes, std::size_t count);
 

@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-#include "mask/mask_text.h"
+#include "mask/mask_bits.h"
 
 namespace seg_mask {
 
@@ -17,12 +17,12 @@ struct RowEdges {
 };
 
 /// Finds the edges of `row`. False when there are more than RowEdges holds; `edges` is then of no use.
-bool findEdges(const MaskBits& mask, int row, RowEdges& edges);
+bool findEdges(const MaskView& mask, int row, RowEdges& edges);
 
 /// Writes the mask.width pixels of `row`, each as a byte: 255 inside, 0 outside.
-void expandRow(const MaskBits& mask, int row, unsigned char* bytes);
+void expandRow(const MaskView& mask, int row, unsigned char* bytes);
 
 /// Writes `count` pixels of `row`, those that `columns` names, each as a byte: 255 inside, 0 outside.
-void sampleRow(const MaskBits& mask, int row, const int* columns, std::size_t count, unsigned char* bytes);
+void sampleRow(const MaskView& mask, int row, const int* columns, std::size_t count, unsigned char* bytes);
 
 }  // namespace seg_mask

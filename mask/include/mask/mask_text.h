@@ -4,39 +4,54 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <vector>
+
+#include "mask/MaskArena.h"
+#include "mask/mask_bits.h"
 
 namespace seg_mask {
 
-/// A binary mask, one bit a pixel: row by row without padding, the least significant bit of a byte first.
-/// Both dimensions are at least 1, and `bits` holds the (width * height + 7) / 8 bytes that they need.
-struct MaskBits {
-  int width;
-  int height;
-  std::vector<uint8_t> bits;
+/// Why a text is no valid mask.
+struct MaskTextFault {
+  enum class Field { Prefix, Width, Height, Data };
+  enum class Problem {
+    Missing,      ///< the text has no such field, or does not begin with a known prefix
+    NotANumber,   ///< of width and height: no digits
+    OutOfRange,   ///< of width and height: beyond 32 bits
+    NotPositive,  ///< of width and height: 0 or less
+    TooShort      ///< of the data: see the two numbers
+  };
 
-  bool inside(std::size_t pixel) const { return ((bits[pixel / 8] >> (pixel % 8)) & 1U) != 0; }
+  Field field = Field::Prefix;
+  Problem problem = Problem::Missing;
+  uint64_t neededBytes = 0;   ///< of data too short: what the dimensions need
+  uint64_t presentBytes = 0;  ///< and what the text holds
 };
 
-/// The mask of `height` rows of `width` bytes, `stride` bytes from one row to the next: any non-zero byte is
-/// inside. Both dimensions are at least 1. Throws std::bad_alloc when memory runs out.
-MaskBits packMask(const unsigned char* pixels, int width, int height, std::ptrdiff_t stride);
-
-/// The mask as "SEG1|width|height|base64", padded, so that any decoder takes it. What decodeMaskText reads
-/// back is the same mask. `mask.bits` may hold more bytes than the mask needs; they are left out. Throws
-/// std::bad_alloc when memory runs out.
-std::string encodeMaskText(const MaskBits& mask);
-
-/// Decodes "SEG1|width|height|base64": the bits above, in base64. Further fields after another "|" are
+/// Decodes a mask text by the format that its prefix names. The one format there is:
+///
+/// "SEG1|width|height|base64", the packed bits of MaskView in base64. Further fields after another "|" are
+/// ignored. Width and height are decimal 32-bit numbers; leading white space and a sign are accepted, and
+/// whatever follows the digits in the field is ignored. The base64 may hold any other characters in between
+/// (they are skipped) and ends at the first "=" or with its field; padding is not needed, extra data is
 /// ignored.
 ///
-/// Width and height are decimal 32-bit numbers; leading white space and a sign are accepted, and whatever
-/// follows the digits in the field is ignored. The base64 may hold any other characters in between (they are
-/// skipped) and ends at the first "=" or with its field; padding is not needed, extra data is ignored.
-/// Nothing when the text is anything else: too few fields, a dimension that is no number or not positive, too
-/// little data. Leaves errno as it was.
+/// Nothing when the text is anything else; `fault`, where it is not null, then says why. Leaves errno as it
+/// was. Throws std::bad_alloc when memory runs out.
 ///
 /// For example SEG1|4|2|Dw== is the byte 0x0F: four pixels inside, then four outside.
-std::optional<MaskBits> decodeMaskText(const std::string& text);
+std::optional<MaskBits> decodeMaskText(const std::string& text, MaskTextFault* fault = nullptr);
+
+/// The same into memory of the arena, of which maskTextRoom(text) is enough. Valid as long as that is. Throws
+/// nothing.
+std::optional<MaskView> decodeMaskText(const std::string& text, MaskArena& arena,
+                                       MaskTextFault* fault = nullptr);
+
+/// The bytes of an arena that decoding `text` takes at most; 0 for a text that names no format or has no
+/// valid dimensions.
+std::size_t maskTextRoom(const std::string& text);
+
+/// The mask as "SEG1|width|height|base64", padded, so that any decoder takes it. decodeMaskText reads the
+/// same mask back. Throws std::bad_alloc when memory runs out.
+std::string encodeMaskText(const MaskView& mask);
 
 }  // namespace seg_mask

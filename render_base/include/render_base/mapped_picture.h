@@ -5,13 +5,27 @@
 struct RenderContext;
 class IRenderBackend;
 
+namespace zelvo {
+class RenderTarget;
+}
+
 namespace render_base {
 
-/// Makes sure that the context holds its writable picture, mapped by `backend`: keeps the mapping of an
-/// earlier pass of the same backend, replaces any other. False when there is no render target or no valid
-/// mapping, or when the copy that was made does not hold `size`, that of its source: a host's copier must not
-/// make the drawing end in memory that is not the picture's. The context's target is null then. Throws what
-/// the detaching of the picture throws.
-bool mapWritablePicture(RenderContext& ctx, IRenderBackend& backend, const FrameSize& size);
+/// The mapping that a plug-in made last, as it remembers it: a context does not say how large a picture its
+/// mapping is of.
+struct KnownMapping {
+  const zelvo::RenderTarget* target = nullptr;  ///< not owned; an address alone, which may be gone
+  const unsigned char* luma = nullptr;          ///< the mapped plane; not owned
+  FrameSize size{0, 0};                         ///< of the picture
+};
+
+/// Makes sure that the context holds its writable picture, mapped by `backend`, for drawing `size`: keeps the
+/// mapping of an earlier pass of the same backend, replaces any other, and remembers what it maps in `known`.
+///
+/// False when there is no render target or no valid mapping, or when the copy that was made does not hold
+/// `size`, that of its source; the context's target is null then. False too, with the context as it is, when
+/// a kept mapping is `known` to be of a picture that does not hold `size`: drawing must not leave the memory
+/// that is mapped. Throws what the detaching of the picture throws.
+bool mapWritablePicture(RenderContext& ctx, IRenderBackend& backend, FrameSize size, KnownMapping& known);
 
 }  // namespace render_base

@@ -7,14 +7,13 @@
 #include <vector>
 
 #include "detection/settings.h"
+#include "mask/MaskArena.h"
 #include "render_base/RenderBase.h"
+#include "render_base/mapped_picture.h"
 #include "seg_mask_overlay/seg_mask_cfg.h"
 
 struct RenderContext;
 
-namespace render_base {
-struct FrameSize;
-}
 namespace seg_mask {
 struct FrameDetections;
 struct OverlayItem;
@@ -74,7 +73,7 @@ class SegMaskOverlayPlugin final : public RenderBase {
 
   void skipFrame(uint64_t frame_id, const seg_mask::FrameDetections& frame, uint64_t now_ns);
   bool reserveMaskBuffer(std::size_t bytes);
-  void drawItems(const RenderContext& ctx, const render_base::FrameSize& size,
+  void drawItems(const RenderContext& ctx, render_base::FrameSize size,
                  const std::vector<seg_mask::OverlayItem>& items);
 
   IRenderBackend* backend_ = nullptr;  ///< not owned
@@ -91,5 +90,7 @@ class SegMaskOverlayPlugin final : public RenderBase {
   int32_t max_overlay_dets_ =
       seg_mask::kMaxOverlayDets.initial;  ///< detections gathered a frame; below 1 counts as 1
 
+  render_base::KnownMapping known_mapping_;                  ///< the one that this instance made last
+  seg_mask::MaskArena mask_arena_;                           ///< the frame's mask bits
   std::unique_ptr<seg_mask_overlay::FrameMask> frame_mask_;  ///< the host's one frame-sized mask
 };

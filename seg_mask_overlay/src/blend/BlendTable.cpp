@@ -31,12 +31,12 @@ BlendTable makeBlendTable(unsigned char color, float alpha) {
   return table;
 }
 
-std::optional<BlendLine> lineUnder(const BlendTable& table, float alpha) {
+std::optional<BlendFit> fitTable(const BlendTable& table, float alpha) {
   if (!(alpha >= 0.0F && alpha <= 1.0F)) return std::nullopt;
   const auto slope = static_cast<uint16_t>(std::min(65535L, std::lround((1.0F - alpha) * 65536.0F)));
 
-  // Two loops in 16-bit arithmetic, of which any compiler makes vector code. The start is that of the highest
-  // line that is nowhere above the table; it lies less than one below.
+  // Two loops in 16-bit arithmetic, which any compiler vectorises. The start is that of the highest line that
+  // is nowhere above the table.
   std::array<uint16_t, 256> rises;
   uint16_t start = 65535;
   for (uint32_t old = 0; old < 256; ++old) {
@@ -51,9 +51,9 @@ std::optional<BlendLine> lineUnder(const BlendTable& table, float alpha) {
   }
   if (*std::max_element(missing.begin(), missing.end()) > 1) return std::nullopt;
 
-  BlendLine line{slope, start, {}};
-  for (std::size_t i = 0; i < line.raised.size(); ++i) line.raised[i] = packed(&missing[8 * i]);
-  return line;
+  BlendFit fit{slope, start, {}};
+  for (std::size_t i = 0; i < fit.corrections.size(); ++i) fit.corrections[i] = packed(&missing[8 * i]);
+  return fit;
 }
 
 }  // namespace seg_mask_overlay

@@ -12,21 +12,22 @@ using BlendTable = std::array<uint8_t, 256>;
 
 BlendTable makeBlendTable(unsigned char color, float alpha);
 
-/// A BlendTable as vector units can have it: a straight line with 8 fraction bits in 16-bit arithmetic, and
-/// the bytes at which the table is one above the line. old becomes
-///   (((((old << 8) * slope) >> 16) + start) >> 8) + (bit old % 8 of raised[old / 8]),
-/// and no sum exceeds 65535. Most tables have no raised byte; those of a weight like 0.1 have some, where the
-/// blend comes to exactly half a step and single precision goes up and down by turns.
-struct BlendLine {
+/// A fixed-point fit of a BlendTable, which SIMD code can evaluate: a straight line with 8 fraction bits in
+/// 16-bit arithmetic, and corrections, one bit an old byte, where the table is one above the line. old
+/// becomes
+///   (((((old << 8) * slope) >> 16) + start) >> 8) + (bit old % 8 of corrections[old / 8]),
+/// and no sum exceeds 65535. Most tables need no correction. Those of a weight like 0.1 do: there the exact
+/// result lies halfway between two bytes, and single precision rounds some of these results up and some down.
+struct BlendFit {
   uint16_t slope;
   uint16_t start;
-  std::array<uint8_t, 32> raised;
+  std::array<uint8_t, 32> corrections;
 
-  bool isRaised() const { return raised != std::array<uint8_t, 32>(); }
+  bool hasCorrections() const { return corrections != std::array<uint8_t, 32>(); }
 };
 
-/// The line that gives all 256 bytes of `table`, which was made for `alpha`. Nothing if there is none, which
-/// is so for an alpha below 0 or above 1 or that is no number: for those the table is bent.
-std::optional<BlendLine> lineUnder(const BlendTable& table, float alpha);
+/// The fit that gives all 256 bytes of `table`, which was made for `alpha`. Nothing if there is none: for an
+/// alpha below 0, above 1 or NaN the table is clamped at its ends and no straight line.
+std::optional<BlendFit> fitTable(const BlendTable& table, float alpha);
 
 }  // namespace seg_mask_overlay

@@ -48,39 +48,39 @@ void lookUpChroma(const MaskedRows& area, const LookUp& tablesU, const LookUp& t
   }
 }
 
-BlendTable tableOf(unsigned char color, float alpha, const VectorUnits* units) {
-  return units != nullptr ? units->makeTable(color, alpha) : makeBlendTable(color, alpha);
+BlendTable tableOf(unsigned char color, float alpha, const SimdTarget* target) {
+  return target ? target->makeTable(color, alpha) : makeBlendTable(color, alpha);
 }
 
 }  // namespace
 
-const VectorUnits* fastestVectorUnits() {
-  return vectorUnits().empty() ? nullptr : vectorUnits().begin();
+const SimdTarget* fastestSimdTarget() {
+  return simdTargets().empty() ? nullptr : simdTargets().begin();
 }
 
 void blendLuma(unsigned char* plane, int pitch, const unsigned char* mask, int maskPitch, LumaRect rect,
-               unsigned char color, float alpha, const VectorUnits* units) {
+               unsigned char color, float alpha, const SimdTarget* target) {
   if (rect.empty()) return;
   const MaskedRows area{plane + sampleOffset(rect.y0, pitch, rect.x0),    pitch,
                         mask + sampleOffset(rect.y0, maskPitch, rect.x0), maskPitch,
                         static_cast<std::size_t>(rect.x1 - rect.x0) + 1,  rect.y1 - rect.y0 + 1};
-  const BlendTable table = tableOf(color, alpha, units);
-  const std::optional<BlendLine> line = lineUnder(table, alpha);
-  if (units != nullptr && line && units->blendLuma(area, *line)) return;
+  const BlendTable table = tableOf(color, alpha, target);
+  const std::optional<BlendFit> fit = fitTable(table, alpha);
+  if (target && fit && target->blendLuma(area, *fit)) return;
   lookUpLuma(area, LookUp(table));
 }
 
 void blendChroma(unsigned char* plane, int pitch, const unsigned char* mask, int maskPitch, ChromaRect rect,
-                 unsigned char colorU, unsigned char colorV, float alpha, const VectorUnits* units) {
+                 unsigned char colorU, unsigned char colorV, float alpha, const SimdTarget* target) {
   if (rect.empty()) return;
   const MaskedRows area{plane + sampleOffset(rect.y0, pitch, 2 * rect.x0),        pitch,
                         mask + sampleOffset(2 * rect.y0, maskPitch, 2 * rect.x0), maskPitch,
                         2 * static_cast<std::size_t>(rect.x1 - rect.x0),          rect.y1 - rect.y0};
-  const BlendTable tableU = tableOf(colorU, alpha, units);
-  const BlendTable tableV = tableOf(colorV, alpha, units);
-  const std::optional<BlendLine> lineU = lineUnder(tableU, alpha);
-  const std::optional<BlendLine> lineV = lineUnder(tableV, alpha);
-  if (units != nullptr && lineU && lineV && units->blendChroma(area, *lineU, *lineV)) return;
+  const BlendTable tableU = tableOf(colorU, alpha, target);
+  const BlendTable tableV = tableOf(colorV, alpha, target);
+  const std::optional<BlendFit> fitU = fitTable(tableU, alpha);
+  const std::optional<BlendFit> fitV = fitTable(tableV, alpha);
+  if (target && fitU && fitV && target->blendChroma(area, *fitU, *fitV)) return;
   lookUpChroma(area, LookUp(tableU), LookUp(tableV));
 }
 

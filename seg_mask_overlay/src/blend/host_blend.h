@@ -1,25 +1,25 @@
 #pragma once
 
-// The CPU device's blend: the bytes of plain_blend.h, many at a time. Samples of the rectangle that are not
+// The CPU device's blend: the bytes of scalar_blend.h, many at a time. Samples of the rectangle that are not
 // drawn may be written too, as they were: two threads must not draw over each other, even with masks that do
 // not.
 
 #include "blend/launch_geometry.h"
-#include "blend/vector_blend.h"
+#include "blend/simd_blend.h"
 
 namespace seg_mask_overlay {
 
-/// The fastest vector units of this machine, for whoever has no wish; null if it has none.
-const VectorUnits* fastestVectorUnits();
+/// The fastest SIMD target of this machine; null if it has none. The default of the functions below.
+const SimdTarget* fastestSimdTarget();
 
-/// What plainBlendLuma does. Without vector units every sample takes a table look-up.
+/// What scalarBlendLuma does. Without a SIMD target every sample takes a table look-up.
 void blendLuma(unsigned char* plane, int pitch, const unsigned char* mask, int maskPitch, LumaRect rect,
-               unsigned char color, float alpha, const VectorUnits* units = fastestVectorUnits());
+               unsigned char color, float alpha, const SimdTarget* target = fastestSimdTarget());
 
-/// What plainBlendChroma does, for a rectangle whose 2x2 blocks of luma lie within the frame, as those of
+/// What scalarBlendChroma does, for a rectangle whose 2x2 blocks of luma lie within the frame, as those of
 /// every chromaRect do.
 void blendChroma(unsigned char* plane, int pitch, const unsigned char* mask, int maskPitch, ChromaRect rect,
                  unsigned char colorU, unsigned char colorV, float alpha,
-                 const VectorUnits* units = fastestVectorUnits());
+                 const SimdTarget* target = fastestSimdTarget());
 
 }  // namespace seg_mask_overlay

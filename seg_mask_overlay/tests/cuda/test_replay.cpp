@@ -17,7 +17,7 @@
 #include <vector>
 
 #include "blend/launch_geometry.h"
-#include "blend/plain_blend.h"
+#include "blend/scalar_blend.h"
 #include "host_kernels.h"
 #include "launch_recorder.h"
 #include "ptx_kernel.h"
@@ -191,12 +191,12 @@ void drawPlainly(Scene& scene) {
   const LumaRect luma = {std::max(scene.rect.x0, 0), std::max(scene.rect.y0, 0),
                          std::min(scene.rect.x1, scene.width - 1), std::min(scene.rect.y1, scene.height - 1)};
   if (luma.x0 > luma.x1 || luma.y0 > luma.y1) return;
-  seg_mask_overlay::plainBlendLuma(scene.luma.data(), scene.luma.pitch(), scene.mask.data(),
-                                   scene.mask.pitch(), luma, scene.colorY, scene.alpha);
-  seg_mask_overlay::plainBlendChroma(scene.chroma.data(), scene.chroma.pitch(), scene.mask.data(),
-                                     scene.mask.pitch(), {scene.width, scene.height},
-                                     {luma.x0 / 2, luma.y0 / 2, (luma.x1 + 1) / 2, (luma.y1 + 1) / 2},
-                                     scene.colorU, scene.colorV, scene.alpha);
+  seg_mask_overlay::scalarBlendLuma(scene.luma.data(), scene.luma.pitch(), scene.mask.data(),
+                                    scene.mask.pitch(), luma, scene.colorY, scene.alpha);
+  seg_mask_overlay::scalarBlendChroma(scene.chroma.data(), scene.chroma.pitch(), scene.mask.data(),
+                                      scene.mask.pitch(), {scene.width, scene.height},
+                                      {luma.x0 / 2, luma.y0 / 2, (luma.x1 + 1) / 2, (luma.y1 + 1) / 2},
+                                      scene.colorU, scene.colorV, scene.alpha);
 }
 
 bool isLuma(const Launch& launch) {

@@ -1,11 +1,11 @@
-#include "blend/plain_blend.h"
+#include "blend/scalar_blend.h"
 
 #include "blend/nv12_blend.h"
 
 namespace seg_mask_overlay {
 
-void plainBlendLuma(unsigned char* plane, int pitch, const unsigned char* mask, int maskPitch, LumaRect rect,
-                    unsigned char color, float alpha) {
+void scalarBlendLuma(unsigned char* plane, int pitch, const unsigned char* mask, int maskPitch, LumaRect rect,
+                     unsigned char color, float alpha) {
   for (int y = rect.y0; y <= rect.y1; ++y) {
     unsigned char* row = plane + sampleOffset(y, pitch, 0);
     const unsigned char* maskRow = mask + sampleOffset(y, maskPitch, 0);
@@ -15,9 +15,9 @@ void plainBlendLuma(unsigned char* plane, int pitch, const unsigned char* mask, 
   }
 }
 
-void plainBlendChroma(unsigned char* plane, int pitch, const unsigned char* mask, int maskPitch,
-                      FrameSize frame, ChromaRect rect, unsigned char colorU, unsigned char colorV,
-                      float alpha) {
+void scalarBlendChroma(unsigned char* plane, int pitch, const unsigned char* mask, int maskPitch,
+                       FrameSize frame, ChromaRect rect, unsigned char colorU, unsigned char colorV,
+                       float alpha) {
   for (int cy = rect.y0; cy < rect.y1; ++cy) {
     for (int cx = rect.x0; cx < rect.x1; ++cx) {
       if (!chromaCovered(mask, maskPitch, frame.width, frame.height, cx, cy)) continue;

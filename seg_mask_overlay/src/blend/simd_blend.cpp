@@ -1,14 +1,14 @@
-#include "blend/vector_blend.h"
+#include "blend/simd_blend.h"
 
 #include <cstdint>
 
-// Highway compiles the part down to HWY_ONCE once for each of these generations, in a namespace of its own.
-// Which one runs is chosen here and not by Highway, so that its headers do and the plug-in needs no library.
-// More x86 generations would gain nothing: vectors wider than 32 bytes would pass over narrow boxes.
+// Highway compiles the part down to HWY_ONCE once for each of these targets, in a namespace of its own. Which
+// one runs is chosen here and not by Highway, so that its headers are enough and the plug-in needs no library
+// of it. More x86 targets would gain nothing: vectors wider than 32 bytes would not fit into narrow boxes.
 #define HWY_DISABLED_TARGETS \
   (HWY_AVX3_DL | HWY_AVX3 | HWY_SSE4 | HWY_SVE | HWY_SVE2 | HWY_SVE_256 | HWY_SVE2_128)
 #undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "blend/vector_blend.cpp"
+#define HWY_TARGET_INCLUDE "blend/simd_blend.cpp"
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
@@ -17,8 +17,8 @@ HWY_BEFORE_NAMESPACE();
 namespace seg_mask_overlay {
 namespace HWY_NAMESPACE {
 
-// All is inlined into blendLumaRows and blendChromaRows: with a vector as its argument, no function clears
-// the upper halves of the registers before it returns, and everything compiled for older units crawls then.
+// Everything is inlined into blendLumaRows and blendChromaRows: GCC leaves out vzeroupper in a function that
+// takes a vector, and code for older targets then runs many times slower.
 
 namespace hn = hwy::HWY_NAMESPACE;
 
@@ -56,100 +56,102 @@ class ChromaCover {
   const unsigned char* bottom_;
 };
 
-/// A BlendLine in registers.
-class Line {
+/// A BlendFit in registers.
+class Fit {
  public:
-  HWY_INLINE explicit Line(const BlendLine& line)
-      : slope_(hn::Set(Words(), line.slope)),
-        start_(hn::Set(Words(), line.start)),
-        raisedBelow128_(hn::LoadDup128(Bytes(), line.raised.data())),
-        raisedAbove_(hn::LoadDup128(Bytes(), line.raised.data() + 16)) {}
+  HWY_INLINE explicit Fit(const BlendFit& fit)
+      : slope_(hn::Set(Words(), fit.slope)),
+        start_(hn::Set(Words(), fit.start)),
+        correctionsBelow128_(hn::LoadDup128(Bytes(), fit.corrections.data())),
+        correctionsAbove_(hn::LoadDup128(Bytes(), fit.corrections.data() + 16)) {}
 
-  /// From words of old bytes in the high half: words with the line's bytes in the high half.
+  /// From words of old bytes in the high half: words with the fit's bytes in the high half.
   HWY_INLINE WordsVec at(WordsVec old) const { return hn::Add(hn::MulHigh(old, slope_), start_); }
 
-  /// For each old byte the byte of `raised` that has its bit.
-  HWY_INLINE BytesVec raisedAround(BytesVec old) const {
+  /// For each old byte the byte of `corrections` that has its bit.
+  HWY_INLINE BytesVec correctionsAround(BytesVec old) const {
     const BytesVec eighths = hn::BitCast(Bytes(), hn::ShiftRight<3>(hn::BitCast(Words(), old)));
     const BytesVec index = hn::And(eighths, hn::Set(Bytes(), 15));
     const hn::RebindToSigned<Bytes> signedBytes;
     const auto isAbove =
         hn::RebindMask(Bytes(), hn::Lt(hn::BitCast(signedBytes, old), hn::Zero(signedBytes)));
-    return hn::IfThenElse(isAbove, hn::TableLookupBytes(raisedAbove_, index),
-                          hn::TableLookupBytes(raisedBelow128_, index));
+    return hn::IfThenElse(isAbove, hn::TableLookupBytes(correctionsAbove_, index),
+                          hn::TableLookupBytes(correctionsBelow128_, index));
   }
 
  private:
   WordsVec slope_;
   WordsVec start_;
-  BytesVec raisedBelow128_;
-  BytesVec raisedAbove_;
+  BytesVec correctionsBelow128_;
+  BytesVec correctionsAbove_;
 };
 
-/// The same line for all bytes.
-class LumaLines {
+/// The same fit for all bytes.
+class LumaFits {
  public:
-  HWY_INLINE explicit LumaLines(const BlendLine& line) : line_(line) {}
+  HWY_INLINE explicit LumaFits(const BlendFit& fit) : fit_(fit) {}
 
-  HWY_INLINE const Line& even() const { return line_; }
-  HWY_INLINE const Line& odd() const { return line_; }
-  HWY_INLINE BytesVec raisedAround(BytesVec old) const { return line_.raisedAround(old); }
+  HWY_INLINE const Fit& even() const { return fit_; }
+  HWY_INLINE const Fit& odd() const { return fit_; }
+  HWY_INLINE BytesVec correctionsAround(BytesVec old) const { return fit_.correctionsAround(old); }
 
  private:
-  Line line_;
+  Fit fit_;
 };
 
-/// One line for the bytes at even places, one for those at odd places.
-class ChromaLines {
+/// One fit for the bytes at even places, one for those at odd places.
+class ChromaFits {
  public:
-  HWY_INLINE ChromaLines(const BlendLine& u, const BlendLine& v) : u_(u), v_(v) {}
+  HWY_INLINE ChromaFits(const BlendFit& u, const BlendFit& v) : u_(u), v_(v) {}
 
-  HWY_INLINE const Line& even() const { return u_; }
-  HWY_INLINE const Line& odd() const { return v_; }
-  HWY_INLINE BytesVec raisedAround(BytesVec old) const {
+  HWY_INLINE const Fit& even() const { return u_; }
+  HWY_INLINE const Fit& odd() const { return v_; }
+  HWY_INLINE BytesVec correctionsAround(BytesVec old) const {
     const BytesVec highHalf = hn::BitCast(Bytes(), hn::Set(Words(), 0xFF00));
-    return hn::Or(hn::And(v_.raisedAround(old), highHalf), hn::AndNot(highHalf, u_.raisedAround(old)));
+    return hn::Or(hn::And(v_.correctionsAround(old), highHalf),
+                  hn::AndNot(highHalf, u_.correctionsAround(old)));
   }
 
  private:
-  Line u_;
-  Line v_;
+  Fit u_;
+  Fit v_;
 };
 
-/// The old bytes on their lines. A word holds an even and an odd one, the even one in its low half.
-template <class Lines>
-HWY_INLINE BytesVec onLine(BytesVec old, const Lines& lines) {
+/// The old bytes on the straight lines of their fits. A word holds an even and an odd one, the even one in
+/// its low half.
+template <class Fits>
+HWY_INLINE BytesVec onLine(BytesVec old, const Fits& fits) {
   const Words words;
   const auto highHalf = hn::Set(words, 0xFF00);
   const auto pairs = hn::BitCast(words, old);
-  const auto even = hn::ShiftRight<8>(lines.even().at(hn::ShiftLeft<8>(pairs)));
-  const auto odd = hn::And(lines.odd().at(hn::And(pairs, highHalf)), highHalf);
+  const auto even = hn::ShiftRight<8>(fits.even().at(hn::ShiftLeft<8>(pairs)));
+  const auto odd = hn::And(fits.odd().at(hn::And(pairs, highHalf)), highHalf);
   return hn::BitCast(Bytes(), hn::Or(even, odd));
 }
 
-/// For each old byte -1 if it is raised, otherwise 0.
-template <class Lines>
-HWY_INLINE BytesVec raised(BytesVec old, const Lines& lines) {
+/// For each old byte -1 if it is corrected, otherwise 0.
+template <class Fits>
+HWY_INLINE BytesVec corrections(BytesVec old, const Fits& fits) {
   alignas(16) static constexpr uint8_t kBits[16] = {1, 2, 4, 8, 16, 32, 64, 128, 1, 2, 4, 8, 16, 32, 64, 128};
   const Bytes bytes;
   const BytesVec bit = hn::TableLookupBytes(hn::LoadDup128(bytes, kBits), hn::And(old, hn::Set(bytes, 7)));
-  return hn::VecFromMask(bytes, hn::TestBit(lines.raisedAround(old), bit));
+  return hn::VecFromMask(bytes, hn::TestBit(fits.correctionsAround(old), bit));
 }
 
 /// Blends the bytes at `samples` whose `cover` is not 0.
-template <bool kSomeRaised, class Lines>
-HWY_INLINE void blendVector(unsigned char* samples, BytesVec cover, const Lines& lines) {
+template <bool kHasCorrections, class Fits>
+HWY_INLINE void blendVector(unsigned char* samples, BytesVec cover, const Fits& fits) {
   const Bytes bytes;
   const auto undrawn = hn::Eq(cover, hn::Zero(bytes));
   if (hn::AllTrue(bytes, undrawn)) return;
   const BytesVec old = hn::LoadU(bytes, samples);
-  BytesVec blended = onLine(old, lines);
-  if constexpr (kSomeRaised) blended = hn::Sub(blended, raised(old, lines));
+  BytesVec blended = onLine(old, fits);
+  if constexpr (kHasCorrections) blended = hn::Sub(blended, corrections(old, fits));
   hn::StoreU(hn::IfThenElse(undrawn, old, blended), bytes, samples);
 }
 
-template <class Cover, bool kSomeRaised, class Lines>
-HWY_INLINE void blendRows(const MaskedRows& area, int maskRows, const Lines& lines) {
+template <class Cover, bool kHasCorrections, class Fits>
+HWY_INLINE void blendRows(const MaskedRows& area, int maskRows, const Fits& fits) {
   const Bytes bytes;
   const std::size_t lanes = hn::Lanes(bytes);
   const std::size_t tail = area.bytes - lanes;
@@ -157,11 +159,11 @@ HWY_INLINE void blendRows(const MaskedRows& area, int maskRows, const Lines& lin
     unsigned char* samples = area.samples + row * area.pitch;
     const Cover cover(area.mask + row * maskRows * area.maskPitch, area.maskPitch);
     std::size_t x = 0;
-    for (; x <= tail; x += lanes) blendVector<kSomeRaised>(samples + x, cover.from(x), lines);
+    for (; x <= tail; x += lanes) blendVector<kHasCorrections>(samples + x, cover.from(x), fits);
     if (x == area.bytes) continue;
     // The last vector ends with the row and begins with bytes that are drawn already.
     const auto done = hn::FirstN(bytes, x - tail);
-    blendVector<kSomeRaised>(samples + tail, hn::IfThenZeroElse(done, cover.from(tail)), lines);
+    blendVector<kHasCorrections>(samples + tail, hn::IfThenZeroElse(done, cover.from(tail)), fits);
   }
 }
 
@@ -190,24 +192,24 @@ BlendTable makeTable(unsigned char color, float alpha) {
 }
 #endif
 
-HWY_ATTR bool blendLumaRows(const MaskedRows& area, const BlendLine& line) {
+HWY_ATTR bool blendLumaRows(const MaskedRows& area, const BlendFit& fit) {
   if (area.bytes < hn::Lanes(Bytes())) return false;
-  const LumaLines lines(line);
-  if (line.isRaised()) {
-    blendRows<LumaCover, true>(area, 1, lines);
+  const LumaFits fits(fit);
+  if (fit.hasCorrections()) {
+    blendRows<LumaCover, true>(area, 1, fits);
   } else {
-    blendRows<LumaCover, false>(area, 1, lines);
+    blendRows<LumaCover, false>(area, 1, fits);
   }
   return true;
 }
 
-HWY_ATTR bool blendChromaRows(const MaskedRows& area, const BlendLine& u, const BlendLine& v) {
+HWY_ATTR bool blendChromaRows(const MaskedRows& area, const BlendFit& u, const BlendFit& v) {
   if (area.bytes < hn::Lanes(Bytes())) return false;
-  const ChromaLines lines(u, v);
-  if (u.isRaised() || v.isRaised()) {
-    blendRows<ChromaCover, true>(area, 2, lines);
+  const ChromaFits fits(u, v);
+  if (u.hasCorrections() || v.hasCorrections()) {
+    blendRows<ChromaCover, true>(area, 2, fits);
   } else {
-    blendRows<ChromaCover, false>(area, 2, lines);
+    blendRows<ChromaCover, false>(area, 2, fits);
   }
   return true;
 }
@@ -221,8 +223,8 @@ HWY_AFTER_NAMESPACE();
 namespace seg_mask_overlay {
 namespace {
 
-VectorUnitsList findVectorUnits() {
-  VectorUnitsList found;
+SimdTargetList findSimdTargets() {
+  SimdTargetList found;
 #if HWY_TARGETS & HWY_AVX2
   // With AVX2, the compiler is free to use the others.
   if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2") &&
@@ -244,9 +246,9 @@ VectorUnitsList findVectorUnits() {
 
 }  // namespace
 
-const VectorUnitsList& vectorUnits() {
-  static const VectorUnitsList units = findVectorUnits();
-  return units;
+const SimdTargetList& simdTargets() {
+  static const SimdTargetList targets = findSimdTargets();
+  return targets;
 }
 
 }  // namespace seg_mask_overlay

@@ -4,6 +4,7 @@
 #include <random>
 #include <vector>
 
+#include "mask/mask_bits.h"
 #include "mask/mask_text.h"
 
 namespace seg_mask {
@@ -43,11 +44,11 @@ TEST(PackMask, EveryWidthGivesWhatPackingPixelByPixelGives) {
 }
 
 TEST(EncodeMaskText, FourPixelsInsideAndFourOutsideAreTheDocumentedText) {
-  EXPECT_EQ(encodeMaskText({4, 2, {0x0F}}), "SEG1|4|2|Dw==");
+  EXPECT_EQ(encodeMaskText(MaskBits{4, 2, {0x0F}}), "SEG1|4|2|Dw==");
 }
 
 TEST(EncodeMaskText, BytesBehindTheMaskAreLeftOut) {
-  EXPECT_EQ(encodeMaskText({4, 2, {0x0F, 0xFF}}), "SEG1|4|2|Dw==");
+  EXPECT_EQ(encodeMaskText(MaskBits{4, 2, {0x0F, 0xFF}}), "SEG1|4|2|Dw==");
 }
 
 TEST(EncodeMaskText, DecodingGivesTheMaskBackForEveryLengthOfData) {

@@ -1,6 +1,6 @@
-#include <cstring>
+#include "mask/mask_bits.h"
 
-#include "mask/mask_text.h"
+#include <cstring>
 
 namespace seg_mask {
 namespace {

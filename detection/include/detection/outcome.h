@@ -1,0 +1,16 @@
+#pragma once
+
+namespace seg_mask {
+
+/// What becomes of one element of a payload's "detections": drawn, or the first rule that drops it.
+enum class Outcome {
+  Drawn,
+  OverCap,      ///< the frame's list was full before it
+  NotAnObject,  ///< no detection at all, and does not count toward the cap
+  LowScore,     ///< its score is below the threshold
+  InvalidMask,  ///< see MaskTextFault
+  BoxOutside,   ///< no pixel of its box lies within the frame
+  NoPixelInBox  ///< its mask has no pixel within box and frame
+};
+
+}  // namespace seg_mask

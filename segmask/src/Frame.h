@@ -12,7 +12,7 @@ struct Frame {
   /// chroma bytes.
   std::vector<unsigned char> nv12;
 
-  /// When the frame is shown, in ticks of VideoFormat::timeBase. Rises from frame to frame.
+  /// When the frame is shown, in ticks of its video's time base. Rises from frame to frame.
   int64_t pts = 0;
 };
 

@@ -5,7 +5,6 @@
 
 #include "Frame.h"
 #include "ProducerInputs.h"
-#include "VideoFormat.h"
 #include "render_base/IRenderPlugin.h"
 #include "render_base/RenderContext.h"
 #include "zelvo/DeviceRenderBackend.h"

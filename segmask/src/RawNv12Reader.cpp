@@ -6,13 +6,13 @@
 
 #include "Interrupt.h"
 #include "UserError.h"
-#include "zelvo/transfer.h"
+#include "nv12.h"
 
 namespace segmask {
 
 RawNv12Reader::RawNv12Reader(std::string path, FrameSize size)
     : path_(std::move(path)),
-      frameBytes_(zelvo::packedNv12Bytes(size.width, size.height)),
+      frameBytes_(Nv12Layout{size.width, size.height}.frameBytes()),
       file_(openForReading(path_)) {
   format_.width = size.width;
   format_.height = size.height;

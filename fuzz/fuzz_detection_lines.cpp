@@ -10,11 +10,11 @@
 #include <optional>
 #include <utility>
 
-#include "DetectionStream.h"
 #include "FuzzInput.h"
 #include "StderrCapture.h"
-#include "UserError.h"
 #include "fuzz_target.h"
+#include "host/DetectionStream.h"
+#include "io/UserError.h"
 #include "reference_json.h"
 #include "reference_numbers.h"
 

@@ -1,13 +1,13 @@
-#include "ContactSheet.h"
+#include "src/ContactSheet.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <utility>
 
-#include "OutputFile.h"
-#include "PngEncoder.h"
-#include "nv12.h"
+#include "io/OutputFile.h"
+#include "io/nv12.h"
+#include "video/PngEncoder.h"
 
 namespace segmask {
 namespace {

@@ -3,11 +3,11 @@
 #include <cstdint>
 #include <string>
 
-#include "Frame.h"
-#include "RgbConverter.h"
-#include "SpreadChoice.h"
-#include "StagedOutput.h"
-#include "VideoFormat.h"
+#include "io/Frame.h"
+#include "io/StagedOutput.h"
+#include "src/SpreadChoice.h"
+#include "video/RgbConverter.h"
+#include "video/VideoFormat.h"
 
 namespace segmask {
 

@@ -1,11 +1,11 @@
-#include "FramePipeline.h"
+#include "src/FramePipeline.h"
 
 #include <chrono>
 #include <optional>
 #include <thread>
 #include <utility>
 
-#include "Interrupt.h"
+#include "io/Interrupt.h"
 
 namespace segmask {
 namespace {

@@ -8,10 +8,10 @@
 #include <mutex>
 #include <vector>
 
-#include "BoundedQueue.h"
-#include "DetectionStream.h"
-#include "Frame.h"
-#include "StageTimes.h"
+#include "host/DetectionStream.h"
+#include "io/Frame.h"
+#include "src/BoundedQueue.h"
+#include "src/StageTimes.h"
 
 namespace segmask {
 

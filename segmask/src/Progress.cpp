@@ -1,4 +1,4 @@
-#include "Progress.h"
+#include "src/Progress.h"
 
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "FileDescriptor.h"
+#include "io/FileDescriptor.h"
 
 namespace segmask {
 namespace {

@@ -1,4 +1,4 @@
-#include "RenderTimes.h"
+#include "src/RenderTimes.h"
 
 #include <algorithm>
 #include <cmath>

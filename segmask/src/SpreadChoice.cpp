@@ -1,4 +1,4 @@
-#include "SpreadChoice.h"
+#include "src/SpreadChoice.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,4 +1,4 @@
-#include "StageTimes.h"
+#include "src/StageTimes.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "StderrGuard.h"
+#include "src/StderrGuard.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -10,7 +10,7 @@
 #include <ctime>
 #include <utility>
 
-#include "UserError.h"
+#include "io/UserError.h"
 
 namespace segmask {
 namespace {

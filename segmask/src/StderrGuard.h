@@ -4,7 +4,7 @@
 #include <string>
 #include <thread>
 
-#include "FileDescriptor.h"
+#include "io/FileDescriptor.h"
 
 namespace segmask {
 

@@ -1,4 +1,4 @@
-#include "command_line.h"
+#include "src/command_line.h"
 
 #include <CLI/CLI.hpp>
 #include <csignal>
@@ -8,12 +8,12 @@
 #include <optional>
 #include <string>
 
-#include "Interrupt.h"
-#include "UserError.h"
-#include "exit_codes.h"
-#include "inspect_command.h"
-#include "libav_handles.h"
-#include "render_command.h"
+#include "io/Interrupt.h"
+#include "io/UserError.h"
+#include "src/exit_codes.h"
+#include "src/inspect_command.h"
+#include "src/render_command.h"
+#include "video/libav_handles.h"
 
 namespace segmask {
 namespace {

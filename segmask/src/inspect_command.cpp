@@ -1,9 +1,9 @@
-#include "inspect_command.h"
+#include "src/inspect_command.h"
 
 #include <iostream>
 
-#include "PluginHost.h"
-#include "exit_codes.h"
+#include "host/PluginHost.h"
+#include "src/exit_codes.h"
 
 namespace segmask {
 namespace {

@@ -1,4 +1,4 @@
-#include "command_line.h"
+#include "src/command_line.h"
 
 int main(int argc, char** argv) {
   return segmask::runCommandLine(argc, argv);

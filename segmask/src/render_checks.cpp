@@ -1,14 +1,14 @@
-#include "render_checks.h"
+#include "src/render_checks.h"
 
 #include <filesystem>
 #include <utility>
 #include <vector>
 
-#include "FrameWriter.h"
-#include "PngPattern.h"
-#include "UserError.h"
 #include "core/SwJsonDocument.h"
-#include "file_names.h"
+#include "io/UserError.h"
+#include "io/file_names.h"
+#include "video/FrameWriter.h"
+#include "video/PngPattern.h"
 
 namespace fs = std::filesystem;
 

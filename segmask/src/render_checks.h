@@ -1,6 +1,6 @@
 #pragma once
 
-#include "render_command.h"
+#include "src/render_command.h"
 
 namespace segmask {
 

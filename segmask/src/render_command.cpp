@@ -1,4 +1,4 @@
-#include "render_command.h"
+#include "src/render_command.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -9,23 +9,23 @@
 #include <optional>
 #include <utility>
 
-#include "ContactSheet.h"
-#include "DetectionPayload.h"
-#include "DetectionStream.h"
-#include "FramePipeline.h"
-#include "FrameReader.h"
-#include "FrameRenderer.h"
-#include "FrameWriter.h"
-#include "Interrupt.h"
-#include "PluginHost.h"
-#include "ProducerInputs.h"
-#include "Progress.h"
-#include "RenderTimes.h"
-#include "StageTimes.h"
-#include "StderrGuard.h"
-#include "UserError.h"
-#include "exit_codes.h"
-#include "render_checks.h"
+#include "host/DetectionPayload.h"
+#include "host/DetectionStream.h"
+#include "host/FrameRenderer.h"
+#include "host/PluginHost.h"
+#include "host/ProducerInputs.h"
+#include "io/Interrupt.h"
+#include "io/UserError.h"
+#include "src/ContactSheet.h"
+#include "src/FramePipeline.h"
+#include "src/Progress.h"
+#include "src/RenderTimes.h"
+#include "src/StageTimes.h"
+#include "src/StderrGuard.h"
+#include "src/exit_codes.h"
+#include "src/render_checks.h"
+#include "video/FrameReader.h"
+#include "video/FrameWriter.h"
 
 namespace segmask {
 namespace {

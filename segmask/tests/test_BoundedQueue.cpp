@@ -7,7 +7,7 @@
 #include <thread>
 #include <vector>
 
-#include "BoundedQueue.h"
+#include "src/BoundedQueue.h"
 
 namespace segmask {
 namespace {

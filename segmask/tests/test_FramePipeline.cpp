@@ -11,7 +11,7 @@
 #include <thread>
 #include <vector>
 
-#include "FramePipeline.h"
+#include "src/FramePipeline.h"
 
 namespace segmask {
 namespace {

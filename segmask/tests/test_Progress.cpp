@@ -1,9 +1,9 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 
-#include "FileDescriptor.h"
-#include "Progress.h"
-#include "TempFolder.h"
+#include "io/FileDescriptor.h"
+#include "src/Progress.h"
+#include "test_support/TempFolder.h"
 
 namespace segmask {
 namespace {

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "RenderTimes.h"
+#include "src/RenderTimes.h"
 
 namespace segmask {
 namespace {

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "SpreadChoice.h"
+#include "src/SpreadChoice.h"
 
 namespace segmask {
 namespace {

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "StageTimes.h"
+#include "src/StageTimes.h"
 
 namespace segmask {
 namespace {

@@ -7,9 +7,9 @@
 #include <cstdlib>
 #include <vector>
 
-#include "FileDescriptor.h"
-#include "StderrGuard.h"
-#include "TempFolder.h"
+#include "io/FileDescriptor.h"
+#include "src/StderrGuard.h"
+#include "test_support/TempFolder.h"
 
 namespace segmask {
 namespace {

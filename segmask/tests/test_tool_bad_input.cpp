@@ -3,9 +3,9 @@
 
 #include <filesystem>
 
-#include "TempFolder.h"
-#include "frames.h"
-#include "run_tool.h"
+#include "test_support/TempFolder.h"
+#include "test_support/frames.h"
+#include "tests/run_tool.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
-#include "TempFolder.h"
-#include "frames.h"
-#include "run_tool.h"
+#include "test_support/TempFolder.h"
+#include "test_support/frames.h"
+#include "tests/run_tool.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "run_tool.h"
+#include "tests/run_tool.h"
 
 namespace {
 

@@ -5,11 +5,11 @@
 #include <csignal>
 #include <string>
 
-#include "FileDescriptor.h"
-#include "LibavReader.h"
-#include "TempFolder.h"
-#include "frames.h"
-#include "run_tool.h"
+#include "io/FileDescriptor.h"
+#include "test_support/TempFolder.h"
+#include "test_support/frames.h"
+#include "tests/run_tool.h"
+#include "video/FrameReader.h"
 
 namespace {
 
@@ -41,9 +41,9 @@ TEST_P(ToolInterrupt, KeepsTheFramesSoFar) {
   ASSERT_EQ(kill(process, GetParam()), 0);
   EXPECT_EQ(waitForTool(process), 130);
 
-  segmask::LibavReader reader(folder.path("out.mp4"));
+  const auto reader = segmask::openFrameReader(folder.path("out.mp4"), std::nullopt);
   int count = 0;
-  for (segmask::Frame frame; reader.next(frame);) ++count;
+  for (segmask::Frame frame; reader->next(frame);) ++count;
   EXPECT_GE(count, 20);
   EXPECT_LE(count, kFramesFed);
   EXPECT_EQ(readFile(folder.path("stderr")), "segmask: interrupted; the first " + std::to_string(count) +

@@ -2,15 +2,15 @@
 
 #include <cstdio>
 
-#include "LibavReader.h"
-#include "TempFolder.h"
-#include "frames.h"
-#include "run_tool.h"
+#include "test_support/TempFolder.h"
+#include "test_support/frames.h"
+#include "tests/run_tool.h"
+#include "video/FrameReader.h"
 
 namespace {
 
 using segmask::Frame;
-using segmask::LibavReader;
+using segmask::FrameReader;
 
 constexpr int kFrames = 12;
 
@@ -36,7 +36,11 @@ class ToolOutputs : public ::testing::Test {
                    folder_.write("d.jsonl", detections), "--output", path(output)});
   }
 
-  static int countFrames(LibavReader& reader) {
+  std::unique_ptr<FrameReader> read(const std::string& name) const {
+    return segmask::openFrameReader(path(name), std::nullopt);
+  }
+
+  static int countFrames(FrameReader& reader) {
     int count = 0;
     for (Frame frame; reader.next(frame);) ++count;
     return count;
@@ -77,11 +81,11 @@ TEST_F(ToolOutputs, Y4mHasItsHeaderAndItsSize) {
 TEST_F(ToolOutputs, VideosDecodeToTheSameNumberOfFrames) {
   for (const char* name : {"out.mp4", "out.mkv", "out.MP4"}) {
     renderRaw(64, 48, flatFrames(64, 48, kFrames), name);
-    LibavReader reader(path(name));
-    EXPECT_EQ(reader.format().width, 64);
-    EXPECT_EQ(reader.format().height, 48);
-    EXPECT_NEAR(av_q2d(reader.format().frameRate), 30.0, 0.01) << name;
-    EXPECT_EQ(countFrames(reader), kFrames) << name;
+    const std::unique_ptr<FrameReader> reader = read(name);
+    EXPECT_EQ(reader->format().width, 64);
+    EXPECT_EQ(reader->format().height, 48);
+    EXPECT_NEAR(av_q2d(reader->format().frameRate), 30.0, 0.01) << name;
+    EXPECT_EQ(countFrames(*reader), kFrames) << name;
   }
 }
 
@@ -99,13 +103,13 @@ TEST_F(ToolOutputs, PngSequencesAreNumberedByFrame) {
     char name[32];
     std::snprintf(name, sizeof name, "f_%03d.png", frame);
     expected.push_back(name);
-    LibavReader reader(path(name));
-    EXPECT_EQ(reader.format().width, 63);
-    EXPECT_EQ(reader.format().height, 47);
+    const std::unique_ptr<FrameReader> reader = read(name);
+    EXPECT_EQ(reader->format().width, 63);
+    EXPECT_EQ(reader->format().height, 47);
     Frame picture;
-    ASSERT_TRUE(reader.next(picture));
+    ASSERT_TRUE(reader->next(picture));
     EXPECT_NEAR(picture.nv12[0], 40 + 4 * frame, 2);
-    EXPECT_FALSE(reader.next(picture));
+    EXPECT_FALSE(reader->next(picture));
   }
   expected.push_back("in.nv12");
   EXPECT_EQ(folder_.names(), expected);
@@ -117,11 +121,11 @@ TEST_F(ToolOutputs, ContactSheetsHoldTwoByTwoFrames) {
   const std::string summary = render({"--input", input, "--size", "63x47", "--detections", detections,
                                       "--output", path("out.y4m"), "--contact-sheet", path("sheet.png")});
   EXPECT_NE(summary.find("contact sheet " + path("sheet.png") + "\n"), std::string::npos);
-  LibavReader reader(path("sheet.png"));
-  ASSERT_EQ(reader.format().width, 126);
-  ASSERT_EQ(reader.format().height, 94);
+  const std::unique_ptr<FrameReader> reader = read("sheet.png");
+  ASSERT_EQ(reader->format().width, 126);
+  ASSERT_EQ(reader->format().height, 94);
   Frame sheet;
-  ASSERT_TRUE(reader.next(sheet));
+  ASSERT_TRUE(reader->next(sheet));
   // The first frame top left, a later one in each further tile.
   const int topLeft = sheet.nv12[0];
   const int topRight = sheet.nv12[125];
@@ -139,9 +143,9 @@ TEST_F(ToolOutputs, ContactSheetsPreferFramesThatWereDrawnOn) {
   for (const int frame : {1, 4, 5, 9}) lines += fullMaskLine(frame, "p");
   render({"--input", input, "--size", "64x48", "--detections", folder_.write("d.jsonl", lines), "--output",
           path("out.y4m"), "--contact-sheet", path("sheet.png"), "--config", "{\"alpha\": 1}"});
-  LibavReader reader(path("sheet.png"));
+  const std::unique_ptr<FrameReader> reader = read("sheet.png");
   Frame sheet;
-  ASSERT_TRUE(reader.next(sheet));
+  ASSERT_TRUE(reader->next(sheet));
   // The colour of class 0 is lighter than any frame that was not drawn on.
   for (const std::size_t corner : {0U, 127U, 128U * 95, 128U * 96 - 1}) EXPECT_GT(sheet.nv12[corner], 100);
 }
@@ -150,9 +154,9 @@ TEST_F(ToolOutputs, LargeFramesAreScaledOnTheContactSheet) {
   const std::string input = folder_.write("in.nv12", flatFrames(1920, 1080, 1));
   render({"--input", input, "--size", "1920x1080", "--detections", folder_.write("d.jsonl", ""), "--output",
           path("out.nv12"), "--contact-sheet", path("sheet.png")});
-  LibavReader reader(path("sheet.png"));
-  EXPECT_EQ(reader.format().width, 1920);
-  EXPECT_EQ(reader.format().height, 1080);
+  const std::unique_ptr<FrameReader> reader = read("sheet.png");
+  EXPECT_EQ(reader->format().width, 1920);
+  EXPECT_EQ(reader->format().height, 1080);
 }
 
 }  // namespace

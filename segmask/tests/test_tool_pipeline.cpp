@@ -14,10 +14,10 @@
 #include <thread>
 #include <vector>
 
-#include "FileDescriptor.h"
-#include "TempFolder.h"
-#include "frames.h"
-#include "run_tool.h"
+#include "io/FileDescriptor.h"
+#include "test_support/TempFolder.h"
+#include "test_support/frames.h"
+#include "tests/run_tool.h"
 
 namespace fs = std::filesystem;
 

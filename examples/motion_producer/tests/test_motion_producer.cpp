@@ -4,10 +4,10 @@
 #include <core/SwString.h>
 #include <gtest/gtest.h>
 
-#include "../BoxTracker.h"
-#include "../MotionDetector.h"
-#include "../detection_line.h"
-#include "../mask_encoder.h"
+#include "mask_encoder.h"
+#include "src/BoxTracker.h"
+#include "src/MotionDetector.h"
+#include "src/detection_line.h"
 
 namespace motion_producer {
 namespace {

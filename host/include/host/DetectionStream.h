@@ -1,0 +1,61 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/DetectionPayload.h"
+#include "io/LineReader.h"
+
+namespace segmask {
+
+/// What one producer delivered for one frame: one line of the file.
+struct DetectionLine {
+  uint64_t frame = 0;
+  std::string producer;
+  DetectionPayload payload;
+  std::size_t detections = 0;  ///< elements of the payload's "detections"
+  uint64_t lineNumber = 0;
+};
+
+/// Reads detections as JSON lines, in frame order, without holding more than one frame's lines. A line is
+///
+///   {"frame": 17, "producer": "motion", "detections": [...]}
+///
+/// with frames counted from 0. Several lines may be for one frame. A line without "detections" says that the
+/// producer found nothing. Blank lines and members of other names are passed over.
+///
+/// A line that is anything else, or that is for an earlier frame than the line before it, is a UserError
+/// "FILE:LINE: what is wrong", thrown by the call that reads it.
+class DetectionStream {
+ public:
+  /// Throws UserError when the file cannot be opened.
+  explicit DetectionStream(const std::string& path);
+
+  /// The lines of `frame`, in the file's order. To be called with rising numbers; lines for frames that are
+  /// left out are passed over.
+  std::vector<DetectionLine> take(uint64_t frame);
+
+  /// The first line that is left, for a frame beyond those taken; empty at the end of the file.
+  const std::optional<DetectionLine>& rest();
+
+  const std::string& path() const { return reader_.path(); }
+
+ private:
+  void readAhead();
+  std::optional<DetectionLine> readLine();
+  DetectionLine parse(const std::string& text) const;
+
+  /// "FILE:LINE: `what`".
+  [[noreturn]] void refuse(const std::string& what) const;
+
+  LineReader reader_;
+  std::string text_;
+  std::optional<DetectionLine> ahead_;
+  bool atEnd_ = false;
+  uint64_t lastFrame_ = 0;
+};
+
+}  // namespace segmask

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "host/ProducerInputs.h"
+#include "io/Frame.h"
+#include "render_base/IRenderPlugin.h"
+#include "render_base/RenderContext.h"
+#include "zelvo/DeviceRenderBackend.h"
+#include "zelvo/ZelvoPicture.h"
+#include "zelvo/ZelvoPicturePool.h"
+
+namespace segmask {
+
+/// Owns a CUDA stream; waits for what is left on it at the end.
+class CudaStream {
+ public:
+  /// Throws UserError when there is no usable device.
+  CudaStream();
+  ~CudaStream();
+  CudaStream(const CudaStream&) = delete;
+  CudaStream& operator=(const CudaStream&) = delete;
+
+  CUstream_st* get() const { return stream_; }
+
+ private:
+  CUstream_st* stream_ = nullptr;
+};
+
+/// Takes frames to the device, through a plug-in, and back. Device buffers are kept from frame to frame.
+///
+/// Must outlive the plug-in's last render: it owns the backend. One thread at a time may use it, which need
+/// not be the one that made it.
+class FrameRenderer {
+ public:
+  struct Result {
+    bool drawn = false;     ///< whether the plug-in asked for a writable picture
+    double renderMs = 0.0;  ///< milliseconds in the plug-in's render alone
+  };
+
+  /// Pictures of `width` x `height`.
+  FrameRenderer(int width, int height);
+
+  /// Hands the backend to `plugin` and lets it draw from now on. Not owned.
+  void use(IRenderPlugin& plugin);
+
+  /// Lets the plug-in draw frame `number` with these inputs. Where it did, `frame` then holds the result;
+  /// otherwise its bytes are as they were. Whatever leaves the plug-in's render, or goes wrong on the device,
+  /// is a UserError that names the frame.
+  Result render(uint64_t number, Frame& frame, const ProducerInputs& inputs);
+
+ private:
+  std::shared_ptr<zelvo::ZelvoPicture> freeSource();
+  Result renderUnchecked(uint64_t number, Frame& frame, const ProducerInputs& inputs);
+  void fill(RenderContext& context, uint64_t number, const ProducerInputs& inputs) const;
+
+  int width_;
+  int height_;
+  CudaStream stream_;
+  zelvo::DeviceRenderBackend backend_;
+  std::shared_ptr<zelvo::ZelvoPicturePool> pool_;
+  std::shared_ptr<zelvo::ZelvoPicture> source_;
+  RenderPayloadResolver resolver_;
+  IRenderPlugin* plugin_ = nullptr;
+};
+
+}  // namespace segmask

@@ -1,0 +1,101 @@
+#include "host/FrameRenderer.h"
+
+#include <cuda_runtime_api.h>
+
+#include <chrono>
+#include <string>
+
+#include "core/SwAny.h"
+#include "io/UserError.h"
+#include "zelvo/transfer.h"
+
+namespace segmask {
+namespace {
+
+constexpr char kSourceName[] = "segmask";
+
+/// Payloads are stored in a form that the registered conversions can read. The frame's number plays no part:
+/// an input of frame 0 cannot even say its own.
+SwAny resolvePayload(uint64_t, const SwAny& stored) {
+  return stored;
+}
+
+double millisecondsSince(std::chrono::steady_clock::time_point start) {
+  return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+}
+
+}  // namespace
+
+CudaStream::CudaStream() {
+  const cudaError_t error = cudaStreamCreateWithFlags(&stream_, cudaStreamNonBlocking);
+  if (error != cudaSuccess) {
+    throw UserError(std::string("no usable GPU: ") + cudaGetErrorString(error));
+  }
+}
+
+CudaStream::~CudaStream() {
+  cudaStreamSynchronize(stream_);
+  cudaStreamDestroy(stream_);
+}
+
+FrameRenderer::FrameRenderer(int width, int height)
+    : width_(width),
+      height_(height),
+      backend_(stream_.get()),
+      pool_(std::make_shared<zelvo::ZelvoPicturePool>()),
+      resolver_{&resolvePayload} {}
+
+void FrameRenderer::use(IRenderPlugin& plugin) {
+  pool_->setWriter(plugin.getName());
+  plugin.init(RenderInit{&backend_});
+  plugin_ = &plugin;
+}
+
+FrameRenderer::Result FrameRenderer::render(uint64_t number, Frame& frame, const ProducerInputs& inputs) {
+  const std::string prefix = "frame " + std::to_string(number) + ": ";
+  try {
+    return renderUnchecked(number, frame, inputs);
+  } catch (const std::exception& error) {
+    throw UserError(prefix + error.what());
+  } catch (...) {
+    throw UserError(prefix + "the plug-in threw something that is no std::exception");
+  }
+}
+
+FrameRenderer::Result FrameRenderer::renderUnchecked(uint64_t number, Frame& frame,
+                                                     const ProducerInputs& inputs) {
+  const std::shared_ptr<zelvo::ZelvoPicture> source = freeSource();
+  zelvo::upload(*source, frame.nv12.data(), stream_.get());
+
+  RenderContext context;
+  fill(context, number, inputs);
+  context.picture.source = source;
+
+  Result result;
+  const auto start = std::chrono::steady_clock::now();
+  plugin_->render(context);
+  result.renderMs = millisecondsSince(start);
+
+  const std::shared_ptr<zelvo::ZelvoPicture> readable = context.picture.readable();
+  result.drawn = readable && readable != source;
+  if (result.drawn) zelvo::download(*readable, frame.nv12.data(), stream_.get());
+  return result;
+}
+
+void FrameRenderer::fill(RenderContext& context, uint64_t number, const ProducerInputs& inputs) const {
+  context.frame_id = number;
+  context.payload_resolver = &resolver_;
+  context.producer_statuses = &inputs.statuses();
+  context.inputs = &inputs.inputs();
+  context.picture.sourceName = kSourceName;
+  context.picture.sourceId = number + 1;  // 0 would mean "unknown"
+  context.picture.pool = pool_;
+}
+
+/// The picture of the frame before, unless somebody has kept it.
+std::shared_ptr<zelvo::ZelvoPicture> FrameRenderer::freeSource() {
+  if (!source_ || source_.use_count() > 1) source_ = std::make_shared<zelvo::ZelvoPicture>(width_, height_);
+  return source_;
+}
+
+}  // namespace segmask

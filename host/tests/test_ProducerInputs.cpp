@@ -1,0 +1,116 @@
+#include <gtest/gtest.h>
+
+#include "core/render_payload.h"
+#include "host/ProducerInputs.h"
+
+namespace segmask {
+namespace {
+
+class ProducerInputsTest : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() { registerDetectionPayload(); }
+
+  static DetectionLine line(const std::string& producer, int mark = 0) {
+    SwJsonObject object;
+    object.insert("mark", mark);
+    DetectionLine line;
+    line.producer = producer;
+    line.payload.object = std::make_shared<const SwJsonObject>(object);
+    line.detections = 3;
+    return line;
+  }
+
+  /// "producer:frame:mark" of each input, with a "*" for look-back.
+  static std::vector<std::string> inputsOf(const ProducerInputs& inputs) {
+    std::vector<std::string> texts;
+    for (const RenderInput& input : inputs.inputs().at(kDetectionType)) {
+      const SwJsonObject object = render_payload::anyToJsonObject(input.payload);
+      texts.push_back(providerKey(input) + ":" + std::to_string(input.frame_id) + ":" +
+                      std::to_string(object["mark"].integer()) + (input.uses_lookback ? "*" : ""));
+    }
+    return texts;
+  }
+
+  /// "producer:code" of each report.
+  static std::vector<std::string> statusesOf(const ProducerInputs& inputs) {
+    std::vector<std::string> texts;
+    for (const RenderProducerStatus& status : inputs.statuses().at(kDetectionType)) {
+      texts.push_back(providerKey(status) + ":" + std::to_string(status.code));
+    }
+    return texts;
+  }
+
+  using Texts = std::vector<std::string>;
+};
+
+TEST_F(ProducerInputsTest, NothingIsReportedBeforeAnybodyWasSeen) {
+  ProducerInputs inputs(0);
+  inputs.advance(0, {});
+  EXPECT_EQ(inputsOf(inputs), Texts{});
+  EXPECT_EQ(statusesOf(inputs), Texts{});
+}
+
+TEST_F(ProducerInputsTest, ProducersStandInTheOrderOfTheirFirstAppearance) {
+  ProducerInputs inputs(0);
+  inputs.advance(0, {line("b", 1)});
+  inputs.advance(1, {line("a", 2), line("c", 3), line("b", 4)});
+  EXPECT_EQ(inputsOf(inputs), (Texts{"b:1:4", "a:1:2", "c:1:3"}));
+  EXPECT_EQ(statusesOf(inputs), (Texts{"b:0", "a:0", "c:0"}));
+}
+
+TEST_F(ProducerInputsTest, SeveralLinesOfOneProducerAreSeveralInputs) {
+  ProducerInputs inputs(0);
+  inputs.advance(4, {line("p", 1), line("q", 2), line("p", 3)});
+  EXPECT_EQ(inputsOf(inputs), (Texts{"p:4:1", "p:4:3", "q:4:2"}));
+  EXPECT_EQ(statusesOf(inputs), (Texts{"p:0", "q:0"}));
+}
+
+TEST_F(ProducerInputsTest, WithoutLookbackAProducerIsReportedButHasNoInput) {
+  ProducerInputs inputs(0);
+  inputs.advance(0, {line("p")});
+  inputs.advance(1, {});
+  EXPECT_EQ(inputsOf(inputs), Texts{});
+  EXPECT_EQ(statusesOf(inputs), (Texts{"p:4"}));
+}
+
+TEST_F(ProducerInputsTest, LookbackServesTheLastLinesForThatManyFrames) {
+  ProducerInputs inputs(2);
+  inputs.advance(0, {line("p", 1), line("p", 2)});
+  inputs.advance(1, {line("q", 3)});
+  EXPECT_EQ(inputsOf(inputs), (Texts{"p:0:1*", "p:0:2*", "q:1:3"}));
+  EXPECT_EQ(statusesOf(inputs), (Texts{"p:1", "q:0"}));
+  inputs.advance(2, {});
+  EXPECT_EQ(inputsOf(inputs), (Texts{"p:0:1*", "p:0:2*", "q:1:3*"}));
+  inputs.advance(3, {});
+  EXPECT_EQ(inputsOf(inputs), (Texts{"q:1:3*"}));
+  EXPECT_EQ(statusesOf(inputs), (Texts{"p:4", "q:1"}));
+  inputs.advance(4, {line("p", 5)});
+  EXPECT_EQ(inputsOf(inputs), (Texts{"p:4:5"}));
+}
+
+TEST_F(ProducerInputsTest, ANewLineReplacesAllOlderOnes) {
+  ProducerInputs inputs(5);
+  inputs.advance(0, {line("p", 1), line("p", 2)});
+  inputs.advance(1, {line("p", 3)});
+  inputs.advance(2, {});
+  EXPECT_EQ(inputsOf(inputs), (Texts{"p:1:3*"}));
+}
+
+TEST_F(ProducerInputsTest, LookbackCountsFramesThatWereLeftOutToo) {
+  ProducerInputs inputs(3);
+  inputs.advance(10, {line("p", 1)});
+  inputs.advance(13, {});
+  EXPECT_EQ(inputsOf(inputs), (Texts{"p:10:1*"}));
+  inputs.advance(14, {});
+  EXPECT_EQ(inputsOf(inputs), Texts{});
+}
+
+TEST_F(ProducerInputsTest, DetectionsAreCountedOncePerLine) {
+  ProducerInputs inputs(9);
+  inputs.advance(0, {line("p"), line("q")});
+  inputs.advance(1, {});
+  EXPECT_EQ(inputs.detectionsSeen(), 6U);
+}
+
+}  // namespace
+}  // namespace segmask

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+#include "io/FileDescriptor.h"
+
+namespace segmask {
+
+/// A file being written. Every error is a UserError that names the file as the user knows it.
+class OutputFile {
+ public:
+  /// Creates or empties the file at `path`; `name` is what errors call it.
+  OutputFile(const std::string& path, std::string name);
+
+  void write(const void* bytes, std::size_t size);
+  void write(const std::string& bytes) { write(bytes.data(), bytes.size()); }
+
+  /// To be called after the last write: some file systems report a full disk only here.
+  void close();
+
+ private:
+  std::string name_;
+  FileDescriptor file_;
+};
+
+}  // namespace segmask

@@ -1,0 +1,53 @@
+#include "io/LineReader.h"
+
+#include <cstring>
+
+#include "io/Interrupt.h"
+#include "io/UserError.h"
+
+namespace segmask {
+namespace {
+
+constexpr std::size_t kBlockBytes = 1 << 16;
+
+}  // namespace
+
+LineReader::LineReader(std::string path)
+    : path_(std::move(path)), file_(openForReading(path_)), block_(kBlockBytes) {
+  // The first block now, so that a folder and the like are found out at once.
+  fillBlock();
+}
+
+bool LineReader::next(std::string& line) {
+  line.clear();
+  bool any = false;
+  while (begin_ < end_ || fillBlock()) {
+    any = true;
+    const char* const rest = block_.data() + begin_;
+    const void* const lineFeed = std::memchr(rest, '\n', end_ - begin_);
+    const std::size_t size =
+        lineFeed ? static_cast<std::size_t>(static_cast<const char*>(lineFeed) - rest) : end_ - begin_;
+    if (line.size() + size > kMostLineBytes) {
+      throw UserError(path_ + ":" + std::to_string(lineNumber_ + 1) + ": the line is longer than " +
+                      std::to_string(kMostLineBytes >> 20) + " MiB");
+    }
+    line.append(rest, size);
+    begin_ += size;
+    if (lineFeed) {
+      ++begin_;
+      break;
+    }
+  }
+  // A line cut short by the user's wish to stop is no line.
+  if (!any || Interrupt::requested()) return false;
+  ++lineNumber_;
+  return true;
+}
+
+bool LineReader::fillBlock() {
+  begin_ = 0;
+  end_ = readSome(file_.get(), block_.data(), block_.size(), path_);
+  return end_ > 0;
+}
+
+}  // namespace segmask

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "io/Frame.h"
+#include "video/VideoFormat.h"
+
+namespace segmask {
+
+/// A source of frames, read once from the first to the last.
+class FrameReader {
+ public:
+  virtual ~FrameReader() = default;
+  FrameReader(const FrameReader&) = delete;
+  FrameReader& operator=(const FrameReader&) = delete;
+
+  /// Fixed from construction on.
+  virtual const VideoFormat& format() const = 0;
+
+  /// How many frames there will be; only an estimate for some containers, and empty where nobody knows.
+  virtual std::optional<uint64_t> frameCount() const = 0;
+
+  /// Fills `frame` with the next one. False at the end, and early once the user has asked to stop. Throws
+  /// UserError when the input cannot be read any further.
+  virtual bool next(Frame& frame) = 0;
+
+  /// What went wrong without ending the video, one sentence for the user; empty when nothing did. Complete
+  /// when next() has returned false.
+  virtual std::string warning() const { return {}; }
+
+ protected:
+  FrameReader() = default;
+};
+
+struct FrameSize {
+  int width = 0;
+  int height = 0;
+};
+
+/// Reads "1920x1080". Throws UserError for anything but two whole numbers from 1 to 65535 around an x.
+FrameSize parseFrameSize(const std::string& text);
+
+/// Opens raw frames (by the ending .nv12, with `size`, the --size text) or whatever libavformat reads
+/// (without). Throws UserError when the file cannot be opened, holds no video, or a size is missing,
+/// malformed or out of place.
+std::unique_ptr<FrameReader> openFrameReader(const std::string& path, const std::optional<std::string>& size);
+
+}  // namespace segmask

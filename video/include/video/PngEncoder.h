@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+
+#include "video/libav_handles.h"
+
+namespace segmask {
+
+/// Makes PNG files of RGB pictures of one size.
+class PngEncoder {
+ public:
+  /// Throws UserError when libavcodec was built without PNG.
+  PngEncoder(int width, int height);
+
+  /// The bytes of a whole PNG file. `picture` is RGB24 of the encoder's size.
+  std::string encode(const AVFrame& picture);
+
+ private:
+  AVCodecContextPtr encoder_;
+  AVPacketPtr packet_ = makeAVPacket();
+};
+
+}  // namespace segmask

@@ -1,0 +1,48 @@
+#include "video/FrameReader.h"
+
+#include <charconv>
+
+#include "io/UserError.h"
+#include "io/file_names.h"
+#include "src/LibavReader.h"
+#include "src/RawNv12Reader.h"
+
+namespace segmask {
+namespace {
+
+constexpr int kLargestSide = 65535;
+
+/// The whole of [first, last) as a side; 0 when it is none.
+int parseSide(const char* first, const char* last) {
+  int side = 0;
+  const auto [end, error] = std::from_chars(first, last, side);
+  const bool valid = error == std::errc() && end == last && side >= 1 && side <= kLargestSide;
+  return valid ? side : 0;
+}
+
+}  // namespace
+
+FrameSize parseFrameSize(const std::string& text) {
+  const std::size_t x = text.find('x');
+  FrameSize size;
+  if (x != std::string::npos) {
+    size.width = parseSide(text.data(), text.data() + x);
+    size.height = parseSide(text.data() + x + 1, text.data() + text.size());
+  }
+  if (size.width == 0 || size.height == 0) {
+    throw UserError("--size: '" + text + "' is not WIDTHxHEIGHT, two whole numbers from 1 to 65535");
+  }
+  return size;
+}
+
+std::unique_ptr<FrameReader> openFrameReader(const std::string& path,
+                                             const std::optional<std::string>& size) {
+  if (lowerCaseEnding(path) != ".nv12") {
+    if (size) throw UserError(path + ": --size is for raw .nv12 input; this file says its own");
+    return std::make_unique<LibavReader>(path);
+  }
+  if (!size) throw UserError(path + ": raw frames need --size WIDTHxHEIGHT");
+  return std::make_unique<RawNv12Reader>(path, parseFrameSize(*size));
+}
+
+}  // namespace segmask

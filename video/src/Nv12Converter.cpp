@@ -1,0 +1,99 @@
+#include "src/Nv12Converter.h"
+
+#include <string>
+
+#include "io/UserError.h"
+#include "io/nv12.h"
+
+extern "C" {
+#include <libavutil/pixdesc.h>
+}
+
+namespace segmask {
+namespace {
+
+const AVPixFmtDescriptor& describe(const AVFrame& frame) {
+  return *av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame.format));
+}
+
+bool isRgb(const AVFrame& frame) {
+  return (describe(frame).flags & (AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_PAL)) != 0;
+}
+
+bool isGray(const AVFrame& frame) {
+  return !isRgb(frame) && describe(frame).nb_components <= 2;
+}
+
+/// The formats that say "full range" by their name, a habit of older files.
+bool isFullRangeFormat(int format) {
+  return format == AV_PIX_FMT_YUVJ420P || format == AV_PIX_FMT_YUVJ422P || format == AV_PIX_FMT_YUVJ444P ||
+         format == AV_PIX_FMT_YUVJ440P || format == AV_PIX_FMT_YUVJ411P;
+}
+
+void setScalerColors(SwsContext* scaler, const AVFrame& frame) {
+  const ColorTags tags = colorTagsAsNv12(frame);
+  const int fullRange = tags.range == AVCOL_RANGE_JPEG ? 1 : 0;
+  const int* const matrix = sws_getCoefficients(tags.matrix);
+  constexpr int kNeutral = 0;
+  constexpr int kUnity = 1 << 16;
+  // The same matrix and range on both sides: only the arrangement and the number of bits change. RGB has full
+  // range whatever is said here.
+  const int sourceRange = isRgb(frame) ? 1 : fullRange;
+  sws_setColorspaceDetails(scaler, matrix, sourceRange, matrix, fullRange, kNeutral, kUnity, kUnity);
+}
+
+}  // namespace
+
+ColorTags colorTagsAsNv12(const AVFrame& frame) {
+  ColorTags tags;
+  tags.range = frame.color_range;
+  tags.matrix = frame.colorspace;
+  tags.primaries = frame.color_primaries;
+  tags.transfer = frame.color_trc;
+  tags.chromaLocation = frame.chroma_location;
+  if (isRgb(frame)) {
+    tags.range = AVCOL_RANGE_MPEG;
+    tags.matrix = AVCOL_SPC_SMPTE170M;
+  } else if (isFullRangeFormat(frame.format) || (isGray(frame) && tags.range == AVCOL_RANGE_UNSPECIFIED)) {
+    tags.range = AVCOL_RANGE_JPEG;
+  }
+  return tags;
+}
+
+void Nv12Converter::convert(const AVFrame& frame, std::vector<unsigned char>& packed) {
+  const Nv12Layout layout{frame.width, frame.height};
+  packed.resize(layout.frameBytes());
+  const bool planar = frame.format == AV_PIX_FMT_YUV420P || frame.format == AV_PIX_FMT_YUVJ420P;
+  const AVFrame& source = planar || frame.format == AV_PIX_FMT_NV12 ? frame : scaled(frame);
+
+  const Plane luma{packed.data(), layout.width};
+  const Plane chroma{packed.data() + layout.lumaBytes(),
+                     static_cast<std::ptrdiff_t>(layout.chromaRowBytes())};
+  copyRows({source.data[0], source.linesize[0]}, luma, static_cast<std::size_t>(layout.width), layout.height);
+  const ConstPlane second{source.data[1], source.linesize[1]};
+  if (planar) {
+    interleaveChroma(second, {source.data[2], source.linesize[2]}, chroma, layout.chromaColumns(),
+                     layout.chromaRows());
+  } else {
+    copyRows(second, chroma, layout.chromaRowBytes(), layout.chromaRows());
+  }
+}
+
+const AVFrame& Nv12Converter::scaled(const AVFrame& frame) {
+  const auto format = static_cast<AVPixelFormat>(frame.format);
+  constexpr int kFlags = SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INP;
+  // Takes the old context over: the same one comes back as long as size and format stay.
+  scaler_.reset(sws_getCachedContext(scaler_.release(), frame.width, frame.height, format, frame.width,
+                                     frame.height, AV_PIX_FMT_NV12, kFlags, nullptr, nullptr, nullptr));
+  if (!scaler_) {
+    throw UserError(std::string("no conversion from pixel format ") + describe(frame).name + " to NV12");
+  }
+  setScalerColors(scaler_.get(), frame);
+  if (!nv12_ || nv12_->width != frame.width || nv12_->height != frame.height) {
+    nv12_ = makeAVFrame(AV_PIX_FMT_NV12, frame.width, frame.height);
+  }
+  sws_scale(scaler_.get(), frame.data, frame.linesize, 0, frame.height, nv12_->data, nv12_->linesize);
+  return *nv12_;
+}
+
+}  // namespace segmask

@@ -1,0 +1,21 @@
+#include "src/PngSequenceWriter.h"
+
+#include "io/OutputFile.h"
+
+namespace segmask {
+
+PngSequenceWriter::PngSequenceWriter(const std::string& path, const VideoFormat& format)
+    : path_(path),
+      pattern_(path),
+      stage_(path),
+      converter_(format, format.width, format.height),
+      encoder_(format.width, format.height) {}
+
+void PngSequenceWriter::write(const Frame& frame) {
+  const std::string name = pattern_.fileName(framesWritten_++);
+  OutputFile file(stage_.pathOf(name), path_ + " (" + name + ")");
+  file.write(encoder_.encode(converter_.convert(frame.nv12)));
+  file.close();
+}
+
+}  // namespace segmask

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "io/StagedOutput.h"
+#include "video/FrameWriter.h"
+#include "video/PngEncoder.h"
+#include "video/PngPattern.h"
+#include "video/RgbConverter.h"
+
+namespace segmask {
+
+/// Writes one RGB PNG a frame, named by the frame's number from 0 on. Files of a longer sequence that stood
+/// there before and are not replaced stay.
+class PngSequenceWriter : public FrameWriter {
+ public:
+  /// `path` is a PngPattern.
+  PngSequenceWriter(const std::string& path, const VideoFormat& format);
+
+  void write(const Frame& frame) override;
+  void finish() override {}
+  void commit() override { stage_.commit(); }
+
+ private:
+  std::string path_;
+  PngPattern pattern_;
+  StagedOutput stage_;
+  RgbConverter converter_;
+  PngEncoder encoder_;
+  uint64_t framesWritten_ = 0;
+};
+
+}  // namespace segmask

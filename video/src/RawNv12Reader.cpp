@@ -1,0 +1,46 @@
+#include "src/RawNv12Reader.h"
+
+#include <sys/stat.h>
+
+#include <cerrno>
+
+#include "io/Interrupt.h"
+#include "io/UserError.h"
+#include "io/nv12.h"
+
+namespace segmask {
+
+RawNv12Reader::RawNv12Reader(std::string path, FrameSize size)
+    : path_(std::move(path)),
+      frameBytes_(Nv12Layout{size.width, size.height}.frameBytes()),
+      file_(openForReading(path_)) {
+  format_.width = size.width;
+  format_.height = size.height;
+
+  struct stat status {};
+  if (fstat(file_.get(), &status) != 0) throw systemError(path_, errno);
+  if (S_ISDIR(status.st_mode)) throw systemError(path_, EISDIR);
+  if (!S_ISREG(status.st_mode)) return;
+  const auto bytes = static_cast<uint64_t>(status.st_size);
+  if (bytes == 0) throw UserError(path_ + ": the file is empty");
+  if (bytes % frameBytes_ != 0) {
+    throw UserError(path_ + ": --size " + std::to_string(size.width) + "x" + std::to_string(size.height) +
+                    " does not fit: " + std::to_string(bytes) +
+                    " bytes are not a whole number of frames of " + std::to_string(frameBytes_) + " bytes");
+  }
+  frameCount_ = bytes / frameBytes_;
+}
+
+bool RawNv12Reader::next(Frame& frame) {
+  frame.nv12.resize(frameBytes_);
+  const std::size_t bytes = readFully(file_.get(), frame.nv12.data(), frameBytes_, path_);
+  if (bytes != frameBytes_) {
+    if (bytes == 0 || Interrupt::requested()) return false;
+    throw UserError(path_ + ": ends within frame " + std::to_string(framesRead_) + ", after " +
+                    std::to_string(bytes) + " of " + std::to_string(frameBytes_) + " bytes");
+  }
+  frame.pts = framesRead_++;
+  return true;
+}
+
+}  // namespace segmask

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+
+#include "io/OutputFile.h"
+#include "io/StagedOutput.h"
+#include "video/FrameWriter.h"
+
+namespace segmask {
+
+/// Writes frames as they are, tightly packed, one after the other. Size, time and colour tags are not kept.
+class RawNv12Writer : public FrameWriter {
+ public:
+  explicit RawNv12Writer(const std::string& path) : stage_(path), file_(stage_.path(), path) {}
+
+  void write(const Frame& frame) override { file_.write(frame.nv12.data(), frame.nv12.size()); }
+  void finish() override { file_.close(); }
+  void commit() override { stage_.commit(); }
+
+ private:
+  StagedOutput stage_;
+  OutputFile file_;
+};
+
+}  // namespace segmask

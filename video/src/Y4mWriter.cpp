@@ -1,0 +1,48 @@
+#include "src/Y4mWriter.h"
+
+namespace segmask {
+namespace {
+
+std::string ratio(AVRational value) {
+  return std::to_string(value.num) + ":" + std::to_string(value.den);
+}
+
+/// Where the chroma samples lie, in the format's words; its default is the middle.
+std::string chromaTag(AVChromaLocation location) {
+  if (location == AVCHROMA_LOC_TOPLEFT) return "420paldv";
+  if (location == AVCHROMA_LOC_LEFT) return "420mpeg2";
+  return "420jpeg";
+}
+
+std::string header(const VideoFormat& format) {
+  const bool aspectKnown = format.sampleAspect.num > 0 && format.sampleAspect.den > 0;
+  const std::string aspect = aspectKnown ? ratio(format.sampleAspect) : "0:0";
+  std::string text = "YUV4MPEG2 W" + std::to_string(format.width) + " H" + std::to_string(format.height) +
+                     " F" + ratio(format.frameRate) + " Ip A" + aspect + " C" +
+                     chromaTag(format.color.chromaLocation);
+  if (format.color.range == AVCOL_RANGE_JPEG) text += " XCOLORRANGE=FULL";
+  if (format.color.range == AVCOL_RANGE_MPEG) text += " XCOLORRANGE=LIMITED";
+  return text + "\n";
+}
+
+}  // namespace
+
+Y4mWriter::Y4mWriter(const std::string& path, const VideoFormat& format)
+    : layout_{format.width, format.height},
+      chroma_(layout_.chromaBytes()),
+      stage_(path),
+      file_(stage_.path(), path) {
+  file_.write(header(format));
+}
+
+void Y4mWriter::write(const Frame& frame) {
+  const std::size_t planeBytes = layout_.chromaBytes() / 2;
+  const std::ptrdiff_t stride = layout_.chromaColumns();
+  deinterleaveChroma({frame.nv12.data() + layout_.lumaBytes(), 2 * stride}, {chroma_.data(), stride},
+                     {chroma_.data() + planeBytes, stride}, layout_.chromaColumns(), layout_.chromaRows());
+  file_.write("FRAME\n");
+  file_.write(frame.nv12.data(), layout_.lumaBytes());
+  file_.write(chroma_.data(), chroma_.size());
+}
+
+}  // namespace segmask

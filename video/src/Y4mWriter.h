@@ -1,0 +1,30 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "io/OutputFile.h"
+#include "io/StagedOutput.h"
+#include "io/nv12.h"
+#include "video/FrameWriter.h"
+
+namespace segmask {
+
+/// Writes YUV4MPEG2, planar 4:2:0, odd sides included. The format has a frame rate but no time stamps, and
+/// keeps the colour range but not the matrix.
+class Y4mWriter : public FrameWriter {
+ public:
+  Y4mWriter(const std::string& path, const VideoFormat& format);
+
+  void write(const Frame& frame) override;
+  void finish() override { file_.close(); }
+  void commit() override { stage_.commit(); }
+
+ private:
+  Nv12Layout layout_;
+  std::vector<unsigned char> chroma_;  // the U plane, then the V plane
+  StagedOutput stage_;
+  OutputFile file_;
+};
+
+}  // namespace segmask

@@ -10,9 +10,7 @@
 
 #include "io/Interrupt.h"
 #include "io/UserError.h"
-#include "src/exit_codes.h"
-#include "src/inspect_command.h"
-#include "src/render_command.h"
+#include "src/commands.h"
 #include "video/libav_handles.h"
 
 namespace segmask {

@@ -1,9 +1,7 @@
-#include "src/inspect_command.h"
-
 #include <iostream>
 
 #include "host/PluginHost.h"
-#include "src/exit_codes.h"
+#include "src/commands.h"
 
 namespace segmask {
 namespace {

@@ -1,5 +1,3 @@
-#include "src/render_checks.h"
-
 #include <filesystem>
 #include <utility>
 #include <vector>
@@ -7,6 +5,7 @@
 #include "core/SwJsonDocument.h"
 #include "io/UserError.h"
 #include "io/file_names.h"
+#include "src/commands.h"
 #include "video/FrameWriter.h"
 #include "video/PngPattern.h"
 

@@ -1,5 +1,3 @@
-#include "src/render_command.h"
-
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -22,8 +20,7 @@
 #include "src/RenderTimes.h"
 #include "src/StageTimes.h"
 #include "src/StderrGuard.h"
-#include "src/exit_codes.h"
-#include "src/render_checks.h"
+#include "src/commands.h"
 #include "video/FrameReader.h"
 #include "video/FrameWriter.h"
 

@@ -1,4 +1,4 @@
-#include "CallLog.h"
+#include "src/CallLog.h"
 
 #include <algorithm>
 #include <numeric>

@@ -1,4 +1,4 @@
-#include "DeviceMemory.h"
+#include "src/DeviceMemory.h"
 
 #include <cstdlib>
 #include <cstring>

@@ -1,4 +1,4 @@
-#include "Runtime.h"
+#include "src/Runtime.h"
 
 namespace cudart_cpu {
 

@@ -2,9 +2,9 @@
 
 #include <new>
 
-#include "CallLog.h"
-#include "DeviceMemory.h"
-#include "Streams.h"
+#include "src/CallLog.h"
+#include "src/DeviceMemory.h"
+#include "src/Streams.h"
 
 namespace cudart_cpu {
 

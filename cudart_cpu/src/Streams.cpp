@@ -1,4 +1,4 @@
-#include "Streams.h"
+#include "src/Streams.h"
 
 #include <algorithm>
 #include <iterator>

@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-#include "Runtime.h"
+#include "src/Runtime.h"
 
 namespace cudart_cpu {
 namespace {

@@ -1,4 +1,4 @@
-#include "Runtime.h"
+#include "src/Runtime.h"
 
 using cudart_cpu::Call;
 using cudart_cpu::RecordedCall;

@@ -3,7 +3,7 @@
 #include <memory>
 #include <vector>
 
-#include "Runtime.h"
+#include "src/Runtime.h"
 
 using cudart_cpu::begin;
 using cudart_cpu::Call;

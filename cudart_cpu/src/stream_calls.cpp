@@ -1,4 +1,4 @@
-#include "Runtime.h"
+#include "src/Runtime.h"
 
 using cudart_cpu::begin;
 using cudart_cpu::Call;

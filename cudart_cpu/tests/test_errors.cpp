@@ -3,7 +3,7 @@
 #include <string>
 #include <thread>
 
-#include "fixture.h"
+#include "tests/cudart_fixture.h"
 
 namespace {
 

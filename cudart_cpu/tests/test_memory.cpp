@@ -1,7 +1,7 @@
 #include <cstdint>
 #include <limits>
 
-#include "fixture.h"
+#include "tests/cudart_fixture.h"
 
 namespace {
 

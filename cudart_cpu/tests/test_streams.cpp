@@ -2,7 +2,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "fixture.h"
+#include "tests/cudart_fixture.h"
 
 namespace {
 

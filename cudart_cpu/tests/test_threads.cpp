@@ -4,7 +4,7 @@
 #include <mutex>
 #include <thread>
 
-#include "fixture.h"
+#include "tests/cudart_fixture.h"
 
 namespace {
 

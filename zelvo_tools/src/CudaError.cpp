@@ -1,4 +1,4 @@
-#include "CudaError.h"
+#include "src/CudaError.h"
 
 #include <stdexcept>
 #include <string>

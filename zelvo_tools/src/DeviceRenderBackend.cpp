@@ -1,6 +1,6 @@
 #include "zelvo/DeviceRenderBackend.h"
 
-#include "PictureStorage.h"
+#include "src/PictureStorage.h"
 #include "zelvo/RenderTarget.h"
 
 namespace zelvo {

@@ -1,4 +1,4 @@
-#include "GuardBytes.h"
+#include "src/GuardBytes.h"
 
 #include <algorithm>
 #include <atomic>
@@ -7,7 +7,7 @@
 #include <memory>
 #include <new>
 
-#include "CudaError.h"
+#include "src/CudaError.h"
 #include "zelvo/guard_bytes.h"
 
 namespace zelvo {

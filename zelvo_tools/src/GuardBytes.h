@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "PlaneLayout.h"
+#include "src/PlaneLayout.h"
 
 namespace zelvo {
 

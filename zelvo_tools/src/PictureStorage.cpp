@@ -1,12 +1,12 @@
-#include "PictureStorage.h"
+#include "src/PictureStorage.h"
 
 #include <cstdint>
 #include <limits>
 #include <stdexcept>
 #include <utility>
 
-#include "CudaError.h"
-#include "GuardBytes.h"
+#include "src/CudaError.h"
+#include "src/GuardBytes.h"
 
 namespace zelvo {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "Plane.h"
+#include "src/Plane.h"
 
 namespace zelvo {
 

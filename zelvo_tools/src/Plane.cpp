@@ -1,7 +1,7 @@
-#include "Plane.h"
+#include "src/Plane.h"
 
-#include "CudaError.h"
-#include "GuardBytes.h"
+#include "src/CudaError.h"
+#include "src/GuardBytes.h"
 
 namespace zelvo {
 

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <optional>
 
-#include "PlaneLayout.h"
+#include "src/PlaneLayout.h"
 
 namespace zelvo {
 

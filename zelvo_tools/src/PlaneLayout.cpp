@@ -1,4 +1,4 @@
-#include "PlaneLayout.h"
+#include "src/PlaneLayout.h"
 
 #include "zelvo/transfer.h"
 

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "PictureStorage.h"
+#include "src/PictureStorage.h"
 #include "zelvo/RenderTarget.h"
 
 namespace zelvo {

@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
-#include "PictureStorage.h"
-#include "picture_copy.h"
+#include "src/PictureStorage.h"
+#include "src/picture_copy.h"
 #include "zelvo/ZelvoPicture.h"
 
 namespace zelvo {

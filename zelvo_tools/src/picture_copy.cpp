@@ -1,6 +1,6 @@
-#include "picture_copy.h"
+#include "src/picture_copy.h"
 
-#include "PlaneLayout.h"
+#include "src/PlaneLayout.h"
 #include "zelvo/ZelvoPicture.h"
 
 namespace zelvo {

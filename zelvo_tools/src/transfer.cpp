@@ -1,8 +1,8 @@
 #include "zelvo/transfer.h"
 
-#include "CudaError.h"
-#include "PlaneLayout.h"
-#include "picture_copy.h"
+#include "src/CudaError.h"
+#include "src/PlaneLayout.h"
+#include "src/picture_copy.h"
 #include "zelvo/ZelvoPicture.h"
 
 namespace zelvo {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "cudart_cpu/control.h"
-#include "fixture.h"
+#include "tests/picture_fixture.h"
 
 /// A test that steers the CPU's CUDA runtime; fails one that leaves device memory behind.
 class SteeredDeviceTest : public DeviceTest {

@@ -1,4 +1,4 @@
-#include "fixture.h"
+#include "tests/picture_fixture.h"
 #include "zelvo/DeviceRenderBackend.h"
 #include "zelvo/RenderTarget.h"
 #include "zelvo/ZelvoPicturePool.h"

@@ -2,7 +2,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "cpu_fixture.h"
+#include "tests/cpu_fixture.h"
 #include "zelvo/ZelvoPicturePool.h"
 #include "zelvo/guard_bytes.h"
 

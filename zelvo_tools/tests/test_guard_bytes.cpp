@@ -1,6 +1,6 @@
 #include <string>
 
-#include "fixture.h"
+#include "tests/picture_fixture.h"
 #include "zelvo/RenderTarget.h"
 #include "zelvo/ZelvoPicturePool.h"
 #include "zelvo/guard_bytes.h"

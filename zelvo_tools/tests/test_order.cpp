@@ -1,4 +1,4 @@
-#include "cpu_fixture.h"
+#include "tests/cpu_fixture.h"
 #include "zelvo/ZelvoPicturePool.h"
 #include "zelvo/guard_bytes.h"
 

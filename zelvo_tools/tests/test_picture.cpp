@@ -2,7 +2,7 @@
 #include <set>
 #include <stdexcept>
 
-#include "fixture.h"
+#include "tests/picture_fixture.h"
 #include "zelvo/RenderTarget.h"
 
 namespace {

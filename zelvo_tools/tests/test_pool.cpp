@@ -1,7 +1,7 @@
 #include <atomic>
 #include <thread>
 
-#include "fixture.h"
+#include "tests/picture_fixture.h"
 #include "zelvo/DeviceRenderBackend.h"
 #include "zelvo/RenderTarget.h"
 #include "zelvo/ZelvoPicturePool.h"

@@ -1,6 +1,6 @@
 #include <limits>
 
-#include "fixture.h"
+#include "tests/picture_fixture.h"
 
 namespace {
 

@@ -1,7 +1,5 @@
 #include "host/FrameRenderer.h"
 
-#include <cuda_runtime_api.h>
-
 #include <chrono>
 #include <string>
 
@@ -25,18 +23,6 @@ double millisecondsSince(std::chrono::steady_clock::time_point start) {
 }
 
 }  // namespace
-
-CudaStream::CudaStream() {
-  const cudaError_t error = cudaStreamCreateWithFlags(&stream_, cudaStreamNonBlocking);
-  if (error != cudaSuccess) {
-    throw UserError(std::string("no usable GPU: ") + cudaGetErrorString(error));
-  }
-}
-
-CudaStream::~CudaStream() {
-  cudaStreamSynchronize(stream_);
-  cudaStreamDestroy(stream_);
-}
 
 FrameRenderer::FrameRenderer(int width, int height)
     : width_(width),

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "host/CudaStream.h"
 #include "host/ProducerInputs.h"
 #include "io/Frame.h"
 #include "render_base/IRenderPlugin.h"
@@ -12,21 +13,6 @@
 #include "zelvo/ZelvoPicturePool.h"
 
 namespace segmask {
-
-/// Owns a CUDA stream; waits for what is left on it at the end.
-class CudaStream {
- public:
-  /// Throws UserError when there is no usable device.
-  CudaStream();
-  ~CudaStream();
-  CudaStream(const CudaStream&) = delete;
-  CudaStream& operator=(const CudaStream&) = delete;
-
-  CUstream_st* get() const { return stream_; }
-
- private:
-  CUstream_st* stream_ = nullptr;
-};
 
 /// Takes frames to the device, through a plug-in, and back. Device buffers are kept from frame to frame.
 ///

@@ -1,0 +1,22 @@
+#pragma once
+
+struct CUstream_st;
+
+namespace segmask {
+
+/// Owns a CUDA stream that does not wait for the default one; waits for what is left on it at the end.
+class CudaStream {
+ public:
+  /// Throws UserError when there is no usable device.
+  CudaStream();
+  ~CudaStream();
+  CudaStream(const CudaStream&) = delete;
+  CudaStream& operator=(const CudaStream&) = delete;
+
+  CUstream_st* get() const { return stream_; }
+
+ private:
+  CUstream_st* stream_ = nullptr;
+};
+
+}  // namespace segmask

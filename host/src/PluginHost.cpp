@@ -1,10 +1,13 @@
 #include "host/PluginHost.h"
 
 #include <console_bridge/console.h>
+#include <dlfcn.h>
+#include <link.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
+#include <mutex>
 
 #include "io/UserError.h"
 
@@ -14,6 +17,30 @@ namespace segmask {
 namespace {
 
 constexpr char kPreferredClass[] = "SegMaskOverlayPlugin";
+constexpr char kDefaultFile[] = "libseg_mask_overlay.so";
+
+/// Held by whoever loads or unloads through class_loader.
+std::mutex& classLoaderMutex() {
+  static std::mutex mutex;
+  return mutex;
+}
+
+/// The file that this code is a part of: the program, or the library that a host was made into.
+fs::path ownFile() {
+  Dl_info found{};
+  void* object = nullptr;
+  const bool known = dladdr1(kDefaultFile, &found, &object, RTLD_DL_LINKMAP) != 0;
+  // The program's own name is empty there, and elsewhere what its caller has called it.
+  const std::string library = known ? static_cast<const link_map*>(object)->l_name : "";
+  std::error_code error;
+  const fs::path file =
+      library.empty() ? fs::read_symlink("/proc/self/exe", error) : fs::canonical(library, error);
+  if (error) {
+    const std::string what = library.empty() ? "this program" : library;
+    throw UserError(what + ": its folder, where the plug-in is looked for, is not known: " + error.message());
+  }
+  return file;
+}
 
 /// A name without a folder would be looked up among the system's libraries.
 std::string loadablePath(const std::string& path) {
@@ -37,18 +64,20 @@ std::string choose(const std::vector<std::string>& classes, const std::string& p
 }  // namespace
 
 std::string defaultPluginPath() {
-  std::error_code error;
-  const fs::path program = fs::read_symlink("/proc/self/exe", error);
-  if (error) throw UserError("cannot find this program's own folder: " + error.message());
-  return (program.parent_path().parent_path() / "lib" / "libseg_mask_overlay.so").string();
+  const fs::path folder = ownFile().parent_path();
+  std::error_code ignored;
+  const fs::path beside = folder / kDefaultFile;
+  if (fs::exists(beside, ignored)) return beside.string();
+  return (folder.parent_path() / "lib" / kDefaultFile).string();
 }
 
 PluginHost::PluginHost(const std::string& path) {
+  const std::string file = loadablePath(path);
+  const std::lock_guard<std::mutex> lock(classLoaderMutex());
   // class_loader reports through console_bridge besides throwing; the user gets one message, which is ours.
   console_bridge::noOutputHandler();
-  const std::string file = loadablePath(path);
   try {
-    loader_ = std::make_unique<class_loader::ClassLoader>(file);
+    loader_.reset(new class_loader::ClassLoader(file));
     classes_ = loader_->getAvailableClasses<IRenderPlugin>();
     std::sort(classes_.begin(), classes_.end());
     instance_ = loader_->createUniqueInstance<IRenderPlugin>(choose(classes_, path));
@@ -57,6 +86,11 @@ PluginHost::PluginHost(const std::string& path) {
   } catch (const std::exception& error) {
     throw UserError(path + ": the plug-in does not load: " + error.what());
   }
+}
+
+void PluginHost::Unloader::operator()(class_loader::ClassLoader* loader) const {
+  const std::lock_guard<std::mutex> lock(classLoaderMutex());
+  delete loader;
 }
 
 }  // namespace segmask

@@ -9,12 +9,18 @@
 
 namespace segmask {
 
-/// The plug-in that comes with this program: ../lib/libseg_mask_overlay.so, seen from the program's own
-/// folder.
+/// The plug-in that comes with the file that this code is a part of, a program or a library:
+/// libseg_mask_overlay.so beside that file where there is one, else in ../lib, seen from the file's folder,
+/// whether it is there or not. Links to the file are followed. Throws UserError when the folder cannot be
+/// found. Any thread may call it.
 std::string defaultPluginPath();
 
 /// A loaded plug-in library and the instance made from it, together, because an instance must not outlive its
-/// library. Not for two threads at once: class_loader cannot load from several.
+/// library.
+///
+/// Threads may make and destroy objects of this class at the same time: class_loader takes one call at a
+/// time, so these wait for each other. Whoever calls class_loader without this class has to keep out of their
+/// way.
 class PluginHost {
  public:
   /// Loads the library and creates its plug-in: SegMaskOverlayPlugin where it has one, else the only one that
@@ -27,8 +33,12 @@ class PluginHost {
   const std::vector<std::string>& classes() const { return classes_; }
 
  private:
+  struct Unloader {
+    void operator()(class_loader::ClassLoader* loader) const;
+  };
+
   std::vector<std::string> classes_;
-  std::unique_ptr<class_loader::ClassLoader> loader_;
+  std::unique_ptr<class_loader::ClassLoader, Unloader> loader_;
   class_loader::ClassLoader::UniquePtr<IRenderPlugin> instance_;
 };
 

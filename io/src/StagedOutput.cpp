@@ -1,10 +1,14 @@
 #include "io/StagedOutput.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 
 #include "io/UserError.h"
@@ -13,6 +17,53 @@ namespace fs = std::filesystem;
 
 namespace segmask {
 namespace {
+
+constexpr char kStagePrefix[] = ".segmask-";
+constexpr char kStagePattern[] = "XXXXXX";  // as mkdtemp wants it
+constexpr std::time_t kOldSeconds = 3600;
+
+/// A folder to read and lock; empty for anything else, a link to a folder too.
+FileDescriptor openFolder(const std::string& path) {
+  return FileDescriptor(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+}
+
+bool isStageName(const std::string& name) {
+  const std::size_t prefix = sizeof kStagePrefix - 1;
+  return name.size() == prefix + sizeof kStagePattern - 1 && name.compare(0, prefix, kStagePrefix) == 0;
+}
+
+bool isOld(const struct stat& status) {
+  return status.st_mtime < std::time(nullptr) - kOldSeconds;
+}
+
+/// Whether a StagedOutput of this user could have made this folder, and nothing has been written there for
+/// long. Its files count too: on a network's file system others may not see the lock of whoever writes them.
+bool isOldStage(int folder, const fs::path& path) {
+  struct stat status {};
+  if (fstat(folder, &status) != 0 || !isOld(status)) return false;
+  if (status.st_uid != geteuid() || (status.st_mode & 0777) != 0700) return false;
+  std::error_code error;
+  for (fs::directory_iterator entry(path, error), end; !error && entry != end; entry.increment(error)) {
+    struct stat file {};
+    if (lstat(entry->path().c_str(), &file) != 0 || !S_ISREG(file.st_mode) || !isOld(file)) return false;
+  }
+  return !error;
+}
+
+/// Removes what killed processes have left in `folder`. What cannot be looked into, locked or removed stays:
+/// it is in nobody's way.
+void removeLeftBehind(const std::string& folder) {
+  std::error_code error;
+  for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
+    if (!isStageName(entry->path().filename().string())) continue;
+    const FileDescriptor stage = openFolder(entry->path().string());
+    // Its age first: a young one's maker may just be about to lock it.
+    if (!stage || !isOldStage(stage.get(), entry->path())) continue;
+    if (flock(stage.get(), LOCK_EX | LOCK_NB) != 0) continue;
+    std::error_code ignored;
+    fs::remove_all(entry->path(), ignored);
+  }
+}
 
 /// Renaming onto a link would replace the link, not what it leads to; so the target is what it leads to.
 fs::path resolved(const std::string& target) {
@@ -39,13 +90,17 @@ StagedOutput::StagedOutput(const std::string& target) {
   fileName_ = path.filename().string();
   if (fileName_.empty()) throw UserError(target + ": names no file");
 
-  std::string pattern = folder_ + "/.segmask-XXXXXX";
+  removeLeftBehind(folder_);
+  std::string pattern = folder_ + "/" + kStagePrefix + kStagePattern;
   if (mkdtemp(pattern.data()) == nullptr) {
     const int error = errno;
     throw UserError(target + ": cannot write into the folder " + folder_ + ": " +
                     std::generic_category().message(error));
   }
   stage_ = pattern;
+  held_ = openFolder(stage_);
+  // Where no lock is to be had, nobody who comes to remove the folder gets one either.
+  if (held_) static_cast<void>(flock(held_.get(), LOCK_EX | LOCK_NB));
 }
 
 StagedOutput::~StagedOutput() {

@@ -1,6 +1,10 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <array>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 
@@ -78,6 +82,93 @@ TEST(StagedOutput, RefusesWhatItCannotReplace) {
   EXPECT_THROW(StagedOutput(folder.path("folder")), UserError);
   EXPECT_THROW(StagedOutput(folder.path("")), UserError);
   EXPECT_EQ(folder.names(), (Names{"folder", "pipe"}));
+}
+
+/// A folder as a killed process leaves it, with one file in it.
+std::string leaveBehind(const TempFolder& folder, const std::string& name) {
+  const std::string stage = folder.path(name);
+  EXPECT_EQ(mkdir(stage.c_str(), 0700), 0);
+  put(stage + "/out.mp4", "half");
+  return stage;
+}
+
+void makeOld(const std::string& path, std::time_t seconds) {
+  const timespec then{std::time(nullptr) - seconds, 0};
+  const std::array<timespec, 2> times{then, then};
+  EXPECT_EQ(utimensat(AT_FDCWD, path.c_str(), times.data(), AT_SYMLINK_NOFOLLOW), 0) << path;
+}
+
+/// The file first: its folder's time is that of the last change in the folder.
+void makeStageOld(const std::string& stage, std::time_t seconds) {
+  makeOld(stage + "/out.mp4", seconds);
+  makeOld(stage, seconds);
+}
+
+constexpr std::time_t kOverAnHour = 3700;
+
+TEST(StagedOutput, RemovesWhatAKilledProcessLeftAnHourAgo) {
+  const TempFolder folder;
+  makeStageOld(leaveBehind(folder, ".segmask-aB3dE9"), kOverAnHour);
+  makeStageOld(leaveBehind(folder, ".segmask-000000"), kOverAnHour);
+  { const StagedOutput next(folder.path("out.mp4")); }
+  EXPECT_EQ(folder.names(), Names{});
+}
+
+TEST(StagedOutput, LeavesWhatIsYoung) {
+  const TempFolder folder;
+  makeStageOld(leaveBehind(folder, ".segmask-young1"), kOverAnHour - 200);
+  // Its folder is old, but the file in it has been written to since.
+  makeOld(leaveBehind(folder, ".segmask-young2"), kOverAnHour);
+  // Made just now, and nothing written yet.
+  EXPECT_EQ(mkdir(folder.path(".segmask-young3").c_str(), 0700), 0);
+  { const StagedOutput next(folder.path("out.mp4")); }
+  EXPECT_EQ(folder.names(), (Names{".segmask-young1", ".segmask-young2", ".segmask-young3"}));
+}
+
+TEST(StagedOutput, LeavesWhatALivingProcessHolds) {
+  const TempFolder folder;
+  StagedOutput living(folder.path("out.mp4"));
+  put(living.path(), "half");
+  makeOld(living.path(), kOverAnHour);
+  makeOld(std::filesystem::path(living.path()).parent_path(), kOverAnHour);
+  { const StagedOutput next(folder.path("out.mp4")); }
+  EXPECT_EQ(readFile(living.path()), "half");
+  living.commit();
+  EXPECT_EQ(readFile(folder.path("out.mp4")), "half");
+}
+
+TEST(StagedOutput, LeavesWhatIsNotItsOwn) {
+  const TempFolder folder;
+  const std::string elsewhere = leaveBehind(folder, "elsewhere");
+  makeStageOld(elsewhere, kOverAnHour);
+  std::filesystem::create_directory_symlink("elsewhere", folder.path(".segmask-link01"));
+  makeOld(folder.path(".segmask-link01"), kOverAnHour);
+  makeOld(folder.write(".segmask-file01", "a file"), kOverAnHour);
+  makeStageOld(leaveBehind(folder, ".segmask-toolong"), kOverAnHour);
+  makeStageOld(leaveBehind(folder, ".segmosk-aB3dE9"), kOverAnHour);
+  const std::string open = leaveBehind(folder, ".segmask-open01");
+  EXPECT_EQ(chmod(open.c_str(), 0755), 0);
+  makeStageOld(open, kOverAnHour);
+  const std::string deep = leaveBehind(folder, ".segmask-deep01");
+  std::filesystem::create_directory(deep + "/folder");
+  makeOld(deep + "/folder", kOverAnHour);
+  makeStageOld(deep, kOverAnHour);
+  const Names before = folder.names();
+  ASSERT_EQ(before.size(), 7U);
+  { const StagedOutput next(folder.path("out.mp4")); }
+  EXPECT_EQ(folder.names(), before);
+  EXPECT_EQ(readFile(elsewhere + "/out.mp4"), "half");
+  EXPECT_EQ(readFile(deep + "/out.mp4"), "half");
+}
+
+TEST(StagedOutput, LeavesWhatIsAnotherUsers) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root can give a folder to another user";
+  const TempFolder folder;
+  const std::string stage = leaveBehind(folder, ".segmask-aB3dE9");
+  ASSERT_EQ(chown(stage.c_str(), 12345, 12345), 0);
+  makeStageOld(stage, kOverAnHour);
+  { const StagedOutput next(folder.path("out.mp4")); }
+  EXPECT_EQ(folder.names(), Names{".segmask-aB3dE9"});
 }
 
 }  // namespace

@@ -2,13 +2,16 @@
 
 #include <string>
 
+#include "io/FileDescriptor.h"
+
 namespace segmask {
 
 /// Output that appears whole or not at all. Files are written into a hidden folder beside their target
 /// (".segmask-XXXXXX") and moved to their final names by commit(). Without a commit the folder and all in it
 /// vanish with this object, and what stood under the target's name before is untouched.
 ///
-/// Only a process that is killed leaves the folder behind; it may be deleted.
+/// Only a process that is killed leaves the folder behind. The next object for the same place removes it when
+/// nothing has been written there for an hour: a living process keeps its own locked, however old it gets.
 class StagedOutput {
  public:
   /// `target` is the output's path as the user gave it; a link is followed. For a sequence it is any path in
@@ -34,6 +37,7 @@ class StagedOutput {
   std::string folder_;
   std::string fileName_;
   std::string stage_;
+  FileDescriptor held_;  // the folder, locked
 };
 
 }  // namespace segmask

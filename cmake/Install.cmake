@@ -4,18 +4,31 @@
 
 include(CMakePackageConfigHelpers)
 
-install(TARGETS seg_mask_overlay LIBRARY DESTINATION lib)
+# seg_mask_install(target [EXPORT export])
+#
+# A program into bin/, a library into lib/. What is linked with another run path than it is installed with, CMake pads with
+# empty entries, which the loader takes for the working directory. So these are linked with the installed one, and behind
+# it the folders of libraries that lie elsewhere, which installing takes away.
+function(seg_mask_install target)
+  install(TARGETS ${target} ${ARGN} RUNTIME DESTINATION bin LIBRARY DESTINATION lib)
+  set_target_properties(${target} PROPERTIES BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH_USE_LINK_PATH ON)
+  set(_folder "$<IF:$<STREQUAL:$<TARGET_PROPERTY:${target},TYPE>,EXECUTABLE>,bin,lib>")
+  set(_file "\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${_folder}/$<TARGET_FILE_NAME:${target}>")
+  install(CODE "file(RPATH_SET FILE \"${_file}\" NEW_RPATH [[${CMAKE_INSTALL_RPATH}]])")
+endfunction()
+
+seg_mask_install(seg_mask_overlay)
 if(SEG_MASK_BUILD_TOOLS)
-  install(TARGETS segmask RUNTIME DESTINATION bin)
-  install(TARGETS zelvo_tools LIBRARY DESTINATION lib)
+  seg_mask_install(segmask)
+  seg_mask_install(zelvo_tools)
   if(SEG_MASK_DEVICE STREQUAL "cpu")
-    install(TARGETS cudart_cpu LIBRARY DESTINATION lib)
+    seg_mask_install(cudart_cpu)
   endif()
 endif()
 
 set(_package lib/cmake/SegMaskOverlay)
 set_target_properties(sw_core PROPERTIES EXPORT_NAME core)
-install(TARGETS sw_core EXPORT SegMaskOverlay-core LIBRARY DESTINATION lib)
+seg_mask_install(sw_core EXPORT SegMaskOverlay-core)
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/core/include/" DESTINATION include FILES_MATCHING PATTERN "*.h")
 install(EXPORT SegMaskOverlay-core NAMESPACE SegMaskOverlay:: DESTINATION ${_package})
 

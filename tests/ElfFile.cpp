@@ -14,16 +14,28 @@ ElfFile::ElfFile(const std::string& path) {
     throw std::runtime_error("not a 64-bit ELF: " + path);
 }
 
-std::vector<std::string> ElfFile::needed() const {
-  std::vector<std::string> names;
+std::vector<std::string> ElfFile::runPath() const {
+  std::vector<std::string> folders;
+  for (const std::string& path : dynamicTexts(DT_RUNPATH)) {
+    std::size_t begin = 0;
+    for (std::size_t end = 0; end != std::string::npos; begin = end + 1) {
+      end = path.find(':', begin);
+      folders.push_back(path.substr(begin, end - begin));
+    }
+  }
+  return folders;
+}
+
+std::vector<std::string> ElfFile::dynamicTexts(Elf64_Sxword tag) const {
+  std::vector<std::string> texts;
   for (const Elf64_Shdr& table : sections(SHT_DYNAMIC)) {
     for (std::size_t offset = 0; offset < table.sh_size; offset += sizeof(Elf64_Dyn)) {
       const auto entry = at<Elf64_Dyn>(table.sh_offset + offset);
       if (entry.d_tag == DT_NULL) break;
-      if (entry.d_tag == DT_NEEDED) names.push_back(text(section(table.sh_link), entry.d_un.d_val));
+      if (entry.d_tag == tag) texts.push_back(text(section(table.sh_link), entry.d_un.d_val));
     }
   }
-  return names;
+  return texts;
 }
 
 std::vector<std::string> ElfFile::uniqueSymbols() const {

@@ -22,7 +22,10 @@ class ElfFile {
   explicit ElfFile(const std::string& path);
 
   /// The libraries it asks for by name, in its own order.
-  std::vector<std::string> needed() const;
+  std::vector<std::string> needed() const { return dynamicTexts(DT_NEEDED); }
+
+  /// The folders it has them looked for in (DT_RUNPATH), in its own order, empty entries too.
+  std::vector<std::string> runPath() const;
 
   /// What it offers to other files and asks of them.
   std::vector<Symbol> dynamicSymbols() const { return symbolsOf(SHT_DYNSYM); }
@@ -36,6 +39,8 @@ class ElfFile {
  private:
   template <class T>
   T at(std::size_t offset) const;
+  /// The text of each dynamic entry of this kind.
+  std::vector<std::string> dynamicTexts(Elf64_Sxword tag) const;
   std::vector<Elf64_Shdr> sections(Elf64_Word type) const;
   Elf64_Shdr section(std::size_t index) const;
   std::string text(const Elf64_Shdr& strings, std::size_t offset) const;

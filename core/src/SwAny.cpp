@@ -6,7 +6,7 @@
 #include <type_traits>
 
 #include "c_locale.h"
-#include "diagnostics.h"
+#include "core/diagnostics.h"
 
 namespace {
 
@@ -138,7 +138,7 @@ SwAny SwAny::convert(const std::string& targetTypeName) const {
 
   const auto converter = converters().find({typeName_, targetTypeName});
   if (converter == converters().end()) {
-    writeDiagnostic("No conversion rule registered from " + typeName_ + " to " + targetTypeName);
+    sw_diagnostics::writeLine("No conversion rule registered from " + typeName_ + " to " + targetTypeName);
     return SwAny();
   }
   return converter->second(*this);

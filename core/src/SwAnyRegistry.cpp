@@ -7,8 +7,8 @@
 #include "core/SwFlagSet.h"
 #include "core/SwJsonDocument.h"
 #include "core/SwList.h"
+#include "core/diagnostics.h"
 #include "core/flags.h"
-#include "diagnostics.h"
 
 namespace {
 
@@ -121,7 +121,7 @@ void SwAny::registerAllType() {
   // A second such line in a host's log means that the process holds two copies of this library; so a second
   // attempt writes none.
   static const bool announced = [] {
-    writeDiagnostic("********************CALL ONCE NOT TWICE********************");
+    sw_diagnostics::writeLine("********************CALL ONCE NOT TWICE********************");
     return true;
   }();
   static_cast<void>(announced);

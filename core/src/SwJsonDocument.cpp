@@ -5,7 +5,7 @@
 #include "SwJsonCursor.h"
 #include "SwJsonGenerator.h"
 #include "SwJsonParser.h"
-#include "diagnostics.h"
+#include "core/diagnostics.h"
 #include "json_string_reader.h"
 
 bool SwJsonDocument::loadFromJson(const SwString& json, SwString& errorMessage, const SwString& key) {
@@ -23,7 +23,7 @@ bool SwJsonDocument::loadFromJson(const SwString& json, SwString& errorMessage, 
 
 SwJsonObject SwJsonDocument::object() const {
   if (!root_.isObject()) {
-    writeDiagnostic("Root is not a JSON object.");
+    sw_diagnostics::writeLine("Root is not a JSON object.");
     return SwJsonObject();
   }
   return root_.object() != nullptr ? *root_.object() : SwJsonObject();

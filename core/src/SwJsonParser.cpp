@@ -1,5 +1,7 @@
 #include "SwJsonParser.h"
 
+#include <cxxabi.h>
+
 #include <charconv>
 #include <cmath>
 #include <cstdint>
@@ -155,6 +157,8 @@ std::optional<SwString> SwJsonParser::decrypt(std::string cipherText) const {
   SwString text(std::move(cipherText));
   try {
     return text.decryptAES(key_);
+  } catch (const abi::__forced_unwind&) {
+    throw;  // the host cancels this thread; the C++ runtime allows nothing else
   } catch (...) {
     return std::nullopt;
   }

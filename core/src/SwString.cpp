@@ -6,8 +6,8 @@
 
 #include "ascii.h"
 #include "c_locale.h"
+#include "core/diagnostics.h"
 #include "core/saturate.h"
-#include "diagnostics.h"
 
 namespace {
 
@@ -107,7 +107,7 @@ int SwString::toInt(bool* ok) const {
                      value >= std::numeric_limits<int>::min() && value <= std::numeric_limits<int>::max();
   if (ok != nullptr) *ok = valid;
   if (!valid) {
-    writeDiagnostic("Invalid int conversion in SwString: " + text_);
+    sw_diagnostics::writeLine("Invalid int conversion in SwString: " + text_);
     return 0;
   }
   return static_cast<int>(value);
@@ -134,7 +134,7 @@ bool SwString::parseNumericDouble(double& out) const {
 float SwString::toFloat() const {
   double value = 0.0;
   if (!parseNumericDouble(value)) {
-    writeDiagnostic("Invalid float conversion in SwString: " + text_);
+    sw_diagnostics::writeLine("Invalid float conversion in SwString: " + text_);
     return 0.0F;
   }
   return sw_number::toSinglePrecision(value);
@@ -143,7 +143,7 @@ float SwString::toFloat() const {
 double SwString::toDouble() const {
   double value = 0.0;
   if (!parseNumericDouble(value)) {
-    writeDiagnostic("Invalid double conversion in SwString: " + text_);
+    sw_diagnostics::writeLine("Invalid double conversion in SwString: " + text_);
     return 0.0;
   }
   return value;

@@ -5,6 +5,8 @@
 #include <exception>
 #include <optional>
 #include <stdexcept>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "SecretBytes.h"
@@ -12,7 +14,7 @@
 #include "base64.h"
 #include "core/SwCrypto.h"
 #include "core/SwString.h"
-#include "diagnostics.h"
+#include "core/diagnostics.h"
 
 namespace {
 
@@ -35,23 +37,32 @@ std::size_t sizeWithoutPadding(const std::vector<unsigned char>& bytes) {
 
 }  // namespace
 
+// The lines are written after the handlers, because a thread that is cancelled while it writes could not be
+// unwound through one.
+
 SwString SwString::encryptAES(const SwString& key) const {
+  std::string failure;
   try {
     const SecretBytes aesKey = deriveAesKey(key);
     const SecretBytes plain(std::vector<unsigned char>(text_.begin(), text_.end()));
     return base64::encode(SwCrypto::cryptAES_ECB(plain.bytes(), aesKey.bytes(), true));
   } catch (const std::exception& error) {
-    writeDiagnostic(std::string("Encryption error: ") + error.what());
-    return SwString();
+    failure = std::string("Encryption error: ") + error.what();
   }
+  sw_diagnostics::writeLine(std::move(failure));
+  return SwString();
 }
 
 SwString SwString::decryptAES(const SwString& key) {
   std::optional<SecretBytes> plain;
+  std::string failure;
   try {
     plain.emplace(decrypted(text_, key));
   } catch (const std::exception& error) {
-    writeDiagnostic(std::string("Decryption error: ") + error.what());
+    failure = std::string("Decryption error: ") + error.what();
+  }
+  if (!plain) {
+    sw_diagnostics::writeLine(std::move(failure));
     return SwString();
   }
   // Not in the try block: the text was decrypted, and want of memory for the result is no decryption error.

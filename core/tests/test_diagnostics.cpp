@@ -1,6 +1,7 @@
 // What reaches the standard error stream itself: each line in one write, complete and at once.
 
 #include <gtest/gtest.h>
+#include <pthread.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -14,6 +15,7 @@
 
 #include "core/SwAny.h"
 #include "core/SwJsonDocument.h"
+#include "core/diagnostics.h"
 
 namespace {
 
@@ -58,6 +60,49 @@ void expectOneWrite(const std::string& line, const std::function<void()>& operat
   EXPECT_EQ(stderrWrites.take(), Writes{line + "\n"});
 }
 
+// What a host may have put in the place of the standard error stream. While one lives, each write does
+// `write`, and the stream passes exceptions on.
+class HostsStderr : private std::streambuf {
+ public:
+  explicit HostsStderr(std::function<void()> write)
+      : write_(std::move(write)), previous_(std::cerr.rdbuf(this)) {
+    std::cerr.exceptions(std::ios_base::badbit | std::ios_base::failbit);
+  }
+  ~HostsStderr() override {
+    std::cerr.exceptions(std::ios_base::goodbit);
+    std::cerr.rdbuf(previous_);
+    std::cerr.clear();
+  }
+  HostsStderr(const HostsStderr&) = delete;
+  HostsStderr& operator=(const HostsStderr&) = delete;
+
+ private:
+  std::streamsize xsputn(const char*, std::streamsize count) override {
+    write_();
+    return count;
+  }
+
+  std::function<void()> write_;
+  std::streambuf* previous_;
+};
+
+// Whether a thread that is cancelled while `operation` writes its line ends there.
+bool endsWhereItIsCancelled(void (*operation)()) {
+  const HostsStderr hostsStderr([] {
+    pthread_cancel(pthread_self());
+    pthread_testcancel();
+  });
+  const auto run = [](void* argument) -> void* {
+    (*static_cast<void (**)()>(argument))();
+    return nullptr;
+  };
+  pthread_t thread;
+  if (pthread_create(&thread, nullptr, run, &operation) != 0) std::abort();
+  void* result = nullptr;
+  pthread_join(thread, &result);
+  return result == PTHREAD_CANCELED;
+}
+
 }  // namespace
 
 TEST(Diagnostics, EachMessageIsOneLineInOneWrite) {
@@ -73,6 +118,52 @@ TEST(Diagnostics, EachMessageIsOneLineInOneWrite) {
 TEST(Diagnostics, ALongLineIsOneWriteToo) {
   const std::string text(20000, 'x');
   expectOneWrite("Invalid int conversion in SwString: " + text, [&text] { SwString(text).toInt(nullptr); });
+}
+
+TEST(Diagnostics, NoExceptionOfTheStreamLeavesAnOperation) {
+  SwAny::getConversionRules();
+  const std::function<void()> throwers[] = {[] { throw 7; }, [] { throw std::ios_base::failure("full"); },
+                                            [] { throw std::bad_alloc(); }};
+  for (const auto& thrower : throwers) {
+    const HostsStderr hostsStderr(thrower);
+    bool ok = true;
+    EXPECT_EQ(SwString("x").toInt(&ok), 0);
+    EXPECT_FALSE(ok);
+    EXPECT_TRUE(std::cerr.bad()) << "nothing was thrown";
+    std::cerr.clear();
+    EXPECT_EQ(SwString("x").toFloat(), 0.0F);
+    std::cerr.clear();
+    EXPECT_EQ(SwString("x").toDouble(), 0.0);
+    std::cerr.clear();
+    EXPECT_TRUE(SwJsonDocument().object().empty());
+    std::cerr.clear();
+    EXPECT_TRUE(SwAny(7).convert("nobody's").isEmpty());
+    std::cerr.clear();
+    EXPECT_TRUE(SwString("?").decryptAES("key").empty());
+  }
+}
+
+TEST(Diagnostics, AStreamThatTakesNothingThrowsNothing) {
+  const HostsStderr hostsStderr([] {});
+  std::streambuf* const hosts = std::cerr.rdbuf();
+  std::cerr.exceptions(std::ios_base::goodbit);
+  std::cerr.rdbuf(nullptr);
+  EXPECT_THROW(std::cerr.exceptions(std::ios_base::badbit), std::ios_base::failure);
+  EXPECT_NO_THROW(sw_diagnostics::writeLine("lost"));
+  std::cerr.exceptions(std::ios_base::goodbit);
+  std::cerr.rdbuf(hosts);
+}
+
+TEST(Diagnostics, ACancelledThreadEndsWhileItWrites) {
+  EXPECT_TRUE(endsWhereItIsCancelled([] { SwString("x").toInt(nullptr); }));
+}
+
+// Where the parser catches whatever leaves a decryption.
+TEST(Diagnostics, ACancelledThreadEndsWhileItReadsAKeyedDocument) {
+  EXPECT_TRUE(endsWhereItIsCancelled([] {
+    SwString error;
+    SwJsonDocument().loadFromJson("[42]", error, "key");
+  }));
 }
 
 TEST(Diagnostics, LinesOfSeveralThreadsDoNotMix) {

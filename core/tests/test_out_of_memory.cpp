@@ -15,6 +15,7 @@
 #include "core/SwAny.h"
 #include "core/SwJsonDocument.h"
 #include "core/SwList.h"
+#include "core/diagnostics.h"
 #include "core/render_payload.h"
 #include "core/swcfg.h"
 
@@ -361,6 +362,17 @@ TEST(OutOfMemory, SwStringsOperations) {
   const std::vector<SwString> parts = {"a longer text", " with %1 and a comma"};
   expectMakes<std::vector<SwString>>(parts, [&] { return text.split(','); });
   expectMakes<int>(123456789, [] { return SwString(" 123_456_789 and some text more").toInt(nullptr); });
+}
+
+TEST(OutOfMemory, ALineIsWrittenThoughTheLineFeedFindsNoMemory) {
+  std::string line = "a line that fills its memory";
+  line.shrink_to_fit();
+  ASSERT_EQ(line.capacity(), line.size());
+  const StderrCapture captured;
+  operatorNew.start(0, Countdown::Fails::FromThenOn);
+  EXPECT_TRUE(succeeds([&line] { sw_diagnostics::writeLine(std::move(line)); }));
+  EXPECT_TRUE(operatorNew.failed());
+  EXPECT_EQ(captured.text(), "a line that fills its memory\n");
 }
 
 // In a process of its own, in which nothing has made the library's tables yet.

@@ -47,8 +47,9 @@ int outcomeOf(const std::function<Outcome()>& attempt) {
 
 using Act = std::function<void()>;
 
+// All allocations from there on fail: a single one may go unnoticed, as that of a line's line feed does.
 bool runsOut(const Act& act, int successes) {
-  operatorNew.start(successes);
+  operatorNew.start(successes, Countdown::Fails::FromThenOn);
   const Failing failing(operatorNew);
   try {
     act();

@@ -9,6 +9,9 @@
 #include "json_string_reader.h"
 
 bool SwJsonDocument::loadFromJson(const SwString& json, SwString& errorMessage, const SwString& key) {
+  if (&json == &errorMessage || &key == &errorMessage) {
+    return loadFromJson(SwString(json), errorMessage, SwString(key));
+  }
   errorMessage.clear();
   root_ = SwJsonValue();
   unsigned long index = 0;

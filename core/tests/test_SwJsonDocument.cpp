@@ -67,3 +67,35 @@ TEST(SwJsonDocument, TakeRootHandsTheTreeOver) {
   EXPECT_EQ(root.object(), object) << "no copy";
   EXPECT_TRUE(document.root().isNull());
 }
+
+TEST(SwJsonDocument, TheRootOfATemporaryIsAValue) {
+  SwJsonDocument document;
+  SwString error;
+  ASSERT_TRUE(document.loadFromJson("{\"a\":\"a text that needs memory\"}", error));
+  static_assert(std::is_same_v<decltype(SwJsonDocument().root()), SwJsonValue>);
+  const SwJsonValue& copied = SwJsonDocument(document).root();
+  EXPECT_EQ(copied, document.root());
+  const SwJsonValue& member = document.object()["a"];
+  EXPECT_EQ(member.text(), "a text that needs memory");
+  const SwJsonObject* object = document.root().object();
+  EXPECT_EQ(std::move(document).root().object(), object) << "moved, not copied";
+}
+
+TEST(SwJsonDocument, TheMessageMayReplaceTheTextItself) {
+  SwJsonDocument document;
+  SwString text("{\"a\":1}");
+  EXPECT_TRUE(document.loadFromJson(text, text));
+  EXPECT_EQ(text, "");
+  EXPECT_EQ(document.object()["a"].integer(), 1);
+  text = "[1";
+  EXPECT_FALSE(document.loadFromJson(text, text));
+  EXPECT_EQ(text, "Unterminated JSON array (index 2) near \"[1\"");
+}
+
+TEST(SwJsonDocument, TheMessageMayReplaceTheKeyItself) {
+  SwJsonDocument document;
+  SwString key("key");
+  EXPECT_TRUE(document.loadFromJson("\"" + SwString("hello").encryptAES(key).str() + "\"", key, key));
+  EXPECT_EQ(key, "");
+  EXPECT_EQ(document.root().text(), "hello");
+}

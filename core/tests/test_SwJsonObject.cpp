@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "core/SwJsonObject.h"
@@ -14,9 +16,28 @@ TEST(SwJsonObject, NullKeyIsTheEmptyKey) {
   SwJsonObject object;
   EXPECT_EQ(object.value(nullptr, 7).integer(), 7);
   EXPECT_TRUE(object[nullptr].isNull());
+  EXPECT_FALSE(object.contains(nullptr));
   object.insert("", 1);
   EXPECT_EQ(object.value(nullptr, 7).integer(), 1);
   EXPECT_EQ(object[nullptr].integer(), 1);
+  EXPECT_TRUE(object.contains(nullptr));
+  object.insert(nullptr, 2);
+  EXPECT_EQ(object.size(), 1U);
+  EXPECT_EQ(object.find(nullptr)->integer(), 2);
+  EXPECT_EQ(std::as_const(object).find(nullptr)->integer(), 2);
+  EXPECT_TRUE(object.remove(nullptr));
+  EXPECT_FALSE(object.remove(nullptr));
+}
+
+TEST(SwJsonObject, AMemberOfATemporaryIsAValue) {
+  SwJsonObject object;
+  object.insert("a", "a text that needs memory");
+  static_assert(std::is_same_v<decltype(SwJsonObject()["a"]), SwJsonValue>);
+  const SwJsonValue& copied = SwJsonObject(object)["a"];
+  EXPECT_EQ(copied.text(), "a text that needs memory");
+  EXPECT_TRUE(SwJsonObject(object)["missing"].isNull());
+  const char* bytes = object["a"].text().data();
+  EXPECT_EQ(std::move(object)["a"].text().data(), bytes) << "moved, not copied";
 }
 
 TEST(SwJsonObject, ValueIsACopy) {

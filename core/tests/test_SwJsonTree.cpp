@@ -194,6 +194,21 @@ TEST(SwJsonTree, AContainerAndItsCountAreOneAllocation) {
   EXPECT_EQ(allocationsMade() - before, 2);
 }
 
+TEST(SwJsonTree, LookingAMemberUpAllocatesNothing) {
+  const char* literal = "a key of more than fifteen bytes";
+  const std::string key = literal;
+  SwJsonObject object;
+  object.insert(literal, 1);
+  const SwJsonValue& missing = object["missing"];  // all objects share it, from the first time on
+  const long before = allocationsMade();
+  EXPECT_EQ(object[literal].integer(), 1);
+  EXPECT_EQ(object.value(literal, missing).integer(), 1);
+  EXPECT_EQ(object.find(literal), object.find(key));
+  EXPECT_TRUE(object.contains(literal) && object.contains(key));
+  EXPECT_TRUE(object.remove(literal));
+  EXPECT_EQ(allocationsMade() - before, 0);
+}
+
 TEST(SwJsonTree, DeepValuesInAnAnyAreCopiedConvertedAndWritten) {
   for (const std::string& text : {deepArrays(), deepMixed()}) {
     runOnSmallStack([&text] {

@@ -43,7 +43,8 @@
 /// document belongs to one thread; the parser has no global state.
 class SW_CORE_EXPORT SwJsonDocument {
  public:
-  /// Parses the whole text and keeps its value as the root. `errorMessage` is cleared first. On an error it
+  /// Parses the whole text and keeps its value as the root. `errorMessage`, which may be `json` or `key`
+  /// itself, is cleared first. On an error it
   /// says what is wrong (see reportError), the root becomes Null and the result is false. If something other
   /// than white space follows the value, `errorMessage` is "Unexpected characters at the end of JSON." and
   /// the result is false too, but the root keeps the value.
@@ -53,8 +54,9 @@ class SW_CORE_EXPORT SwJsonDocument {
   bool loadFromJson(const SwString& json, SwString& errorMessage, const SwString& key = SwString());
 
   /// The value of the last loadFromJson; Null before the first. Owned by this document and valid until the
-  /// next one.
-  const SwJsonValue& root() const noexcept { return root_; }
+  /// next one. Of a document that is about to die the value itself, moved out.
+  const SwJsonValue& root() const& noexcept { return root_; }
+  SwJsonValue root() && noexcept { return std::move(root_); }
 
   /// The root itself, handed over; it is Null afterwards.
   SwJsonValue takeRoot() noexcept { return std::move(root_); }

@@ -3,23 +3,26 @@
 #include <cstddef>
 #include <map>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "core/SwJsonValue.h"
 #include "core/export.h"
 
 /// The members of a JSON object: a map whose keys stand in byte-wise ascending order, each once. Keys are
-/// byte strings and may hold NUL bytes, except where a function takes a `const char*`.
+/// byte strings and may hold NUL bytes, except where a function takes a `const char*`; a null one is the
+/// empty key.
 //
 /// Copies are deep. Pointers, references and iterators to a member stay valid until that member is removed or
-/// overwritten. What copies or inserts, or makes a string of the key it is given, throws std::bad_alloc.
-/// Threads: as for SwJsonValue.
+/// overwritten. What copies or inserts throws std::bad_alloc; looking a key up allocates nothing. Threads: as
+/// for SwJsonValue.
 class SW_CORE_EXPORT SwJsonObject {
   /// The order of std::less. Most keys differ in their first byte, which is cheaper to compare here.
   struct KeyOrder {
-    bool operator()(const std::string& a, const std::string& b) const noexcept {
-      const auto first = static_cast<unsigned char>(*a.c_str());
-      const auto second = static_cast<unsigned char>(*b.c_str());
+    using is_transparent = void;
+    bool operator()(std::string_view a, std::string_view b) const noexcept {
+      const auto first = static_cast<unsigned char>(a.empty() ? '\0' : a.front());
+      const auto second = static_cast<unsigned char>(b.empty() ? '\0' : b.front());
       return first != second ? first < second : a < b;
     }
   };
@@ -40,25 +43,30 @@ class SW_CORE_EXPORT SwJsonObject {
 
   bool empty() const noexcept { return members_.empty(); }
   std::size_t size() const noexcept { return members_.size(); }
-  bool contains(const std::string& key) const { return members_.count(key) != 0; }
+  bool contains(const std::string& key) const noexcept { return lookUp(key) != nullptr; }
+  bool contains(const char* key) const noexcept { return find(key) != nullptr; }
 
   /// Takes the value over as a new member, or as the new value of the one that is there.
   void insert(std::string key, SwJsonValue value) { put(std::move(key), std::move(value)); }
+  void insert(const char* key, SwJsonValue value) { put(std::string(viewOf(key)), std::move(value)); }
 
   /// False if there is no such member.
-  bool remove(const std::string& key) { return members_.erase(key) != 0; }
+  bool remove(const std::string& key) noexcept { return erase(key); }
+  bool remove(const char* key) noexcept { return erase(viewOf(key)); }
 
-  /// A copy of the member's value, or of `defaultValue` if there is no such member. A null key is the empty
-  /// key.
+  /// A copy of the member's value, or of `defaultValue` if there is no such member.
   SwJsonValue value(const char* key, const SwJsonValue& defaultValue) const;
 
-  /// The member's value, without a copy; if there is none, a Null that all objects share. A null key is the
-  /// empty key.
-  const SwJsonValue& operator[](const char* key) const;
+  /// The member's value, without a copy; if there is none, a Null that all objects share. Of an object that
+  /// is about to die the value itself, moved out, or a Null.
+  const SwJsonValue& operator[](const char* key) const&;
+  SwJsonValue operator[](const char* key) &&;
 
   /// The member's value, owned by this object; null if there is no such member.
-  const SwJsonValue* find(const std::string& key) const;
-  SwJsonValue* find(const std::string& key);
+  const SwJsonValue* find(const std::string& key) const noexcept { return lookUp(key); }
+  const SwJsonValue* find(const char* key) const noexcept { return lookUp(viewOf(key)); }
+  SwJsonValue* find(const std::string& key) noexcept { return const_cast<SwJsonValue*>(lookUp(key)); }
+  SwJsonValue* find(const char* key) noexcept { return const_cast<SwJsonValue*>(lookUp(viewOf(key))); }
 
   /// The members as pairs of key (first) and value (second), in key order.
   const_iterator begin() const noexcept { return members_.begin(); }
@@ -70,6 +78,12 @@ class SW_CORE_EXPORT SwJsonObject {
  private:
   friend class SwJsonParser;
   friend class SwJsonTree;
+
+  static std::string_view viewOf(const char* key) noexcept {
+    return key ? std::string_view(key) : std::string_view();
+  }
+  const SwJsonValue* lookUp(std::string_view key) const noexcept;
+  bool erase(std::string_view key) noexcept;
 
   /// What insert does, without its copies.
   void put(std::string&& key, SwJsonValue&& value);

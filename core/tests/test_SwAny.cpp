@@ -298,3 +298,16 @@ TEST(SwAny, ToStringWithoutAConversionIsEmptyAndSilent) {
   EXPECT_EQ(any.toString(6), "");
   EXPECT_EQ(captured.text(), "");
 }
+
+TEST(SwAny, WhatATemporaryHoldsIsAValue) {
+  static_assert(std::is_same_v<decltype(SwAny().get<SwString>()), SwString>);
+  static_assert(std::is_same_v<decltype(SwAny().typeName()), std::string>);
+  SwAny any = SwString("a text that needs memory");
+  const std::string& text = any.convert(SwAny::typeNameOf<std::string>()).get<std::string>();
+  EXPECT_EQ(text, "a text that needs memory");
+  const std::string& name = SwAny(any).typeName();
+  EXPECT_EQ(name, "8SwString");
+  EXPECT_THROW(SwAny(any).get<int>(), std::runtime_error);
+  const char* bytes = any.get<SwString>().data();
+  EXPECT_EQ(std::move(any).get<SwString>().data(), bytes) << "moved, not copied";
+}

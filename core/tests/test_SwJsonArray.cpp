@@ -40,3 +40,15 @@ TEST(SwJsonArray, AssignmentFromInsideTheArray) {
   ASSERT_EQ(array.size(), 1U);
   EXPECT_EQ(array[0].integer(), 7);
 }
+
+TEST(SwJsonArray, AnElementOfATemporaryIsAValue) {
+  SwJsonArray array;
+  array.append("a text that needs memory");
+  static_assert(std::is_same_v<decltype(SwJsonArray()[0]), SwJsonValue>);
+  static_assert(std::is_same_v<decltype(SwJsonArray().at(0)), SwJsonValue>);
+  const SwJsonValue& copied = SwJsonArray(array).at(0);
+  EXPECT_EQ(copied.text(), "a text that needs memory");
+  EXPECT_THROW(SwJsonArray(array).at(1), std::out_of_range);
+  const char* bytes = array[0].text().data();
+  EXPECT_EQ(std::move(array)[0].text().data(), bytes) << "moved, not copied";
+}

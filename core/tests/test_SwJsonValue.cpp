@@ -284,3 +284,15 @@ TEST(SwJsonValue, EscapeStringOfEveryByte) {
     }
   }
 }
+
+TEST(SwJsonValue, TextIsMovedOutOfTemporariesAndOfSwStrings) {
+  SwString string("a text that needs memory");
+  const char* bytes = string.data();
+  SwJsonValue value(std::move(string));
+  EXPECT_TRUE(value.isString());
+  EXPECT_EQ(value.text().data(), bytes) << "moved, not copied";
+  static_assert(std::is_same_v<decltype(SwJsonValue().text()), std::string>);
+  const std::string& text = SwJsonValue(value).text();
+  EXPECT_EQ(text, "a text that needs memory");
+  EXPECT_EQ(std::move(value).text().data(), bytes) << "moved, not copied";
+}

@@ -30,3 +30,14 @@ TEST(SwList, TakesARange) {
   const SwList<unsigned char> list(bytes.begin(), bytes.end());
   EXPECT_EQ(list, (SwList<unsigned char>{1, 255}));
 }
+
+TEST(SwList, AnElementOfATemporaryIsAValue) {
+  using Texts = SwList<std::string>;
+  static_assert(std::is_same_v<decltype(Texts().at(0)), std::string>);
+  Texts texts{"a text that needs memory"};
+  const std::string& copied = Texts(texts).at(0);
+  EXPECT_EQ(copied, "a text that needs memory");
+  EXPECT_THROW(Texts(texts).at(1), std::out_of_range);
+  const char* bytes = texts.at(0).data();
+  EXPECT_EQ(std::move(texts).at(0).data(), bytes) << "moved, not copied";
+}

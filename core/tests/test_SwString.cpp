@@ -215,3 +215,12 @@ TEST(SwString, ToDoubleReportsFailure) {
   EXPECT_EQ(SwString("").toDouble(), 0.0);
   EXPECT_EQ(captured.text(), "Invalid double conversion in SwString: \n");
 }
+
+TEST(SwString, TheBytesOfATemporaryAreAValue) {
+  static_assert(std::is_same_v<decltype(SwString().str()), std::string>);
+  SwString string(" a text that needs memory ");
+  const std::string& trimmed = string.trimmed().str();
+  EXPECT_EQ(trimmed, "a text that needs memory");
+  const char* bytes = string.data();
+  EXPECT_EQ(std::move(string).str().data(), bytes) << "moved, not copied";
+}

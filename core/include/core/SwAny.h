@@ -133,18 +133,25 @@ class SW_CORE_EXPORT SwAny {
   }
 
   /// The held value's type name; empty if there is no value.
-  const std::string& typeName() const noexcept { return typeName_; }
+  const std::string& typeName() const& noexcept { return typeName_; }
+  std::string typeName() && { return typeName_; }
   bool isEmpty() const noexcept { return typeName_.empty(); }
 
   /// The held value, owned by this SwAny and valid until it changes or dies. Throws std::runtime_error: "Type
   /// mismatch in SwAny::get" if the held type is not exactly T, "Null storage in SwAny::get" if there is no
   /// value behind its name.
   template <typename T>
-  const T& get() const;
+  const T& get() const&;
 
   /// The held value itself, moved out; what stays is as moving leaves it. Throws get()'s errors.
   template <typename T>
   T take();
+
+  /// Of an SwAny that is about to die, such as convert() gives, get() is take().
+  template <typename T>
+  T get() && {
+    return take<T>();
+  }
 
   /// The address of the held value, owned as above; null if there is none.
   void* data() const;
@@ -249,7 +256,7 @@ class SW_CORE_EXPORT SwAny {
 };
 
 template <typename T>
-const T& SwAny::get() const {
+const T& SwAny::get() const& {
   if (typeName_ != sw_any::typeName<T>()) throwTypeMismatch();
   const void* held = data();
   if (held == nullptr) throwNullStorage();

@@ -34,13 +34,16 @@ class SW_CORE_EXPORT SwJsonArray {
   /// Takes the value over as the last element.
   void append(SwJsonValue value) { elements_.push_back(std::move(value)); }
 
-  /// Throws std::out_of_range if `index` is not below size().
-  const SwJsonValue& at(std::size_t index) const { return elements_.at(index); }
-  SwJsonValue& at(std::size_t index) { return elements_.at(index); }
+  /// The element itself; of an array that is about to die its value, moved out. Throws std::out_of_range if
+  /// `index` is not below size().
+  const SwJsonValue& at(std::size_t index) const& { return elements_.at(index); }
+  SwJsonValue& at(std::size_t index) & { return elements_.at(index); }
+  SwJsonValue at(std::size_t index) && { return std::move(elements_.at(index)); }
 
-  /// `index` must be below size().
-  const SwJsonValue& operator[](std::size_t index) const { return elements_[index]; }
-  SwJsonValue& operator[](std::size_t index) { return elements_[index]; }
+  /// The same; `index` must be below size().
+  const SwJsonValue& operator[](std::size_t index) const& { return elements_[index]; }
+  SwJsonValue& operator[](std::size_t index) & { return elements_[index]; }
+  SwJsonValue operator[](std::size_t index) && { return std::move(elements_[index]); }
 
   const_iterator begin() const noexcept { return elements_.begin(); }
   const_iterator end() const noexcept { return elements_.end(); }

@@ -63,6 +63,7 @@ class SW_CORE_EXPORT SwJsonValue {
   SwJsonValue(const char* text);
   SwJsonValue(std::string text) noexcept : kind_(Kind::String), text_(std::move(text)) {}
   SwJsonValue(const SwString& text) : SwJsonValue(text.str()) {}
+  SwJsonValue(SwString&& text) noexcept : SwJsonValue(std::move(text).str()) {}
 
   /// Take the container over (copy it in by passing an lvalue).
   SwJsonValue(SwJsonObject object);
@@ -103,11 +104,12 @@ class SW_CORE_EXPORT SwJsonValue {
   bool isArray() const noexcept { return kind_ == Kind::Array; }
 
   /// The fields as they are, without conversion between kinds: false, 0, 0.0 and "" unless the kind is
-  /// theirs.
+  /// theirs. The text of a value that is about to die is moved out.
   bool boolean() const noexcept { return boolean_; }
   std::int64_t integer() const noexcept { return integer_; }
   double number() const noexcept { return number_; }
-  const std::string& text() const noexcept { return text_; }
+  const std::string& text() const& noexcept { return text_; }
+  std::string text() && noexcept { return takeText(); }
 
   /// A String's bytes, moved out of it, which leaves it empty; "" of any other kind.
   std::string takeText() noexcept { return std::exchange(text_, std::string()); }

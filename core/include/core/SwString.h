@@ -27,8 +27,13 @@ class SW_CORE_EXPORT SwString {
 
   SwString(std::string text) noexcept : text_(std::move(text)) {}
 
-  /// The bytes; the reference lives as long as this string and changes with it.
-  const std::string& str() const noexcept { return text_; }
+  /// The bytes; a reference lives as long as this string and changes with it. Those of a string that is about
+  /// to die are moved out.
+  const std::string& str() const& noexcept { return text_; }
+  std::string str() && noexcept { return std::move(text_); }
+
+  /// The same as an argument for whatever takes a std::string. The language has no way to make this a value
+  /// for a temporary, so keep the bytes of one in a std::string, not in a reference to one.
   operator const std::string&() const noexcept { return text_; }
   const char* c_str() const noexcept { return text_.c_str(); }
   const char* data() const noexcept { return text_.data(); }

@@ -1,15 +1,11 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
-#include <string>
-#include <unordered_map>
 #include <vector>
 
-#include "core/SwAny.h"
-#include "render_base/RenderContext.h"
-#include "scene.h"
 #include "seg_mask_overlay/SegMaskOverlayPlugin.h"
+#include "test_support/FrameContext.h"
+#include "test_support/scene.h"
 #include "zelvo/DeviceRenderBackend.h"
 
 /// The plug-in's class itself and one frame of a scene with one producer, on the default stream. The payload
@@ -19,16 +15,13 @@ class Drawing {
  public:
   explicit Drawing(const scene::Scene& scene);
 
-  void render() { plugin_.render(context_); }
+  void render() { plugin_.render(parts_.ctx); }
 
   /// The frame as it is now, packed NV12.
-  std::vector<uint8_t> pixels() const;
+  std::vector<uint8_t> pixels() const { return parts_.pixels(); }
 
  private:
   zelvo::DeviceRenderBackend backend_{nullptr};
   SegMaskOverlayPlugin plugin_;
-  std::unordered_map<std::string, std::vector<RenderProducerStatus>> statuses_;
-  std::unordered_map<std::string, std::vector<RenderInput>> inputs_;
-  RenderPayloadResolver resolver_{[](uint64_t, const SwAny& stored) { return stored; }};
-  RenderContext context_;  // its guard goes before the backend
+  plugin_test::FrameContext parts_;  // the context's guard goes before the backend
 };

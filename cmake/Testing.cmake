@@ -29,7 +29,7 @@ include(GoogleTest)
 # What tests run is run by the emulator too.
 set(SEG_MASK_TEST_OBJECTS)
 if(CMAKE_CROSSCOMPILING AND CMAKE_CROSSCOMPILING_EMULATOR)
-  add_library(seg_mask_exec_in_emulator OBJECT "${PROJECT_SOURCE_DIR}/tests/exec_in_emulator.cpp")
+  add_library(seg_mask_exec_in_emulator OBJECT "${PROJECT_SOURCE_DIR}/test_support/src/exec_in_emulator.cpp")
   target_compile_definitions(seg_mask_exec_in_emulator PRIVATE
     "SEG_MASK_EMULATOR=\"${CMAKE_CROSSCOMPILING_EMULATOR}\"")
   set(SEG_MASK_TEST_OBJECTS seg_mask_exec_in_emulator)

@@ -1,12 +1,12 @@
-#include "Canvas.h"
+#include "fuzz/Canvas.h"
 
 #include <cuda_runtime.h>
 
 #include <cstring>
 #include <string>
 
-#include "fuzz_target.h"
-#include "scene.h"
+#include "fuzz/fuzz_target.h"
+#include "test_support/scene.h"
 
 namespace fuzz {
 namespace {

@@ -1,4 +1,4 @@
-#include "delivery_builder.h"
+#include "fuzz/delivery_builder.h"
 
 #include <cstddef>
 #include <new>
@@ -7,8 +7,8 @@
 
 #include "core/SwJsonArray.h"
 #include "core/SwJsonDocument.h"
-#include "detection_builder.h"
-#include "tree_builder.h"
+#include "fuzz/detection_builder.h"
+#include "fuzz/tree_builder.h"
 
 namespace fuzz {
 

@@ -1,4 +1,4 @@
-#include "detection_builder.h"
+#include "fuzz/detection_builder.h"
 
 #include <array>
 #include <cstdint>
@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "core/SwJsonArray.h"
-#include "scene.h"
-#include "tree_builder.h"
+#include "fuzz/tree_builder.h"
+#include "test_support/scene.h"
 
 namespace fuzz {
 namespace {

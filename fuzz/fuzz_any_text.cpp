@@ -10,15 +10,15 @@
 #include <variant>
 #include <vector>
 
-#include "FuzzInput.h"
-#include "StderrCapture.h"
 #include "core/SwAny.h"
 #include "core/SwJsonDocument.h"
 #include "core/SwList.h"
 #include "core/render_payload.h"
-#include "fuzz_target.h"
-#include "reference_json.h"
-#include "reference_numbers.h"
+#include "fuzz/FuzzInput.h"
+#include "fuzz/fuzz_target.h"
+#include "fuzz/reference_json.h"
+#include "fuzz/reference_numbers.h"
+#include "test_support/StderrCapture.h"
 
 namespace {
 

@@ -8,12 +8,12 @@
 #include <limits>
 #include <optional>
 
-#include "FuzzInput.h"
-#include "SegMaskOverlayPluginPeer.h"
-#include "StderrCapture.h"
-#include "fuzz_target.h"
-#include "reference_json.h"
-#include "reference_numbers.h"
+#include "fuzz/FuzzInput.h"
+#include "fuzz/fuzz_target.h"
+#include "fuzz/reference_json.h"
+#include "fuzz/reference_numbers.h"
+#include "test_support/SegMaskOverlayPluginPeer.h"
+#include "test_support/StderrCapture.h"
 
 namespace {
 

@@ -3,13 +3,13 @@
 
 #include <vector>
 
-#include "FuzzInput.h"
-#include "StderrCapture.h"
 #include "core/SwJsonDocument.h"
 #include "core/swcfg.h"
-#include "fuzz_target.h"
-#include "reference_json.h"
-#include "reference_numbers.h"
+#include "fuzz/FuzzInput.h"
+#include "fuzz/fuzz_target.h"
+#include "fuzz/reference_json.h"
+#include "fuzz/reference_numbers.h"
+#include "test_support/StderrCapture.h"
 
 namespace {
 

@@ -10,13 +10,13 @@
 #include <optional>
 #include <utility>
 
-#include "FuzzInput.h"
-#include "StderrCapture.h"
-#include "fuzz_target.h"
+#include "fuzz/FuzzInput.h"
+#include "fuzz/fuzz_target.h"
+#include "fuzz/reference_json.h"
+#include "fuzz/reference_numbers.h"
 #include "host/DetectionStream.h"
 #include "io/UserError.h"
-#include "reference_json.h"
-#include "reference_numbers.h"
+#include "test_support/StderrCapture.h"
 
 namespace {
 

@@ -5,13 +5,13 @@
 #include <cstring>
 #include <new>
 
-#include "FuzzInput.h"
-#include "StderrCapture.h"
-#include "delivery_builder.h"
 #include "detection/detections.h"
-#include "fuzz_target.h"
-#include "reference_detections.h"
-#include "reference_numbers.h"
+#include "fuzz/FuzzInput.h"
+#include "fuzz/delivery_builder.h"
+#include "fuzz/fuzz_target.h"
+#include "fuzz/reference_detections.h"
+#include "fuzz/reference_numbers.h"
+#include "test_support/StderrCapture.h"
 
 namespace {
 

@@ -4,13 +4,13 @@
 #include <stdexcept>
 #include <vector>
 
-#include "FuzzInput.h"
-#include "StderrCapture.h"
 #include "base64.h"
 #include "core/SwCrypto.h"
 #include "core/SwString.h"
-#include "fuzz_target.h"
-#include "reference_encryption.h"
+#include "fuzz/FuzzInput.h"
+#include "fuzz/fuzz_target.h"
+#include "fuzz/reference_encryption.h"
+#include "test_support/StderrCapture.h"
 
 namespace {
 

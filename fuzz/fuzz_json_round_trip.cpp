@@ -7,13 +7,13 @@
 #include <cstdio>
 #include <optional>
 
-#include "FuzzInput.h"
-#include "StderrCapture.h"
 #include "core/SwJsonDocument.h"
-#include "fuzz_target.h"
-#include "reference_json.h"
-#include "reference_numbers.h"
-#include "tree_builder.h"
+#include "fuzz/FuzzInput.h"
+#include "fuzz/fuzz_target.h"
+#include "fuzz/reference_json.h"
+#include "fuzz/reference_numbers.h"
+#include "fuzz/tree_builder.h"
+#include "test_support/StderrCapture.h"
 
 namespace {
 

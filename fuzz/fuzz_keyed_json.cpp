@@ -2,12 +2,12 @@
 // the first line feed, then the text, in which every <...> stands for the cipher text of what is between the
 // brackets.
 
-#include "FuzzInput.h"
-#include "StderrCapture.h"
 #include "core/SwJsonDocument.h"
-#include "fuzz_target.h"
-#include "reference_encryption.h"
-#include "reference_json.h"
+#include "fuzz/FuzzInput.h"
+#include "fuzz/fuzz_target.h"
+#include "fuzz/reference_encryption.h"
+#include "fuzz/reference_json.h"
+#include "test_support/StderrCapture.h"
 
 namespace {
 

@@ -6,13 +6,13 @@
 #include <opencv2/imgproc.hpp>
 #include <vector>
 
-#include "FuzzInput.h"
-#include "detection_builder.h"
-#include "fuzz_target.h"
-#include "golden_model.h"
+#include "fuzz/FuzzInput.h"
+#include "fuzz/detection_builder.h"
+#include "fuzz/fuzz_target.h"
 #include "mask/mask_base64.h"
 #include "mask/mask_text.h"
 #include "src/FrameMask.h"
+#include "test_support/golden_model.h"
 #include "test_support/scalar_base64.h"
 
 namespace {

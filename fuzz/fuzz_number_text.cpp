@@ -5,13 +5,13 @@
 #include <limits>
 #include <type_traits>
 
-#include "FuzzInput.h"
-#include "StderrCapture.h"
 #include "core/SwString.h"
 #include "core/number_text.h"
 #include "core/saturate.h"
-#include "fuzz_target.h"
-#include "reference_numbers.h"
+#include "fuzz/FuzzInput.h"
+#include "fuzz/fuzz_target.h"
+#include "fuzz/reference_numbers.h"
+#include "test_support/StderrCapture.h"
 
 namespace {
 

@@ -5,12 +5,12 @@
 #include <array>
 #include <unordered_map>
 
-#include "FuzzInput.h"
-#include "StderrCapture.h"
-#include "fuzz_target.h"
-#include "reference_producers.h"
+#include "fuzz/FuzzInput.h"
+#include "fuzz/fuzz_target.h"
+#include "fuzz/reference_producers.h"
 #include "render_base/RenderBase.h"
 #include "render_base/RenderContext.h"
+#include "test_support/StderrCapture.h"
 
 namespace {
 

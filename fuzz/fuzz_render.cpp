@@ -13,14 +13,14 @@
 #include <new>
 #include <stdexcept>
 
-#include "Canvas.h"
-#include "FuzzInput.h"
-#include "SegMaskOverlayPluginPeer.h"
-#include "StderrCapture.h"
 #include "cudart_cpu/control.h"
-#include "fuzz_target.h"
-#include "pass_model.h"
-#include "render_host.h"
+#include "fuzz/Canvas.h"
+#include "fuzz/FuzzInput.h"
+#include "fuzz/fuzz_target.h"
+#include "fuzz/pass_model.h"
+#include "fuzz/render_host.h"
+#include "test_support/SegMaskOverlayPluginPeer.h"
+#include "test_support/StderrCapture.h"
 
 namespace {
 

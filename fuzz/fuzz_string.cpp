@@ -4,11 +4,11 @@
 #include <string>
 #include <vector>
 
-#include "FuzzInput.h"
-#include "StderrCapture.h"
 #include "core/SwString.h"
-#include "fuzz_target.h"
-#include "reference_numbers.h"
+#include "fuzz/FuzzInput.h"
+#include "fuzz/fuzz_target.h"
+#include "fuzz/reference_numbers.h"
+#include "test_support/StderrCapture.h"
 
 namespace {
 

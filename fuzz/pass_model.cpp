@@ -1,4 +1,4 @@
-#include "pass_model.h"
+#include "fuzz/pass_model.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -1,11 +1,11 @@
-#include "reference_detections.h"
+#include "fuzz/reference_detections.h"
 
 #include <cmath>
 #include <cstdio>
 #include <limits>
 
 #include "core/SwJsonArray.h"
-#include "reference_numbers.h"
+#include "fuzz/reference_numbers.h"
 
 namespace reference {
 namespace {

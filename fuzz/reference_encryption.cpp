@@ -1,4 +1,4 @@
-#include "reference_encryption.h"
+#include "fuzz/reference_encryption.h"
 
 #include <openssl/evp.h>
 #include <openssl/sha.h>
@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <memory>
 
-#include "fuzz_target.h"
+#include "fuzz/fuzz_target.h"
 
 namespace reference {
 namespace {

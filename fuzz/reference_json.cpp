@@ -1,9 +1,9 @@
-#include "reference_json.h"
+#include "fuzz/reference_json.h"
 
 #include <algorithm>
 #include <utility>
 
-#include "reference_numbers.h"
+#include "fuzz/reference_numbers.h"
 
 namespace reference {
 namespace {

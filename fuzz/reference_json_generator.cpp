@@ -3,9 +3,9 @@
 #include <cmath>
 #include <cstdio>
 
-#include "reference_encryption.h"
-#include "reference_json.h"
-#include "reference_numbers.h"
+#include "fuzz/reference_encryption.h"
+#include "fuzz/reference_json.h"
+#include "fuzz/reference_numbers.h"
 
 namespace reference {
 namespace {

@@ -5,9 +5,9 @@
 #include <cstdlib>
 #include <utility>
 
-#include "reference_encryption.h"
-#include "reference_json.h"
-#include "reference_numbers.h"
+#include "fuzz/reference_encryption.h"
+#include "fuzz/reference_json.h"
+#include "fuzz/reference_numbers.h"
 
 namespace reference {
 namespace {

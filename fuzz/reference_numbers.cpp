@@ -1,4 +1,4 @@
-#include "reference_numbers.h"
+#include "fuzz/reference_numbers.h"
 
 #include <algorithm>
 #include <cerrno>

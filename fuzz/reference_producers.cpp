@@ -1,4 +1,4 @@
-#include "reference_producers.h"
+#include "fuzz/reference_producers.h"
 
 #include <algorithm>
 #include <array>

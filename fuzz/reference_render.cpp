@@ -1,4 +1,4 @@
-#include "reference_render.h"
+#include "fuzz/reference_render.h"
 
 #include <algorithm>
 #include <optional>

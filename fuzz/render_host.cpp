@@ -1,10 +1,10 @@
-#include "render_host.h"
+#include "fuzz/render_host.h"
 
 #include <algorithm>
 #include <utility>
 
-#include "fuzz_target.h"
-#include "reference_producers.h"
+#include "fuzz/fuzz_target.h"
+#include "fuzz/reference_producers.h"
 #include "zelvo/ZelvoPicturePool.h"
 
 namespace fuzz {

@@ -5,10 +5,10 @@
 
 #include <random>
 
-#include "StderrCapture.h"
 #include "core/SwJsonDocument.h"
-#include "reference_encryption.h"
-#include "reference_json.h"
+#include "fuzz/reference_encryption.h"
+#include "fuzz/reference_json.h"
+#include "test_support/StderrCapture.h"
 
 namespace {
 

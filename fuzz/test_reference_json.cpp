@@ -6,9 +6,9 @@
 #include <cmath>
 #include <limits>
 
-#include "reference_encryption.h"
-#include "reference_json.h"
-#include "reference_numbers.h"
+#include "fuzz/reference_encryption.h"
+#include "fuzz/reference_json.h"
+#include "fuzz/reference_numbers.h"
 
 namespace {
 

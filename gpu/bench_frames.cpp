@@ -13,9 +13,9 @@
 
 #include "DeviceBytes.h"
 #include "crowd.h"
-#include "plugin_harness.h"
 #include "report.h"
-#include "scene.h"
+#include "test_support/plugin_harness.h"
+#include "test_support/scene.h"
 #include "zelvo/ZelvoPicture.h"
 #include "zelvo/ZelvoPicturePool.h"
 #include "zelvo/transfer.h"

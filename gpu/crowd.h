@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "scene.h"
+#include "test_support/scene.h"
 
 namespace crowd {
 

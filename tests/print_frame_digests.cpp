@@ -3,8 +3,8 @@
 
 #include <cstdio>
 
-#include "frame_digests.h"
-#include "golden_model.h"
+#include "test_support/frame_digests.h"
+#include "test_support/golden_model.h"
 
 int main() {
   for (const frame_digests::NamedScene& scene : frame_digests::scenes()) {

@@ -10,12 +10,12 @@
 #include <string>
 #include <vector>
 
-#include "camera.h"
 #include "cudart_cpu/control.h"
-#include "frame_check.h"
-#include "golden_model.h"
-#include "plugin_harness.h"
-#include "scene.h"
+#include "test_support/Camera.h"
+#include "test_support/frame_check.h"
+#include "test_support/golden_model.h"
+#include "test_support/plugin_harness.h"
+#include "test_support/scene.h"
 #include "zelvo/ZelvoPicture.h"
 
 namespace {

@@ -11,11 +11,11 @@
 #include <vector>
 
 #include "cudart_cpu/control.h"
-#include "frame_check.h"
-#include "golden_model.h"
-#include "partial_frames.h"
-#include "plugin_harness.h"
-#include "scene.h"
+#include "test_support/PartialFrames.h"
+#include "test_support/frame_check.h"
+#include "test_support/golden_model.h"
+#include "test_support/plugin_harness.h"
+#include "test_support/scene.h"
 
 namespace {
 

@@ -13,11 +13,11 @@
 #include <utility>
 #include <vector>
 
-#include "StderrCapture.h"
-#include "golden_model.h"
-#include "plugin_harness.h"
-#include "random_scene.h"
-#include "scene.h"
+#include "test_support/StderrCapture.h"
+#include "test_support/golden_model.h"
+#include "test_support/plugin_harness.h"
+#include "test_support/random_scene.h"
+#include "test_support/scene.h"
 
 namespace {
 

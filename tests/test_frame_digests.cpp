@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "frame_digests.h"
-#include "golden_model.h"
-#include "plugin_harness.h"
+#include "test_support/frame_digests.h"
+#include "test_support/golden_model.h"
+#include "test_support/plugin_harness.h"
 
 namespace {
 

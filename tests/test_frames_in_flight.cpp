@@ -5,8 +5,8 @@
 #include <memory>
 #include <vector>
 
-#include "camera.h"
-#include "plugin_harness.h"
+#include "test_support/Camera.h"
+#include "test_support/plugin_harness.h"
 
 namespace {
 

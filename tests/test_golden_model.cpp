@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "golden_model.h"
-#include "scene.h"
+#include "test_support/golden_model.h"
+#include "test_support/scene.h"
 
 namespace {
 

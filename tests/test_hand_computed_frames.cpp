@@ -8,9 +8,9 @@
 #include <utility>
 #include <vector>
 
-#include "golden_model.h"
-#include "plugin_harness.h"
-#include "scene.h"
+#include "test_support/golden_model.h"
+#include "test_support/plugin_harness.h"
+#include "test_support/scene.h"
 
 namespace {
 

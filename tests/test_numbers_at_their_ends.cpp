@@ -15,8 +15,8 @@
 #include "core/SwJsonArray.h"
 #include "core/SwJsonObject.h"
 #include "core/SwJsonValue.h"
-#include "plugin_harness.h"
-#include "scene.h"
+#include "test_support/plugin_harness.h"
+#include "test_support/scene.h"
 
 namespace {
 

@@ -11,10 +11,10 @@
 #include <utility>
 #include <vector>
 
-#include "frame_check.h"
-#include "golden_model.h"
-#include "plugin_harness.h"
-#include "scene.h"
+#include "test_support/frame_check.h"
+#include "test_support/golden_model.h"
+#include "test_support/plugin_harness.h"
+#include "test_support/scene.h"
 #include "zelvo/RenderTarget.h"
 #include "zelvo/ZelvoPicture.h"
 #include "zelvo/ZelvoPicturePool.h"

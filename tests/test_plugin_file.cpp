@@ -8,9 +8,9 @@
 #include <typeinfo>
 #include <vector>
 
-#include "ElfFile.h"
-#include "plugin_harness.h"
 #include "render_base/RenderBase.h"
+#include "test_support/ElfFile.h"
+#include "test_support/plugin_harness.h"
 
 namespace {
 

@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
-#include "plugin_harness.h"
-#include "scene.h"
+#include "test_support/plugin_harness.h"
+#include "test_support/scene.h"
 
 namespace {
 

@@ -17,15 +17,15 @@
 #include <utility>
 #include <vector>
 
-#include "Allocations.h"
-#include "StderrCapture.h"
 #include "cudart_cpu/control.h"
-#include "frame_check.h"
-#include "golden_model.h"
-#include "partial_frames.h"
-#include "plugin_harness.h"
 #include "render_base/RenderBase.h"
-#include "scene.h"
+#include "test_support/Allocations.h"
+#include "test_support/PartialFrames.h"
+#include "test_support/StderrCapture.h"
+#include "test_support/frame_check.h"
+#include "test_support/golden_model.h"
+#include "test_support/plugin_harness.h"
+#include "test_support/scene.h"
 #include "zelvo/ZelvoPicture.h"
 #include "zelvo/ZelvoPicturePool.h"
 
@@ -173,7 +173,7 @@ class PluginOutOfMemory : public ::testing::Test {
   const StderrCapture captured_;
   const WatchedMatrices matrices_;
   plugin_test::PluginLibrary library_;
-  plugin_test::Stream stream_;
+  plugin_test::CudaStream stream_;
   zelvo::DeviceRenderBackend backend_{stream_.get()};
 
  private:
@@ -329,20 +329,19 @@ TEST_F(PluginOutOfMemory, TheViewCacheHoldsWholeViewsAlone) {
   const std::string type = "a payload type whose name needs memory";
   const std::vector<std::string> producers = {"the first producer, with a name", "the second producer alike",
                                               "the third one, without a report"};
-  std::unordered_map<std::string, std::vector<RenderProducerStatus>> statuses;
-  std::unordered_map<std::string, std::vector<RenderInput>> inputs;
-  statuses[type].resize(3);
-  inputs[type].resize(3);
-  for (std::size_t i = 0; i < 3; ++i) {
-    // The third report is the first producer's again.
-    statuses[type][i].producer_id = producers[i % 2];
-    statuses[type][i].detail = std::string(40, static_cast<char>('a' + i));
-    inputs[type][i].producer_id = producers[i];
-  }
   forEachFailure([&] {
-    RenderContext ctx;
-    ctx.producer_statuses = &statuses;
-    ctx.inputs = &inputs;
+    plugin_test::FrameContext parts;
+    std::vector<RenderProducerStatus>& reports = parts.reports[type];
+    std::vector<RenderInput>& inputs = parts.inputs[type];
+    reports.resize(3);
+    inputs.resize(3);
+    for (std::size_t i = 0; i < 3; ++i) {
+      // The third report is the first producer's again.
+      reports[i].producer_id = producers[i % 2];
+      reports[i].detail = std::string(40, static_cast<char>('a' + i));
+      inputs[i].producer_id = producers[i];
+    }
+    const RenderContext& ctx = parts.ctx;
     RenderBase::producerTypeView(ctx, "other");
     const bool made = succeeds([&] { RenderBase::producerTypeView(ctx, type); });
     EXPECT_EQ(ctx.producer_views.count(type), made ? 1U : 0U);

@@ -12,11 +12,11 @@
 
 #include "core/SwJsonArray.h"
 #include "core/SwJsonObject.h"
-#include "frame_check.h"
-#include "golden_model.h"
-#include "plugin_harness.h"
-#include "scene.h"
-#include "scene_payload.h"
+#include "test_support/frame_check.h"
+#include "test_support/golden_model.h"
+#include "test_support/plugin_harness.h"
+#include "test_support/scene.h"
+#include "test_support/scene_payload.h"
 
 namespace {
 

@@ -9,11 +9,11 @@
 #include <string>
 #include <vector>
 
-#include "Allocations.h"
 #include "core/SwAny.h"
-#include "plugin_harness.h"
 #include "render_base/RenderInputRequirement.h"
-#include "scene.h"
+#include "test_support/Allocations.h"
+#include "test_support/plugin_harness.h"
+#include "test_support/scene.h"
 
 namespace {
 

@@ -18,13 +18,13 @@
 #include <utility>
 #include <vector>
 
-#include "at_once.h"
-#include "frame_check.h"
-#include "golden_model.h"
-#include "plugin_harness.h"
-#include "process_facts.h"
-#include "random_scene.h"
-#include "scene.h"
+#include "test_support/StartTogether.h"
+#include "test_support/frame_check.h"
+#include "test_support/golden_model.h"
+#include "test_support/plugin_harness.h"
+#include "test_support/process_facts.h"
+#include "test_support/random_scene.h"
+#include "test_support/scene.h"
 
 namespace {
 
@@ -62,7 +62,7 @@ class PluginThreads : public ::testing::Test {
 
 TEST_F(PluginThreads, EightInstancesOnEightThreadsDrawAsIfEachWereAlone) {
   const auto hosts = PluginThreads::hosts();
-  atOnce(kThreads, [&](unsigned i) {
+  startTogether(kThreads, [&](unsigned i) {
     for (unsigned frame = 0; frame < kFrames; ++frame) {
       if (!drawsAsModelled(*hosts[i], sceneOf(i, frame))) return;
     }
@@ -77,7 +77,7 @@ TEST_F(PluginThreads, LinesOfEightInstancesAreWholeAndAllThere) {
 
   // The frame with detections makes the next empty one the first of its run, which always writes.
   const std::string written = plugin_test::standardErrorOf([&] {
-    atOnce(kThreads, [&](unsigned i) {
+    startTogether(kThreads, [&](unsigned i) {
       for (unsigned frame = 0; frame < kFrames; ++frame) {
         Frame quiet(empty, hosts[i]->stream());
         quiet.context().frame_id = 1000 * i + frame;
@@ -162,7 +162,7 @@ TEST_F(PluginThreads, PayloadsFromAResolverOnAnotherThreadAreDrawn) {
   ResolverThread store;
   RenderPayloadResolver resolver;
   resolver.resolve = [&](uint64_t frame_id, const SwAny& stored) { return store.resolve(frame_id, stored); };
-  atOnce(kThreads, [&](unsigned i) {
+  startTogether(kThreads, [&](unsigned i) {
     for (unsigned number = 0; number < kFrames; ++number) {
       const Scene scene = sceneOf(i, number);
       hosts[i]->configure(scene.settings);
@@ -181,7 +181,7 @@ TEST_F(PluginThreads, WhatAResolverOnAnotherThreadThrowsReachesTheThreadThatRend
   RenderPayloadResolver resolver;
   resolver.resolve = [&](uint64_t frame_id, const SwAny& stored) { return store.resolve(frame_id, stored); };
   const Scene scene = scene::oneProducer(6, 4, {scene::coverAll(6, 4)});
-  atOnce(kThreads, [&](unsigned i) {
+  startTogether(kThreads, [&](unsigned i) {
     for (uint64_t number = 10; number < 16; ++number) {
       Frame frame(scene, hosts[i]->stream());
       frame.context().frame_id = number;
@@ -218,7 +218,7 @@ TEST_F(PluginThreads, LibraryIsLoadedUsedAndLetGoManyTimesWhileAnotherInstanceDr
 // Whoever leaves last takes the library out of memory, while another thread waits to bring it back.
 TEST_F(PluginThreads, EightThreadsLoadDrawAndUnloadInTurn) {
   std::mutex loading;
-  atOnce(kThreads, [&](unsigned i) {
+  startTogether(kThreads, [&](unsigned i) {
     for (unsigned cycle = 0; cycle < 25; ++cycle) {
       std::optional<Host> host;
       {

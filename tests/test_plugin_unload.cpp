@@ -1,13 +1,14 @@
 // The library comes and goes within one process without a trace. Works without a device.
 
+#include <console_bridge/console.h>
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
-#include "plugin_harness.h"
-#include "process_facts.h"
-#include "scene.h"
+#include "test_support/plugin_harness.h"
+#include "test_support/process_facts.h"
+#include "test_support/scene.h"
 
 namespace {
 
@@ -73,6 +74,34 @@ TEST(PluginLoad, LibraryStaysWhileAnyLoaderHoldsIt) {
   { const plugin_test::LoadedPlugin other; }
   EXPECT_TRUE(isMapped(plugin_test::pluginPath()));
   EXPECT_STREQ(kept->getName(), "SegMaskOverlayPlugin");
+}
+
+// Where class_loader's registrations with a message would write it; a pipeline may show all levels.
+class NotedMessages : public console_bridge::OutputHandler {
+ public:
+  NotedMessages() : level_(console_bridge::getLogLevel()) {
+    console_bridge::useOutputHandler(this);
+    console_bridge::setLogLevel(console_bridge::CONSOLE_BRIDGE_LOG_INFO);
+  }
+  ~NotedMessages() override {
+    console_bridge::setLogLevel(level_);
+    console_bridge::restorePreviousOutputHandler();
+  }
+
+  void log(const std::string& text, console_bridge::LogLevel, const char*, int) override {
+    texts.push_back(text);
+  }
+
+  std::vector<std::string> texts;
+
+ private:
+  console_bridge::LogLevel level_;
+};
+
+TEST(PluginLoad, RegistersWithoutAMessage) {
+  const NotedMessages messages;
+  const plugin_test::LoadedPlugin plugin;
+  EXPECT_EQ(messages.texts, std::vector<std::string>{});
 }
 
 TEST(PluginLoad, PrintsNothing) {

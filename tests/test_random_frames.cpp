@@ -3,11 +3,11 @@
 #include <cstdint>
 #include <vector>
 
-#include "frame_check.h"
-#include "golden_model.h"
-#include "plugin_harness.h"
-#include "random_scene.h"
-#include "scene.h"
+#include "test_support/frame_check.h"
+#include "test_support/golden_model.h"
+#include "test_support/plugin_harness.h"
+#include "test_support/random_scene.h"
+#include "test_support/scene.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "ElfFile.h"
+#include "test_support/ElfFile.h"
 
 namespace fs = std::filesystem;
 

@@ -3,12 +3,12 @@
 #include <limits>
 #include <stdexcept>
 
-#include "StderrCapture.h"
 #include "core/SwAny.h"
 #include "core/SwFlagSet.h"
 #include "core/SwJsonDocument.h"
 #include "core/SwList.h"
 #include "core/flags.h"
+#include "test_support/StderrCapture.h"
 
 namespace {
 

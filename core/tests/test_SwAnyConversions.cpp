@@ -2,9 +2,9 @@
 
 #include <limits>
 
-#include "StderrCapture.h"
 #include "core/SwAny.h"
 #include "core/SwList.h"
+#include "test_support/StderrCapture.h"
 
 namespace {
 

@@ -10,13 +10,13 @@
 #include <functional>
 #include <new>
 
-#include "Allocations.h"
-#include "StderrCapture.h"
 #include "core/SwAny.h"
 #include "core/SwFlagSet.h"
 #include "core/SwJsonDocument.h"
 #include "core/flags.h"
 #include "registry_facts.h"
+#include "test_support/Allocations.h"
+#include "test_support/StderrCapture.h"
 
 namespace {
 

@@ -4,9 +4,9 @@
 #include <functional>
 #include <thread>
 
-#include "StderrCapture.h"
 #include "core/SwAny.h"
 #include "registry_facts.h"
+#include "test_support/StderrCapture.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "StderrCapture.h"
 #include "core/SwJsonDocument.h"
+#include "test_support/StderrCapture.h"
 
 TEST(SwJsonDocument, RootIsNullBeforeTheFirstParse) {
   EXPECT_TRUE(SwJsonDocument().root().isNull());

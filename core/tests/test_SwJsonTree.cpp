@@ -4,12 +4,12 @@
 
 #include <functional>
 
-#include "Allocations.h"
-#include "SmallStack.h"
 #include "core/SwAny.h"
 #include "core/SwJsonDocument.h"
 #include "core/render_payload.h"
 #include "core/swcfg.h"
+#include "test_support/Allocations.h"
+#include "test_support/SmallStack.h"
 
 namespace {
 

@@ -3,8 +3,8 @@
 #include <cstring>
 #include <limits>
 
-#include "StderrCapture.h"
 #include "core/SwString.h"
+#include "test_support/StderrCapture.h"
 
 namespace {
 

@@ -10,8 +10,8 @@
 
 #include <string>
 
-#include "StderrCapture.h"
 #include "core/SwString.h"
+#include "test_support/StderrCapture.h"
 
 namespace {
 

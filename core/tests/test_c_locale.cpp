@@ -14,11 +14,11 @@
 #include <sstream>
 #include <thread>
 
-#include "StderrCapture.h"
 #include "core/SwAny.h"
 #include "core/SwJsonDocument.h"
 #include "core/number_text.h"
 #include "core/swcfg.h"
+#include "test_support/StderrCapture.h"
 
 namespace {
 

@@ -14,10 +14,10 @@
 #include <utility>
 #include <vector>
 
-#include "Allocations.h"
-#include "StderrCapture.h"
 #include "core/SwCrypto.h"
 #include "core/SwJsonDocument.h"
+#include "test_support/Allocations.h"
+#include "test_support/StderrCapture.h"
 
 namespace {
 

@@ -3,12 +3,12 @@
 
 #include <gtest/gtest.h>
 
-#include "StartTogether.h"
-#include "StderrFile.h"
 #include "core/SwAny.h"
 #include "core/SwJsonDocument.h"
 #include "core/render_payload.h"
 #include "registry_facts.h"
+#include "test_support/StartTogether.h"
+#include "test_support/StderrFile.h"
 
 TEST(FirstActs, OfDifferentKindsFillTheRegistryOnce) {
   SwString converted;

@@ -3,10 +3,10 @@
 
 #include <gtest/gtest.h>
 
-#include "StartTogether.h"
-#include "StderrFile.h"
 #include "core/SwAny.h"
 #include "registry_facts.h"
+#include "test_support/StartTogether.h"
+#include "test_support/StderrFile.h"
 
 TEST(FirstConversions, EightThreadsFillTheRegistryOnce) {
   constexpr std::size_t kThreads = 8;

@@ -5,10 +5,10 @@
 
 #include <atomic>
 
-#include "StartTogether.h"
-#include "StderrFile.h"
 #include "core/SwAny.h"
 #include "registry_facts.h"
+#include "test_support/StartTogether.h"
+#include "test_support/StderrFile.h"
 
 namespace {
 

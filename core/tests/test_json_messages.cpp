@@ -4,9 +4,9 @@
 
 #include <string>
 
-#include "Allocations.h"
-#include "StderrCapture.h"
 #include "core/SwJsonDocument.h"
+#include "test_support/Allocations.h"
+#include "test_support/StderrCapture.h"
 
 namespace {
 

@@ -8,9 +8,9 @@
 #include <limits>
 #include <string>
 
-#include "SmallStack.h"
-#include "StderrCapture.h"
 #include "core/SwJsonDocument.h"
+#include "test_support/SmallStack.h"
+#include "test_support/StderrCapture.h"
 
 namespace {
 

@@ -10,14 +10,14 @@
 #include <utility>
 #include <vector>
 
-#include "Allocations.h"
-#include "StderrCapture.h"
 #include "core/SwAny.h"
 #include "core/SwJsonDocument.h"
 #include "core/SwList.h"
 #include "core/diagnostics.h"
 #include "core/render_payload.h"
 #include "core/swcfg.h"
+#include "test_support/Allocations.h"
+#include "test_support/StderrCapture.h"
 
 namespace {
 

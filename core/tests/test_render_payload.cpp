@@ -3,8 +3,8 @@
 #include <cstdlib>
 #include <stdexcept>
 
-#include "StderrCapture.h"
 #include "core/render_payload.h"
+#include "test_support/StderrCapture.h"
 
 using render_payload::anyToJsonObject;
 

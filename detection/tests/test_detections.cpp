@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <list>
 #include <stdexcept>
 #include <utility>
 
@@ -10,7 +11,7 @@
 #include "core/SwString.h"
 #include "detection/detections.h"
 #include "render_base/RenderBase.h"
-#include "render_base/RenderContext.h"
+#include "test_support/FrameContext.h"
 
 namespace seg_mask {
 namespace {
@@ -139,29 +140,19 @@ TEST(CollectDetections, TheCapKeepsTheEarlierOnes) {
   EXPECT_EQ(list.size(), 3U);
 }
 
-/// A view over inputs of its own, with a resolver that hands on what is stored.
-struct Gathering {
-  RenderContext ctx;
-  RenderPayloadResolver resolver{[this](uint64_t frame_id, const SwAny& stored) {
-    askedFrames.push_back(frame_id);
-    return stored;
-  }};
+/// A view over inputs of its own.
+struct Gathering : plugin_test::FrameContext {
   RenderProducerTypeView view;
-  std::vector<std::unique_ptr<RenderInput>> inputs;
-  std::vector<uint64_t> askedFrames;
+  std::list<RenderInput> viewed;
 
-  Gathering() {
-    ctx.frame_id = 9;
-    ctx.payload_resolver = &resolver;
-  }
+  Gathering() { ctx.frame_id = 9; }
 
   void list(const std::string& producer) { view.producers.push_back(producer); }
 
   RenderInput& add(const std::string& producer, SwAny payload) {
-    inputs.push_back(std::make_unique<RenderInput>());
-    inputs.back()->payload = std::move(payload);
-    view.inputsByProducer[producer].push_back(inputs.back().get());
-    return *inputs.back();
+    viewed.emplace_back().payload = std::move(payload);
+    view.inputsByProducer[producer].push_back(&viewed.back());
+    return viewed.back();
   }
 
   /// A payload with one detection for each of `xs`.
@@ -214,7 +205,7 @@ TEST(GatherDetections, OnceTheCapIsReachedLaterProducersAreNeitherLookedUpNorCou
   EXPECT_EQ(Gathering::xs(frame), (std::vector<int>{1, 2}));
   EXPECT_EQ(frame.missing, 0U);
   EXPECT_EQ(frame.lookback, 0U);
-  EXPECT_EQ(g.askedFrames.size(), 1U);
+  EXPECT_EQ(g.resolved_frames.size(), 1U);
 }
 
 TEST(GatherDetections, TheCapRunsAcrossInputsAndProducers) {
@@ -233,7 +224,7 @@ TEST(GatherDetections, AllInputsOfTheProducerThatReachesTheCapAreResolved) {
   g.add("a", Gathering::payload({1, 2}));
   g.add("a", Gathering::payload({3}));
   EXPECT_EQ(Gathering::xs(g.gather(1)), std::vector<int>{1});
-  EXPECT_EQ(g.askedFrames.size(), 2U);
+  EXPECT_EQ(g.resolved_frames.size(), 2U);
 }
 
 TEST(GatherDetections, LookbackCountsOncePerProducerAndNullInputsArePassedOver) {
@@ -265,7 +256,7 @@ TEST(GatherDetections, TheResolverGetsTheInputsFrameOrTheContextsWhenThatIs0) {
   g.add("a", Gathering::payload({1})).frame_id = 4;
   g.add("a", Gathering::payload({1}));
   g.gather();
-  EXPECT_EQ(g.askedFrames, (std::vector<uint64_t>{4, 9}));
+  EXPECT_EQ(g.resolved_frames, (std::vector<uint64_t>{4, 9}));
 }
 
 TEST(GatherDetections, WithoutResolverCallableOrPayloadNothingIsRead) {
@@ -273,7 +264,7 @@ TEST(GatherDetections, WithoutResolverCallableOrPayloadNothingIsRead) {
   g.list("a");
   g.add("a", SwAny());
   EXPECT_EQ(g.gather().missing, 1U);
-  EXPECT_TRUE(g.askedFrames.empty());
+  EXPECT_TRUE(g.resolved_frames.empty());
 
   g.add("a", Gathering::payload({1}));
   g.resolver.resolve = nullptr;

@@ -7,13 +7,13 @@
 #include <string>
 #include <utility>
 
-#include "Allocations.h"
 #include "core/SwJsonArray.h"
 #include "core/SwJsonDocument.h"
 #include "core/SwJsonValue.h"
 #include "core/SwString.h"
 #include "detection/detections.h"
-#include "render_base/RenderContext.h"
+#include "test_support/Allocations.h"
+#include "test_support/FrameContext.h"
 
 namespace seg_mask {
 namespace {
@@ -52,16 +52,13 @@ long bytesOf(const std::function<void()>& work) {
 
 /// What gathering the detections of one input asks for, with this resolver.
 long bytesToGather(const SwAny& stored, std::function<SwAny(uint64_t, const SwAny&)> resolve) {
-  const RenderPayloadResolver resolver{std::move(resolve)};
-  RenderContext ctx;
-  ctx.payload_resolver = &resolver;
-  RenderInput input;
-  input.payload = stored;
+  plugin_test::FrameContext parts;
+  parts.resolver.resolve = std::move(resolve);
   RenderProducerTypeView view;
   view.producers = {"p"};
-  view.inputsByProducer["p"] = {&input};
+  view.inputsByProducer["p"] = {&parts.deliver("p", stored)};
   FrameDetections frame;
-  const long bytes = bytesOf([&] { frame = gatherDetections(ctx, view, 256); });
+  const long bytes = bytesOf([&] { frame = gatherDetections(parts.ctx, view, 256); });
   EXPECT_EQ(frame.detections.size(), static_cast<std::size_t>(kDetections));
   EXPECT_EQ(frame.detections.back().class_info.size(), kTextBytes);
   return bytes;

@@ -6,8 +6,8 @@
 #include <thread>
 #include <vector>
 
-#include "at_once.h"
 #include "render_base/LazyDetachedPicture.h"
+#include "test_support/StartTogether.h"
 #include "zelvo/ZelvoPicture.h"
 #include "zelvo/ZelvoPicturePool.h"
 
@@ -135,21 +135,68 @@ TEST(LazyDetachedPicture, AWritablePictureServesThoughTheSourceIsGone) {
   EXPECT_EQ(picture.ensureWritablePicShared(), picture.writable);
 }
 
+/// Asked in another thread, because trying a mutex that one's own thread holds is undefined.
+bool isFree(std::mutex& mutex) {
+  bool free = false;
+  std::thread([&] {
+    free = mutex.try_lock();
+    if (free) mutex.unlock();
+  }).join();
+  return free;
+}
+
 TEST(LazyDetachedPicture, TheMutexIsFreeWhileTheCopyIsMade) {
   LazyDetachedPicture picture;
   picture.source = emptyPicture();
   picture.sourceId = 1;
   bool wasFree = false;
   picture.cloneDetached = [&](const std::string&, uint64_t) {
-    // Another thread, because trying a mutex that one's own thread holds is undefined.
-    std::thread([&] {
-      wasFree = picture.mutex.try_lock();
-      if (wasFree) picture.mutex.unlock();
-    }).join();
+    wasFree = isFree(picture.mutex);
     return emptyPicture();
   };
   picture.ensureWritablePicShared();
   EXPECT_TRUE(wasFree);
+}
+
+/// A callable that notes at each copy of it whether the picture's mutex is free.
+struct NotingCopier {
+  LazyDetachedPicture& picture;
+  std::vector<bool>& wasFree;
+
+  NotingCopier(LazyDetachedPicture& noted, std::vector<bool>& notes) : picture(noted), wasFree(notes) {}
+  NotingCopier(const NotingCopier& other) : picture(other.picture), wasFree(other.wasFree) {
+    wasFree.push_back(isFree(picture.mutex));
+  }
+
+  SharedPicture operator()(const std::string&, uint64_t) const { return emptyPicture(); }
+};
+
+TEST(LazyDetachedPicture, WhatTheCopyNeedsIsTakenUnderTheMutex) {
+  LazyDetachedPicture picture;
+  picture.source = emptyPicture();
+  picture.sourceId = 1;
+  std::vector<bool> wasFree;
+  picture.cloneDetached = NotingCopier(picture, wasFree);
+  wasFree.clear();
+  picture.ensureWritablePicShared();
+  EXPECT_EQ(wasFree, std::vector<bool>{false});
+}
+
+TEST(LazyDetachedPicture, ACopyThatCameTooLateEndsOnceTheMutexIsFree) {
+  LazyDetachedPicture picture;
+  picture.source = emptyPicture();
+  picture.sourceId = 1;
+  std::vector<bool> wasFree;
+  const SharedPicture earlier = emptyPicture();
+  picture.cloneDetached = [&](const std::string&, uint64_t) {
+    picture.writable = earlier;
+    return SharedPicture(new zelvo::ZelvoPicture(), [&](const zelvo::ZelvoPicture* late) {
+      wasFree.push_back(isFree(picture.mutex));
+      delete late;
+    });
+  };
+  EXPECT_EQ(picture.ensureWritablePicShared(), earlier);
+  EXPECT_EQ(wasFree, std::vector<bool>{true});
 }
 
 TEST(LazyDetachedPicture, OfTwoCallersAtOnceTheFirstToPublishWinsForBoth) {
@@ -187,7 +234,7 @@ TEST(LazyDetachedPicture, EightThreadsReadAndDetachOneAndGetOneCopy) {
     std::array<SharedPicture, kThreads> copies;
     std::array<SharedPicture, kThreads> readAfter;
     std::atomic<unsigned> sourcesSeen{0};
-    atOnce(kThreads, [&](unsigned i) {
+    startTogether(kThreads, [&](unsigned i) {
       if (picture.hasSource()) ++sourcesSeen;
       readBefore[i] = picture.readable();
       copies[i] = picture.ensureWritablePicShared();
@@ -215,7 +262,7 @@ TEST(LazyDetachedPicture, OfEightThreadsThoseWhoseCopyFailsThrowAndTheOthersGetO
       return asked++ < 3 ? nullptr : emptyPicture();
     };
     std::array<SharedPicture, kThreads> copies;
-    atOnce(kThreads, [&](unsigned i) {
+    startTogether(kThreads, [&](unsigned i) {
       try {
         copies[i] = picture.ensureWritablePicShared();
       } catch (const std::runtime_error&) {

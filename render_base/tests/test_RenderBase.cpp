@@ -4,6 +4,7 @@
 
 #include "render_base/RenderBase.h"
 #include "render_base/RenderContext.h"
+#include "test_support/FrameContext.h"
 
 namespace {
 
@@ -39,16 +40,7 @@ RenderInput inputOf(const std::string& id) {
   return input;
 }
 
-/// A context over lists of its own.
-struct Frame {
-  std::unordered_map<std::string, std::vector<RenderProducerStatus>> statuses;
-  std::unordered_map<std::string, std::vector<RenderInput>> inputs;
-  RenderContext ctx;
-
-  Frame() {
-    ctx.producer_statuses = &statuses;
-    ctx.inputs = &inputs;
-  }
+struct Frame : plugin_test::FrameContext {
   const RenderProducerTypeView& view() { return RenderBase::producerTypeView(ctx, "t"); }
 };
 
@@ -70,7 +62,7 @@ TEST(RenderBaseRequirements, AnEmptyTypeListYieldsAnEmptyVector) {
 
 TEST(RenderBaseView, ReportsBThenAAndInputsCADGiveBACD) {
   Frame frame;
-  frame.statuses["t"] = {reportOf("b"), reportOf("a")};
+  frame.reports["t"] = {reportOf("b"), reportOf("a")};
   frame.inputs["t"] = {inputOf("c"), inputOf("a"), inputOf("d")};
   EXPECT_EQ(frame.view().producers, (Texts{"b", "a", "c", "d"}));
 }
@@ -87,7 +79,7 @@ TEST(RenderBaseView, AReportWithoutIdIsKeyedByItsNameAndOneWithoutBothIsIgnored)
   named.producer_name = "name";
   RenderProducerStatus nameless;
   nameless.detail = "says nothing of itself";
-  frame.statuses["t"] = {named, nameless};
+  frame.reports["t"] = {named, nameless};
   RenderInput namelessInput;
   namelessInput.detail = "nor this";
   frame.inputs["t"] = {namelessInput};
@@ -114,20 +106,47 @@ TEST(RenderBaseView, InputsKeepTheContextsOrderAndPointIntoItsLists) {
 
 TEST(RenderBaseView, ReportsOfOneProducerAreMergedIntoOne) {
   Frame frame;
-  frame.statuses["t"] = {reportOf("a", 2), reportOf("b", 1), reportOf("a", 3)};
-  frame.statuses["t"][2].detail = "late";
+  frame.reports["t"] = {reportOf("a", 2), reportOf("b", 1), reportOf("a", 3)};
+  frame.reports["t"][2].detail = "late";
   EXPECT_EQ(frame.view().producers, (Texts{"a", "b"}));
   EXPECT_EQ(frame.view().statusByProducer.at("a").code, 3);
   EXPECT_EQ(frame.view().statusByProducer.at("a").detail, "late");
   EXPECT_EQ(frame.view().statusByProducer.at("b").code, 1);
 }
 
+TEST(RenderBaseView, TheFirstReportOfAProducerIsTakenWhole) {
+  Frame frame;
+  frame.reports["t"] = {{"type", "name", "version", "stream", "detail", "id", 7, 8, 4},
+                        {"type 2", "name 2", "version 2", "stream 2", "detail 2", "id", 9, 3, 9}};
+  const RenderProducerStatus& status = frame.view().statusByProducer.at("id");
+  EXPECT_EQ(status.payload_type, "type");
+  EXPECT_EQ(status.producer_name, "name");
+  EXPECT_EQ(status.producer_version, "version");
+  EXPECT_EQ(status.stream_name, "stream");
+  EXPECT_EQ(status.detail, "detail");
+  EXPECT_EQ(status.producer_id, "id");
+  EXPECT_EQ(status.firstValue, 7U);
+  EXPECT_EQ(status.maxValue, 8U);
+  EXPECT_EQ(status.code, 4);
+}
+
+TEST(RenderBaseView, RecordsWithIdAndNameAreKeyedByTheId) {
+  Frame frame;
+  frame.reports["t"] = {reportOf("b")};
+  frame.reports["t"][0].producer_name = "a";
+  frame.inputs["t"] = {inputOf("d")};
+  frame.inputs["t"][0].producer_name = "c";
+  EXPECT_EQ(frame.view().producers, (Texts{"b", "d"}));
+  EXPECT_EQ(frame.view().statusByProducer.count("b"), 1U);
+  EXPECT_EQ(frame.view().inputsByProducer.count("d"), 1U);
+}
+
 TEST(RenderBaseView, ASecondCallReturnsTheSameObjectThoughTheListsChanged) {
   Frame frame;
-  frame.statuses["t"] = {reportOf("a")};
+  frame.reports["t"] = {reportOf("a")};
   const RenderProducerTypeView& first = frame.view();
-  frame.statuses["t"].push_back(reportOf("b"));
-  frame.statuses["other"] = {reportOf("c")};
+  frame.reports["t"].push_back(reportOf("b"));
+  frame.reports["other"] = {reportOf("c")};
   EXPECT_EQ(RenderBase::producerTypeView(frame.ctx, "other").producers, Texts{"c"});
   EXPECT_EQ(&frame.view(), &first);
   EXPECT_EQ(first.producers, Texts{"a"});
@@ -139,7 +158,7 @@ TEST(RenderBaseView, MissingMapsAbsentTypesAndEmptyListsLeaveItEmpty) {
   EXPECT_TRUE(none.producers.empty() && none.inputsByProducer.empty() && none.statusByProducer.empty());
 
   Frame frame;
-  frame.statuses["other"] = {reportOf("a")};
+  frame.reports["other"] = {reportOf("a")};
   frame.inputs["t"] = {};
   EXPECT_TRUE(frame.view().producers.empty());
 }

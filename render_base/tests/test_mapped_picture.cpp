@@ -7,6 +7,7 @@
 
 #include "render_base/RenderContext.h"
 #include "render_base/mapped_picture.h"
+#include "test_support/FrameContext.h"
 #include "zelvo/ZelvoPicture.h"
 
 namespace render_base {
@@ -28,6 +29,7 @@ class FakeBackend : public IRenderBackend {
   Mapping map(zelvo::RenderTarget& target) override {
     events_.push_back("map " + name_);
     lastTarget = &target;
+    if (onMap) onMap();
     std::shared_ptr<void> token(&sample, [this](void*) {
       events_.push_back("unmap " + name_);
       if (onUnmap) onUnmap();
@@ -37,6 +39,7 @@ class FakeBackend : public IRenderBackend {
 
   MappedPlanes planes;
   zelvo::RenderTarget* lastTarget = nullptr;
+  std::function<void()> onMap;
   std::function<void()> onUnmap;  ///< called when a mapping ends
 
  private:
@@ -45,20 +48,40 @@ class FakeBackend : public IRenderBackend {
   unsigned char sample = 0;
 };
 
+/// A target of which a test sees the end.
+class WatchedTarget : public zelvo::RenderTarget {
+ public:
+  explicit WatchedTarget(std::function<void()> onEnd)
+      : zelvo::RenderTarget(nullptr), onEnd_(std::move(onEnd)) {}
+  ~WatchedTarget() override { onEnd_(); }
+
+ private:
+  std::function<void()> onEnd_;
+};
+
 struct MappedPicture : testing::Test {
   static constexpr FrameSize kSize{4, 2};
 
   Events events;
   FakeBackend a{"a", events};
   FakeBackend b{"b", events};
-  RenderContext ctx;
+  plugin_test::FrameContext parts;
+  RenderContext& ctx = parts.ctx;
   KnownMapping known;
   std::shared_ptr<zelvo::ZelvoPicture> copy = std::make_shared<zelvo::ZelvoPicture>(4, 2);
 
   MappedPicture() {
-    ctx.picture.source = std::make_shared<zelvo::ZelvoPicture>(4, 2);
-    ctx.picture.sourceId = 1;
+    parts.show(std::make_shared<zelvo::ZelvoPicture>(4, 2));
+    ctx.picture.pool = nullptr;
     ctx.picture.cloneDetached = [this](const std::string&, uint64_t) { return copy; };
+  }
+
+  /// Puts a target into the place of the context's, whose end is noted and shown to `look`.
+  void watchTarget(std::function<void()> look) {
+    ctx.render_target = std::make_unique<WatchedTarget>([this, look = std::move(look)] {
+      events.emplace_back("target ends");
+      look();
+    });
   }
 };
 
@@ -86,6 +109,50 @@ TEST_F(MappedPicture, APassOfAnotherBackendReleasesTheGuardBeforeItMaps) {
   EXPECT_TRUE(mapWritablePicture(ctx, b, kSize, known));
   EXPECT_EQ(events, (Events{"map a", "unmap a", "map b"}));
   EXPECT_EQ(ctx.guard_backend, &b);
+}
+
+TEST_F(MappedPicture, AnotherBackendsMappingIsReleasedStepByStep) {
+  mapWritablePicture(ctx, a, kSize, known);
+  a.onUnmap = [this] {
+    EXPECT_FALSE(ctx.guard_active);
+    EXPECT_NE(ctx.render_target, nullptr);
+    EXPECT_EQ(ctx.guard_backend, &a);
+  };
+  watchTarget([this] {
+    EXPECT_FALSE(ctx.guard_active);
+    EXPECT_FALSE(ctx.guard.holds());
+    EXPECT_EQ(ctx.guard_backend, &a);
+  });
+  b.onMap = [this] {
+    EXPECT_FALSE(ctx.guard_active);
+    EXPECT_EQ(ctx.guard_backend, nullptr);
+  };
+  EXPECT_TRUE(mapWritablePicture(ctx, b, kSize, known));
+  EXPECT_EQ(events, (Events{"map a", "unmap a", "target ends", "map b"}));
+}
+
+TEST_F(MappedPicture, TheNewTargetIsThereWhenTheOldOneEnds) {
+  mapWritablePicture(ctx, a, kSize, known);
+  ctx.guard_active = false;
+  const zelvo::RenderTarget* seen = nullptr;
+  watchTarget([this, &seen] { seen = ctx.render_target.get(); });
+  EXPECT_TRUE(mapWritablePicture(ctx, b, kSize, known));
+  EXPECT_NE(seen, nullptr);
+  EXPECT_EQ(seen, b.lastTarget);
+  EXPECT_EQ(events, (Events{"map a", "target ends", "map b", "unmap a"}));
+}
+
+TEST_F(MappedPicture, TheContextNamesTheBackendWhenTheOldGuardEndsAndIsActiveAfterThat) {
+  mapWritablePicture(ctx, a, kSize, known);
+  ctx.guard_active = false;
+  a.onUnmap = [this] {
+    EXPECT_EQ(ctx.guard_backend, &b);
+    EXPECT_FALSE(ctx.guard_active);
+  };
+  EXPECT_TRUE(mapWritablePicture(ctx, b, kSize, known));
+  EXPECT_EQ(events, (Events{"map a", "map b", "unmap a"}));
+  EXPECT_TRUE(ctx.guard_active);
+  a.onUnmap = nullptr;
 }
 
 TEST_F(MappedPicture, AMappingThatNamesNoBackendIsReleasedBeforeTheNextOne) {
@@ -137,8 +204,10 @@ TEST_F(MappedPicture, AnInvalidMappingEndsOnceTheContextHasForgottenItsTargetAnd
     EXPECT_EQ(ctx.render_target, nullptr);
     EXPECT_EQ(ctx.guard_backend, nullptr);
   };
+  // While it maps, since the target is one that the pass has made.
+  b.onMap = [this] { watchTarget([this] { EXPECT_EQ(ctx.guard_backend, &a); }); };
   EXPECT_FALSE(mapWritablePicture(ctx, b, kSize, known));
-  EXPECT_EQ(events, (Events{"map a", "map b", "unmap b"}));
+  EXPECT_EQ(events, (Events{"map a", "map b", "target ends", "unmap b"}));
 }
 
 TEST_F(MappedPicture, AnInvalidMappingByAnotherBackendLeavesNothingOfTheFirst) {

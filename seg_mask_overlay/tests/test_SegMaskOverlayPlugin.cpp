@@ -7,15 +7,15 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "SegMaskOverlayPluginPeer.h"
 #include "core/SwJsonDocument.h"
 #include "core/SwString.h"
 #include "render_base/RenderContext.h"
 #include "seg_mask_overlay/SegMaskOverlayPlugin.h"
+#include "test_support/FrameContext.h"
+#include "test_support/SegMaskOverlayPluginPeer.h"
+#include "test_support/StderrCapture.h"
 #include "zelvo/DeviceRenderBackend.h"
 #include "zelvo/ZelvoPicture.h"
-#include "zelvo/ZelvoPicturePool.h"
-#include "zelvo/transfer.h"
 
 namespace {
 
@@ -27,30 +27,13 @@ uint64_t steadyNowNs() {
 constexpr uint64_t kNever = std::numeric_limits<uint64_t>::max();
 
 /// One 8 x 4 frame of grey with one producer.
-struct Frame {
-  std::unordered_map<std::string, std::vector<RenderProducerStatus>> statuses;
-  std::unordered_map<std::string, std::vector<RenderInput>> inputs;
-  RenderPayloadResolver resolver{[](uint64_t, const SwAny& stored) { return stored; }};
-  RenderContext ctx;
-
+struct Frame : plugin_test::FrameContext {
   explicit Frame(const std::string& payload = "") {
-    ctx.payload_resolver = &resolver;
-    ctx.producer_statuses = &statuses;
-    ctx.inputs = &inputs;
-    ctx.picture.source = std::make_shared<zelvo::ZelvoPicture>(8, 4);
-    const std::vector<unsigned char> grey(zelvo::packedNv12Bytes(8, 4), 100);
-    zelvo::upload(*ctx.picture.source, grey.data(), nullptr);
-    ctx.picture.sourceId = 1;
-    ctx.picture.pool = std::make_shared<zelvo::ZelvoPicturePool>();
-    if (!payload.empty()) addInput(payload);
+    show(8, 4, grey());
+    if (!payload.empty()) deliver("p", SwAny(SwString(payload)));
   }
 
-  void addInput(const std::string& payload) {
-    RenderInput input;
-    input.producer_id = "p";
-    input.payload = SwAny(SwString(payload));
-    inputs["detection.v1"].push_back(input);
-  }
+  static std::vector<uint8_t> grey() { return std::vector<uint8_t>(8 * 4 * 3 / 2, 100); }
 
   /// The resolver runs between the plug-in's two looks at the picture.
   void losePictureWhenResolved() {
@@ -58,12 +41,6 @@ struct Frame {
       ctx.picture.source.reset();
       return stored;
     };
-  }
-
-  std::vector<unsigned char> drawn() const {
-    std::vector<unsigned char> bytes(zelvo::packedNv12Bytes(8, 4));
-    zelvo::download(*ctx.picture.readable(), bytes.data(), nullptr);
-    return bytes;
   }
 };
 
@@ -87,9 +64,9 @@ struct SegMaskOverlayPluginTest : testing::Test {
 
   /// What rendering the frame writes to the standard error stream.
   std::string logOf(Frame& frame) {
-    testing::internal::CaptureStderr();
+    const StderrCapture written;
     plugin.render(frame.ctx);
-    return testing::internal::GetCapturedStderr();
+    return written.text();
   }
 
   /// Renders `count` frames without detections and returns the numbers of those that wrote a line, from 1.
@@ -184,11 +161,11 @@ TEST_F(SegMaskOverlayPluginTest, DrawsTheDefaultWeightOfTheClassColour) {
   plugin.render(frame.ctx);
   // Class 0 is Y 115, U 94, V 227: 51.75 + 55 + 0.5 = 107.25, 42.3 + 55 + 0.5 = 97.8, 102.15 + 55 + 0.5 =
   // 157.65.
-  std::vector<unsigned char> expected(zelvo::packedNv12Bytes(8, 4), 100);
+  std::vector<uint8_t> expected = Frame::grey();
   for (const std::size_t i : {2U, 3U, 10U, 11U}) expected[i] = 107;
   expected[32 + 2] = 97;
   expected[32 + 3] = 157;
-  EXPECT_EQ(frame.drawn(), expected);
+  EXPECT_EQ(frame.pixels(), expected);
 }
 
 TEST_F(SegMaskOverlayPluginTest, ACapOf0OrLessActsAs1) {
@@ -197,8 +174,8 @@ TEST_F(SegMaskOverlayPluginTest, ACapOf0OrLessActsAs1) {
     Frame frame(payload(detection("\"x\": 0, \"y\": 0, \"w\": 1, \"h\": 1") + "," +
                         detection("\"x\": 5, \"y\": 0, \"w\": 1, \"h\": 1")));
     plugin.render(frame.ctx);
-    EXPECT_EQ(frame.drawn()[0], 107) << cap;
-    EXPECT_EQ(frame.drawn()[5], 100) << cap;
+    EXPECT_EQ(frame.pixels()[0], 107) << cap;
+    EXPECT_EQ(frame.pixels()[5], 100) << cap;
   }
 }
 
@@ -221,7 +198,7 @@ TEST_F(SegMaskOverlayPluginTest, AFrameWhoseBoxesAllLieOutsideStillMapsAndAlloca
   plugin.render(frame.ctx);
   EXPECT_TRUE(frame.ctx.guard_active);
   EXPECT_EQ(fields.deviceMaskBytes(), 32U);
-  EXPECT_EQ(frame.drawn(), std::vector<unsigned char>(zelvo::packedNv12Bytes(8, 4), 100));
+  EXPECT_EQ(frame.pixels(), Frame::grey());
 }
 
 TEST_F(SegMaskOverlayPluginTest, APictureWithoutSizeIsLeftAlone) {
@@ -260,8 +237,7 @@ TEST_F(SegMaskOverlayPluginTest, TheSkipLineNamesFrameMissingAndLookback) {
   plugin.enableDebug(true);
   Frame frame("{}");
   frame.inputs["detection.v1"][0].uses_lookback = true;
-  frame.statuses["detection.v1"].resize(1);
-  frame.statuses["detection.v1"][0].producer_name = "silent";
+  frame.report("").producer_name = "silent";
   frame.ctx.frame_id = 1042;
   EXPECT_EQ(logOf(frame),
             "[SegMask][Fallback] frame=1042 decision=skip providers_missing=2 providers_using_lookback=1\n");
@@ -270,10 +246,8 @@ TEST_F(SegMaskOverlayPluginTest, TheSkipLineNamesFrameMissingAndLookback) {
 TEST_F(SegMaskOverlayPluginTest, TheLineIgnoresWhatTheHostHasLeftOnTheStream) {
   plugin.enableDebug(true);
   Frame frame;
-  testing::internal::CaptureStderr();
   std::cerr << std::setw(200) << std::setfill('*');
-  plugin.render(frame.ctx);
-  const std::string line = testing::internal::GetCapturedStderr();
+  const std::string line = logOf(frame);
   std::cerr.width(0);
   std::cerr.fill(' ');
   EXPECT_EQ(line,
@@ -338,6 +312,15 @@ TEST_F(SegMaskOverlayPluginTest, ALineMovesTheNextTimeByTheIntervalAndFramesWith
   EXPECT_LE(fields.nextLogNs(), after + 2'000'000'000U);
   fields.nextLogNs() = kNever;
   framesLogged(1);
+  EXPECT_EQ(fields.nextLogNs(), kNever);
+}
+
+TEST_F(SegMaskOverlayPluginTest, ADrawnFrameLeavesTheNextTimeAlone) {
+  plugin.enableDebug(true);
+  fields.nextLogNs() = kNever;
+  Frame frame(payload(detection(kWholeFrame)));
+  plugin.render(frame.ctx);
+  EXPECT_NE(frame.ctx.picture.writable, nullptr);
   EXPECT_EQ(fields.nextLogNs(), kNever);
 }
 

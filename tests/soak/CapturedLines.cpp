@@ -1,4 +1,4 @@
-#include "CapturedLines.h"
+#include "soak/CapturedLines.h"
 
 #include <iostream>
 

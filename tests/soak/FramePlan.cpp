@@ -1,8 +1,8 @@
-#include "FramePlan.h"
+#include "soak/FramePlan.h"
 
-#include "golden_model.h"
-#include "hostile_input.h"
-#include "random_scene.h"
+#include "soak/hostile_input.h"
+#include "test_support/golden_model.h"
+#include "test_support/random_scene.h"
 
 namespace soak {
 namespace {

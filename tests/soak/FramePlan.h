@@ -7,9 +7,9 @@
 #include <utility>
 #include <vector>
 
-#include "Dice.h"
 #include "core/SwAny.h"
-#include "scene.h"
+#include "test_support/Dice.h"
+#include "test_support/scene.h"
 
 namespace soak {
 

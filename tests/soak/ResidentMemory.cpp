@@ -1,4 +1,4 @@
-#include "ResidentMemory.h"
+#include "soak/ResidentMemory.h"
 
 #include <unistd.h>
 

@@ -1,12 +1,12 @@
-#include "Soak.h"
+#include "soak/Soak.h"
 
 #include <algorithm>
 #include <sstream>
 
 #include "cudart_cpu/control.h"
-#include "frame_check.h"
-#include "hostile_input.h"
-#include "steady_time.h"
+#include "soak/hostile_input.h"
+#include "soak/steady_time.h"
+#include "test_support/frame_check.h"
 #include "zelvo/ZelvoPicture.h"
 
 namespace soak {

@@ -10,11 +10,11 @@
 #include <string>
 #include <vector>
 
-#include "CapturedLines.h"
-#include "Dice.h"
-#include "FramePlan.h"
-#include "LineThrottle.h"
-#include "plugin_harness.h"
+#include "soak/CapturedLines.h"
+#include "soak/FramePlan.h"
+#include "soak/LineThrottle.h"
+#include "test_support/Dice.h"
+#include "test_support/plugin_harness.h"
 #include "zelvo/ZelvoPicturePool.h"
 
 namespace soak {

@@ -1,4 +1,4 @@
-#include "hostile_input.h"
+#include "soak/hostile_input.h"
 
 #include <array>
 #include <cstdint>

@@ -3,9 +3,9 @@
 #include <string>
 #include <utility>
 
-#include "Dice.h"
 #include "core/SwAny.h"
-#include "scene.h"
+#include "test_support/Dice.h"
+#include "test_support/scene.h"
 
 /// What producers and configurations send on bad days, beside what random scenes have already, together with
 /// what it means.

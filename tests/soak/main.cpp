@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "ResidentMemory.h"
-#include "Soak.h"
 #include "cudart_cpu/control.h"
-#include "process_facts.h"
+#include "soak/ResidentMemory.h"
+#include "soak/Soak.h"
+#include "test_support/process_facts.h"
 
 namespace {
 

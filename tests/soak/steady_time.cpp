@@ -1,4 +1,4 @@
-#include "steady_time.h"
+#include "soak/steady_time.h"
 
 #include <atomic>
 

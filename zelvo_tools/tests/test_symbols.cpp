@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "ElfFile.h"
+#include "test_support/ElfFile.h"
 
 namespace {
 

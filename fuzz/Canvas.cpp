@@ -29,11 +29,6 @@ Canvas::Plane::~Plane() {
   cudaFree(memory);
 }
 
-std::uint8_t& Canvas::Plane::at(int column, int row) {
-  return expected.at(kMargin + static_cast<std::size_t>(row) * static_cast<std::size_t>(pitch) +
-                     static_cast<std::size_t>(column));
-}
-
 unsigned char* Canvas::Plane::samples() const {
   return memory + kMargin;
 }
@@ -63,12 +58,13 @@ IRenderBackend::MappedPlanes Canvas::planes() const {
   return planes;
 }
 
-std::uint8_t& Canvas::luma(int x, int y) {
-  return luma_.at(x, y);
-}
-
-std::uint8_t& Canvas::chroma(int cx, int cy, int v) {
-  return chroma_.at(2 * cx + v, cy);
+model::Planes Canvas::expected() {
+  return {frame_.width,
+          frame_.height,
+          luma_.expected.data() + kMargin,
+          luma_.pitch,
+          chroma_.expected.data() + kMargin,
+          chroma_.pitch};
 }
 
 void Canvas::check() const {

@@ -69,7 +69,7 @@ std::vector<scene::Detection> detectionsOfText(const std::string& text) {
   SwJsonDocument document;
   SwString error;
   if (!document.loadFromJson(text, error) || !document.root().isObject()) return {};
-  return reference::detectionsOf(*document.root().object());
+  return model::detectionsOf(*document.root().object());
 }
 
 std::string textOf(const SwJsonObject& object) {
@@ -135,7 +135,7 @@ SwAny Deliveries::buildPayload(FuzzInput& input, Expected& expected) {
       payload.conversion = static_cast<HostPayload::Conversion>(input.below(6));
       payload.object = buildDetections(input);
       if (payload.conversion == HostPayload::Conversion::object) {
-        expected.detections = reference::detectionsOf(payload.object);
+        expected.detections = model::detectionsOf(payload.object);
       } else if (payload.conversion == HostPayload::Conversion::outOfMemory) {
         expected.outcome = Outcome::outOfMemory;
       }
@@ -146,7 +146,7 @@ SwAny Deliveries::buildPayload(FuzzInput& input, Expected& expected) {
       sealed.throws = input.below(4) == 0;
       if (!sealed.throws) {
         SwJsonObject object = buildDetections(input);
-        expected.detections = reference::detectionsOf(object);
+        expected.detections = model::detectionsOf(object);
         sealed.content = SwAny(std::move(object));
       } else {
         expected.outcome = Outcome::resolverThrows;
@@ -155,7 +155,7 @@ SwAny Deliveries::buildPayload(FuzzInput& input, Expected& expected) {
     }
     default: {
       SwJsonObject object = buildDetections(input);
-      expected.detections = reference::detectionsOf(object);
+      expected.detections = model::detectionsOf(object);
       return SwAny(std::move(object));
     }
   }

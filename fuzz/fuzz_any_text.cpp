@@ -19,6 +19,7 @@
 #include "fuzz/reference_json.h"
 #include "fuzz/reference_numbers.h"
 #include "test_support/StderrCapture.h"
+#include "test_support/model/nearest_float.h"
 
 namespace {
 
@@ -165,7 +166,7 @@ std::optional<Model> fromText(const std::string& text, const std::string& target
           std::string("Invalid ") + (isFloat ? "float" : "double") + " conversion in SwString: " + text;
       diagnostics += '\n';
     }
-    if (isFloat) return value ? reference::nearestFloat(*value) : 0.0F;
+    if (isFloat) return value ? model::nearestFloat(*value) : 0.0F;
     return value.value_or(0.0);
   }
   if (target == SwAny::typeNameOf<std::string>()) return text;

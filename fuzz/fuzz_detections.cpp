@@ -9,9 +9,10 @@
 #include "fuzz/FuzzInput.h"
 #include "fuzz/delivery_builder.h"
 #include "fuzz/fuzz_target.h"
-#include "fuzz/reference_detections.h"
 #include "fuzz/reference_numbers.h"
+#include "test_support/FrameContext.h"
 #include "test_support/StderrCapture.h"
+#include "test_support/model/producers.h"
 
 namespace {
 
@@ -19,8 +20,8 @@ using seg_mask::DetView;
 using seg_mask::FrameDetections;
 
 // Lists that no context would give, too: a key twice or empty, a producer without inputs, a null among them.
-reference::Producers buildProducers(FuzzInput& input, const std::vector<RenderInput>& inputs) {
-  reference::Producers producers;
+model::Producers buildProducers(FuzzInput& input, const std::vector<RenderInput>& inputs) {
+  model::Producers producers;
   for (unsigned count = input.below(6); count > 0; --count) producers.order.push_back(fuzz::buildKey(input));
   for (const std::string& key : producers.order) {
     if (producers.inputsOf(key) != nullptr || input.below(8) == 0) continue;
@@ -34,7 +35,7 @@ reference::Producers buildProducers(FuzzInput& input, const std::vector<RenderIn
   return producers;
 }
 
-RenderProducerTypeView viewOf(const reference::Producers& producers) {
+RenderProducerTypeView viewOf(const model::Producers& producers) {
   RenderProducerTypeView view;
   view.producers = producers.order;
   for (const auto& [key, list] : producers.inputs) view.inputsByProducer.emplace(key, list);
@@ -63,7 +64,7 @@ void checkDetection(const DetView& actual, const scene::Detection& expected) {
   fuzz::checkEqual(actual.class_info, expected.mask, "class_info");
 }
 
-void checkFrame(const FrameDetections& actual, const reference::Gathering& expected) {
+void checkFrame(const FrameDetections& actual, const model::Gathering& expected) {
   fuzz::checkEqual(std::to_string(actual.detections.size()), std::to_string(expected.detections.size()),
                    "the number of detections");
   for (std::size_t i = 0; i < actual.detections.size(); ++i) {
@@ -95,19 +96,20 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::size_t cap = buildCap(input);
   const unsigned resolverKind = input.below(16);
   fuzz::Deliveries deliveries(input, 12);
-  const reference::Producers producers = buildProducers(input, deliveries.inputs());
+  const model::Producers producers = buildProducers(input, deliveries.inputs());
 
-  RenderContext ctx;
+  plugin_test::FrameContext parts;
+  RenderContext& ctx = parts.ctx;
   ctx.frame_id = input.byte();
-  const RenderPayloadResolver empty;
-  if (resolverKind == 1) ctx.payload_resolver = &empty;
+  if (resolverKind == 0) ctx.payload_resolver = nullptr;
+  if (resolverKind == 1) parts.resolver.resolve = nullptr;
   if (resolverKind > 1) deliveries.resolveFor(ctx);
 
-  reference::Gathering expected;
+  model::Gathering expected;
   std::vector<std::uint64_t> asked;
   const std::string expectedOutcome = outcomeOf([&] {
-    expected = reference::gather(producers, cap,
-                                 [&](const RenderInput& one) { return deliveries.deliver(one, ctx, asked); });
+    expected = model::gather(producers, static_cast<int32_t>(cap),
+                             [&](const RenderInput& one) { return deliveries.deliver(one, ctx, asked); });
   });
 
   const StderrCapture captured;

@@ -12,7 +12,7 @@
 #include "mask/mask_base64.h"
 #include "mask/mask_text.h"
 #include "src/FrameMask.h"
-#include "test_support/golden_model.h"
+#include "test_support/model/mask.h"
 #include "test_support/scalar_base64.h"
 
 namespace {
@@ -24,13 +24,13 @@ using seg_mask_overlay::FrameMask;
 // Ends a text within a program. No rule of mask texts knows it.
 constexpr char kEndOfText = '\xFF';
 
-cv::Mat pixelsOf(const golden::Mask& mask) {
+cv::Mat pixelsOf(const model::Mask& mask) {
   cv::Mat pixels(mask.height, mask.width, CV_8UC1);
   for (std::size_t i = 0; i < mask.inside.size(); ++i) pixels.data[i] = mask.inside[i] ? 255 : 0;
   return pixels;
 }
 
-void checkBits(const std::optional<MaskBits>& actual, const std::optional<golden::Mask>& expected) {
+void checkBits(const std::optional<MaskBits>& actual, const std::optional<model::Mask>& expected) {
   fuzz::check(actual.has_value() == expected.has_value(), "whether the text is a mask");
   if (!actual) return;
   fuzz::check(actual->width == expected->width && actual->height == expected->height, "the mask's sides");
@@ -76,7 +76,7 @@ void step(FuzzInput& input, FrameMask& frame) {
   errno = kErrnoBefore;
   const std::optional<MaskBits> mask = seg_mask::decodeMaskText(text);
   fuzz::check(errno == kErrnoBefore, "errno stays");
-  const std::optional<golden::Mask> expected = golden::readMask(text);
+  const std::optional<model::Mask> expected = model::readMask(text);
   checkBits(mask, expected);
   fuzz::check(kind != 1 || mask, "a good text is a mask");
   if (!mask) return;

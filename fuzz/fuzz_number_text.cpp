@@ -12,6 +12,7 @@
 #include "fuzz/fuzz_target.h"
 #include "fuzz/reference_numbers.h"
 #include "test_support/StderrCapture.h"
+#include "test_support/model/nearest_float.h"
 
 namespace {
 
@@ -37,7 +38,7 @@ void checkFloatingPoint(const SwString& text) {
   }
   {
     const StderrCapture captured;
-    const float single = expected ? reference::nearestFloat(*expected) : 0.0F;
+    const float single = expected ? model::nearestFloat(*expected) : 0.0F;
     fuzz::check(reference::identical(text.toFloat(), single), "toFloat's value");
     const std::string line = expected ? "" : "Invalid float conversion in SwString: " + text.str() + "\n";
     fuzz::checkEqual(captured.text(), line, "toFloat's line");
@@ -79,7 +80,7 @@ void checkNarrowing(double value) {
   checkSaturate<std::uint32_t>(value);
   checkSaturate<std::uint8_t>(value);
   checkSaturate<std::int8_t>(value);
-  fuzz::check(reference::identical(sw_number::toSinglePrecision(value), reference::nearestFloat(value)),
+  fuzz::check(reference::identical(sw_number::toSinglePrecision(value), model::nearestFloat(value)),
               "toSinglePrecision's value");
 }
 

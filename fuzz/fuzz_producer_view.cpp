@@ -7,10 +7,11 @@
 
 #include "fuzz/FuzzInput.h"
 #include "fuzz/fuzz_target.h"
-#include "fuzz/reference_producers.h"
 #include "render_base/RenderBase.h"
 #include "render_base/RenderContext.h"
+#include "test_support/FrameContext.h"
 #include "test_support/StderrCapture.h"
+#include "test_support/model/producers.h"
 
 namespace {
 
@@ -83,7 +84,7 @@ void checkStatus(const RenderProducerStatus& actual, const RenderProducerStatus&
   fuzz::check(actual.code == expected.code, "code");
 }
 
-void checkView(const RenderProducerTypeView& actual, const reference::ProducerView& expected) {
+void checkView(const RenderProducerTypeView& actual, const model::ProducerView& expected) {
   fuzz::check(actual.producers == expected.producers.order, "the producers and their order");
   fuzz::check(actual.inputsByProducer.size() == expected.producers.inputs.size(), "producers with inputs");
   for (const auto& [key, inputs] : expected.producers.inputs) {
@@ -107,26 +108,27 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const StderrCapture captured;
   const bool hasReports = input.below(8) != 0;
   const bool hasInputs = input.below(8) != 0;
-  Reports reports = buildReports(input);
-  Inputs inputs = buildInputs(input);
-  RenderContext ctx;
-  if (hasReports) ctx.producer_statuses = &reports;
-  if (hasInputs) ctx.inputs = &inputs;
+  plugin_test::FrameContext parts;
+  parts.reports = buildReports(input);
+  parts.inputs = buildInputs(input);
+  RenderContext& ctx = parts.ctx;
+  if (!hasReports) ctx.producer_statuses = nullptr;
+  if (!hasInputs) ctx.inputs = nullptr;
 
   static const std::vector<RenderInput> kNoInputs;
-  std::array<reference::ProducerView, 2> expected;
+  std::array<model::ProducerView, 2> expected;
   std::array<const RenderProducerTypeView*, 2> views{};
   for (std::size_t i = 0; i < kTypes.size(); ++i) {
-    const auto found = inputs.find(kTypes[i]);
-    const bool delivered = hasInputs && found != inputs.end();
-    expected[i] = reference::producerView(listOf(ctx.producer_statuses, kTypes[i]),
-                                          delivered ? found->second : kNoInputs);
+    const auto found = parts.inputs.find(kTypes[i]);
+    const bool delivered = hasInputs && found != parts.inputs.end();
+    expected[i] =
+        model::producerView(listOf(ctx.producer_statuses, kTypes[i]), delivered ? found->second : kNoInputs);
     views[i] = &RenderBase::producerTypeView(ctx, kTypes[i]);
     checkView(*views[i], expected[i]);
   }
 
   // What was asked for once stays, whatever becomes of the lists.
-  reports.clear();
+  parts.reports.clear();
   ctx.inputs = nullptr;
   for (std::size_t i = 0; i < kTypes.size(); ++i) {
     fuzz::check(&RenderBase::producerTypeView(ctx, kTypes[i]) == views[i], "the same view again");

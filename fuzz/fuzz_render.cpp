@@ -11,16 +11,17 @@
 #include <limits>
 #include <memory>
 #include <new>
+#include <optional>
 #include <stdexcept>
 
 #include "cudart_cpu/control.h"
 #include "fuzz/Canvas.h"
 #include "fuzz/FuzzInput.h"
 #include "fuzz/fuzz_target.h"
-#include "fuzz/pass_model.h"
 #include "fuzz/render_host.h"
 #include "test_support/SegMaskOverlayPluginPeer.h"
 #include "test_support/StderrCapture.h"
+#include "test_support/model/pass.h"
 
 namespace {
 
@@ -29,10 +30,32 @@ using fuzz::Backend;
 using fuzz::Canvas;
 using fuzz::HostContext;
 using fuzz::Map;
-using fuzz::Plan;
-using fuzz::Plugin;
-using fuzz::Result;
 using fuzz::SharedPicture;
+
+// Those of the runtime that the model's calls stand for, in the model's order.
+constexpr std::array<Call, 4> kRuntimeCalls{Call::cudaMalloc, Call::cudaFree, Call::cudaMemcpyAsync,
+                                            Call::cudaLaunchHostFunc};
+
+Call runtimeCall(model::Call call) {
+  return kRuntimeCalls[static_cast<std::size_t>(call)];
+}
+
+// What a pass is given by the host and by the device.
+struct Plan {
+  Map map = Map::good;
+  std::shared_ptr<Canvas> canvas;
+  model::DeviceCalls calls;
+  bool timeIsUp = false;
+  bool held = false;  // the stream's work waits until after the pass
+};
+
+// What a pass has to leave behind.
+struct Result {
+  std::string line;
+  std::vector<std::uint64_t> asked;
+  SharedPicture writable;
+  model::Picture picture;
+};
 
 template <typename Action>
 std::string thrownBy(const Action& action) {
@@ -61,6 +84,52 @@ cudaStream_t theStream() {
   return stream;
 }
 
+std::optional<model::Size> sizeOf(const SharedPicture& picture) {
+  if (!picture) return std::nullopt;
+  return model::Size{picture->width(), picture->height()};
+}
+
+// What the model may know of a context before the pass.
+Result before(const HostContext& host) {
+  const RenderContext& ctx = host.ctx;
+  Result result;
+  result.writable = ctx.picture.writable;
+  result.picture.writable = sizeOf(ctx.picture.writable);
+  result.picture.active = ctx.guard_active;
+  result.picture.valid = fuzz::areValid(ctx.planes);
+  if (host.canvas) result.picture.planes = host.canvas->expected();
+  result.picture.backend = ctx.guard_backend;
+  result.picture.has_target = ctx.render_target != nullptr;
+  result.picture.holds_old = !host.token.expired();
+  return result;
+}
+
+// The pass as the model has it.
+void modelPass(const HostContext& host, model::Plugin& plugin, Plan& plan, Result& result) {
+  model::Host given;
+  given.frame_id = host.ctx.frame_id;
+  given.time_is_up = plan.timeIsUp;
+  given.source = sizeOf(host.ctx.picture.source);
+  given.source_id = host.ctx.picture.sourceId;
+  given.producers = host.producers;
+  given.deliver = [&](const RenderInput& one) {
+    const std::size_t askedBefore = result.asked.size();
+    std::vector<scene::Detection> delivered = host.deliveries.deliver(one, host.ctx, result.asked);
+    if (host.sourceVanishes && result.asked.size() > askedBefore) given.source.reset();
+    return delivered;
+  };
+  given.copy = [&] {
+    result.writable = host.copied();
+    return sizeOf(result.writable);
+  };
+  given.map = [&]() -> std::optional<model::Planes> {
+    if (plan.map == Map::error) throw fuzz::MapError();
+    if (plan.map != Map::good) return std::nullopt;
+    return plan.canvas->expected();
+  };
+  result.line = model::pass(given, plugin, result.picture, plan.calls);
+}
+
 class World {
  public:
   void step(FuzzInput& input);
@@ -78,7 +147,8 @@ class World {
   std::vector<std::shared_ptr<Canvas>> canvases_;
   std::array<Backend, 2> backends_;
   std::array<std::unique_ptr<HostContext>, 2> hosts_;
-  Plugin expected_;
+  Backend* backend_ = nullptr;
+  model::Plugin expected_;
   SegMaskOverlayPlugin plugin_;
   SegMaskOverlayPluginPeer fields_{plugin_};
 };
@@ -94,23 +164,24 @@ void World::step(FuzzInput& input) {
 }
 
 void World::configure(FuzzInput& input) {
-  expected_.alpha = static_cast<float>(input.byte()) / 255.0F;
-  expected_.minScore = static_cast<float>(input.below(101)) / 100.0F;
-  expected_.cap = input.number<std::int8_t>();
+  expected_.settings.alpha = static_cast<float>(input.byte()) / 255.0F;
+  expected_.settings.min_score = static_cast<float>(input.below(101)) / 100.0F;
+  expected_.settings.cap = input.number<std::int8_t>();
   expected_.debug = input.flag();
   if (input.flag()) expected_.skipped = 56 + input.below(8);
-  fields_.alpha() = expected_.alpha;
-  fields_.minScore() = expected_.minScore;
-  fields_.maxOverlayDets() = expected_.cap;
+  fields_.alpha() = expected_.settings.alpha;
+  fields_.minScore() = expected_.settings.min_score;
+  fields_.maxOverlayDets() = expected_.settings.cap;
   fields_.skippedFrames() = expected_.skipped;
   plugin_.enableDebug(expected_.debug);
 }
 
 void World::initialise(FuzzInput& input) {
   const unsigned kind = input.below(8);
-  expected_.backend = kind == 7 ? nullptr : &backends_[kind % 2];
+  backend_ = kind == 7 ? nullptr : &backends_[kind % 2];
+  expected_.backend = backend_;
   RenderInit init;
-  init.backend = expected_.backend;
+  init.backend = backend_;
   fuzz::check(plugin_.init(init), "init");
 }
 
@@ -157,10 +228,8 @@ Plan World::buildPlan(FuzzInput& input, const HostContext& host) {
   plan.held = (flags & 2U) != 0;
   if ((flags & 4U) != 0) plan.map = static_cast<Map>(input.below(8));
   if ((flags & 8U) != 0) {
-    constexpr std::array<Call, 4> kCalls{Call::cudaMalloc, Call::cudaFree, Call::cudaMemcpyAsync,
-                                         Call::cudaLaunchHostFunc};
     for (unsigned count = 1 + input.below(3); count > 0; --count) {
-      const Call call = kCalls[input.below(4)];
+      const auto call = static_cast<model::Call>(input.below(4));
       plan.calls.failCall(call, 1 + input.below(6));
     }
   }
@@ -183,11 +252,12 @@ void World::render(HostContext& host, Plan plan) {
   fields_.nextLogNs() = nextLog;
   void* const bufferBefore = fields_.deviceMask();
   const std::size_t resolvedBefore = host.deliveries.resolved().size();
-  expected_.device.freeFailed = false;
-  for (const auto& [call, nth] : plan.calls.plans()) cudart_cpu::failCall(call, nth, cudaErrorUnknown);
+  for (const auto& [call, nth] : plan.calls.plans()) {
+    cudart_cpu::failCall(runtimeCall(call), nth, cudaErrorUnknown);
+  }
 
-  Result result(host);
-  const std::string expectedThrown = thrownBy([&] { fuzz::modelPass(host, expected_, plan, result); });
+  Result result = before(host);
+  const std::string expectedThrown = thrownBy([&] { modelPass(host, expected_, plan, result); });
   const StderrCapture captured;
   cudart_cpu::resetCounters();
   if (plan.held) cudart_cpu::hold(theStream());
@@ -195,7 +265,7 @@ void World::render(HostContext& host, Plan plan) {
   checkDevice(plan);
   cudart_cpu::clearFailures();
   if (plan.held) cudart_cpu::release(theStream());
-  if (expected_.device.freeFailed) cudaFree(bufferBefore);
+  if (plan.calls.failed(model::Call::free) != 0) cudaFree(bufferBefore);  // which the plug-in has given up
 
   fuzz::checkEqual(thrown, expectedThrown, "what the pass throws");
   fuzz::checkEqual(captured.text(), result.line, "standard error");
@@ -209,32 +279,33 @@ void World::render(HostContext& host, Plan plan) {
 }
 
 void World::checkDevice(const Plan& plan) {
-  for (const Call call :
-       {Call::cudaMalloc, Call::cudaFree, Call::cudaMemcpyAsync, Call::cudaLaunchHostFunc}) {
-    fuzz::checkEqual(std::to_string(cudart_cpu::count(call)), std::to_string(plan.calls.count(call)),
-                     cudart_cpu::callName(call));
+  for (std::size_t i = 0; i < kRuntimeCalls.size(); ++i) {
+    const unsigned expected = plan.calls.count(static_cast<model::Call>(i));
+    fuzz::checkEqual(std::to_string(cudart_cpu::count(kRuntimeCalls[i])), std::to_string(expected),
+                     cudart_cpu::callName(kRuntimeCalls[i]));
   }
   fuzz::check(cudart_cpu::totalCalls() == plan.calls.total(), "other calls of the CUDA runtime");
-  fuzz::check((fields_.deviceMask() != nullptr) == expected_.device.hasBuffer, "whether there is a buffer");
-  fuzz::check(fields_.deviceMaskBytes() == expected_.device.bufferBytes, "the buffer's bytes");
+  fuzz::check((fields_.deviceMask() != nullptr) == expected_.buffer.there, "whether there is a buffer");
+  fuzz::check(fields_.deviceMaskBytes() == expected_.buffer.bytes, "the buffer's bytes");
   fuzz::check(fields_.skippedFrames() == expected_.skipped, "skipped frames");
 }
 
 void World::checkContext(HostContext& host, const Plan& plan, const Result& result) {
   const RenderContext& ctx = host.ctx;
-  fuzz::check(ctx.guard_active == result.active, "guard_active");
-  fuzz::check(ctx.guard_backend == result.backend, "guard_backend");
-  fuzz::check((ctx.render_target != nullptr) == result.hasTarget, "whether there is a render target");
+  fuzz::check(ctx.guard_active == result.picture.active, "guard_active");
+  fuzz::check(ctx.guard_backend == result.picture.backend, "guard_backend");
+  fuzz::check((ctx.render_target != nullptr) == result.picture.has_target,
+              "whether there is a render target");
   fuzz::check(ctx.picture.writable == result.writable, "the writable picture");
-  fuzz::check(!host.token.expired() == result.holdsOld, "whether the mapping from before is held");
+  fuzz::check(!host.token.expired() == result.picture.holds_old, "whether the mapping from before is held");
   unsigned maps = 0;
   for (const Backend& backend : backends_) maps += backend.maps;
-  fuzz::check(maps == result.maps, "how often is mapped");
+  fuzz::check(maps == result.picture.maps, "how often is mapped");
   if (maps != 0 && plan.map != Map::error) {
-    fuzz::check(!expected_.backend->token.expired() == result.holdsNew, "whether the new mapping is held");
+    fuzz::check(!backend_->token.expired() == result.picture.holds_new, "whether the new mapping is held");
   }
-  if (!result.holdsNew) return;
-  host.token = expected_.backend->token;
+  if (!result.picture.holds_new) return;
+  host.token = backend_->token;
   host.canvas = plan.canvas;
 }
 

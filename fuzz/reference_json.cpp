@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "fuzz/reference_numbers.h"
+#include "test_support/model/nearest_float.h"
 
 namespace reference {
 namespace {
@@ -129,7 +130,7 @@ JsonValue quotedValue(const std::string& text, std::string& diagnostics) {
   if (others == 0 && points == 1) {
     const std::optional<double> value = numericDouble(text);
     if (!value) diagnostics += "Invalid float conversion in SwString: " + text + "\n";
-    return JsonValue::ofDouble(value ? static_cast<double>(nearestFloat(*value)) : 0.0);
+    return JsonValue::ofDouble(value ? static_cast<double>(model::nearestFloat(*value)) : 0.0);
   }
   return JsonValue::ofString(text);
 }

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "fuzz/fuzz_target.h"
-#include "fuzz/reference_producers.h"
+#include "test_support/model/producers.h"
 #include "zelvo/ZelvoPicturePool.h"
 
 namespace fuzz {
@@ -59,6 +59,15 @@ HostContext::HostContext(FuzzInput& input, std::vector<SharedPicture>& pictures)
   buildProducers(input);
 }
 
+SharedPicture HostContext::copied() const {
+  for (const Copy copy : {poolCopy, detachedCopy}) {
+    if (copy == Copy::error) throw CopyError();
+    if (copy == Copy::picture) return picture;
+    if (copy == Copy::emptyPicture) return emptyPicture;
+  }
+  return nullptr;
+}
+
 void HostContext::buildPicture(FuzzInput& input, std::vector<SharedPicture>& pictures) {
   const unsigned most = input.below(4) == 0 ? 64 : 20;
   const int width = 1 + static_cast<int>(input.below(most));
@@ -91,17 +100,20 @@ void HostContext::buildPicture(FuzzInput& input, std::vector<SharedPicture>& pic
 
 void HostContext::buildResolver(FuzzInput& input) {
   const unsigned kind = input.below(16);
-  if (kind == 1) return;
-  deliveries.resolveFor(ctx);
-  if (kind > 3) return;
+  if (kind == 1) {
+    ctx.payload_resolver = nullptr;
+    return;
+  }
+  resolver.resolve = nullptr;
+  if (kind != 3) deliveries.resolveFor(ctx);
   if (kind == 2) {
-    otherResolver.resolve = [this, inner = ctx.payload_resolver](std::uint64_t frame, const SwAny& stored) {
+    resolver.resolve = [this, inner = ctx.payload_resolver](std::uint64_t frame, const SwAny& stored) {
       ctx.picture.source.reset();
       return inner->resolve(frame, stored);
     };
+    ctx.payload_resolver = &resolver;
     sourceVanishes = true;
   }
-  if (kind >= 2) ctx.payload_resolver = &otherResolver;
 }
 
 void HostContext::buildProducers(FuzzInput& input) {
@@ -110,13 +122,13 @@ void HostContext::buildProducers(FuzzInput& input) {
     RenderProducerStatus& report = reports["detection.v1"].emplace_back();
     report.producer_id = buildKey(input);
   }
-  if (kind != 1) ctx.producer_statuses = &reports;
-  if (kind != 2) ctx.inputs = &deliveries.byType();
+  if (kind == 1) ctx.producer_statuses = nullptr;
+  ctx.inputs = kind == 2 ? nullptr : &deliveries.byType();
   static const std::vector<RenderInput> kNoInputs;
   const std::vector<RenderProducerStatus> noReports;
   const auto found = reports.find("detection.v1");
-  producers = reference::producerView(kind == 1 || found == reports.end() ? noReports : found->second,
-                                      kind == 2 ? kNoInputs : deliveries.inputs())
+  producers = model::producerView(kind == 1 || found == reports.end() ? noReports : found->second,
+                                  kind == 2 ? kNoInputs : deliveries.inputs())
                   .producers;
 }
 

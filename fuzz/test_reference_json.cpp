@@ -9,6 +9,7 @@
 #include "fuzz/reference_encryption.h"
 #include "fuzz/reference_json.h"
 #include "fuzz/reference_numbers.h"
+#include "test_support/model/nearest_float.h"
 
 namespace {
 
@@ -75,15 +76,15 @@ TEST(ReferenceNumbers, ReadLiteralsOfEveryBase) {
 }
 
 TEST(ReferenceNumbers, RoundToTheNearestFloat) {
-  EXPECT_EQ(reference::nearestFloat(0.5), 0.5F);
-  EXPECT_EQ(reference::nearestFloat(16777217.0), 16777216.0F);
-  EXPECT_EQ(reference::nearestFloat(-16777219.0), -16777220.0F);
-  EXPECT_EQ(reference::nearestFloat(0x1.fffffefffffffp127), 0x1.fffffep127F);
-  EXPECT_EQ(reference::nearestFloat(-0x1.ffffffp127), -std::numeric_limits<float>::infinity());
+  EXPECT_EQ(model::nearestFloat(0.5), 0.5F);
+  EXPECT_EQ(model::nearestFloat(16777217.0), 16777216.0F);
+  EXPECT_EQ(model::nearestFloat(-16777219.0), -16777220.0F);
+  EXPECT_EQ(model::nearestFloat(0x1.fffffefffffffp127), 0x1.fffffep127F);
+  EXPECT_EQ(model::nearestFloat(-0x1.ffffffp127), -std::numeric_limits<float>::infinity());
   // Three quarters of the way from one subnormal float to the next.
-  EXPECT_EQ(reference::nearestFloat(0x1.000003p-127), 0x1.000004p-127F);
-  EXPECT_EQ(reference::nearestFloat(0x1p-150), 0.0F);
-  EXPECT_TRUE(std::signbit(reference::nearestFloat(-0x1p-150)));
+  EXPECT_EQ(model::nearestFloat(0x1.000003p-127), 0x1.000004p-127F);
+  EXPECT_EQ(model::nearestFloat(0x1p-150), 0.0F);
+  EXPECT_TRUE(std::signbit(model::nearestFloat(-0x1p-150)));
 }
 
 // The block of FIPS 197's example for AES-256, and RFC 4648's base64.

@@ -4,10 +4,10 @@
 #include <cstdio>
 
 #include "test_support/frame_digests.h"
-#include "test_support/golden_model.h"
+#include "test_support/model/scene_frame.h"
 
 int main() {
   for (const frame_digests::NamedScene& scene : frame_digests::scenes()) {
-    std::puts(frame_digests::line(scene, golden::expectedFrame(scene.scene)).c_str());
+    std::puts(frame_digests::line(scene, model::expectedFrame(scene.scene)).c_str());
   }
 }

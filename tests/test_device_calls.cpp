@@ -13,7 +13,7 @@
 #include "cudart_cpu/control.h"
 #include "test_support/Camera.h"
 #include "test_support/frame_check.h"
-#include "test_support/golden_model.h"
+#include "test_support/model/scene_frame.h"
 #include "test_support/plugin_harness.h"
 #include "test_support/scene.h"
 #include "zelvo/ZelvoPicture.h"
@@ -49,7 +49,7 @@ Scene covered(int width, int height, int detections = 1) {
 // As it would stand with only the first `count` detections.
 std::vector<uint8_t> expectedAfter(Scene scene, std::size_t count) {
   scene.inputs[0].detections.resize(count);
-  return golden::expectedFrame(scene);
+  return model::expectedFrame(scene);
 }
 
 class DeviceCalls : public plugin_test::PluginTest {
@@ -69,7 +69,7 @@ class DeviceCalls : public plugin_test::PluginTest {
     host().render(*frame);
     cudart_cpu::recordCalls(false);
     std::vector<cudart_cpu::RecordedCall> calls = cudart_cpu::recordedCalls();
-    EXPECT_TRUE(sameFrame(scene, golden::expectedFrame(scene), frame->pixels()));
+    EXPECT_TRUE(sameFrame(scene, model::expectedFrame(scene), frame->pixels()));
     return calls;
   }
 
@@ -205,7 +205,7 @@ TEST_F(DeviceCalls, FrameStandsUnchangedUntilItsStreamGoesOn) {
   EXPECT_GT(cudart_cpu::heldWork(host().stream()), 0U);
   EXPECT_TRUE(sameFrame(scene, scene.frame, bytesNow(picture)));
   cudart_cpu::release(host().stream());
-  EXPECT_TRUE(sameFrame(scene, golden::expectedFrame(scene), bytesNow(picture)));
+  EXPECT_TRUE(sameFrame(scene, model::expectedFrame(scene), bytesNow(picture)));
 }
 
 TEST_F(DeviceCalls, FramesQueuedBehindEachOtherAreAllDrawnRight) {
@@ -221,9 +221,9 @@ TEST_F(DeviceCalls, FramesQueuedBehindEachOtherAreAllDrawnRight) {
   EXPECT_TRUE(sameFrame(first, first.frame, bytesNow(*first_frame->context().picture.writable)));
   cudart_cpu::release(host().stream());
   EXPECT_TRUE(
-      sameFrame(first, golden::expectedFrame(first), bytesNow(*first_frame->context().picture.writable)));
+      sameFrame(first, model::expectedFrame(first), bytesNow(*first_frame->context().picture.writable)));
   EXPECT_TRUE(
-      sameFrame(second, golden::expectedFrame(second), bytesNow(*second_frame->context().picture.writable)));
+      sameFrame(second, model::expectedFrame(second), bytesNow(*second_frame->context().picture.writable)));
 }
 
 TEST_F(DeviceCalls, FailedAllocationDrawsNothingAndTheNextFrameTriesAgain) {
@@ -257,7 +257,7 @@ TEST_F(DeviceCalls, FailureToFreeTheOldBufferCostsNoFrame) {
   const auto frame = readyFrame(larger);
   cudart_cpu::failCall(Call::cudaFree, 1, cudaErrorUnknown);
   host().render(*frame);
-  EXPECT_TRUE(sameFrame(larger, golden::expectedFrame(larger), frame->pixels()));
+  EXPECT_TRUE(sameFrame(larger, model::expectedFrame(larger), frame->pixels()));
   EXPECT_EQ(memoryCallsOf(larger), std::vector<std::string>{});
 }
 
@@ -289,11 +289,11 @@ TEST_F(DeviceCalls, FailedLaunchesAreNotExamined) {
 // Luma and chroma of the first detection, then of the second.
 TEST_F(DeviceCalls, AFailedLaunchCostsOnePlaneOfOneDetection) {
   const Scene scene = covered(6, 4, 2);
-  const std::vector<uint8_t> whole = golden::expectedFrame(scene);
+  const std::vector<uint8_t> whole = model::expectedFrame(scene);
   for (unsigned nth = 1; nth <= 4; ++nth) {
     Scene rest = scene;
     rest.inputs[0].detections.erase(rest.inputs[0].detections.begin() + (nth - 1) / 2);
-    const std::vector<uint8_t> without = golden::expectedFrame(rest);
+    const std::vector<uint8_t> without = model::expectedFrame(rest);
     const bool is_luma = nth % 2 == 1;
     std::vector<uint8_t> expected = is_luma ? without : whole;
     const std::vector<uint8_t>& chroma = is_luma ? whole : without;

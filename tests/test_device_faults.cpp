@@ -13,7 +13,7 @@
 #include "cudart_cpu/control.h"
 #include "test_support/PartialFrames.h"
 #include "test_support/frame_check.h"
-#include "test_support/golden_model.h"
+#include "test_support/model/scene_frame.h"
 #include "test_support/plugin_harness.h"
 #include "test_support/scene.h"
 
@@ -38,7 +38,7 @@ struct Step {
   std::vector<uint8_t> whole;
   plugin_test::PartialFrames partial;
 
-  explicit Step(const Scene& drawn) : scene(drawn), whole(golden::expectedFrame(drawn)), partial(drawn) {}
+  explicit Step(const Scene& drawn) : scene(drawn), whole(model::expectedFrame(drawn)), partial(drawn) {}
 };
 
 Scene covered(int width, int height, int detections) {

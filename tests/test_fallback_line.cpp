@@ -14,7 +14,8 @@
 #include <vector>
 
 #include "test_support/StderrCapture.h"
-#include "test_support/golden_model.h"
+#include "test_support/model/scene_frame.h"
+#include "test_support/model/skip_line.h"
 #include "test_support/plugin_harness.h"
 #include "test_support/random_scene.h"
 #include "test_support/scene.h"
@@ -25,12 +26,6 @@ using plugin_test::Frame;
 using plugin_test::standardErrorOf;
 using scene::Input;
 using scene::Scene;
-
-std::string line(uint64_t frame_id, unsigned missing, unsigned lookback) {
-  return "[SegMask][Fallback] frame=" + std::to_string(frame_id) +
-         " decision=skip providers_missing=" + std::to_string(missing) +
-         " providers_using_lookback=" + std::to_string(lookback) + "\n";
-}
 
 Input delivery(std::string producer, scene::PayloadForm form, bool uses_lookback) {
   Input input;
@@ -75,14 +70,14 @@ TEST_F(FallbackLine, CountsProducersWithoutDetections) {
   scene.reported = {"front", "rear", "front"};
   scene.inputs = {delivery("side", scene::PayloadForm::absent, false),
                   delivery("top", scene::PayloadForm::object, false)};
-  EXPECT_EQ(written(scene, 1042), line(1042, 4, 0));
+  EXPECT_EQ(written(scene, 1042), model::skipLine(1042, 4, 0));
 }
 
 TEST_F(FallbackLine, ComesInOnePiece) {
   const StderrCapture captured;
   Frame frame(empty_, host().stream());
   host().render(frame);
-  EXPECT_EQ(captured.text(), line(frame.context().frame_id, 1, 0));
+  EXPECT_EQ(captured.text(), model::skipLine(frame.context().frame_id, 1, 0));
   EXPECT_EQ(captured.writes(), 1);
 }
 
@@ -111,13 +106,13 @@ TEST_F(FallbackLine, CountsLookbackOnceAProducer) {
       delivery("a", scene::PayloadForm::object, true), delivery("a", scene::PayloadForm::absent, true),
       delivery("b", scene::PayloadForm::object, false), delivery("b", scene::PayloadForm::text, true),
       delivery("c", scene::PayloadForm::text, false)};
-  EXPECT_EQ(written(scene, 7), line(7, 3, 2));
+  EXPECT_EQ(written(scene, 7), model::skipLine(7, 3, 2));
 }
 
 TEST_F(FallbackLine, NobodyToMissIsAFrameToo) {
   Scene scene = empty_;
   scene.inputs.clear();
-  EXPECT_EQ(written(scene, UINT64_MAX), line(UINT64_MAX, 0, 0));
+  EXPECT_EQ(written(scene, UINT64_MAX), model::skipLine(UINT64_MAX, 0, 0));
 }
 
 TEST_F(FallbackLine, ContextsWithoutListsAreSkippedFrames) {
@@ -128,7 +123,7 @@ TEST_F(FallbackLine, ContextsWithoutListsAreSkippedFrames) {
               frame.context().producer_statuses = nullptr;
               host().render(frame);
             }),
-            line(0, 0, 0));
+            model::skipLine(0, 0, 0));
 }
 
 TEST_F(FallbackLine, CountsWhatAHostsOwnViewLists) {
@@ -141,7 +136,7 @@ TEST_F(FallbackLine, CountsWhatAHostsOwnViewLists) {
               view.inputsByProducer["nulls"] = {nullptr, nullptr};
               host().render(frame);
             }),
-            line(1, 3, 0));
+            model::skipLine(1, 3, 0));
 }
 
 TEST_F(FallbackLine, CountsAsTheModelDoesInRandomFrames) {
@@ -149,11 +144,11 @@ TEST_F(FallbackLine, CountsAsTheModelDoesInRandomFrames) {
   for (unsigned seed = 1; seed <= 150; ++seed) {
     Scene scene = scene::randomScene(seed);
     for (Input& input : scene.inputs) input.detections.clear();
-    const golden::Gathering gathered = golden::gather(scene);
+    const model::Gathering gathered = model::gather(scene);
     if (gathered.missing > 0 && gathered.lookback > 0) ++compared;
     // A frame with detections before each, so that each is the first of its run.
     ASSERT_EQ(written(full_), "");
-    ASSERT_EQ(written(scene, seed), line(seed, gathered.missing, gathered.lookback))
+    ASSERT_EQ(written(scene, seed), model::skipLine(seed, gathered.missing, gathered.lookback))
         << "seed " << seed << scene;
   }
   EXPECT_GE(compared, 30U);

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "test_support/frame_digests.h"
-#include "test_support/golden_model.h"
+#include "test_support/model/scene_frame.h"
 #include "test_support/plugin_harness.h"
 
 namespace {
@@ -32,7 +32,7 @@ TEST(FrameDigest, TheModelDrawsTheCommittedFrames) {
   const std::vector<frame_digests::NamedScene> scenes = frame_digests::scenes();
   ASSERT_EQ(committed.size(), scenes.size()) << kRenew;
   for (std::size_t i = 0; i < scenes.size(); ++i) {
-    ASSERT_EQ(frame_digests::line(scenes[i], golden::expectedFrame(scenes[i].scene)), committed[i]) << kRenew;
+    ASSERT_EQ(frame_digests::line(scenes[i], model::expectedFrame(scenes[i].scene)), committed[i]) << kRenew;
   }
 }
 

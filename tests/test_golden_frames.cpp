@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "test_support/golden_model.h"
+#include "test_support/model/scene_frame.h"
 #include "test_support/plugin_harness.h"
 #include "test_support/scene.h"
 
@@ -112,7 +112,7 @@ TEST_F(GoldenFrame, MasksWhoseSidesAreSwapped) {
 TEST_F(GoldenFrame, EmptyMaskDrawsNothing) {
   const Scene scene =
       scene::oneProducer(6, 4, {boxed(0, 0, 6, 4, scene::maskText(6, 4, std::vector<bool>(24, false)))});
-  EXPECT_EQ(golden::expectedFrame(scene), scene.frame);
+  EXPECT_EQ(model::expectedFrame(scene), scene.frame);
   expectGolden(scene);
 }
 
@@ -148,10 +148,10 @@ TEST_F(GoldenFrame, OverlappingDetectionsAreBlendedInOrder) {
     crowd.push_back(boxed(i / 2, i % 3, 7, 5, scene::chessMask(10 - i % 4, 8), i));
   }
   Scene scene = scene::oneProducer(10, 8, crowd);
-  const std::vector<uint8_t> forward = golden::expectedFrame(scene);
+  const std::vector<uint8_t> forward = model::expectedFrame(scene);
   expectGolden(scene);
   scene.inputs[0].detections.assign(crowd.rbegin(), crowd.rend());
-  EXPECT_NE(golden::expectedFrame(scene), forward) << "the order does not matter in this scene";
+  EXPECT_NE(model::expectedFrame(scene), forward) << "the order does not matter in this scene";
   expectGolden(scene);
 }
 
@@ -180,7 +180,7 @@ TEST_F(GoldenFrame, ProducersKnownByNameJoinThoseKnownById) {
 TEST_F(GoldenFrame, LookbackInputsAreDrawnLikeAnyOther) {
   Scene scene = scene::oneProducer(4, 4, {scene::coverAll(4, 4, 1)});
   scene.inputs[0].uses_lookback = true;
-  EXPECT_NE(golden::expectedFrame(scene), scene.frame);
+  EXPECT_NE(model::expectedFrame(scene), scene.frame);
   expectGolden(scene);
 }
 
@@ -218,8 +218,8 @@ TEST_F(GoldenFrame, CapKeepsTheFirstDetections) {
   std::vector<uint8_t> before;
   for (int32_t cap = 1; cap <= 6; ++cap) {
     scene.settings.cap = cap;
-    EXPECT_NE(golden::expectedFrame(scene), before) << "one detection more makes no difference in this scene";
-    before = golden::expectedFrame(scene);
+    EXPECT_NE(model::expectedFrame(scene), before) << "one detection more makes no difference in this scene";
+    before = model::expectedFrame(scene);
     expectGolden(scene);
   }
 }
@@ -227,7 +227,7 @@ TEST_F(GoldenFrame, CapKeepsTheFirstDetections) {
 TEST_F(GoldenFrame, UnreadableDetectionsCountTowardTheCap) {
   Scene scene = scene::oneProducer(4, 4, {boxed(0, 0, 4, 4, "SEG1|4|4|"), scene::coverAll(4, 4, 2)});
   scene.settings.cap = 1;
-  EXPECT_EQ(golden::expectedFrame(scene), scene.frame);
+  EXPECT_EQ(model::expectedFrame(scene), scene.frame);
   expectGolden(scene);
 }
 
@@ -241,7 +241,7 @@ TEST_F(GoldenFrame, ScoresBelowTheThresholdAreNotDrawnAndEqualOnesAre) {
         scene.inputs[0].form = form;
         scene.inputs[0].detections[0].score = score;
         scene.settings.min_score = threshold;
-        EXPECT_EQ(golden::expectedFrame(scene) != scene.frame, score >= threshold);
+        EXPECT_EQ(model::expectedFrame(scene) != scene.frame, score >= threshold);
         expectGolden(scene);
       }
     }
@@ -252,7 +252,7 @@ TEST_F(GoldenFrame, ScoreThatIsNoNumberIsDrawn) {
   Scene scene = scene::oneProducer(2, 2, {scene::coverAll(2, 2, 1)});
   scene.inputs[0].detections[0].score = std::numeric_limits<float>::quiet_NaN();
   scene.settings.min_score = 1.0F;
-  EXPECT_NE(golden::expectedFrame(scene), scene.frame);
+  EXPECT_NE(model::expectedFrame(scene), scene.frame);
   expectGolden(scene);
 }
 

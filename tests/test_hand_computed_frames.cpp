@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "test_support/golden_model.h"
+#include "test_support/model/scene_frame.h"
 #include "test_support/plugin_harness.h"
 #include "test_support/scene.h"
 
@@ -43,7 +43,7 @@ class HandComputedFrame : public PluginTest {
   // The model is held against the same bytes: one that is wrong here would be wrong about every other frame.
   void expectBytes(const Scene& scene, const std::vector<uint8_t>& expected) {
     EXPECT_EQ(host().drawn(scene), expected) << scene;
-    EXPECT_EQ(golden::expectedFrame(scene), expected) << scene;
+    EXPECT_EQ(model::expectedFrame(scene), expected) << scene;
   }
 };
 

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "test_support/frame_check.h"
-#include "test_support/golden_model.h"
+#include "test_support/model/scene_frame.h"
 #include "test_support/plugin_harness.h"
 #include "test_support/scene.h"
 #include "zelvo/RenderTarget.h"
@@ -77,10 +77,10 @@ class PictureMapping : public plugin_test::PluginTest {
     first_ = std::make_unique<ProbeBackend>("first", host().backend(), events_);
     second_ = std::make_unique<ProbeBackend>("second", host().backend(), events_);
     frame_ = std::make_unique<Frame>(scene_, host().stream());
-    once_ = golden::expectedFrame(scene_);
+    once_ = model::expectedFrame(scene_);
     Scene again = scene_;
     again.frame = once_;
-    twice_ = golden::expectedFrame(again);
+    twice_ = model::expectedFrame(again);
   }
 
   void pass(ProbeBackend& backend) {
@@ -183,7 +183,7 @@ TEST_F(PictureMapping, ActiveGuardWithInvalidPlanesIsReplaced) {
     EXPECT_EQ(first_->lastTarget(), context().render_target.get());
   }
   Scene scene = scene_;
-  for (int i = 0; i < 5; ++i) scene.frame = golden::expectedFrame(scene);
+  for (int i = 0; i < 5; ++i) scene.frame = model::expectedFrame(scene);
   EXPECT_TRUE(sameFrame(scene, scene.frame, frame_->pixels()));
 }
 
@@ -427,7 +427,7 @@ TEST_F(PictureMapping, CopyDecidesTheSizeOnceItIsThere) {
   Frame other(small, host().stream());
   context().picture.writable = other.context().picture.ensureWritablePicShared();
   pass(*first_);
-  EXPECT_TRUE(sameFrame(small, golden::expectedFrame(small), frame_->pixels()));
+  EXPECT_TRUE(sameFrame(small, model::expectedFrame(small), frame_->pixels()));
 }
 
 }  // namespace

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "test_support/frame_check.h"
-#include "test_support/golden_model.h"
+#include "test_support/model/scene_frame.h"
 #include "test_support/plugin_harness.h"
 #include "test_support/scene.h"
 #include "zelvo/ZelvoPicture.h"
@@ -99,7 +99,7 @@ TEST_F(PluginContract, DefaultsAreThoseOfTheSchema) {
   }
   Frame frame(scene, host().stream());
   host().render(frame);
-  EXPECT_TRUE(plugin_test::sameFrame(scene, golden::expectedFrame(scene), frame.pixels()));
+  EXPECT_TRUE(plugin_test::sameFrame(scene, model::expectedFrame(scene), frame.pixels()));
 }
 
 TEST_F(PluginContract, InstancesKeepSettingsOfTheirOwn) {
@@ -110,10 +110,10 @@ TEST_F(PluginContract, InstancesKeepSettingsOfTheirOwn) {
   other.configure(strong.settings);
   Frame frame(scene, host().stream());
   host().render(frame);
-  EXPECT_TRUE(plugin_test::sameFrame(scene, golden::expectedFrame(scene), frame.pixels()));
+  EXPECT_TRUE(plugin_test::sameFrame(scene, model::expectedFrame(scene), frame.pixels()));
   Frame strong_frame(strong, other.stream());
   other.render(strong_frame);
-  EXPECT_TRUE(plugin_test::sameFrame(strong, golden::expectedFrame(strong), strong_frame.pixels()));
+  EXPECT_TRUE(plugin_test::sameFrame(strong, model::expectedFrame(strong), strong_frame.pixels()));
 }
 
 // Which settings a document leaves in force, seen by what is drawn: ten detections, each over the last.
@@ -136,7 +136,7 @@ class PluginSettings : public PluginTest {
     plugin->setConfig(document);
     Frame frame(scene, host().stream());
     plugin->render(frame.context());
-    EXPECT_TRUE(plugin_test::sameFrame(scene, golden::expectedFrame(scene), frame.pixels())) << document;
+    EXPECT_TRUE(plugin_test::sameFrame(scene, model::expectedFrame(scene), frame.pixels())) << document;
   }
 };
 
@@ -183,7 +183,7 @@ TEST_F(PluginSettings, CapIsNeverAboveItsMaximum) {
   host().plugin()->setConfig("{\"alpha\": 1, \"max_overlay_dets\": 5000}");
   Frame frame(scene, host().stream());
   host().render(frame);
-  EXPECT_TRUE(plugin_test::sameFrame(scene, golden::expectedFrame(scene), frame.pixels()));
+  EXPECT_TRUE(plugin_test::sameFrame(scene, model::expectedFrame(scene), frame.pixels()));
 }
 
 TEST_F(PluginSettings, TakeEffectAtTheNextFrame) {

@@ -23,7 +23,7 @@
 #include "test_support/PartialFrames.h"
 #include "test_support/StderrCapture.h"
 #include "test_support/frame_check.h"
-#include "test_support/golden_model.h"
+#include "test_support/model/scene_frame.h"
 #include "test_support/plugin_harness.h"
 #include "test_support/scene.h"
 #include "zelvo/ZelvoPicture.h"
@@ -168,7 +168,7 @@ class PluginOutOfMemory : public ::testing::Test {
   }
 
   const Scene scene_ = crowdedScene();
-  const Bytes whole_ = golden::expectedFrame(scene_);
+  const Bytes whole_ = model::expectedFrame(scene_);
   const plugin_test::PartialFrames partial_{scene_};
   const StderrCapture captured_;
   const WatchedMatrices matrices_;
@@ -285,9 +285,9 @@ TEST_F(PluginOutOfMemory, AConfigurationIsStoredWholeOrNotAtAll) {
     std::string argument = text;
     const bool stored = succeeds([&] { plugin->setConfig(std::move(argument)); });
     const Scene& inForce = stored ? renewed : old;
-    EXPECT_TRUE(sameFrame(inForce, golden::expectedFrame(inForce), drawnBy(*plugin, inForce)));
+    EXPECT_TRUE(sameFrame(inForce, model::expectedFrame(inForce), drawnBy(*plugin, inForce)));
     plugin->setConfig(text);
-    EXPECT_TRUE(sameFrame(renewed, golden::expectedFrame(renewed), drawnBy(*plugin, renewed)));
+    EXPECT_TRUE(sameFrame(renewed, model::expectedFrame(renewed), drawnBy(*plugin, renewed)));
   });
 }
 
@@ -299,7 +299,7 @@ TEST_F(PluginOutOfMemory, AConfigurationThatCannotBeReadChangesNothing) {
     configure(*plugin, old.settings);
     std::string argument = "{\"alpha\": 0.125, \"a member that is not known\": [\"with a text\", }";
     succeeds([&] { plugin->setConfig(std::move(argument)); });
-    EXPECT_TRUE(sameFrame(old, golden::expectedFrame(old), drawnBy(*plugin, old)));
+    EXPECT_TRUE(sameFrame(old, model::expectedFrame(old), drawnBy(*plugin, old)));
   });
 }
 

@@ -13,7 +13,7 @@
 #include "core/SwJsonArray.h"
 #include "core/SwJsonObject.h"
 #include "test_support/frame_check.h"
-#include "test_support/golden_model.h"
+#include "test_support/model/scene_frame.h"
 #include "test_support/plugin_harness.h"
 #include "test_support/scene.h"
 #include "test_support/scene_payload.h"
@@ -34,7 +34,7 @@ class PluginPayloads : public plugin_test::PluginTest {
     Frame frame(scene, host().stream());
     frame.inputs()[0].payload = SwAny(payload);
     host().render(frame);
-    EXPECT_TRUE(plugin_test::sameFrame(scene, golden::expectedFrame(scene), frame.pixels())) << payload;
+    EXPECT_TRUE(plugin_test::sameFrame(scene, model::expectedFrame(scene), frame.pixels())) << payload;
   }
 
   // The same for the members of one detection with the mask below.
@@ -107,7 +107,7 @@ TEST_F(PluginPayloads, ScoresOfEveryKind) {
         SwAny("{\"detections\": [{\"w\": 6, \"h\": 4, \"score\": " + std::string(text) +
               ", \"class_info\": \"SEG1|1|1|AQ==\"}]}");
     host().render(frame);
-    EXPECT_TRUE(plugin_test::sameFrame(scene, golden::expectedFrame(scene), frame.pixels())) << text;
+    EXPECT_TRUE(plugin_test::sameFrame(scene, model::expectedFrame(scene), frame.pixels())) << text;
   }
 }
 
@@ -169,7 +169,7 @@ TEST_F(PluginPayloads, WhatTheResolverReturnsIsDrawn) {
   };
   frame.context().payload_resolver = &resolver;
   host().render(frame);
-  EXPECT_TRUE(plugin_test::sameFrame(resolved, golden::expectedFrame(resolved), frame.pixels()));
+  EXPECT_TRUE(plugin_test::sameFrame(resolved, model::expectedFrame(resolved), frame.pixels()));
 }
 
 TEST_F(PluginPayloads, WithoutAResolverInputsCannotBeRead) {
@@ -271,7 +271,7 @@ class BadPayloads : public plugin_test::PluginTest {
     Frame frame(scene_, host().stream());
     frame.inputs()[1].payload = bad;
     EXPECT_NO_THROW(host().render(frame));
-    EXPECT_TRUE(plugin_test::sameFrame(others_, golden::expectedFrame(others_), frame.pixels()));
+    EXPECT_TRUE(plugin_test::sameFrame(others_, model::expectedFrame(others_), frame.pixels()));
     expectGolden(scene_);
   }
 
@@ -292,7 +292,7 @@ class BadPayloads : public plugin_test::PluginTest {
     const RenderPayloadResolver handOn{[](uint64_t, const SwAny& stored) { return stored; }};
     frame.context().payload_resolver = &handOn;
     host().render(frame);
-    EXPECT_TRUE(plugin_test::sameFrame(scene_, golden::expectedFrame(scene_), frame.pixels()));
+    EXPECT_TRUE(plugin_test::sameFrame(scene_, model::expectedFrame(scene_), frame.pixels()));
     expectGolden(scene_);
   }
 
@@ -395,7 +395,7 @@ TEST_F(PluginProducerView, NullInputsArePassedOver) {
   view.producers = {"p"};
   view.inputsByProducer["p"] = {nullptr, &frame.inputs()[0], nullptr};
   host().render(frame);
-  EXPECT_TRUE(plugin_test::sameFrame(scene_, golden::expectedFrame(scene_), frame.pixels()));
+  EXPECT_TRUE(plugin_test::sameFrame(scene_, model::expectedFrame(scene_), frame.pixels()));
 }
 
 TEST_F(PluginProducerView, UnnamedProducersArePassedOver) {

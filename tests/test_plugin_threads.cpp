@@ -20,7 +20,7 @@
 
 #include "test_support/StartTogether.h"
 #include "test_support/frame_check.h"
-#include "test_support/golden_model.h"
+#include "test_support/model/scene_frame.h"
 #include "test_support/plugin_harness.h"
 #include "test_support/process_facts.h"
 #include "test_support/random_scene.h"
@@ -41,7 +41,7 @@ Scene sceneOf(unsigned thread, unsigned frame) {
 }
 
 bool drawsAsModelled(Host& host, const Scene& scene) {
-  const auto result = plugin_test::sameFrame(scene, golden::expectedFrame(scene), host.drawn(scene));
+  const auto result = plugin_test::sameFrame(scene, model::expectedFrame(scene), host.drawn(scene));
   EXPECT_TRUE(result);
   return result;
 }
@@ -169,7 +169,7 @@ TEST_F(PluginThreads, PayloadsFromAResolverOnAnotherThreadAreDrawn) {
       Frame frame(scene, hosts[i]->stream());
       frame.context().payload_resolver = &resolver;
       hosts[i]->render(frame);
-      ASSERT_TRUE(plugin_test::sameFrame(scene, golden::expectedFrame(scene), frame.pixels()));
+      ASSERT_TRUE(plugin_test::sameFrame(scene, model::expectedFrame(scene), frame.pixels()));
     }
   });
   EXPECT_GT(store.resolved(), kThreads * kFrames / 2);
@@ -195,7 +195,7 @@ TEST_F(PluginThreads, WhatAResolverOnAnotherThreadThrowsReachesTheThreadThatRend
       const bool lost = number == 13;
       ASSERT_EQ(thrown, lost ? "the store has lost frame 13" : "");
       ASSERT_TRUE(
-          plugin_test::sameFrame(scene, lost ? scene.frame : golden::expectedFrame(scene), frame.pixels()));
+          plugin_test::sameFrame(scene, lost ? scene.frame : model::expectedFrame(scene), frame.pixels()));
     }
   });
 }

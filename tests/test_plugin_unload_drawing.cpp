@@ -6,7 +6,7 @@
 #include <string>
 
 #include "test_support/frame_check.h"
-#include "test_support/golden_model.h"
+#include "test_support/model/scene_frame.h"
 #include "test_support/plugin_harness.h"
 #include "test_support/process_facts.h"
 #include "test_support/scene.h"
@@ -32,7 +32,7 @@ void loadDrawAndUnload(cudaStream_t stream, IRenderBackend& backend) {
   init.backend = &backend;
   plugin->init(init);
   plugin->render(frame.context());
-  EXPECT_TRUE(plugin_test::sameFrame(scene, golden::expectedFrame(scene), frame.pixels()));
+  EXPECT_TRUE(plugin_test::sameFrame(scene, model::expectedFrame(scene), frame.pixels()));
 }
 
 TEST(PluginUnload, LeavesMemoryAfterDrawing) {

@@ -4,7 +4,8 @@
 #include <vector>
 
 #include "test_support/frame_check.h"
-#include "test_support/golden_model.h"
+#include "test_support/model/mask.h"
+#include "test_support/model/scene_frame.h"
 #include "test_support/plugin_harness.h"
 #include "test_support/random_scene.h"
 #include "test_support/scene.h"
@@ -35,8 +36,8 @@ TEST_F(RandomFrames, PassesOverOnePictureAddUp) {
     host().render(frame);
     host().render(frame);
     const std::vector<uint8_t> source = scene.frame;
-    scene.frame = golden::expectedFrame(scene);
-    EXPECT_TRUE(plugin_test::sameFrame(scene, golden::expectedFrame(scene), frame.pixels()));
+    scene.frame = model::expectedFrame(scene);
+    EXPECT_TRUE(plugin_test::sameFrame(scene, model::expectedFrame(scene), frame.pixels()));
     EXPECT_TRUE(plugin_test::sameFrame(scene, source, frame.sourcePixels()));
     if (HasFailure()) break;
   }
@@ -53,15 +54,15 @@ TEST(RandomScenes, ReachTheRulesThatTheyAreMeantToTry) {
   unsigned lookback = 0;
   for (unsigned seed = 1; seed <= kFrames; ++seed) {
     const scene::Scene scene = scene::randomScene(seed);
-    const golden::Gathering gathered = golden::gather(scene);
-    if (golden::expectedFrame(scene) != scene.frame) ++drawn;
+    const model::Gathering gathered = model::gather(scene);
+    if (model::expectedFrame(scene) != scene.frame) ++drawn;
     if (scene.width % 2 == 1 || scene.height % 2 == 1) ++odd;
     if (gathered.detections.size() == static_cast<std::size_t>(scene.settings.cap)) ++capped;
     if (gathered.missing > 0) ++missing;
     if (gathered.lookback > 0) ++lookback;
     for (const scene::Detection& detection : gathered.detections) {
       if (detection.score < scene.settings.min_score) ++low_scores;
-      if (!golden::readMask(detection.mask)) ++broken;
+      if (!model::readMask(detection.mask)) ++broken;
     }
   }
   for (const unsigned count : {drawn, odd, capped, low_scores, broken, missing, lookback}) {

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "test_support/frame_check.h"
-#include "test_support/golden_model.h"
+#include "test_support/model/scene_frame.h"
 #include "test_support/random_scene.h"
 
 namespace plugin_test {
@@ -22,7 +22,7 @@ void Camera::render(std::size_t frame) {
 }
 
 ::testing::AssertionResult Camera::drewAsModelled(std::size_t frame) const {
-  return sameFrame(scenes_[frame], golden::expectedFrame(scenes_[frame]), frames_[frame]->pixels());
+  return sameFrame(scenes_[frame], model::expectedFrame(scenes_[frame]), frames_[frame]->pixels());
 }
 
 std::vector<scene::Scene> scenesByFallingSize(unsigned firstSeed, unsigned count) {

@@ -5,7 +5,7 @@
 
 #include "test_support/StderrFile.h"
 #include "test_support/frame_check.h"
-#include "test_support/golden_model.h"
+#include "test_support/model/scene_frame.h"
 #include "test_support/scene_payload.h"
 #include "zelvo/ZelvoPicture.h"
 
@@ -87,7 +87,7 @@ void PluginTest::expectGolden(const scene::Scene& scene) {
   host().configure(scene.settings);
   Frame frame(scene, host().stream());
   host().render(frame);
-  EXPECT_TRUE(sameFrame(scene, golden::expectedFrame(scene), frame.pixels()));
+  EXPECT_TRUE(sameFrame(scene, model::expectedFrame(scene), frame.pixels()));
   EXPECT_TRUE(sameFrame(scene, scene.frame, frame.sourcePixels())) << "the source picture was drawn on";
 }
 

@@ -1,7 +1,6 @@
 #include "soak/FramePlan.h"
 
 #include "soak/hostile_input.h"
-#include "test_support/golden_model.h"
 #include "test_support/random_scene.h"
 
 namespace soak {
@@ -43,49 +42,6 @@ void makeQuiet(Dice& dice, FramePlan& plan) {
   }
 }
 
-// Whether the plug-in has something to draw, visible or not.
-bool isDrawable(const scene::Detection& detection, const scene::Settings& settings) {
-  return !(detection.score < settings.min_score) && golden::readMask(detection.mask).has_value();
-}
-
-std::vector<scene::Detection> drawableOf(const golden::Gathering& gathered, const scene::Settings& settings) {
-  std::vector<scene::Detection> drawable;
-  for (const scene::Detection& detection : gathered.detections) {
-    if (isDrawable(detection, settings)) drawable.push_back(detection);
-  }
-  return drawable;
-}
-
-// Why nothing of a frame with drawable detections is drawn; the text is that of the exception, if there is
-// one.
-std::optional<std::string> obstacle(const FramePlan& plan, const Observed& observed) {
-  switch (plan.trouble) {
-    case Trouble::noCopy:
-      return "LazyDetachedPicture cloneDetached failed";
-    case Trouble::noSourceId:
-      return "LazyDetachedPicture has no source picture id";
-    case Trouble::invalidMapping:
-      return "";
-    case Trouble::failedAllocation:
-      if (observed.allocations > 0) return "";
-      return std::nullopt;
-    default:
-      return std::nullopt;
-  }
-}
-
-// What does not see the frame is passed over without an upload.
-void drawUntilUploadFails(const FramePlan& plan, const std::vector<scene::Detection>& drawable,
-                          std::vector<uint8_t>& pixels) {
-  const scene::Scene& scene = plan.scene;
-  unsigned uploads = 0;
-  for (const scene::Detection& detection : drawable) {
-    if (!golden::visiblePart(detection, scene.width, scene.height)) continue;
-    if (plan.trouble == Trouble::failedUpload && ++uploads == plan.nth) return;
-    golden::draw(pixels, scene.width, scene.height, detection, scene.settings.alpha);
-  }
-}
-
 }  // namespace
 
 const char* nameOf(Trouble trouble) {
@@ -121,35 +77,6 @@ FramePlan planFrame(Dice& dice, int width, int height, const scene::Settings& se
     for (scene::Input& input : plan.scene.inputs) input.detections.clear();
   }
   return plan;
-}
-
-Expected expectedOf(const FramePlan& plan, const std::vector<uint8_t>& before, const Observed& observed) {
-  Expected expected;
-  if (plan.trouble != Trouble::noSource && plan.trouble != Trouble::emptyPicture) expected.pixels = before;
-  if (plan.trouble == Trouble::noBackend || plan.trouble == Trouble::noSource) return expected;
-  if (observed.resolver_threw) {
-    expected.thrown = kResolverError;
-    return expected;
-  }
-
-  const golden::Gathering gathered = golden::gather(plan.scene);
-  if (gathered.detections.empty()) {
-    expected.run = Expected::Run::goesOn;
-    expected.missing = gathered.missing;
-    expected.lookback = gathered.lookback;
-    return expected;
-  }
-  expected.run = Expected::Run::ends;
-  const std::vector<scene::Detection> drawable = drawableOf(gathered, plan.scene.settings);
-  if (drawable.empty() || !expected.pixels) return expected;
-  if (const std::optional<std::string> thrown = obstacle(plan, observed)) {
-    expected.thrown = *thrown;
-  } else if (plan.trouble == Trouble::failedLaunch) {
-    expected.pixels.reset();
-  } else {
-    drawUntilUploadFails(plan, drawable, *expected.pixels);
-  }
-  return expected;
 }
 
 }  // namespace soak

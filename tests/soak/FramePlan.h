@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -55,28 +54,5 @@ FramePlan planFrame(scene::Dice& dice, int width, int height, const scene::Setti
 
 /// What the resolver of throwingResolver throws.
 inline constexpr char kResolverError[] = "the payload is gone";
-
-/// What can be known of a pass only while it runs.
-struct Observed {
-  bool resolver_threw = false;
-  uint64_t allocations = 0;  ///< calls of cudaMalloc
-};
-
-/// What has to come of one pass.
-struct Expected {
-  /// The picture's bytes; nothing when there is no picture, or when they are not foretold: after a launch
-  /// that failed.
-  std::optional<std::vector<uint8_t>> pixels;
-
-  std::string thrown;  ///< the text of the exception that leaves render; empty for none
-
-  enum class Run { untouched, goesOn, ends };
-  Run run = Run::untouched;  ///< what becomes of the run of skipped frames
-  unsigned missing = 0;      ///< what the diagnostic line would say
-  unsigned lookback = 0;
-};
-
-/// For a pass over a picture that holds `before`.
-Expected expectedOf(const FramePlan& plan, const std::vector<uint8_t>& before, const Observed& observed);
 
 }  // namespace soak

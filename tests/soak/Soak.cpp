@@ -7,6 +7,8 @@
 #include "soak/hostile_input.h"
 #include "soak/steady_time.h"
 #include "test_support/frame_check.h"
+#include "test_support/model/scene_frame.h"
+#include "test_support/model/skip_line.h"
 #include "zelvo/ZelvoPicture.h"
 
 namespace soak {
@@ -29,6 +31,26 @@ void planFailure(const FramePlan& plan) {
   }
 }
 
+/// The same for the model.
+model::DeviceCalls callsOf(const FramePlan& plan) {
+  model::DeviceCalls calls;
+  if (plan.trouble == Trouble::failedAllocation) calls.failCall(model::Call::allocate, 1);
+  if (plan.trouble == Trouble::failedUpload) calls.failCall(model::Call::upload, plan.nth);
+  if (plan.trouble == Trouble::failedLaunch) calls.failCall(model::Call::launch, plan.nth);
+  return calls;
+}
+
+/// The source that the pass finds.
+std::optional<model::Size> sourceOf(const FramePlan& plan) {
+  if (plan.trouble == Trouble::noSource) return std::nullopt;
+  if (plan.trouble == Trouble::emptyPicture) return model::Size{0, 0};
+  return model::Size{plan.scene.width, plan.scene.height};
+}
+
+bool resolves(Trouble trouble) {
+  return trouble != Trouble::noInputs && trouble != Trouble::noResolver && trouble != Trouble::emptyResolver;
+}
+
 bool isOfTheDevice(Trouble trouble) {
   return trouble == Trouble::failedAllocation || trouble == Trouble::failedUpload ||
          trouble == Trouble::failedLaunch;
@@ -40,10 +62,7 @@ Soak::Soak(unsigned seed) : dice_(seed) {
   // Some seconds or some years after the machine began.
   now_ = std::chrono::nanoseconds(static_cast<int64_t>(dice_.bits()) << dice_.between(0, 26));
   resolver_.resolve = [this](uint64_t, const SwAny& stored) {
-    if (calls_until_throw_ != 0 && --calls_until_throw_ == 0) {
-      observed_.resolver_threw = true;
-      throw std::runtime_error(kResolverError);
-    }
+    if (calls_until_throw_ != 0 && --calls_until_throw_ == 0) throw std::runtime_error(kResolverError);
     return stored;
   };
 }
@@ -51,9 +70,8 @@ Soak::Soak(unsigned seed) : dice_(seed) {
 void Soak::load() {
   pool_ = std::make_shared<zelvo::ZelvoPicturePool>();
   host_.emplace();
-  throttle_ = LineThrottle();
-  settings_ = scene::Settings();
-  debugging_ = false;
+  expected_ = model::Plugin();
+  last_line_.reset();
   ++figures_.reloads;
 }
 
@@ -73,8 +91,8 @@ void Soak::beginPhase() {
 }
 
 void Soak::switchDebugging() {
-  debugging_ = !debugging_;
-  host_->plugin()->enableDebug(debugging_);
+  expected_.debug = !expected_.debug;
+  host_->plugin()->enableDebug(expected_.debug);
   ++figures_.debug_switches;
 }
 
@@ -84,19 +102,19 @@ void Soak::configure() {
   static const std::array<int32_t, 5> kCaps = {1, 2, 5, 256, 4096};
   ++figures_.configurations;
   if (dice_.oneIn(3)) {
-    host_->plugin()->setConfig(oddConfiguration(dice_, settings_));
+    host_->plugin()->setConfig(oddConfiguration(dice_, expected_.settings));
     return;
   }
-  settings_.alpha = dice_.oneOf(kAlphas);
-  settings_.min_score = dice_.oneOf(kScores);
-  settings_.cap = dice_.oneOf(kCaps);
-  host_->configure(settings_);
+  expected_.settings.alpha = dice_.oneOf(kAlphas);
+  expected_.settings.min_score = dice_.oneOf(kScores);
+  expected_.settings.cap = dice_.oneOf(kCaps);
+  host_->configure(expected_.settings);
 }
 
 // Mostly one frame of some camera, sometimes nothing at all or hours, and often just so far that 2 s have
 // passed since the last line, or lack a nanosecond.
 void Soak::advanceTime() {
-  const std::chrono::nanoseconds due = throttle_.lastLine().value_or(now_) + LineThrottle::kPause;
+  const std::chrono::nanoseconds due = last_line_.value_or(now_) + model::kSkipPause;
   if (dice_.oneIn(20) && due > now_) {
     now_ = due - std::chrono::nanoseconds(dice_.between(0, 1));
   } else if (dice_.oneIn(500)) {
@@ -118,13 +136,15 @@ void Soak::frame() {
   if (dice_.oneIn(100)) switchDebugging();
   advanceTime();
 
-  const FramePlan plan = planFrame(dice_, width_, height_, settings_, quiet_, hostile_);
+  const FramePlan plan = planFrame(dice_, width_, height_, expected_.settings, quiet_, hostile_);
   ++figures_.frames;
   ++figures_.troubles[static_cast<std::size_t>(plan.trouble)];
   Frame frame(plan.scene, host_->stream());
   prepare(frame, plan);
   std::vector<uint8_t> pixels = plan.scene.frame;
-  for (unsigned n = 0; n < plan.passes; ++n) pass(frame, plan, pixels);
+  model::Picture picture;
+  if (isOfTheDevice(plan.trouble)) picture.writable = sourceOf(plan);  // prepare() has copied it
+  for (unsigned n = 0; n < plan.passes; ++n) pass(frame, plan, picture, pixels);
 }
 
 void Soak::prepare(Frame& frame, const FramePlan& plan) {
@@ -146,72 +166,106 @@ void Soak::prepare(Frame& frame, const FramePlan& plan) {
   if (plan.trouble == Trouble::noSourceId) context.picture.sourceId = 0;
 }
 
-// The text of what leaves render, and in `observed_` what the pass met.
-std::string Soak::thrownBy(Frame& frame, const FramePlan& plan) {
-  plugin_test::IdleBackend mapsNothing;
+void Soak::initialise(const FramePlan& plan, IRenderBackend& maps_nothing) {
   RenderInit init;
   init.backend = &host_->backend();
   if (plan.trouble == Trouble::noBackend) init.backend = nullptr;
-  if (plan.trouble == Trouble::invalidMapping) init.backend = &mapsNothing;
+  if (plan.trouble == Trouble::invalidMapping) init.backend = &maps_nothing;
   host_->plugin()->init(init);
+  expected_.backend = init.backend;
+}
 
-  observed_ = Observed();
+Outcome Soak::render(Frame& frame, const FramePlan& plan) {
+  Outcome outcome;
   calls_until_throw_ = plan.trouble == Trouble::throwingResolver ? plan.nth : 0;
-  cudart_cpu::resetCounters();
   planFailure(plan);
-  std::string thrown;
   try {
     host_->render(frame);
   } catch (const std::runtime_error& error) {
-    thrown = error.what();
+    outcome.thrown = error.what();
   }
   cudart_cpu::clearFailures();
-  observed_.allocations = cudart_cpu::count(Call::cudaMalloc);
-  return thrown;
+  outcome.line = takeOverlayLines();
+  return outcome;
 }
 
-std::string Soak::lineOf(const FramePlan& plan, const Expected& expected) {
-  if (expected.run == Expected::Run::ends) throttle_.endRun();
-  if (expected.run != Expected::Run::goesOn) return {};
-  ++figures_.skipped;
-  if (!throttle_.skips(now_, debugging_)) return {};
-  ++figures_.lines;
-  return "[SegMask][Fallback] frame=" + std::to_string(plan.frame_id) +
-         " decision=skip providers_missing=" + std::to_string(expected.missing) +
-         " providers_using_lookback=" + std::to_string(expected.lookback) + "\n";
+// `pixels` are the picture's bytes before the pass, and then those after it; `picture` keeps them mapped.
+Outcome Soak::modelled(const FramePlan& plan, model::Picture& picture, std::vector<uint8_t>& pixels) {
+  const model::SceneRecords records(plan.scene);
+  unsigned resolved = 0;
+  model::Host given;
+  given.frame_id = plan.frame_id;
+  given.time_is_up = !last_line_ || now_ - *last_line_ >= model::kSkipPause;
+  given.source = sourceOf(plan);
+  given.source_id = plan.trouble == Trouble::noSourceId ? 0 : 1;
+  given.producers = records.producers();
+  given.deliver = [&](const RenderInput& record) -> std::vector<scene::Detection> {
+    const scene::Input& input = records.inputOf(record);
+    if (input.form == scene::PayloadForm::absent || !resolves(plan.trouble)) return {};
+    if (plan.trouble == Trouble::throwingResolver && ++resolved == plan.nth)
+      throw std::runtime_error(kResolverError);
+    return input.detections;
+  };
+  given.copy = [&] { return plan.trouble == Trouble::noCopy ? std::nullopt : sourceOf(plan); };
+  given.map = [&]() -> std::optional<model::Planes> {
+    if (plan.trouble == Trouble::invalidMapping) return std::nullopt;
+    return model::planesOf(pixels, plan.scene.width, plan.scene.height);
+  };
+  Outcome outcome;
+  model::DeviceCalls calls = callsOf(plan);
+  const uint64_t skipped = expected_.skipped;
+  try {
+    outcome.line = model::pass(given, expected_, picture, calls);
+  } catch (const std::runtime_error& error) {
+    outcome.thrown = error.what();
+  }
+  if (expected_.skipped > skipped) ++figures_.skipped;
+  if (!outcome.line.empty()) last_line_ = now_;
+  return outcome;
 }
 
-// `pixels` are the picture's bytes before the pass, and then those after it.
-void Soak::pass(Frame& frame, const FramePlan& plan, std::vector<uint8_t>& pixels) {
+void Soak::pass(Frame& frame, const FramePlan& plan, model::Picture& picture, std::vector<uint8_t>& pixels) {
   ++figures_.passes;
-  const std::string thrown = thrownBy(frame, plan);
-  const std::string written = lines_.takeOverlayLines();
-  const Expected expected = expectedOf(plan, pixels, observed_);
-  if (thrown != expected.thrown) fail(plan, "it threw '" + thrown + "', not '" + expected.thrown + "'");
-  if (!thrown.empty()) ++figures_.thrown;
-
-  const std::string due = lineOf(plan, expected);
-  if (written != due) fail(plan, "its lines are '" + written + "', not '" + due + "'");
+  plugin_test::IdleBackend maps_nothing;
+  initialise(plan, maps_nothing);
+  const Outcome outcome = render(frame, plan);
+  const std::vector<uint8_t> before = pixels;
+  const Outcome expected = modelled(plan, picture, pixels);
+  if (outcome.thrown != expected.thrown)
+    fail(plan, "it threw '" + outcome.thrown + "', not '" + expected.thrown + "'");
+  if (!outcome.thrown.empty()) ++figures_.thrown;
+  if (outcome.line != expected.line)
+    fail(plan, "its lines are '" + outcome.line + "', not '" + expected.line + "'");
+  if (!outcome.line.empty()) ++figures_.lines;
 
   const bool hasPicture = plan.trouble != Trouble::noSource && plan.trouble != Trouble::emptyPicture;
   if (!hasPicture) return;
   const auto source = plugin_test::sameFrame(plan.scene, plan.scene.frame, frame.sourcePixels());
   if (!source) fail(plan, std::string("it drew on the source picture: ") + source.message());
-  if (!expected.pixels) {
-    pixels = frame.pixels();
-    return;
-  }
-  const auto same = plugin_test::sameFrame(plan.scene, *expected.pixels, frame.pixels());
+  const auto same = plugin_test::sameFrame(plan.scene, pixels, frame.pixels());
   if (!same) fail(plan, same.message());
   ++figures_.compared;
-  if (*expected.pixels != pixels) ++figures_.changed;
-  pixels = *expected.pixels;
+  if (pixels != before) ++figures_.changed;
+}
+
+// The plug-in's own lines since the last call. The others are the value library's; they are counted.
+std::string Soak::takeOverlayLines() {
+  std::istringstream written(written_.take());
+  std::string lines;
+  for (std::string line; std::getline(written, line);) {
+    if (line.rfind("[SegMask]", 0) == 0) {
+      lines += written.eof() ? line : line + "\n";
+    } else {
+      ++other_lines_;
+    }
+  }
+  return lines;
 }
 
 void Soak::fail(const FramePlan& plan, const std::string& what) const {
   std::ostringstream text;
   text << "frame " << figures_.frames << " with " << nameOf(plan.trouble) << ", debugging "
-       << (debugging_ ? "on" : "off") << ", at " << now_.count() << " ns: " << what << "\n"
+       << (expected_.debug ? "on" : "off") << ", at " << now_.count() << " ns: " << what << "\n"
        << plan.scene;
   throw Failure(text.str());
 }

@@ -10,10 +10,10 @@
 #include <string>
 #include <vector>
 
-#include "soak/CapturedLines.h"
 #include "soak/FramePlan.h"
-#include "soak/LineThrottle.h"
 #include "test_support/Dice.h"
+#include "test_support/StderrCapture.h"
+#include "test_support/model/pass.h"
 #include "test_support/plugin_harness.h"
 #include "zelvo/ZelvoPicturePool.h"
 
@@ -25,6 +25,12 @@ class Failure : public std::runtime_error {
 };
 
 inline constexpr int kLargestSide = 64;
+
+/// What a pass writes, and the text of what leaves it.
+struct Outcome {
+  std::string line;
+  std::string thrown;
+};
 
 /// What a soak did, for its summary. It takes no more memory however much that was.
 struct Figures {
@@ -60,7 +66,8 @@ class Soak {
   bool rests() const { return !host_; }
 
   const Figures& figures() const { return figures_; }
-  unsigned long otherLines() const { return lines_.otherLines(); }
+  /// Lines that the value library wrote.
+  unsigned long otherLines() const { return other_lines_; }
 
  private:
   void beginPhase();
@@ -69,20 +76,23 @@ class Soak {
   void switchDebugging();
   void advanceTime();
   void prepare(plugin_test::Frame& frame, const FramePlan& plan);
-  void pass(plugin_test::Frame& frame, const FramePlan& plan, std::vector<uint8_t>& pixels);
-  std::string thrownBy(plugin_test::Frame& frame, const FramePlan& plan);
-  std::string lineOf(const FramePlan& plan, const Expected& expected);
+  void pass(plugin_test::Frame& frame, const FramePlan& plan, model::Picture& picture,
+            std::vector<uint8_t>& pixels);
+  void initialise(const FramePlan& plan, IRenderBackend& maps_nothing);
+  Outcome render(plugin_test::Frame& frame, const FramePlan& plan);
+  Outcome modelled(const FramePlan& plan, model::Picture& picture, std::vector<uint8_t>& pixels);
+  std::string takeOverlayLines();
   [[noreturn]] void fail(const FramePlan& plan, const std::string& what) const;
 
   scene::Dice dice_;
   Figures figures_;
-  CapturedLines lines_;
+  StderrCapture written_;
+  unsigned long other_lines_ = 0;
   std::shared_ptr<zelvo::ZelvoPicturePool> pool_;
   std::optional<plugin_test::Host> host_;
-  LineThrottle throttle_;
-  scene::Settings settings_;
-  bool debugging_ = false;
+  model::Plugin expected_;  ///< the instance, as the model has it
   std::chrono::nanoseconds now_{0};
+  std::optional<std::chrono::nanoseconds> last_line_;
   int left_in_phase_ = 0;
   int width_ = 0;
   int height_ = 0;
@@ -90,7 +100,6 @@ class Soak {
   bool hostile_ = false;
   RenderPayloadResolver resolver_;
   unsigned calls_until_throw_ = 0;
-  Observed observed_;
 };
 
 }  // namespace soak

@@ -22,9 +22,8 @@ class Canvas {
   Size frame() const { return frame_; }
   IRenderBackend::MappedPlanes planes() const;
 
-  /// What should be at a luma pixel; and at a chroma sample, U for `v` 0, V for 1.
-  std::uint8_t& luma(int x, int y);
-  std::uint8_t& chroma(int cx, int cy, int v);
+  /// Where the bytes lie that they should hold.
+  model::Planes expected();
 
   /// Ends the process if a byte is not what it should be.
   void check() const;
@@ -36,7 +35,6 @@ class Canvas {
     Plane(const Plane&) = delete;
     Plane& operator=(const Plane&) = delete;
 
-    std::uint8_t& at(int column, int row);
     unsigned char* samples() const;
     void check(const char* what) const;
 

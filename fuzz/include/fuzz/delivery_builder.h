@@ -7,8 +7,9 @@
 
 #include "core/SwAny.h"
 #include "fuzz/FuzzInput.h"
-#include "fuzz/reference_detections.h"
 #include "render_base/RenderContext.h"
+#include "test_support/model/payload.h"
+#include "test_support/model/producers.h"
 #include "test_support/scene.h"
 
 namespace fuzz {
@@ -44,7 +45,7 @@ class Deliveries {
   const std::vector<std::uint64_t>& resolved() const { return resolved_; }
 
   /// What the resolver is called for as the model goes through the inputs, and what it gives: for
-  /// reference::gather. Throws what reading the input throws.
+  /// model::gather. Throws what reading the input throws.
   std::vector<scene::Detection> deliver(const RenderInput& input, const RenderContext& ctx,
                                         std::vector<std::uint64_t>& asked) const;
 

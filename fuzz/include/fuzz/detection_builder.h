@@ -4,13 +4,12 @@
 
 #include "core/SwJsonObject.h"
 #include "fuzz/FuzzInput.h"
+#include "test_support/model/pass.h"
 
 namespace fuzz {
 
 /// A mask's or a frame's sides, at least 1 each.
-struct Size {
-  int width, height;
-};
+using Size = model::Size;
 
 /// Sides of up to 32 mostly; seldom one that is long, up to 4096 beside 1, or both up to 256.
 Size buildSize(FuzzInput& input);

@@ -28,9 +28,6 @@ std::optional<double> doublePrefix(const std::string& text, std::size_t& consume
 std::optional<int> toInt(const std::string& text);
 std::optional<double> numericDouble(const std::string& text);
 
-/// Rounded to the nearest float, infinity beyond the last.
-float nearestFloat(double value);
-
 /// As printf's %.{precision}g: what an output stream of this precision writes.
 std::string generalText(double value, int precision);
 

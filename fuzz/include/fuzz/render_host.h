@@ -2,15 +2,13 @@
 
 #include <cstdint>
 #include <memory>
-#include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "fuzz/Canvas.h"
 #include "fuzz/FuzzInput.h"
 #include "fuzz/delivery_builder.h"
-#include "fuzz/reference_detections.h"
-#include "render_base/RenderContext.h"
+#include "test_support/FrameContext.h"
+#include "test_support/model/producers.h"
 #include "zelvo/IRenderBackend.h"
 #include "zelvo/ZelvoPicture.h"
 
@@ -58,22 +56,22 @@ class Backend : public IRenderBackend {
 bool areValid(const IRenderBackend::MappedPlanes& planes);
 
 /// A context and everything that it points to.
-struct HostContext {
+struct HostContext : plugin_test::FrameContext {
   /// `pictures` keeps all that it makes, so that none ends, and calls the device, within a pass.
   HostContext(FuzzInput& input, std::vector<SharedPicture>& pictures);
 
+  /// What a copy of the source gives, by the pool or else by the host's own function; throws CopyError.
+  SharedPicture copied() const;
+
   Deliveries deliveries;
-  std::unordered_map<std::string, std::vector<RenderProducerStatus>> reports;
-  RenderPayloadResolver otherResolver;
   bool sourceVanishes = false;  ///< while the payloads are resolved
-  reference::Producers producers;
+  model::Producers producers;
   Copy poolCopy = Copy::impossible;
   Copy detachedCopy = Copy::impossible;
   SharedPicture picture;  ///< what a copy gives
   SharedPicture emptyPicture;
   std::shared_ptr<Canvas> canvas;  ///< where the context's planes lie
   std::weak_ptr<void> token;       ///< of the mapping that the context's guard holds
-  RenderContext ctx;
 
  private:
   void buildPicture(FuzzInput& input, std::vector<SharedPicture>& pictures);

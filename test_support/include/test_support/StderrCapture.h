@@ -3,6 +3,7 @@
 #include <iostream>
 #include <streambuf>
 #include <string>
+#include <utility>
 
 // While one lives, what goes to std::cerr comes here instead.
 class StderrCapture : private std::streambuf {
@@ -14,6 +15,9 @@ class StderrCapture : private std::streambuf {
   StderrCapture& operator=(const StderrCapture&) = delete;
 
   const std::string& text() const { return text_; }
+
+  // The text, and an empty one from now on.
+  std::string take() { return std::exchange(text_, std::string()); }
 
   // In how many pieces the text came, and how often it was flushed.
   int writes() const { return writes_; }

@@ -1,9 +1,9 @@
-#include "fuzz/reference_producers.h"
+#include "test_support/model/producers.h"
 
 #include <algorithm>
 #include <array>
 
-namespace reference {
+namespace model {
 namespace {
 
 template <typename Record>
@@ -12,9 +12,9 @@ std::string keyOf(const Record& record) {
 }
 
 // The first of two codes in the order of precedence; none of the order's is unknown and comes last.
-std::int32_t strongerCode(std::int32_t merged, std::int32_t later) {
-  constexpr std::array<std::int32_t, 5> kPrecedence{0, 1, 3, 2, 4};
-  for (const std::int32_t code : kPrecedence) {
+int32_t strongerCode(int32_t merged, int32_t later) {
+  constexpr std::array<int32_t, 5> kPrecedence{0, 1, 3, 2, 4};
+  for (const int32_t code : kPrecedence) {
     if (merged == code || later == code) return code;
   }
   return merged;
@@ -77,4 +77,40 @@ ProducerView producerView(const std::vector<RenderProducerStatus>& reports,
   return view;
 }
 
-}  // namespace reference
+const std::vector<const RenderInput*>* Producers::inputsOf(const std::string& key) const {
+  for (const auto& [name, list] : inputs) {
+    if (name == key) return &list;
+  }
+  return nullptr;
+}
+
+Gathering gather(const Producers& producers, int32_t cap,
+                 const std::function<std::vector<scene::Detection>(const RenderInput&)>& deliver) {
+  const auto most = static_cast<std::size_t>(std::max(cap, 1));
+  Gathering frame;
+  for (const std::string& key : producers.order) {
+    if (frame.detections.size() >= most) break;
+    if (key.empty()) continue;
+    const std::vector<const RenderInput*>* const inputs = producers.inputsOf(key);
+    if (inputs == nullptr || inputs->empty()) {
+      ++frame.missing;
+      continue;
+    }
+    std::vector<scene::Detection> ofProducer;
+    bool looksBack = false;
+    for (const RenderInput* input : *inputs)
+      looksBack = looksBack || (input != nullptr && input->uses_lookback);
+    if (looksBack) ++frame.lookback;
+    for (const RenderInput* input : *inputs) {
+      if (input == nullptr) continue;
+      for (scene::Detection& detection : deliver(*input)) ofProducer.push_back(std::move(detection));
+    }
+    if (ofProducer.empty()) ++frame.missing;
+    for (scene::Detection& detection : ofProducer) {
+      if (frame.detections.size() < most) frame.detections.push_back(std::move(detection));
+    }
+  }
+  return frame;
+}
+
+}  // namespace model

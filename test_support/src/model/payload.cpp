@@ -1,13 +1,15 @@
-#include "fuzz/reference_detections.h"
+#include "test_support/model/payload.h"
 
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <limits>
+#include <string>
 
 #include "core/SwJsonArray.h"
-#include "fuzz/reference_numbers.h"
+#include "test_support/model/nearest_float.h"
 
-namespace reference {
+namespace model {
 namespace {
 
 const SwJsonValue& memberOf(const SwJsonObject& object, const std::string& key) {
@@ -91,39 +93,4 @@ std::vector<scene::Detection> detectionsOf(const SwJsonObject& payload) {
   return detections;
 }
 
-const std::vector<const RenderInput*>* Producers::inputsOf(const std::string& key) const {
-  for (const auto& [name, list] : inputs) {
-    if (name == key) return &list;
-  }
-  return nullptr;
-}
-
-Gathering gather(const Producers& producers, std::size_t cap,
-                 const std::function<std::vector<scene::Detection>(const RenderInput&)>& deliver) {
-  Gathering frame;
-  for (const std::string& key : producers.order) {
-    if (frame.detections.size() >= cap) break;
-    if (key.empty()) continue;
-    const std::vector<const RenderInput*>* const inputs = producers.inputsOf(key);
-    if (inputs == nullptr || inputs->empty()) {
-      ++frame.missing;
-      continue;
-    }
-    std::vector<scene::Detection> ofProducer;
-    bool looksBack = false;
-    for (const RenderInput* input : *inputs)
-      looksBack = looksBack || (input != nullptr && input->uses_lookback);
-    if (looksBack) ++frame.lookback;
-    for (const RenderInput* input : *inputs) {
-      if (input == nullptr) continue;
-      for (scene::Detection& detection : deliver(*input)) ofProducer.push_back(std::move(detection));
-    }
-    if (ofProducer.empty()) ++frame.missing;
-    for (scene::Detection& detection : ofProducer) {
-      if (frame.detections.size() < cap) frame.detections.push_back(std::move(detection));
-    }
-  }
-  return frame;
-}
-
-}  // namespace reference
+}  // namespace model

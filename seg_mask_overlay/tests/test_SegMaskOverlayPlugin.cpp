@@ -413,7 +413,7 @@ TEST_F(SegMaskOverlayPluginTest, DetectionsForAPictureThatIsLostEndTheRunToo) {
 TEST_F(SegMaskOverlayPluginTest, ALargerPictureInAContextThatMapsASmallerOneIsNotDrawnOn) {
   Frame frame(payload(detection("\"x\": 0, \"y\": 0, \"w\": 16, \"h\": 16")));
   plugin.render(frame.ctx);
-  const std::vector<unsigned char> before = frame.drawn();
+  const std::vector<uint8_t> before = frame.pixels();
   const zelvo::RenderTarget* target = frame.ctx.render_target.get();
 
   const auto larger = std::make_shared<zelvo::ZelvoPicture>(16, 16);
@@ -421,7 +421,7 @@ TEST_F(SegMaskOverlayPluginTest, ALargerPictureInAContextThatMapsASmallerOneIsNo
   frame.ctx.picture.writable = larger;
   plugin.render(frame.ctx);
   frame.ctx.picture.writable = mapped;
-  EXPECT_EQ(frame.drawn(), before);
+  EXPECT_EQ(frame.pixels(), before);
   EXPECT_EQ(frame.ctx.render_target.get(), target);
   EXPECT_TRUE(frame.ctx.guard_active);
 }

@@ -1,4 +1,5 @@
-// A plug-in that does nothing. IDLE_PLUGIN is the name of its class, so that several of these have nothing in common.
+// A plug-in that does nothing. IDLE_PLUGIN is the name of its class, so that several of these have nothing in
+// common.
 
 #include <class_loader/register_macro.hpp>
 

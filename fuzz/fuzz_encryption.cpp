@@ -1,6 +1,5 @@
 // Encryption against the reference. The input is a byte for the key's length, the key, and the text.
 
-#include <optional>
 #include <stdexcept>
 #include <vector>
 

@@ -1,6 +1,5 @@
 #include "fuzz/reference_numbers.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstdio>

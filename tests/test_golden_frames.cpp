@@ -3,9 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <cstdint>
-#include <limits>
 #include <string>
 #include <utility>
 #include <vector>
@@ -17,7 +15,6 @@
 namespace {
 
 using scene::Detection;
-using scene::Input;
 using scene::Scene;
 
 class GoldenFrame : public plugin_test::PluginTest {};
@@ -31,13 +28,6 @@ Detection boxed(int32_t x, int32_t y, int32_t w, int32_t h, std::string mask, in
   detection.class_id = class_id;
   detection.mask = std::move(mask);
   return detection;
-}
-
-Input delivery(std::string producer, std::vector<Detection> detections) {
-  Input input;
-  input.producer = std::move(producer);
-  input.detections = std::move(detections);
-  return input;
 }
 
 TEST_F(GoldenFrame, EverySmallSizeEvenAndOdd) {
@@ -88,12 +78,6 @@ TEST_F(GoldenFrame, BoxesAtTheEndsOfTheNumberRange) {
   }
 }
 
-TEST_F(GoldenFrame, BoxesThatEndJustInsideAndOutsideTheFrame) {
-  for (int32_t end = 5; end <= 8; ++end) {
-    expectGolden(scene::oneProducer(7, 6, {boxed(3, 2, end - 3, end - 2, scene::fullMask(7, 6))}));
-  }
-}
-
 TEST_F(GoldenFrame, MasksSmallerLargerAndAsLargeAsTheFrame) {
   const int kSizes[][2] = {{1, 1},   {2, 1},  {1, 2},   {3, 5},   {6, 5},   {11, 9},  {12, 9},
                            {11, 10}, {10, 8}, {13, 11}, {22, 18}, {23, 19}, {100, 3}, {3, 100}};
@@ -107,13 +91,6 @@ TEST_F(GoldenFrame, MasksWhoseSidesAreSwapped) {
   // As many pixels as the frame, and yet not its size.
   expectGolden(scene::oneProducer(9, 4, {boxed(0, 0, 9, 4, scene::chessMask(4, 9))}));
   expectGolden(scene::oneProducer(9, 4, {boxed(0, 0, 9, 4, scene::chessMask(12, 3))}));
-}
-
-TEST_F(GoldenFrame, EmptyMaskDrawsNothing) {
-  const Scene scene =
-      scene::oneProducer(6, 4, {boxed(0, 0, 6, 4, scene::maskText(6, 4, std::vector<bool>(24, false)))});
-  EXPECT_EQ(model::expectedFrame(scene), scene.frame);
-  expectGolden(scene);
 }
 
 TEST_F(GoldenFrame, EveryClassHasItsColour) {
@@ -155,35 +132,6 @@ TEST_F(GoldenFrame, OverlappingDetectionsAreBlendedInOrder) {
   expectGolden(scene);
 }
 
-TEST_F(GoldenFrame, ReportedProducersAreDrawnFirstThenTheOthersByTheirBytes) {
-  Scene scene = scene::oneProducer(4, 4, {});
-  scene.inputs = {delivery("c", {scene::coverAll(4, 4, 1)}), delivery("\xC3\xA9", {scene::coverAll(4, 4, 2)}),
-                  delivery("a", {scene::coverAll(4, 4, 3)}), delivery("B", {scene::coverAll(4, 4, 4)}),
-                  delivery("c", {scene::coverAll(4, 4, 5)})};
-  scene.reported = {"c", "silent"};
-  expectGolden(scene);
-  scene.reported = {"a", "c"};
-  expectGolden(scene);
-  scene.reported = {};
-  expectGolden(scene);
-}
-
-TEST_F(GoldenFrame, ProducersKnownByNameJoinThoseKnownById) {
-  Scene scene = scene::oneProducer(4, 4, {scene::coverAll(4, 4, 1)});
-  scene.inputs.push_back(delivery("a", {scene::coverAll(4, 4, 2)}));
-  scene.inputs.push_back(delivery("p", {scene::coverAll(4, 4, 3)}));
-  scene.inputs[2].by_name = true;
-  scene.reported = {"p"};
-  expectGolden(scene);
-}
-
-TEST_F(GoldenFrame, LookbackInputsAreDrawnLikeAnyOther) {
-  Scene scene = scene::oneProducer(4, 4, {scene::coverAll(4, 4, 1)});
-  scene.inputs[0].uses_lookback = true;
-  EXPECT_NE(model::expectedFrame(scene), scene.frame);
-  expectGolden(scene);
-}
-
 TEST_F(GoldenFrame, PayloadsAsTextAndAsObjectDrawTheSame) {
   for (const std::string& mask : scene::oddMaskTexts()) {
     Scene scene = scene::oneProducer(5, 3, {boxed(0, 0, 5, 3, mask)});
@@ -191,13 +139,6 @@ TEST_F(GoldenFrame, PayloadsAsTextAndAsObjectDrawTheSame) {
     scene.inputs[0].form = scene::PayloadForm::text;
     expectGolden(scene);
   }
-}
-
-TEST_F(GoldenFrame, InputsWithoutPayloadAreSkipped) {
-  Scene scene = scene::oneProducer(4, 4, {scene::coverAll(4, 4, 1)});
-  scene.inputs.insert(scene.inputs.begin(), delivery("p", {scene::coverAll(4, 4, 2)}));
-  scene.inputs[0].form = scene::PayloadForm::absent;
-  expectGolden(scene);
 }
 
 TEST_F(GoldenFrame, BrokenMasksAreDroppedAndTheRestIsDrawn) {
@@ -209,60 +150,6 @@ TEST_F(GoldenFrame, BrokenMasksAreDroppedAndTheRestIsDrawn) {
       expectGolden(scene);
     }
   }
-}
-
-TEST_F(GoldenFrame, CapKeepsTheFirstDetections) {
-  Scene scene = scene::oneProducer(4, 4, {scene::coverAll(4, 4, 1), scene::coverAll(4, 4, 2)});
-  scene.inputs.push_back(delivery("p", {scene::coverAll(4, 4, 3), scene::coverAll(4, 4, 4)}));
-  scene.inputs.push_back(delivery("q", {scene::coverAll(4, 4, 5), scene::coverAll(4, 4, 6)}));
-  std::vector<uint8_t> before;
-  for (int32_t cap = 1; cap <= 6; ++cap) {
-    scene.settings.cap = cap;
-    EXPECT_NE(model::expectedFrame(scene), before) << "one detection more makes no difference in this scene";
-    before = model::expectedFrame(scene);
-    expectGolden(scene);
-  }
-}
-
-TEST_F(GoldenFrame, UnreadableDetectionsCountTowardTheCap) {
-  Scene scene = scene::oneProducer(4, 4, {boxed(0, 0, 4, 4, "SEG1|4|4|"), scene::coverAll(4, 4, 2)});
-  scene.settings.cap = 1;
-  EXPECT_EQ(model::expectedFrame(scene), scene.frame);
-  expectGolden(scene);
-}
-
-TEST_F(GoldenFrame, ScoresBelowTheThresholdAreNotDrawnAndEqualOnesAre) {
-  for (const float threshold : {0.0F, 0.1F, 0.3F, 0.5F, 0.7F, 1.0F}) {
-    const float above = std::nextafter(threshold, 2.0F);
-    const float below = std::nextafter(threshold, -1.0F);
-    for (const float score : {below, threshold, above, -1.0F, 2.0F}) {
-      for (const auto form : {scene::PayloadForm::object, scene::PayloadForm::text}) {
-        Scene scene = scene::oneProducer(2, 2, {scene::coverAll(2, 2, 1)});
-        scene.inputs[0].form = form;
-        scene.inputs[0].detections[0].score = score;
-        scene.settings.min_score = threshold;
-        EXPECT_EQ(model::expectedFrame(scene) != scene.frame, score >= threshold);
-        expectGolden(scene);
-      }
-    }
-  }
-}
-
-TEST_F(GoldenFrame, ScoreThatIsNoNumberIsDrawn) {
-  Scene scene = scene::oneProducer(2, 2, {scene::coverAll(2, 2, 1)});
-  scene.inputs[0].detections[0].score = std::numeric_limits<float>::quiet_NaN();
-  scene.settings.min_score = 1.0F;
-  EXPECT_NE(model::expectedFrame(scene), scene.frame);
-  expectGolden(scene);
-}
-
-TEST_F(GoldenFrame, NoDetectionsLeaveTheFrame) {
-  expectGolden(scene::oneProducer(4, 4, {}));
-  Scene scene = scene::oneProducer(4, 4, {});
-  scene.inputs.clear();
-  expectGolden(scene);
-  scene.reported = {"p", "q"};
-  expectGolden(scene);
 }
 
 }  // namespace

@@ -170,17 +170,6 @@ TEST_F(HandComputedFrame, LaterDetectionsAreDrawnOverEarlierOnes) {
                158, 124});
 }
 
-TEST_F(HandComputedFrame, ClassesShareTheTwentyColours) {
-  // Class 8, (26, 147, 52): Y 86.289 + 7.774 + 5.928 = 99.99, U 128 - 4.394 - 48.657 + 26 = 100.95,
-  // V 128 + 13 - 61.593 - 4.212 = 75.195.
-  for (const int32_t class_id : {8, 28, -8, INT32_MIN}) {
-    Detection green = redDetection(0, 0, 2, 2, "SEG1|2|2|Dw==");
-    green.class_id = class_id;
-    expectBytes(handScene(2, 2, scene::flatFrame(2, 2, 50, 60, 70), {green}, 1.0F),
-                {99, 99, 99, 99, 100, 75});
-  }
-}
-
 TEST_F(HandComputedFrame, CapCountsDetectionsThatAreNotDrawn) {
   // With room for two, the low score and the broken mask take both places.
   Detection low = redDetection(0, 0, 2, 2, "SEG1|2|2|Dw==");

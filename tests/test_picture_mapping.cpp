@@ -57,17 +57,6 @@ class ProbeBackend : public IRenderBackend {
   const zelvo::RenderTarget* target_ = nullptr;
 };
 
-// Notes its end.
-class NotedTarget : public zelvo::RenderTarget {
- public:
-  NotedTarget(const zelvo::RenderTarget& like, Events& events)
-      : zelvo::RenderTarget(like.storage()), events_(events) {}
-  ~NotedTarget() override { events_.emplace_back("target is destroyed"); }
-
- private:
-  Events& events_;
-};
-
 class PictureMapping : public plugin_test::PluginTest {
  protected:
   void SetUp() override {
@@ -91,11 +80,6 @@ class PictureMapping : public plugin_test::PluginTest {
   }
 
   RenderContext& context() { return frame_->context(); }
-
-  // Stands in for the target that the last pass left.
-  void noteEndOfTarget() {
-    context().render_target = std::make_unique<NotedTarget>(*context().render_target, events_);
-  }
 
   void expectNothingMapped() {
     EXPECT_EQ(context().render_target, nullptr);
@@ -126,67 +110,6 @@ TEST_F(PictureMapping, FirstPassLeavesItsMappingInTheContext) {
   EXPECT_TRUE(sameFrame(scene_, once_, frame_->pixels()));
 }
 
-TEST_F(PictureMapping, DrawsOnTheWritableCopyAlone) {
-  pass(*first_);
-  ASSERT_NE(context().picture.writable, nullptr);
-  EXPECT_NE(context().picture.writable, context().picture.source);
-  EXPECT_TRUE(sameFrame(scene_, scene_.frame, frame_->sourcePixels()));
-}
-
-TEST_F(PictureMapping, LaterPassOfTheSameBackendKeepsTargetAndGuard) {
-  pass(*first_);
-  const zelvo::RenderTarget* target = context().render_target.get();
-  const auto writable = context().picture.writable;
-  for (int i = 0; i < 3; ++i) pass(*first_);
-  EXPECT_EQ(events_, Events{"first maps"});
-  EXPECT_EQ(context().render_target.get(), target);
-  EXPECT_EQ(context().picture.writable, writable);
-  EXPECT_TRUE(context().guard_active);
-}
-
-TEST_F(PictureMapping, LaterPassDrawsOnWhatIsThere) {
-  pass(*first_);
-  pass(*first_);
-  EXPECT_NE(once_, twice_);
-  EXPECT_TRUE(sameFrame(scene_, twice_, frame_->pixels()));
-}
-
-TEST_F(PictureMapping, PassOfAnotherBackendReleasesTheMappingThenTheTargetThenMapsAnew) {
-  pass(*first_);
-  noteEndOfTarget();
-  events_.clear();
-  pass(*second_);
-  EXPECT_EQ(events_, (Events{"first is released", "target is destroyed", "second maps"}));
-  EXPECT_EQ(context().guard_backend, second_.get());
-  EXPECT_TRUE(context().guard_active);
-  EXPECT_TRUE(context().guard.holds());
-  EXPECT_EQ(second_->lastTarget(), context().render_target.get());
-  EXPECT_TRUE(sameFrame(scene_, twice_, frame_->pixels()));
-}
-
-TEST_F(PictureMapping, ActiveGuardWithInvalidPlanesIsReplaced) {
-  pass(*first_);
-  const ProbeBackend::Spoil kSpoils[] = {
-      [](IRenderBackend::MappedPlanes& planes) { planes.y = nullptr; },
-      [](IRenderBackend::MappedPlanes& planes) { planes.uv = nullptr; },
-      [](IRenderBackend::MappedPlanes& planes) { planes.yPitch = 0; },
-      [](IRenderBackend::MappedPlanes& planes) { planes.uvPitch = -1; },
-  };
-  for (const ProbeBackend::Spoil spoil : kSpoils) {
-    spoil(context().planes);
-    events_.clear();
-    pass(*first_);
-    EXPECT_EQ(events_, (Events{"first maps", "first is released"}));
-    EXPECT_TRUE(context().guard_active);
-    EXPECT_TRUE(context().guard.holds());
-    EXPECT_EQ(context().planes.y, context().picture.writable->yPlane());
-    EXPECT_EQ(first_->lastTarget(), context().render_target.get());
-  }
-  Scene scene = scene_;
-  for (int i = 0; i < 5; ++i) scene.frame = model::expectedFrame(scene);
-  EXPECT_TRUE(sameFrame(scene, scene.frame, frame_->pixels()));
-}
-
 TEST_F(PictureMapping, InvalidMappingDrawsNothingAndLeavesNoMapping) {
   const ProbeBackend::Spoil kSpoils[] = {
       [](IRenderBackend::MappedPlanes& planes) { planes.y = nullptr; },
@@ -206,16 +129,6 @@ TEST_F(PictureMapping, InvalidMappingDrawsNothingAndLeavesNoMapping) {
   }
   first_->spoilWith(nullptr);
   pass(*first_);
-  EXPECT_TRUE(sameFrame(scene_, once_, frame_->pixels()));
-}
-
-TEST_F(PictureMapping, AnotherBackendsInvalidMappingEndsTheOldOneToo) {
-  pass(*first_);
-  events_.clear();
-  second_->spoilWith([](IRenderBackend::MappedPlanes& planes) { planes.y = nullptr; });
-  pass(*second_);
-  EXPECT_EQ(events_, (Events{"first is released", "second maps", "second is released"}));
-  expectNothingMapped();
   EXPECT_TRUE(sameFrame(scene_, once_, frame_->pixels()));
 }
 
@@ -265,16 +178,6 @@ TEST_F(PictureMapping, PitchesThatLieDrawOnlyWhereTheySayThatRowsLie) {
   EXPECT_TRUE(sameFrame(scene_, expected, frame.pixels()));
 }
 
-TEST_F(PictureMapping, InactiveGuardIsNotTrusted) {
-  pass(*first_);
-  context().guard_active = false;
-  events_.clear();
-  pass(*first_);
-  EXPECT_EQ(events_, (Events{"first maps", "first is released"}));
-  EXPECT_TRUE(context().guard_active);
-  EXPECT_TRUE(sameFrame(scene_, twice_, frame_->pixels()));
-}
-
 // Passes that draw nothing have no use for the picture.
 TEST_F(PictureMapping, PassWithoutItemsLeavesTheMappingAlone) {
   pass(*first_);
@@ -288,13 +191,6 @@ TEST_F(PictureMapping, PassWithoutItemsLeavesTheMappingAlone) {
   EXPECT_TRUE(context().guard_active);
 }
 
-TEST_F(PictureMapping, EmptyWritablePictureHasNoTarget) {
-  context().picture.writable = std::make_shared<zelvo::ZelvoPicture>();
-  pass(*first_);
-  EXPECT_EQ(events_, Events{});
-  EXPECT_EQ(context().render_target, nullptr);
-}
-
 // Runs the pass, which must throw a std::runtime_error, and gives its text.
 class UnreadablePicture : public PictureMapping {
  protected:
@@ -306,22 +202,7 @@ class UnreadablePicture : public PictureMapping {
     }
     return "nothing was thrown";
   }
-
-  std::shared_ptr<zelvo::ZelvoPicturePool> pool_;  // where a test puts the context's pool aside
 };
-
-TEST_F(UnreadablePicture, NoWayToCopyIsReported) {
-  context().picture.pool = nullptr;
-  EXPECT_EQ(errorOfPass(), "LazyDetachedPicture cloneDetached failed");
-  EXPECT_EQ(events_, Events{});
-  EXPECT_FALSE(context().guard_active);
-}
-
-TEST_F(UnreadablePicture, FailedCopyIsReported) {
-  context().picture.pool = nullptr;
-  context().picture.cloneDetached = [](const std::string&, uint64_t) { return nullptr; };
-  EXPECT_EQ(errorOfPass(), "LazyDetachedPicture cloneDetached failed");
-}
 
 // Gives nothing, or throws what it is told to.
 class BadPool : public zelvo::ZelvoPicturePool {
@@ -332,19 +213,6 @@ class BadPool : public zelvo::ZelvoPicturePool {
   }
   bool throws = false;
 };
-
-TEST_F(UnreadablePicture, PoolThatGivesNothingIsReportedUnlessTheHostsCopierHelps) {
-  const auto good_pool = context().picture.pool;
-  context().picture.pool = std::make_shared<BadPool>();
-  EXPECT_EQ(errorOfPass(), "LazyDetachedPicture cloneDetached failed");
-  EXPECT_EQ(context().picture.writable, nullptr);
-  expectNothingMapped();
-  context().picture.cloneDetached = [&](const std::string&, uint64_t) {
-    return good_pool->clone(*context().picture.source);
-  };
-  pass(*first_);
-  EXPECT_TRUE(sameFrame(scene_, once_, frame_->pixels()));
-}
 
 TEST_F(UnreadablePicture, WhatPoolAndCopierThrowReachesTheHostAndTheNextPassDraws) {
   const auto good_pool = context().picture.pool;
@@ -362,53 +230,6 @@ TEST_F(UnreadablePicture, WhatPoolAndCopierThrowReachesTheHostAndTheNextPassDraw
   context().picture.pool = good_pool;
   pass(*first_);
   EXPECT_TRUE(sameFrame(scene_, once_, frame_->pixels()));
-}
-
-// The masks are fitted to the source; on less than that there is no room for them.
-TEST_F(UnreadablePicture, CopySmallerThanItsSourceIsNotDrawnOn) {
-  const auto copy = std::make_shared<zelvo::ZelvoPicture>(4, 2);
-  context().picture.pool = nullptr;
-  context().picture.cloneDetached = [&](const std::string&, uint64_t) { return copy; };
-  pass(*first_);
-  EXPECT_EQ(events_, Events{});
-  expectNothingMapped();
-}
-
-TEST_F(UnreadablePicture, SourceWithoutIdIsReported) {
-  context().picture.sourceId = 0;
-  EXPECT_EQ(errorOfPass(), "LazyDetachedPicture has no source picture id");
-}
-
-TEST_F(UnreadablePicture, NextPassTriesAgain) {
-  std::swap(context().picture.pool, pool_);
-  EXPECT_NE(errorOfPass(), "nothing was thrown");
-  std::swap(context().picture.pool, pool_);
-  pass(*first_);
-  EXPECT_TRUE(sameFrame(scene_, once_, frame_->pixels()));
-}
-
-TEST_F(UnreadablePicture, CopierOfTheHostIsAskedWithNameAndId) {
-  std::string asked;
-  std::swap(context().picture.pool, pool_);
-  context().picture.sourceId = 31;
-  context().picture.sourceName = "cam/7";
-  context().picture.cloneDetached = [&](const std::string& name, uint64_t id) {
-    asked = name + " " + std::to_string(id);
-    return pool_->clone(*context().picture.source);
-  };
-  pass(*first_);
-  EXPECT_EQ(asked, "cam/7 31");
-  EXPECT_TRUE(sameFrame(scene_, once_, frame_->pixels()));
-}
-
-TEST_F(UnreadablePicture, PictureThatVanishesDuringThePassIsReported) {
-  RenderPayloadResolver resolver;
-  resolver.resolve = [this](uint64_t, const SwAny& stored) {
-    context().picture.source = nullptr;
-    return stored;
-  };
-  context().payload_resolver = &resolver;
-  EXPECT_EQ(errorOfPass(), "LazyDetachedPicture has no readable picture");
 }
 
 TEST_F(UnreadablePicture, PictureThatVanishesFromAFrameWithoutDetectionsIsNot) {

@@ -12,7 +12,6 @@
 #include <memory>
 #include <new>
 #include <opencv2/core.hpp>
-#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>

@@ -1,4 +1,4 @@
-// Payloads as producers really send them, and the ways from an input to its detections.
+// The ways from a context's inputs to what is drawn, and payloads on a bad day.
 
 #include <gtest/gtest.h>
 #include <pthread.h>
@@ -24,36 +24,7 @@ using plugin_test::Frame;
 using scene::Detection;
 using scene::Scene;
 
-class PluginPayloads : public plugin_test::PluginTest {
- protected:
-  // The payload text must draw what `detections` draw.
-  void expectReadAs(const std::string& payload, const std::vector<Detection>& detections, int32_t cap = 256) {
-    Scene scene = scene::oneProducer(6, 4, detections);
-    scene.settings.cap = cap;
-    host().configure(scene.settings);
-    Frame frame(scene, host().stream());
-    frame.inputs()[0].payload = SwAny(payload);
-    host().render(frame);
-    EXPECT_TRUE(plugin_test::sameFrame(scene, model::expectedFrame(scene), frame.pixels())) << payload;
-  }
-
-  // The same for the members of one detection with the mask below.
-  void expectMembersReadAs(const std::string& members, int32_t x, int32_t y, int32_t w, int32_t h,
-                           int32_t class_id) {
-    Detection detection;
-    detection.x = x;
-    detection.y = y;
-    detection.w = w;
-    detection.h = h;
-    detection.class_id = class_id;
-    detection.mask = scene::fullMask(6, 4);
-    expectReadAs("{\"detections\": [{" + members + ", \"class_info\": \"" + scene::fullMask(6, 4) + "\"}]}",
-                 {detection});
-  }
-};
-
-const char kDrawable[] =
-    "{\"x\": 0, \"y\": 0, \"w\": 6, \"h\": 4, \"score\": 1, \"class_info\": \"SEG1|1|1|AQ==\"}";
+class PluginPayloads : public plugin_test::PluginTest {};
 
 Detection drawable() {
   Detection detection;
@@ -61,101 +32,6 @@ Detection drawable() {
   detection.h = 4;
   detection.mask = "SEG1|1|1|AQ==";
   return detection;
-}
-
-TEST_F(PluginPayloads, FractionsAreCutTowardZero) {
-  expectMembersReadAs("\"x\": 1.9, \"y\": -0.9, \"w\": 2.999, \"h\": 3.5, \"class_id\": -3.7", 1, 0, 2, 3,
-                      -3);
-}
-
-TEST_F(PluginPayloads, TruthValuesAreOneAndZero) {
-  expectMembersReadAs("\"x\": true, \"y\": false, \"w\": 4, \"h\": 4, \"class_id\": true", 1, 0, 4, 4, 1);
-}
-
-TEST_F(PluginPayloads, LargeIntegersKeepTheirLow32Bits) {
-  // 2^32 + 1, -2^32 + 2, 2^32 + 3, 2^40 + 2 and 2^31, which becomes the smallest number.
-  expectMembersReadAs(
-      "\"x\": 4294967297, \"y\": -4294967294, \"w\": 4294967299, \"h\": 1099511627778, \"class_id\": "
-      "2147483648",
-      1, 2, 3, 2, INT32_MIN);
-}
-
-TEST_F(PluginPayloads, OtherKindsAndMissingNumbersAreZero) {
-  expectMembersReadAs("\"x\": \"3\", \"y\": null, \"w\": 6, \"h\": 4, \"class_id\": [7]", 0, 0, 6, 4, 0);
-  expectMembersReadAs("\"w\": 6, \"h\": 4", 0, 0, 6, 4, 0);
-  expectMembersReadAs("\"x\": {}, \"w\": 6, \"h\": 4, \"X\": 3", 0, 0, 6, 4, 0);
-}
-
-TEST_F(PluginPayloads, HugeFractionsStayAtTheEndOfTheRange) {
-  expectMembersReadAs("\"x\": -1e300, \"y\": 0, \"w\": 1e300, \"h\": 4, \"class_id\": 0", INT32_MIN, 0,
-                      INT32_MAX, 4, 0);
-  expectMembersReadAs("\"x\": 2, \"y\": 1, \"w\": 1e10, \"h\": 1e10, \"class_id\": 4", 2, 1, INT32_MAX,
-                      INT32_MAX, 4);
-}
-
-TEST_F(PluginPayloads, ScoresOfEveryKind) {
-  const std::pair<const char*, float> kScores[] = {
-      {"0.5", 0.5F},   {"1", 1.0F},   {"true", 1.0F},      {"false", 0.0F}, {"null", 0.0F},
-      {"\"1\"", 0.0F}, {"[1]", 0.0F}, {"{\"a\":1}", 0.0F}, {"7", 7.0F},     {"-1", -1.0F}};
-  for (const auto& [text, score] : kScores) {
-    Scene scene = scene::oneProducer(6, 4, {drawable()});
-    scene.inputs[0].detections[0].score = score;
-    scene.settings.min_score = 0.5F;
-    host().configure(scene.settings);
-    Frame frame(scene, host().stream());
-    frame.inputs()[0].payload =
-        SwAny("{\"detections\": [{\"w\": 6, \"h\": 4, \"score\": " + std::string(text) +
-              ", \"class_info\": \"SEG1|1|1|AQ==\"}]}");
-    host().render(frame);
-    EXPECT_TRUE(plugin_test::sameFrame(scene, model::expectedFrame(scene), frame.pixels())) << text;
-  }
-}
-
-TEST_F(PluginPayloads, MissingScoreIsZeroAndPassesTheDefaultThreshold) {
-  expectReadAs("{\"detections\": [{\"w\": 6, \"h\": 4, \"class_info\": \"SEG1|1|1|AQ==\"}]}", {drawable()});
-}
-
-TEST_F(PluginPayloads, ElementsThatAreNoObjectsDoNotCountTowardTheCap) {
-  expectReadAs("{\"detections\": [1, null, \"x\", [], true, 2.5, " + std::string(kDrawable) + "]}",
-               {drawable()}, 1);
-}
-
-TEST_F(PluginPayloads, MasksThatAreNoTextAreDroppedButCountTowardTheCap) {
-  for (const char* mask : {"null", "7", "true", "[\"SEG1|1|1|AQ==\"]", "{}", "\"\""}) {
-    const std::string payload =
-        "{\"detections\": [{\"w\": 6, \"h\": 4, \"class_info\": " + std::string(mask) + "}, " + kDrawable +
-        "]}";
-    expectReadAs(payload, {drawable()}, 2);
-    expectReadAs(payload, {}, 1);
-  }
-  expectReadAs("{\"detections\": [{}, " + std::string(kDrawable) + "]}", {}, 1);
-}
-
-TEST_F(PluginPayloads, PayloadsWithoutADetectionListDrawNothing) {
-  const std::string list = "[" + std::string(kDrawable) + "]";
-  for (const std::string& payload :
-       {std::string(), std::string("{}"), std::string("null"), list, std::string("{\"detections\": null}"),
-        std::string("{\"detections\": {\"0\": ") + kDrawable + "}}", "{\"Detections\": " + list + "}",
-        std::string("{\"detections\": []}"), std::string("{\"detections\": \"x\"}"),
-        "{\"detections\": " + list, std::string("no JSON at all")}) {
-    expectReadAs(payload, {});
-  }
-}
-
-TEST_F(PluginPayloads, OtherMembersDoNotMatter) {
-  expectReadAs("{\"version\": 3, \"detections\": [" + std::string(kDrawable) + "], \"zzz\": [{\"x\": 1}]}",
-               {drawable()});
-}
-
-TEST_F(PluginPayloads, ResolverGetsTheInputsFrameNumberOrElseTheContexts) {
-  Scene scene = scene::oneProducer(6, 4, {drawable()});
-  scene.inputs.resize(3, scene.inputs[0]);
-  Frame frame(scene, host().stream());
-  frame.context().frame_id = 900;
-  frame.inputs()[1].frame_id = 77;
-  frame.inputs()[2].frame_id = UINT64_MAX;
-  host().render(frame);
-  EXPECT_EQ(frame.resolvedFrames(), (std::vector<uint64_t>{900, 77, UINT64_MAX}));
 }
 
 TEST_F(PluginPayloads, WhatTheResolverReturnsIsDrawn) {
@@ -170,36 +46,6 @@ TEST_F(PluginPayloads, WhatTheResolverReturnsIsDrawn) {
   frame.context().payload_resolver = &resolver;
   host().render(frame);
   EXPECT_TRUE(plugin_test::sameFrame(resolved, model::expectedFrame(resolved), frame.pixels()));
-}
-
-TEST_F(PluginPayloads, WithoutAResolverInputsCannotBeRead) {
-  const Scene scene = scene::oneProducer(6, 4, {drawable()});
-  const RenderPayloadResolver empty;
-  for (const RenderPayloadResolver* resolver : {static_cast<const RenderPayloadResolver*>(nullptr), &empty}) {
-    Frame frame(scene, host().stream());
-    frame.context().payload_resolver = resolver;
-    host().render(frame);
-    EXPECT_TRUE(plugin_test::sameFrame(scene, scene.frame, frame.pixels()));
-  }
-}
-
-TEST_F(PluginPayloads, AbsentPayloadsAreNotResolved) {
-  Scene scene = scene::oneProducer(6, 4, {drawable()});
-  scene.inputs[0].form = scene::PayloadForm::absent;
-  Frame frame(scene, host().stream());
-  host().render(frame);
-  EXPECT_TRUE(frame.resolvedFrames().empty());
-}
-
-TEST_F(PluginPayloads, ProducersPastTheCapAreNotResolved) {
-  Scene scene = scene::oneProducer(6, 4, {drawable()});
-  scene.inputs.push_back(scene.inputs[0]);
-  scene.inputs[1].producer = "q";
-  scene.settings.cap = 1;
-  host().configure(scene.settings);
-  Frame frame(scene, host().stream());
-  host().render(frame);
-  EXPECT_EQ(frame.resolvedFrames().size(), 1U);
 }
 
 TEST_F(PluginPayloads, OtherPayloadTypesAreNotTouched) {
@@ -219,16 +65,6 @@ TEST_F(PluginPayloads, ContextsWithoutAnyListsAreFrames) {
   frame.context().producer_statuses = nullptr;
   host().render(frame);
   EXPECT_TRUE(plugin_test::sameFrame(scene, scene.frame, frame.pixels()));
-}
-
-TEST_F(PluginPayloads, WhatTheResolverThrowsReachesTheHostAndTheNextFrameIsDrawn) {
-  const Scene scene = scene::oneProducer(6, 4, {drawable()});
-  Frame frame(scene, host().stream());
-  RenderPayloadResolver resolver;
-  resolver.resolve = [](uint64_t, const SwAny&) -> SwAny { throw std::runtime_error("store closed"); };
-  frame.context().payload_resolver = &resolver;
-  EXPECT_THROW(host().render(frame), std::runtime_error);
-  expectGolden(scene);
 }
 
 // A producer's own type, whose conversion to JSON throws a T.
@@ -385,24 +221,6 @@ class PluginProducerView : public plugin_test::PluginTest {
 TEST_F(PluginProducerView, ViewOfTheContextIsUsedAsItIs) {
   Frame frame(scene_, host().stream());
   frame.context().producer_views[plugin_test::kDetections];  // an empty view
-  host().render(frame);
-  EXPECT_TRUE(plugin_test::sameFrame(scene_, scene_.frame, frame.pixels()));
-}
-
-TEST_F(PluginProducerView, NullInputsArePassedOver) {
-  Frame frame(scene_, host().stream());
-  RenderProducerTypeView& view = frame.context().producer_views[plugin_test::kDetections];
-  view.producers = {"p"};
-  view.inputsByProducer["p"] = {nullptr, &frame.inputs()[0], nullptr};
-  host().render(frame);
-  EXPECT_TRUE(plugin_test::sameFrame(scene_, model::expectedFrame(scene_), frame.pixels()));
-}
-
-TEST_F(PluginProducerView, UnnamedProducersArePassedOver) {
-  Frame frame(scene_, host().stream());
-  RenderProducerTypeView& view = frame.context().producer_views[plugin_test::kDetections];
-  view.producers = {""};
-  view.inputsByProducer[""] = {&frame.inputs()[0]};
   host().render(frame);
   EXPECT_TRUE(plugin_test::sameFrame(scene_, scene_.frame, frame.pixels()));
 }

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <class_loader/class_loader.hpp>
-#include <cstdint>
 #include <cstring>
 #include <string>
 #include <vector>

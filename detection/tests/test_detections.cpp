@@ -188,10 +188,12 @@ TEST(GatherDetections, AbsentEmptyAndFruitlessProducersAreMissingAndAnEmptyIdIsN
   g.list("fruitless");
   g.list("");
   g.view.inputsByProducer["empty"] = {};
-  g.view.inputsByProducer[""] = {};
+  g.add("", Gathering::payload({1}));
   g.add("fruitless", Gathering::payload({}));
-  EXPECT_EQ(g.gather().missing, 3U);
-  EXPECT_EQ(g.gather().lookback, 0U);
+  const FrameDetections frame = g.gather();
+  EXPECT_TRUE(frame.detections.empty());
+  EXPECT_EQ(frame.missing, 3U);
+  EXPECT_EQ(frame.lookback, 0U);
 }
 
 TEST(GatherDetections, OnceTheCapIsReachedLaterProducersAreNeitherLookedUpNorCounted) {

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <limits>
 
 #include "detection/overlay_item.h"
@@ -42,7 +43,7 @@ struct OverlayItemTest : testing::Test {
 
 TEST_F(OverlayItemTest, AScoreEqualToTheThresholdIsDrawnAndOneBelowIsNot) {
   EXPECT_EQ(items({detectionOf(0.3F)}, 0.3F).size(), 1U);
-  EXPECT_TRUE(items({detectionOf(0.2999F)}, 0.3F).empty());
+  EXPECT_TRUE(items({detectionOf(std::nextafter(0.3F, 0.0F))}, 0.3F).empty());
 }
 
 TEST_F(OverlayItemTest, AScoreThatIsNoNumberIsNotFilteredOut) {

@@ -79,6 +79,10 @@ TEST(ClipBox, XPlusWNeverWraps) {
   EXPECT_EQ(clipped({kMax, kMax, kMax, kMax}, 100, 50), "nothing");
   EXPECT_EQ(clipped({kMin, kMin, kMin, kMin}, 100, 50), "nothing");
   EXPECT_EQ(clipped({kMin, kMin, kMax, kMax}, 100, 50), "nothing");  // ends at -1
+  EXPECT_EQ(clipped({kMin + 1, 0, kMax, 9}, 100, 50), "nothing");    // at 0
+  EXPECT_EQ(clipped({kMin + 4, kMin + 2, kMax, kMax}, 100, 50), "0,0 to 2,0");
+  EXPECT_EQ(clipped({kMin, kMin, -1, -1}, 100, 50), "nothing");  // at 2^31 - 1 in 32 bits
+  EXPECT_EQ(clipped({-1, -1, kMin, kMin}, 100, 50), "nothing");  // the same by another way
   EXPECT_EQ(clipped({-1, -1, kMax, kMax}, kMax, kMax), "0,0 to 2147483645,2147483645");
 }
 

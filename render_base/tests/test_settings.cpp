@@ -39,7 +39,9 @@ TEST(Settings, TheEmptyObjectAnArrayTheEmptyTextAndALoneBraceChangeNothing) {
   EXPECT_TRUE(changesNothing("{}"));
   EXPECT_TRUE(changesNothing("[1,2]"));
   EXPECT_TRUE(changesNothing(""));
+  EXPECT_TRUE(changesNothing(" "));
   EXPECT_TRUE(changesNothing("{"));
+  EXPECT_TRUE(changesNothing("{\"alpha\": 1"));
 }
 
 TEST(Settings, RootsOfOtherKindsChangeNothing) {

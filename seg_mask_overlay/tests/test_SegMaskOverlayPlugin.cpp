@@ -7,7 +7,6 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "core/SwJsonDocument.h"
 #include "core/SwString.h"
 #include "render_base/RenderContext.h"
 #include "seg_mask_overlay/SegMaskOverlayPlugin.h"
@@ -96,55 +95,12 @@ TEST_F(SegMaskOverlayPluginTest, ConstructionSetsTheDefaults) {
   EXPECT_EQ(peer.maxOverlayDets(), 256);
 }
 
-TEST_F(SegMaskOverlayPluginTest, TheNameIsKnownBeforeInit) {
-  const SegMaskOverlayPlugin fresh;
-  EXPECT_STREQ(fresh.getName(), "SegMaskOverlayPlugin");
-}
-
-TEST_F(SegMaskOverlayPluginTest, ThereIsExactlyOneRequirementDetectionV1WithTheFlagFalse) {
-  const std::vector<RenderInputRequirement> requirements = plugin.input_requirements();
-  ASSERT_EQ(requirements.size(), 1U);
-  EXPECT_EQ(requirements[0].type, "detection.v1");
-  EXPECT_FALSE(requirements[0].flag);
-}
-
-TEST_F(SegMaskOverlayPluginTest, TheIdIsThePrefixAndTheAddressInDecimal) {
-  const SegMaskOverlayPlugin other;
-  EXPECT_EQ(plugin.getUuid(), "segmask-" + std::to_string(reinterpret_cast<uintptr_t>(&plugin)));
-  EXPECT_EQ(plugin.getUuid(), plugin.getUuid());
-  EXPECT_NE(plugin.getUuid(), other.getUuid());
-}
-
 TEST_F(SegMaskOverlayPluginTest, InitWithANullBackendReturnsTrueAndLeavesItInert) {
   EXPECT_TRUE(plugin.init({nullptr}));
   Frame frame(payload(detection(kWholeFrame)));
   plugin.render(frame.ctx);
   EXPECT_EQ(frame.ctx.picture.writable, nullptr);
   EXPECT_EQ(fields.skippedFrames(), 0U);
-}
-
-TEST_F(SegMaskOverlayPluginTest, TheSchemaIs477CharactersBeforeAndAfterAnyConfiguration) {
-  const std::string schema = plugin.getConfigList();
-  EXPECT_EQ(schema.size(), 477U);
-  EXPECT_EQ(schema.substr(0, 3), "\n{\n");
-  EXPECT_EQ(schema.substr(schema.size() - 3), "\n}\n");
-  plugin.setConfig("{\"alpha\": 0.5}");
-  EXPECT_EQ(plugin.getConfigList(), schema);
-}
-
-TEST_F(SegMaskOverlayPluginTest, TheSchemaIsJsonWithTheDefaultsOfConstruction) {
-  SwJsonDocument document;
-  SwString error;
-  ASSERT_TRUE(document.loadFromJson(plugin.getConfigList(), error)) << error.str();
-  const SwJsonObject schema = document.object();
-  EXPECT_EQ(schema["$schema"].text(), "http://json-schema.org/draft-07/schema#");
-  EXPECT_EQ(schema["title"].text(), "SegMaskOverlayPlugin configuration");
-  const SwJsonObject& properties = *schema["properties"].object();
-  EXPECT_EQ((*properties["alpha"].object())["default"].number(), 0.45);
-  EXPECT_EQ((*properties["min_score"].object())["default"].number(), 0.0);
-  EXPECT_EQ((*properties["max_overlay_dets"].object())["default"].integer(), 256);
-  EXPECT_EQ((*properties["max_overlay_dets"].object())["maximum"].integer(), 4096);
-  EXPECT_TRUE(schema["additionalProperties"].isBool());
 }
 
 TEST_F(SegMaskOverlayPluginTest, AConfigurationKeepsWhatItDoesNotName) {
@@ -177,13 +133,6 @@ TEST_F(SegMaskOverlayPluginTest, ACapOf0OrLessActsAs1) {
     EXPECT_EQ(frame.pixels()[0], 107) << cap;
     EXPECT_EQ(frame.pixels()[5], 100) << cap;
   }
-}
-
-TEST_F(SegMaskOverlayPluginTest, ADroppedDetectionStillCountsTowardTheCap) {
-  plugin.setConfig("{\"max_overlay_dets\": 1, \"min_score\": 0.5}");
-  Frame frame(payload(detection(kWholeFrame, "0.1") + "," + detection(kWholeFrame)));
-  plugin.render(frame.ctx);
-  EXPECT_EQ(frame.ctx.picture.writable, nullptr);
 }
 
 TEST_F(SegMaskOverlayPluginTest, AFrameWithoutDrawableItemsNeitherMapsNorAllocates) {
@@ -252,6 +201,33 @@ TEST_F(SegMaskOverlayPluginTest, TheLineIgnoresWhatTheHostHasLeftOnTheStream) {
   std::cerr.fill(' ');
   EXPECT_EQ(line,
             "[SegMask][Fallback] frame=0 decision=skip providers_missing=0 providers_using_lookback=0\n");
+}
+
+TEST_F(SegMaskOverlayPluginTest, TheLineComesInOnePiece) {
+  plugin.enableDebug(true);
+  Frame frame;
+  const StderrCapture written;
+  plugin.render(frame.ctx);
+  EXPECT_EQ(written.writes(), 1);
+}
+
+/// Takes nothing, like a full disk.
+class FullBuffer : public std::streambuf {
+  std::streamsize xsputn(const char*, std::streamsize) override { return 0; }
+};
+
+TEST_F(SegMaskOverlayPluginTest, ALineIsLostWhereTheStreamTakesNothingThoughTheHostLetsStreamsThrow) {
+  plugin.enableDebug(true);
+  Frame frame;
+  FullBuffer full;
+  std::streambuf* const before = std::cerr.rdbuf(&full);
+  std::cerr.exceptions(std::ios_base::badbit | std::ios_base::failbit);
+  EXPECT_NO_THROW(plugin.render(frame.ctx));
+  EXPECT_TRUE(std::cerr.bad());
+  std::cerr.exceptions(std::ios_base::goodbit);
+  std::cerr.clear();
+  std::cerr.rdbuf(before);
+  EXPECT_EQ(framesLogged(1), std::vector<int>{}) << "a lost line was the run's first";
 }
 
 /// Keeps what has arrived by the time of each flush.

@@ -1,6 +1,5 @@
 #include "soak/Soak.h"
 
-#include <algorithm>
 #include <sstream>
 
 #include "cudart_cpu/control.h"

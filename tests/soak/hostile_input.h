@@ -1,7 +1,6 @@
 #pragma once
 
 #include <string>
-#include <utility>
 
 #include "core/SwAny.h"
 #include "test_support/Dice.h"

@@ -5,7 +5,6 @@
 #include <class_loader/class_loader.hpp>
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <optional>
 #include <string>
 #include <utility>

@@ -1,6 +1,5 @@
 #include "test_support/model/scene_frame.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <limits>
 

@@ -118,6 +118,12 @@ CUDART_CPU_EXPORT cudaError_t cudaMemcpy2DAsync(void* dst, size_t dpitch, const 
 CUDART_CPU_EXPORT cudaError_t cudaMemsetAsync(void* devPtr, int value, size_t count,
                                               cudaStream_t stream = nullptr);
 
+/// Queues the same for `height` rows of `width` bytes that begin `pitch` bytes apart. Bytes between row end
+/// and pitch are not written. A single row has no need of a pitch, and any will do. cudaErrorInvalidValue
+/// when several rows have a pitch smaller than `width`, or a size overflows.
+CUDART_CPU_EXPORT cudaError_t cudaMemset2DAsync(void* devPtr, size_t pitch, int value, size_t width,
+                                                size_t height, cudaStream_t stream = nullptr);
+
 /// Makes a stream, owned by the caller (cudaStreamDestroy). cudaErrorInvalidValue when `pStream` is null.
 CUDART_CPU_EXPORT cudaError_t cudaStreamCreate(cudaStream_t* pStream);
 

@@ -36,6 +36,8 @@ const char* callName(Call call) {
       return "cudaMemcpy2DAsync";
     case Call::cudaMemsetAsync:
       return "cudaMemsetAsync";
+    case Call::cudaMemset2DAsync:
+      return "cudaMemset2DAsync";
     case Call::cudaStreamCreate:
       return "cudaStreamCreate";
     case Call::cudaStreamCreateWithFlags:

@@ -104,10 +104,13 @@ cudaError_t check(const DeviceMemory& memory, const Rows& copy, cudaMemcpyKind k
   return cudaSuccess;
 }
 
+std::size_t saturatedProduct(std::size_t a, std::size_t b) {
+  std::size_t product = 0;
+  return __builtin_mul_overflow(a, b, &product) ? std::numeric_limits<std::size_t>::max() : product;
+}
+
 RecordedCall beginCopy(Call call, const Rows& copy, cudaMemcpyKind kind, cudaStream_t stream) {
-  std::size_t bytes = 0;
-  if (__builtin_mul_overflow(copy.width, copy.rows, &bytes)) bytes = std::numeric_limits<std::size_t>::max();
-  return {call, bytes, kind, copy.to.first, stream, cudaSuccess};
+  return {call, saturatedProduct(copy.width, copy.rows), kind, copy.to.first, stream, cudaSuccess};
 }
 
 /// Both asynchronous copies, once their pitches are known to be good.
@@ -121,6 +124,31 @@ cudaError_t queueCopy(Runtime& runtime, const Rows& copy, cudaMemcpyKind kind, c
   const bool queued = runtime.streams.submit(
       stream, [copy] { copyRows(copy); }, hostToDevice ? Streams::MakeLasting(takeNow) : nullptr);
   return queued ? cudaSuccess : cudaErrorInvalidResourceHandle;
+}
+
+struct Extent {
+  std::size_t width;
+  std::size_t rows;
+};
+
+void fillRows(const Side<Byte>& to, int value, const Extent& extent) {
+  for (std::size_t row = 0; row < extent.rows; ++row)
+    std::memset(to.first + row * to.pitch, value, extent.width);
+}
+
+/// Both fills.
+cudaError_t fill(Call call, const Side<Byte>& to, int value, const Extent& extent, cudaStream_t stream) {
+  const std::size_t bytes = saturatedProduct(extent.width, extent.rows);
+  const RecordedCall made = {call, bytes, cudaMemcpyDefault, to.first, stream, cudaSuccess};
+  return perform(made, [&](Runtime& runtime, RecordedCall&) {
+    if (!runtime.streams.isLive(stream)) return cudaErrorInvalidResourceHandle;
+    if (extent.width == 0 || extent.rows == 0) return cudaSuccess;
+    if (extent.rows > 1 && to.pitch < extent.width) return cudaErrorInvalidValue;
+    if (!sideIsGood(runtime.memory, to, extent.width, extent.rows, Place::Device))
+      return cudaErrorInvalidValue;
+    const bool queued = runtime.streams.submit(stream, [=] { fillRows(to, value, extent); });
+    return queued ? cudaSuccess : cudaErrorInvalidResourceHandle;
+  });
 }
 
 }  // namespace
@@ -183,12 +211,10 @@ cudaError_t cudaMemcpy2DAsync(void* dst, std::size_t dpitch, const void* src, st
 }
 
 cudaError_t cudaMemsetAsync(void* devPtr, int value, std::size_t count, cudaStream_t stream) {
-  const RecordedCall made = {Call::cudaMemsetAsync, count, cudaMemcpyDefault, devPtr, stream, cudaSuccess};
-  return perform(made, [&](Runtime& runtime, RecordedCall&) {
-    if (!runtime.streams.isLive(stream)) return cudaErrorInvalidResourceHandle;
-    if (count == 0) return cudaSuccess;
-    if (!runtime.memory.holds(devPtr, count)) return cudaErrorInvalidValue;
-    const bool queued = runtime.streams.submit(stream, [=] { std::memset(devPtr, value, count); });
-    return queued ? cudaSuccess : cudaErrorInvalidResourceHandle;
-  });
+  return fill(Call::cudaMemsetAsync, {static_cast<Byte*>(devPtr), count}, value, {count, 1}, stream);
+}
+
+cudaError_t cudaMemset2DAsync(void* devPtr, std::size_t pitch, int value, std::size_t width,
+                              std::size_t height, cudaStream_t stream) {
+  return fill(Call::cudaMemset2DAsync, {static_cast<Byte*>(devPtr), pitch}, value, {width, height}, stream);
 }

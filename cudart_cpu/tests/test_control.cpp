@@ -31,6 +31,7 @@ TEST_F(Control, EveryCallIsCountedUnderItsOwnName) {
   cudaMemcpyAsync(buffer.get(), host, 4, cudaMemcpyHostToDevice, one);
   cudaMemcpy2DAsync(buffer.get(), 2, host, 2, 2, 2, cudaMemcpyHostToDevice, one);
   cudaMemsetAsync(buffer.get(), 0, 4, one);
+  cudaMemset2DAsync(buffer.get(), 2, 0, 2, 2, one);
   cudaLaunchHostFunc(
       one, [](void*) {}, nullptr);
   cudaStreamQuery(one);
@@ -48,12 +49,12 @@ TEST_F(Control, EveryCallIsCountedUnderItsOwnName) {
     EXPECT_EQ(cudart_cpu::count(call), twice.count(call) + 1) << cudart_cpu::callName(call);
     names.insert(cudart_cpu::callName(call));
   }
-  EXPECT_EQ(names.size(), 16u);
-  EXPECT_EQ(cudart_cpu::totalCalls(), 17u);
+  EXPECT_EQ(names.size(), 17u);
+  EXPECT_EQ(cudart_cpu::totalCalls(), 18u);
   EXPECT_EQ(cudart_cpu::waitingCalls(), 3u);
   cudaGetErrorName(cudaSuccess);
   cudaGetErrorString(cudaSuccess);
-  EXPECT_EQ(cudart_cpu::totalCalls(), 17u);
+  EXPECT_EQ(cudart_cpu::totalCalls(), 18u);
   cudart_cpu::resetCounters();
   EXPECT_EQ(cudart_cpu::totalCalls(), 0u);
   EXPECT_EQ(cudart_cpu::count(Call::cudaMalloc), 0u);
@@ -85,6 +86,8 @@ TEST_F(Control, RecordsTellOrderSizesAndResults) {
   ASSERT_EQ(cudaMemcpy2DAsync(memory, kHuge, host, kHuge, kHuge, 2, cudaMemcpyHostToDevice, stream),
             cudaErrorInvalidValue);
   ASSERT_EQ(cudaMemsetAsync(memory, 0, 13, stream), cudaErrorInvalidValue);
+  ASSERT_EQ(cudaMemset2DAsync(memory, 5, 0, 2, 3, stream), cudaSuccess);
+  ASSERT_EQ(cudaMemset2DAsync(memory, kHuge, 0, kHuge, 2, stream), cudaErrorInvalidValue);
   ASSERT_EQ(cudaStreamDestroy(stream), cudaSuccess);
   ASSERT_EQ(cudaFree(memory), cudaSuccess);
 
@@ -105,6 +108,8 @@ TEST_F(Control, RecordsTellOrderSizesAndResults) {
                                {Call::cudaMemcpy2DAsync, 6, up, memory, stream, cudaSuccess},
                                {Call::cudaMemcpy2DAsync, kHuge, up, memory, stream, cudaErrorInvalidValue},
                                {Call::cudaMemsetAsync, 13, none, memory, stream, cudaErrorInvalidValue},
+                               {Call::cudaMemset2DAsync, 6, none, memory, stream, cudaSuccess},
+                               {Call::cudaMemset2DAsync, kHuge, none, memory, stream, cudaErrorInvalidValue},
                                {Call::cudaStreamDestroy, 0, none, nullptr, stream, cudaSuccess},
                                {Call::cudaFree, 12, none, memory, nullptr, cudaSuccess}};
   ASSERT_EQ(calls.size(), std::size(expected));
@@ -132,6 +137,16 @@ TEST_F(Control, TheNthCallFailsAndTheNextWorks) {
   EXPECT_EQ(cudart_cpu::count(Call::cudaMalloc), 3u);
   EXPECT_EQ(cudaFree(first), cudaSuccess);
   EXPECT_EQ(cudaFree(second), cudaSuccess);
+}
+
+TEST_F(Control, AFailedFillOfRowsWritesNothing) {
+  const Buffer buffer(4);
+  cudart_cpu::failCall(Call::cudaMemset2DAsync, 1, cudaErrorLaunchFailure);
+  EXPECT_EQ(cudaMemset2DAsync(buffer.get(), 2, 1, 1, 2), cudaErrorLaunchFailure);
+  EXPECT_EQ(cudaGetLastError(), cudaErrorLaunchFailure);
+  Bytes seen(4);
+  EXPECT_EQ(cudaMemcpy(seen.data(), buffer.get(), 4, cudaMemcpyDeviceToHost), cudaSuccess);
+  EXPECT_EQ(seen, Bytes(4, 0xCD));
 }
 
 TEST_F(Control, PlansStandSideBySide) {

@@ -96,6 +96,8 @@ TEST_F(Memory, ACopyMustNameEachSideRight) {
   EXPECT_EQ(cudaMemcpy(buffer.get(), host.data(), 4, static_cast<cudaMemcpyKind>(5)),
             cudaErrorInvalidMemcpyDirection);
   EXPECT_EQ(cudaMemsetAsync(host.data(), 0, 4), cudaErrorInvalidValue);
+  EXPECT_EQ(cudaMemset2DAsync(host.data(), 2, 0, 2, 2), cudaErrorInvalidValue);
+  EXPECT_EQ(cudaMemset2DAsync(nullptr, 2, 0, 2, 2), cudaErrorInvalidValue);
 }
 
 TEST_F(Memory, AFreedAddressIsNoDeviceMemory) {
@@ -114,6 +116,8 @@ TEST_F(Memory, CopyingNothingSucceeds) {
   EXPECT_EQ(cudaMemcpy2DAsync(nullptr, 4, nullptr, 4, 0, 3, cudaMemcpyHostToDevice), cudaSuccess);
   EXPECT_EQ(cudaMemcpy2DAsync(nullptr, 4, nullptr, 4, 4, 0, cudaMemcpyHostToDevice), cudaSuccess);
   EXPECT_EQ(cudaMemsetAsync(nullptr, 0, 0), cudaSuccess);
+  EXPECT_EQ(cudaMemset2DAsync(nullptr, 4, 0, 0, 3), cudaSuccess);
+  EXPECT_EQ(cudaMemset2DAsync(nullptr, 4, 0, 4, 0), cudaSuccess);
 }
 
 TEST_F(Memory, FillTakesTheLowByte) {
@@ -122,6 +126,28 @@ TEST_F(Memory, FillTakesTheLowByte) {
   EXPECT_EQ(cudaMemsetAsync(buffer.get() + 1, 0x1207, 2), cudaSuccess);
   EXPECT_EQ(cudaMemcpy(seen.data(), buffer.get(), 4, cudaMemcpyDeviceToHost), cudaSuccess);
   EXPECT_EQ(seen, (Bytes{0xCD, 7, 7, 0xCD}));
+}
+
+TEST_F(Memory, FillOfRowsLeavesThePaddingAlone) {
+  const Buffer buffer(8);
+  Bytes seen(8);
+  EXPECT_EQ(cudaMemset2DAsync(buffer.get() + 1, 3, 0x1207, 2, 2), cudaSuccess);
+  EXPECT_EQ(cudaMemcpy(seen.data(), buffer.get(), 8, cudaMemcpyDeviceToHost), cudaSuccess);
+  EXPECT_EQ(seen, (Bytes{0xCD, 7, 7, 0xCD, 7, 7, 0xCD, 0xCD}));
+  EXPECT_EQ(cudaMemset2DAsync(buffer.get(), 2, 9, 1, 4), cudaSuccess);  // every other byte
+  EXPECT_EQ(cudaMemcpy(seen.data(), buffer.get(), 8, cudaMemcpyDeviceToHost), cudaSuccess);
+  EXPECT_EQ(seen, (Bytes{9, 7, 9, 0xCD, 9, 7, 9, 0xCD}));
+}
+
+TEST_F(Memory, FilledRowsMustFitTheirPitchAndTheirAllocation) {
+  const Buffer buffer(8);
+  EXPECT_EQ(cudaMemset2DAsync(buffer.get(), 1, 0, 2, 2), cudaErrorInvalidValue);
+  EXPECT_EQ(cudaMemset2DAsync(buffer.get(), 1, 0, 2, 1), cudaSuccess);
+  // The last row may end with the allocation: 6 + 2 bytes; one row or one byte more may not.
+  EXPECT_EQ(cudaMemset2DAsync(buffer.get(), 6, 0, 2, 2), cudaSuccess);
+  EXPECT_EQ(cudaMemset2DAsync(buffer.get(), 7, 0, 2, 2), cudaErrorInvalidValue);
+  EXPECT_EQ(cudaMemset2DAsync(buffer.get(), 6, 0, 2, 3), cudaErrorInvalidValue);
+  EXPECT_EQ(cudaMemset2DAsync(buffer.get(), kHuge, 0, 2, 3), cudaErrorInvalidValue);
 }
 
 TEST_F(Memory, RowsLeaveThePaddingAlone) {

@@ -167,6 +167,21 @@ TEST_F(StreamTest, AHeldDeviceCopyTakesTheBytesInItsTurn) {
   EXPECT_EQ(seen, (Bytes{1, 1}));
 }
 
+TEST_F(StreamTest, AHeldFillOfRowsWritesInItsTurn) {
+  const OwnedStream stream(cudaStreamNonBlocking);
+  const Buffer buffer(4);
+  Bytes before(4);
+  Bytes after(4);
+  cudart_cpu::hold(stream.get());
+  ASSERT_EQ(cudaMemsetAsync(buffer.get(), 1, 4, stream.get()), cudaSuccess);
+  ASSERT_EQ(cudaMemset2DAsync(buffer.get(), 2, 2, 1, 2, stream.get()), cudaSuccess);
+  ASSERT_EQ(cudaMemcpy(before.data(), buffer.get(), 4, cudaMemcpyDeviceToHost), cudaSuccess);
+  cudart_cpu::release(stream.get());
+  ASSERT_EQ(cudaMemcpy(after.data(), buffer.get(), 4, cudaMemcpyDeviceToHost), cudaSuccess);
+  EXPECT_EQ(before, Bytes(4, 0xCD));
+  EXPECT_EQ(after, (Bytes{2, 1, 2, 1}));
+}
+
 TEST_F(StreamTest, FreeWaitsForWorkOnTheMemory) {
   const OwnedStream stream(cudaStreamNonBlocking);
   unsigned char* memory = nullptr;
@@ -202,6 +217,7 @@ TEST_F(StreamTest, ADeadStreamIsRefusedEverywhere) {
                 stream, [](void*) {}, nullptr),
             dead);
   EXPECT_EQ(cudaMemsetAsync(buffer.get(), 0, 1, stream), dead);
+  EXPECT_EQ(cudaMemset2DAsync(buffer.get(), 1, 0, 1, 1, stream), dead);
   EXPECT_EQ(cudaMemcpyAsync(buffer.get(), &host, 1, cudaMemcpyHostToDevice, stream), dead);
   EXPECT_EQ(cudaMemcpy2DAsync(buffer.get(), 1, &host, 1, 1, 1, cudaMemcpyHostToDevice, stream), dead);
   EXPECT_EQ(cudaStreamDestroy(nullptr), dead);

@@ -25,6 +25,7 @@ enum class Call {
   cudaMemcpyAsync,
   cudaMemcpy2DAsync,
   cudaMemsetAsync,
+  cudaMemset2DAsync,
   cudaStreamCreate,
   cudaStreamCreateWithFlags,
   cudaStreamDestroy,

@@ -1,8 +1,8 @@
-#include "mask/MaskArena.h"
-
 #include <gtest/gtest.h>
 
 #include <cstring>
+
+#include "mask/MaskArena.h"
 
 namespace seg_mask {
 namespace {

@@ -8,19 +8,20 @@
 namespace seg_mask {
 
 /// The memory of one frame's masks, kept from frame to frame: given back to the system and taken again each
-/// frame, it would cost more in page faults than decoding does. One block, so that a frame's masks lie together.
+/// frame, it would cost more in page faults than decoding does. One block, so that a frame's masks lie
+/// together.
 ///
 /// Keeps at most twice what the largest of the last kFrames frames asked for. One thread at a time.
 class MaskArena {
  public:
   static constexpr std::size_t kFrames = 16;
 
-  /// Ends the life of everything allocated before and makes room for `bytes` bytes. Throws std::bad_alloc when
-  /// memory runs out; there is room for nothing then.
+  /// Ends the life of everything allocated before and makes room for `bytes` bytes. Throws std::bad_alloc
+  /// when memory runs out; there is room for nothing then.
   void beginFrame(std::size_t bytes);
 
-  /// `bytes` bytes that hold anything, out of the room of this frame, which must suffice. Valid until the next
-  /// beginFrame.
+  /// `bytes` bytes that hold anything, out of the room of this frame, which must suffice. Valid until the
+  /// next beginFrame.
   uint8_t* allocate(std::size_t bytes);
 
   /// Gives the last `bytes` bytes that were allocated back to the room of this frame.

@@ -6,9 +6,9 @@
 
 namespace seg_mask {
 
-/// A binary mask in somebody else's memory, one bit a pixel: row by row without padding, the least significant
-/// bit of a byte first. Both dimensions are at least 1, and `size` is at least the (width * height + 7) / 8
-/// bytes that they need. Bits behind the last pixel mean nothing.
+/// A binary mask in somebody else's memory, one bit a pixel: row by row without padding, the least
+/// significant bit of a byte first. Both dimensions are at least 1, and `size` is at least the (width *
+/// height + 7) / 8 bytes that they need. Bits behind the last pixel mean nothing.
 struct MaskView {
   int width;
   int height;
@@ -28,8 +28,8 @@ struct MaskBits {
   bool inside(std::size_t pixel) const { return MaskView(*this).inside(pixel); }
 };
 
-/// Packs `height` rows of `width` bytes, `stride` bytes from one row to the next: any non-zero byte is inside.
-/// Both dimensions are at least 1. Throws std::bad_alloc when memory runs out.
+/// Packs `height` rows of `width` bytes, `stride` bytes from one row to the next: any non-zero byte is
+/// inside. Both dimensions are at least 1. Throws std::bad_alloc when memory runs out.
 MaskBits packMask(const unsigned char* pixels, int width, int height, std::ptrdiff_t stride);
 
 }  // namespace seg_mask

@@ -1,4 +1,4 @@
-#include "Drawing.h"
+#include "bench/Drawing.h"
 
 #include "test_support/scene_payload.h"
 

@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "bench/silhouette.h"
 #include "mask/mask_base64.h"
-#include "silhouette.h"
 #include "test_support/scalar_base64.h"
 
 namespace {

@@ -14,9 +14,9 @@
 #include <string>
 #include <vector>
 
+#include "bench/random_mask.h"
+#include "bench/silhouette.h"
 #include "mask/mask_text.h"
-#include "random_mask.h"
-#include "silhouette.h"
 #include "src/FrameMask.h"
 #include "test_support/scalar_base64.h"
 #include "test_support/scalar_frame_mask.h"

@@ -14,8 +14,8 @@
 #include <string>
 #include <vector>
 
+#include "bench/silhouette.h"
 #include "core/SwJsonDocument.h"
-#include "silhouette.h"
 
 namespace {
 

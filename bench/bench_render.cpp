@@ -9,10 +9,10 @@
 #include <string>
 #include <vector>
 
-#include "Drawing.h"
+#include "bench/Drawing.h"
 #include "blend/host_blend.h"
-#include "crowd.h"
 #include "detection/class_color.h"
+#include "gpu/crowd.h"
 
 namespace {
 

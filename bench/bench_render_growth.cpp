@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "Drawing.h"
-#include "crowd.h"
+#include "bench/Drawing.h"
+#include "gpu/crowd.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "random_mask.h"
+#include "bench/random_mask.h"
 
 #include <cstdint>
 #include <opencv2/core.hpp>

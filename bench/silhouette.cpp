@@ -1,4 +1,4 @@
-#include "silhouette.h"
+#include "bench/silhouette.h"
 
 #include <cmath>
 #include <cstdint>

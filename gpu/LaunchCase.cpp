@@ -1,4 +1,4 @@
-#include "LaunchCase.h"
+#include "gpu/LaunchCase.h"
 
 #include <array>
 #include <iomanip>

@@ -11,9 +11,9 @@
 #include <string>
 #include <vector>
 
-#include "DeviceBytes.h"
-#include "crowd.h"
-#include "report.h"
+#include "gpu/DeviceBytes.h"
+#include "gpu/crowd.h"
+#include "gpu/report.h"
 #include "test_support/plugin_harness.h"
 #include "test_support/scene.h"
 #include "zelvo/ZelvoPicture.h"

@@ -16,10 +16,10 @@
 #include <string>
 #include <vector>
 
-#include "DeviceBytes.h"
-#include "LaunchCase.h"
 #include "blend/nv12_blend.h"
-#include "report.h"
+#include "gpu/DeviceBytes.h"
+#include "gpu/LaunchCase.h"
+#include "gpu/report.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "crowd.h"
+#include "gpu/crowd.h"
 
 #include <cstdlib>
 #include <opencv2/core.hpp>

@@ -13,8 +13,8 @@
 #include <string>
 #include <vector>
 
-#include "DeviceBytes.h"
-#include "LaunchCase.h"
+#include "gpu/DeviceBytes.h"
+#include "gpu/LaunchCase.h"
 
 namespace {
 

@@ -172,7 +172,7 @@ class PluginOutOfMemory : public ::testing::Test {
   const StderrCapture captured_;
   const WatchedMatrices matrices_;
   plugin_test::PluginLibrary library_;
-  plugin_test::CudaStream stream_;
+  plugin_test::TestStream stream_;
   zelvo::DeviceRenderBackend backend_{stream_.get()};
 
  private:

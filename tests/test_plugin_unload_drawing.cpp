@@ -41,7 +41,7 @@ TEST(PluginUnload, LeavesMemoryAfterDrawing) {
 #endif
   if (!plugin_test::deviceAvailable()) GTEST_SKIP() << "no CUDA device";
   ASSERT_FALSE(process_facts::isMapped(plugin_test::pluginPath()));
-  const plugin_test::CudaStream stream;
+  const plugin_test::TestStream stream;
   zelvo::DeviceRenderBackend backend(stream.get());
   for (int cycle = 1; cycle <= 500; ++cycle) {
     loadDrawAndUnload(stream.get(), backend);
@@ -54,7 +54,7 @@ TEST(PluginLoadDeathTest, RegistriesFillOnceAProcessHoweverOftenTheLibraryIsLoad
   if (!plugin_test::deviceAvailable()) GTEST_SKIP() << "no CUDA device";
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   const auto markersOfFiveCycles = [] {
-    const plugin_test::CudaStream stream;
+    const plugin_test::TestStream stream;
     zelvo::DeviceRenderBackend backend(stream.get());
     const std::string printed = plugin_test::standardErrorOf([&] {
       for (int i = 0; i < 5; ++i) loadDrawAndUnload(stream.get(), backend);

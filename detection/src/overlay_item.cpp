@@ -5,14 +5,6 @@
 #include "mask/nearest_map.h"
 
 namespace seg_mask {
-namespace {
-
-/// A score that is NaN is not.
-bool isBelow(const DetView& detection, float minScore) {
-  return detection.score < minScore;
-}
-
-}  // namespace
 
 Outcome makeOverlayItem(const DetView& detection, float minScore, MaskArena& arena, OverlayItem& item,
                         MaskTextFault* fault) {

@@ -3,25 +3,23 @@
 #include <cuda_runtime_api.h>
 
 #include <algorithm>
-#include <chrono>
 #include <class_loader/register_macro.hpp>
-#include <cstdio>
 
+#include "core/diagnostics.h"
 #include "detection/class_color.h"
+#include "detection/decision_settings.h"
 #include "detection/detections.h"
-#include "detection/settings.h"
 #include "render_base/RenderBase.h"
 #include "render_base/RenderContext.h"
 #include "render_base/mapped_picture.h"
 #include "render_base/skip_line.h"
-#include "zelvo/ZelvoPicture.h"
 
 using render_base::Box;
 using Planes = IRenderBackend::MappedPlanes;
 
 namespace {
 
-/// Width of the outlines in luma pixels. The other two settings are those of detection/settings.h.
+/// Width of the outlines in luma pixels. The other two settings are those of detection/decision_settings.h.
 constexpr render_base::IntegerSetting kThickness{"thickness", 1, 64, 2};
 
 constexpr char kSchema[] = R"json({
@@ -108,11 +106,10 @@ class BoxPlugin final : public RenderBase {
     if (found.detections.empty()) return skipFrame({ctx.frame_id, found.missing, found.lookback});
     skipped_frames_ = 0;
 
-    const auto picture = ctx.picture.readable();
-    const render_base::FrameSize size{picture->width(), picture->height()};
+    const render_base::FrameSize size = render_base::readableSize(ctx.picture);
     for (const seg_mask::DetView& detection : found.detections) {
       const Box box{detection.x, detection.y, detection.w, detection.h};
-      if (detection.score < min_score_ || !clipBox(box, size)) continue;
+      if (isBelow(detection, min_score_) || !clipBox(box, size)) continue;
       if (!mapWritablePicture(ctx, *backend_, size, known_mapping_)) return;
       drawOutline(box, thickness_, seg_mask::classColor(detection.class_id), size, ctx.planes);
     }
@@ -121,10 +118,9 @@ class BoxPlugin final : public RenderBase {
  private:
   /// Says so now and then while diagnostics are on: at the first frame of a run, every 60th, every 2 seconds.
   void skipFrame(const render_base::SkippedFrame& frame) {
-    const std::chrono::nanoseconds now = std::chrono::steady_clock::now().time_since_epoch();
-    const auto now_ns = static_cast<uint64_t>(now.count());
+    const uint64_t now_ns = render_base::steadyNowNs();
     if (!render_base::isSkipLineDue({++skipped_frames_, 60, next_line_ns_}, now_ns) || !debug_) return;
-    std::fputs((skipLine("Box", frame) + "\n").c_str(), stderr);
+    sw_diagnostics::writeLine(skipLine("Box", frame));
     next_line_ns_ = now_ns + 2'000'000'000;
   }
 

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "core/SwAny.h"
+#include "detection/detections.h"
 
 namespace segmask {
 namespace {
@@ -10,7 +11,7 @@ namespace {
 RenderInput makeInput(const std::string& producer, uint64_t frame, const DetectionPayload& payload,
                       bool lookedBack) {
   RenderInput input;
-  input.payload_type = kDetectionType;
+  input.payload_type = seg_mask::kDetectionType;
   input.producer_name = producer;
   input.producer_id = producer;
   input.payload = SwAny::from(payload);
@@ -22,7 +23,7 @@ RenderInput makeInput(const std::string& producer, uint64_t frame, const Detecti
 
 RenderProducerStatus makeStatus(const std::string& producer, int32_t code) {
   RenderProducerStatus status;
-  status.payload_type = kDetectionType;
+  status.payload_type = seg_mask::kDetectionType;
   status.producer_name = producer;
   status.producer_id = producer;
   status.code = code;
@@ -31,12 +32,10 @@ RenderProducerStatus makeStatus(const std::string& producer, int32_t code) {
 
 }  // namespace
 
-const char* const kDetectionType = "detection.v1";
-
 void ProducerInputs::advance(uint64_t frame, std::vector<DetectionLine> lines) {
   store(frame, std::move(lines));
-  std::vector<RenderInput>& inputs = inputs_[kDetectionType];
-  std::vector<RenderProducerStatus>& statuses = statuses_[kDetectionType];
+  std::vector<RenderInput>& inputs = inputs_[seg_mask::kDetectionType];
+  std::vector<RenderProducerStatus>& statuses = statuses_[seg_mask::kDetectionType];
   inputs.clear();
   statuses.clear();
   for (Producer& producer : producers_) {

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "core/render_payload.h"
+#include "detection/detections.h"
 #include "host/ProducerInputs.h"
 
 namespace segmask {
@@ -23,7 +24,7 @@ class ProducerInputsTest : public ::testing::Test {
   /// "producer:frame:mark" of each input, with a "*" for look-back.
   static std::vector<std::string> inputsOf(const ProducerInputs& inputs) {
     std::vector<std::string> texts;
-    for (const RenderInput& input : inputs.inputs().at(kDetectionType)) {
+    for (const RenderInput& input : inputs.inputs().at(seg_mask::kDetectionType)) {
       const SwJsonObject object = render_payload::anyToJsonObject(input.payload);
       texts.push_back(providerKey(input) + ":" + std::to_string(input.frame_id) + ":" +
                       std::to_string(object["mark"].integer()) + (input.uses_lookback ? "*" : ""));
@@ -34,7 +35,7 @@ class ProducerInputsTest : public ::testing::Test {
   /// "producer:code" of each report.
   static std::vector<std::string> statusesOf(const ProducerInputs& inputs) {
     std::vector<std::string> texts;
-    for (const RenderProducerStatus& status : inputs.statuses().at(kDetectionType)) {
+    for (const RenderProducerStatus& status : inputs.statuses().at(seg_mask::kDetectionType)) {
       texts.push_back(providerKey(status) + ":" + std::to_string(status.code));
     }
     return texts;

@@ -47,6 +47,11 @@ TEST(EncodeMaskText, FourPixelsInsideAndFourOutsideAreTheDocumentedText) {
   EXPECT_EQ(encodeMaskText(MaskBits{4, 2, {0x0F}}), "SEG1|4|2|Dw==");
 }
 
+TEST(EncodeMaskText, BitsRunOnFromRowToRow) {
+  const std::vector<unsigned char> pixels{1, 0, 0, 0, 0, 255, 0, 0, 0, 7};  // bits 0, 5 and 9: bytes 21 02
+  EXPECT_EQ(encodeMaskText(packMask(pixels.data(), 5, 2, 5)), "SEG1|5|2|IQI=");
+}
+
 TEST(EncodeMaskText, BytesBehindTheMaskAreLeftOut) {
   EXPECT_EQ(encodeMaskText(MaskBits{4, 2, {0x0F, 0xFF}}), "SEG1|4|2|Dw==");
 }

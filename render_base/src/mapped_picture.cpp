@@ -1,5 +1,7 @@
 #include "render_base/mapped_picture.h"
 
+#include <memory>
+#include <stdexcept>
 #include <utility>
 
 #include "render_base/RenderContext.h"
@@ -42,6 +44,12 @@ FrameSize makeRenderTarget(RenderContext& ctx, FrameSize size) {
 }
 
 }  // namespace
+
+FrameSize readableSize(const LazyDetachedPicture& picture) {
+  const std::shared_ptr<zelvo::ZelvoPicture> readable = picture.readable();
+  if (!readable) throw std::runtime_error("LazyDetachedPicture has no readable picture");
+  return {readable->width(), readable->height()};
+}
 
 bool mapWritablePicture(RenderContext& ctx, IRenderBackend& backend, FrameSize size, KnownMapping& known) {
   if (ctx.guard_active && areValid(ctx.planes)) {

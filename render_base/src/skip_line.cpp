@@ -1,6 +1,13 @@
 #include "render_base/skip_line.h"
 
+#include <chrono>
+
 namespace render_base {
+
+uint64_t steadyNowNs() {
+  const auto now = std::chrono::steady_clock::now().time_since_epoch();
+  return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::nanoseconds>(now).count());
+}
 
 bool isSkipLineDue(const SkipThrottle& throttle, uint64_t now_ns) {
   const bool first = throttle.frame_count == 1;

@@ -3,12 +3,10 @@
 #include <cuda_runtime.h>
 
 #include <algorithm>
-#include <chrono>
-#include <iostream>
 #include <memory>
-#include <stdexcept>
 #include <utility>
 
+#include "core/diagnostics.h"
 #include "detection/detections.h"
 #include "detection/overlay_item.h"
 #include "render_base/RenderContext.h"
@@ -25,30 +23,6 @@ using render_base::LumaRect;
 using seg_mask::FrameDetections;
 using seg_mask::OverlayItem;
 using seg_mask_overlay::FrameMask;
-
-namespace {
-
-uint64_t steadyNowNs() {
-  const auto now = std::chrono::steady_clock::now().time_since_epoch();
-  return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::nanoseconds>(now).count());
-}
-
-/// To standard error, in one piece and unformatted, whatever width or fill the host has left on the stream.
-void writeDiagnostic(const std::string& line) {
-  try {
-    std::cerr.write(line.data(), static_cast<std::streamsize>(line.size())).flush();
-  } catch (const std::ios_base::failure&) {
-    // The host lets its streams throw. A line that cannot be written is lost, as it is without that.
-  }
-}
-
-FrameSize frameSize(const LazyDetachedPicture& picture) {
-  const std::shared_ptr<zelvo::ZelvoPicture> readable = picture.readable();
-  if (!readable) throw std::runtime_error("LazyDetachedPicture has no readable picture");
-  return {readable->width(), readable->height()};
-}
-
-}  // namespace
 
 SegMaskOverlayPlugin::SegMaskOverlayPlugin() = default;
 
@@ -96,7 +70,7 @@ void SegMaskOverlayPlugin::setConfig(std::string json) {
 
 void SegMaskOverlayPlugin::render(RenderContext& ctx) {
   if (!backend_ || !ctx.picture.hasSource()) return;
-  const uint64_t now_ns = steadyNowNs();
+  const uint64_t now_ns = render_base::steadyNowNs();
 
   const RenderProducerTypeView& view = producerTypeView(ctx, seg_mask::kDetectionType);
   FrameDetections frame =
@@ -107,7 +81,7 @@ void SegMaskOverlayPlugin::render(RenderContext& ctx) {
   }
   dbg_frame_count_ = 0;
 
-  const FrameSize size = frameSize(ctx.picture);
+  const FrameSize size = render_base::readableSize(ctx.picture);
   if (size.empty()) return;
   const std::vector<OverlayItem> items =
       seg_mask::makeOverlayItems(frame.detections, min_score_, mask_arena_);
@@ -123,9 +97,9 @@ void SegMaskOverlayPlugin::skipFrame(uint64_t frame_id, const FrameDetections& f
   ++dbg_frame_count_;
   if (!debug_) return;
   if (!render_base::isSkipLineDue({dbg_frame_count_, dbg_log_every_n_, dbg_next_log_ns_}, now_ns)) return;
-  const std::string line = render_base::skipLine("SegMask", {frame_id, frame.missing, frame.lookback}) + "\n";
+  std::string line = render_base::skipLine("SegMask", {frame_id, frame.missing, frame.lookback});
   dbg_next_log_ns_ = now_ns + dbg_log_interval_ms_ * 1'000'000;  // not before the line is sure of its memory
-  writeDiagnostic(line);
+  sw_diagnostics::writeLine(std::move(line));
 }
 
 /// False when the device has no memory for `bytes`; the next frame tries again.

@@ -6,9 +6,9 @@
 #include <random>
 #include <vector>
 
-#include "LaunchCase.h"
 #include "blend/host_blend.h"
 #include "blend/scalar_blend.h"
+#include "gpu/LaunchCase.h"
 
 namespace seg_mask_overlay {
 namespace {

@@ -6,8 +6,8 @@
 #include "soak/hostile_input.h"
 #include "soak/steady_time.h"
 #include "test_support/frame_check.h"
+#include "test_support/model/fallback_line.h"
 #include "test_support/model/scene_frame.h"
-#include "test_support/model/skip_line.h"
 #include "zelvo/ZelvoPicture.h"
 
 namespace soak {

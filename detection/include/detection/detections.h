@@ -27,6 +27,11 @@ struct DetView {
   std::string class_info;  ///< the mask text
 };
 
+/// Whether the detection's score is below the threshold; a NaN is not.
+inline bool isBelow(const DetView& detection, float minScore) {
+  return detection.score < minScore;
+}
+
 /// A frame's detections, and how its producers did.
 struct FrameDetections {
   std::vector<DetView> detections;

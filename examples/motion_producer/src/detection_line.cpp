@@ -10,7 +10,7 @@
 #include <opencv2/imgproc.hpp>
 #include <utility>
 
-#include "mask_encoder.h"
+#include "mask/mask_text.h"
 
 namespace motion_producer {
 namespace {
@@ -24,6 +24,11 @@ cv::Mat frameMask(const Silhouette& silhouette, cv::Size frameSize, cv::Size mas
   return reduced > 127;
 }
 
+std::string maskText(const cv::Mat& mask) {
+  return seg_mask::encodeMaskText(
+      seg_mask::packMask(mask.data, mask.cols, mask.rows, static_cast<std::ptrdiff_t>(mask.step)));
+}
+
 SwJsonObject detectionOf(const Silhouette& silhouette, const TrackedBox& tracked, cv::Size frameSize,
                          cv::Size maskSize) {
   SwJsonObject detection;
@@ -33,7 +38,7 @@ SwJsonObject detectionOf(const Silhouette& silhouette, const TrackedBox& tracked
   detection.insert("h", SwJsonValue(silhouette.box.height));
   detection.insert("class_id", SwJsonValue(tracked.track));
   detection.insert("score", SwJsonValue(1.0 - 1.0 / (1.0 + tracked.sightings)));
-  detection.insert("class_info", SwJsonValue(encodeMask(frameMask(silhouette, frameSize, maskSize))));
+  detection.insert("class_info", SwJsonValue(maskText(frameMask(silhouette, frameSize, maskSize))));
   return detection;
 }
 

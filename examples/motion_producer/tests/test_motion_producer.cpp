@@ -4,27 +4,12 @@
 #include <core/SwString.h>
 #include <gtest/gtest.h>
 
-#include "mask_encoder.h"
 #include "src/BoxTracker.h"
 #include "src/MotionDetector.h"
 #include "src/detection_line.h"
 
 namespace motion_producer {
 namespace {
-
-TEST(MaskEncoder, ByteOf4InsideIsTheTextDw) {
-  cv::Mat mask = cv::Mat::zeros(2, 4, CV_8UC1);
-  mask.row(0).setTo(255);
-  EXPECT_EQ(encodeMask(mask), "SEG1|4|2|Dw==");
-}
-
-TEST(MaskEncoder, BitsRunOnFromRowToRow) {
-  cv::Mat mask = cv::Mat::zeros(2, 5, CV_8UC1);  // bits 0, 5 and 9: bytes 21 02
-  mask.at<uint8_t>(0, 0) = 1;
-  mask.at<uint8_t>(1, 0) = 255;
-  mask.at<uint8_t>(1, 4) = 7;
-  EXPECT_EQ(encodeMask(mask), "SEG1|5|2|IQI=");
-}
 
 TEST(BoxTracker, AMovingBoxKeepsItsNumberAndANewOneGetsItsOwn) {
   BoxTracker tracker;

@@ -12,9 +12,6 @@
 
 namespace segmask {
 
-/// The payload type of all that this host delivers.
-extern const char* const kDetectionType;
-
 /// Turns the lines of each frame into what a render context holds: one input a line, and one status report a
 /// producer seen so far, in the order in which producers first appeared.
 ///

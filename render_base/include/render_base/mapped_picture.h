@@ -4,12 +4,17 @@
 
 struct RenderContext;
 class IRenderBackend;
+class LazyDetachedPicture;
 
 namespace zelvo {
 class RenderTarget;
 }
 
 namespace render_base {
+
+/// The size of the picture as it reads now. Throws std::runtime_error when there is none, which a host's
+/// payload resolver may have taken away since the pass began.
+FrameSize readableSize(const LazyDetachedPicture& picture);
 
 /// The mapping that a plug-in made last, as it remembers it: a context does not say how large a picture its
 /// mapping is of.

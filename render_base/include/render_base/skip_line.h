@@ -5,6 +5,9 @@
 
 namespace render_base {
 
+/// Nanoseconds of the steady clock.
+uint64_t steadyNowNs();
+
 /// What a plug-in says of a frame that it skips because no producer has anything to draw.
 struct SkippedFrame {
   uint64_t frame_id = 0;

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "detection/settings.h"
+#include "detection/decision_settings.h"
 #include "mask/MaskArena.h"
 #include "render_base/RenderBase.h"
 #include "render_base/mapped_picture.h"

@@ -4,7 +4,8 @@
 
 namespace seg_mask_cfg {
 
-/// Weight of the mask's colour. With those of detection/settings.h these are all settings of the plug-in.
+/// Weight of the mask's colour. With those of detection/decision_settings.h these are all settings of the
+/// plug-in.
 inline constexpr render_base::NumberSetting kAlpha{"alpha", 0.0F, 1.0F, 0.45F};
 
 /// The JSON Schema of the plug-in's configuration, as getConfigList publishes it: the settings' keys, ranges

@@ -17,6 +17,7 @@ add_custom_target(cuda_cross_compiled DEPENDS "${object}")
 
 seg_mask_add_test(NAME cuda_cross_compiled_test SOURCES cuda/test_cuda_binary.cpp cuda/device_image.cpp)
 add_dependencies(cuda_cross_compiled_test cuda_cross_compiled)
+target_include_directories(cuda_cross_compiled_test PRIVATE "${PROJECT_SOURCE_DIR}/seg_mask_overlay")
 target_compile_definitions(cuda_cross_compiled_test PRIVATE
   SEG_MASK_CUDA_BINARY="${object}"
   SEG_MASK_CUDA_ARCHITECTURES="87-real")

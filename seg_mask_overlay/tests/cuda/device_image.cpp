@@ -1,4 +1,4 @@
-#include "device_image.h"
+#include "tests/cuda/device_image.h"
 
 #include <cxxabi.h>
 #include <elf.h>

@@ -9,7 +9,7 @@
 
 #include "blend/launch_geometry.h"
 #include "blend/nv12_blend.h"
-#include "launch_recorder.h"
+#include "tests/cuda/launch_recorder.h"
 
 namespace {
 

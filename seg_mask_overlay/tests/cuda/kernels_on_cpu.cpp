@@ -17,7 +17,7 @@
 #include <utility>
 #include <vector>
 
-#include "host_kernels.h"
+#include "tests/cuda/host_kernels.h"
 
 // What the subset of the runtime's header that we use on the CPU leaves out, as compilers pass it.
 struct dim3 {

@@ -1,4 +1,4 @@
-#include "launch_recorder.h"
+#include "tests/cuda/launch_recorder.h"
 
 #include <cuda_runtime_api.h>
 

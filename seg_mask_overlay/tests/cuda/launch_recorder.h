@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "device_image.h"
+#include "tests/cuda/device_image.h"
 
 namespace launch_recorder {
 

@@ -1,4 +1,4 @@
-#include "ptx_kernel.h"
+#include "tests/cuda/ptx_kernel.h"
 
 #include <algorithm>
 #include <cmath>

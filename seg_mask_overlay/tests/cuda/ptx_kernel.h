@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "launch_recorder.h"
+#include "tests/cuda/launch_recorder.h"
 
 namespace ptx {
 

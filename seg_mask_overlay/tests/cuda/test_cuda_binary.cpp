@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "device_image.h"
+#include "tests/cuda/device_image.h"
 
 namespace {
 

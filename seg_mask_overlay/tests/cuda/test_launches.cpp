@@ -10,9 +10,9 @@
 #include <string>
 #include <vector>
 
-#include "device_image.h"
-#include "launch_recorder.h"
 #include "seg_mask_overlay/seg_mask_cuda.h"
+#include "tests/cuda/device_image.h"
+#include "tests/cuda/launch_recorder.h"
 
 namespace {
 

@@ -18,10 +18,10 @@
 
 #include "blend/launch_geometry.h"
 #include "blend/scalar_blend.h"
-#include "host_kernels.h"
-#include "launch_recorder.h"
-#include "ptx_kernel.h"
 #include "seg_mask_overlay/seg_mask_cuda.h"
+#include "tests/cuda/host_kernels.h"
+#include "tests/cuda/launch_recorder.h"
+#include "tests/cuda/ptx_kernel.h"
 
 namespace {
 

@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "render_base/IRenderPlugin.h"
-#include "test_support/CudaStream.h"
 #include "test_support/FrameContext.h"
+#include "test_support/TestStream.h"
 #include "test_support/scene.h"
 #include "zelvo/DeviceRenderBackend.h"
 
@@ -112,7 +112,7 @@ class Host {
   std::vector<uint8_t> drawn(const scene::Scene& scene);
 
  private:
-  CudaStream stream_;
+  TestStream stream_;
   zelvo::DeviceRenderBackend backend_;
   LoadedPlugin plugin_;
 };

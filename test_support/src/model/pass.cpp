@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-#include "test_support/model/skip_line.h"
+#include "test_support/model/fallback_line.h"
 
 namespace model {
 namespace {

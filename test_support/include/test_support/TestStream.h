@@ -8,14 +8,14 @@ namespace plugin_test {
 
 /// A stream of its own, for as long as the object lives. Without order to the null stream unless the flags
 /// say otherwise: a test that holds it back must see only what was queued on it.
-class CudaStream {
+class TestStream {
  public:
-  explicit CudaStream(unsigned flags = cudaStreamNonBlocking) {
+  explicit TestStream(unsigned flags = cudaStreamNonBlocking) {
     check(cudaStreamCreateWithFlags(&stream_, flags));
   }
-  ~CudaStream() { cudaStreamDestroy(stream_); }
-  CudaStream(const CudaStream&) = delete;
-  CudaStream& operator=(const CudaStream&) = delete;
+  ~TestStream() { cudaStreamDestroy(stream_); }
+  TestStream(const TestStream&) = delete;
+  TestStream& operator=(const TestStream&) = delete;
 
   cudaStream_t get() const { return stream_; }
   void synchronize() const { check(cudaStreamSynchronize(stream_)); }

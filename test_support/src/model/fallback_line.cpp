@@ -1,4 +1,4 @@
-#include "test_support/model/skip_line.h"
+#include "test_support/model/fallback_line.h"
 
 namespace model {
 

@@ -1,7 +1,8 @@
 // JSON as a frame brings it: a payload of 64 detections whose masks are nearly all of its bytes; and as a
 // configuration does: many small objects. The same text goes through RapidJSON, nlohmann's library and
 // simdjson, each with its default settings, in the same run. What each makes of it is compared before
-// anything is timed.
+// anything is timed. Documents of 100,000 values are also read and written under a key, beside the same
+// without one.
 
 #include <benchmark/benchmark.h>
 #include <rapidjson/document.h>
@@ -12,6 +13,7 @@
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "bench/silhouette.h"
@@ -19,16 +21,16 @@
 
 namespace {
 
-SwJsonValue parsed(const SwString& text) {
+SwJsonValue parsed(const SwString& text, const SwString& key = SwString()) {
   SwJsonDocument document;
   SwString error;
-  if (!document.loadFromJson(text, error)) throw std::runtime_error(error);
-  return document.root();
+  if (!document.loadFromJson(text, error, key)) throw std::runtime_error(error);
+  return document.takeRoot();
 }
 
-std::string generated(const SwJsonValue& value) {
+std::string generated(const SwJsonValue& value, const SwString& key = SwString()) {
   SwString text;
-  SwJsonDocument().generateJson(value, text, false, 0, SwString());
+  SwJsonDocument().generateJson(value, text, false, 0, key);
   return text;
 }
 
@@ -63,6 +65,12 @@ std::string smallObjectsText(std::size_t bytes) {
             ",\"visible\": " + (i % 3 == 0 ? "true" : "false") + ",\"parent\": null}";
   }
   return text + "]";
+}
+
+SwJsonValue arrayOf(SwJsonValue (*element)(int number)) {
+  SwJsonArray array;
+  for (int i = 0; i < 100'000; ++i) array.append(element(i));
+  return array;
 }
 
 // --- the peers' trees, as ours, to be compared
@@ -232,6 +240,28 @@ void addComparison(const std::string& what, const std::string& text) {
   add(what + "/generate/nlohmann", generateNlohmann, text);
 }
 
+void parseUnder(benchmark::State& state, const SwJsonValue& tree, const SwString& key) {
+  const SwString json = generated(tree, key);
+  for (auto _ : state) benchmark::DoNotOptimize(parsed(json, key));
+}
+
+void generateUnder(benchmark::State& state, const SwJsonValue& tree, const SwString& key) {
+  for (auto _ : state) benchmark::DoNotOptimize(generated(tree, key));
+}
+
+// One tree without a key and under one.
+void addKeyed(const std::string& what, const SwJsonValue& tree) {
+  const SwString key("a key of the host");
+  if (parsed(generated(tree, key), key) != tree)
+    throw std::runtime_error("a keyed document comes back changed");
+  for (const auto& [name, used] : {std::pair("plain", SwString()), std::pair("keyed", key)}) {
+    benchmark::RegisterBenchmark((what + "/parse/" + name).c_str(), parseUnder, tree, used)
+        ->Unit(benchmark::kMillisecond);
+    benchmark::RegisterBenchmark((what + "/generate/" + name).c_str(), generateUnder, tree, used)
+        ->Unit(benchmark::kMillisecond);
+  }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -241,6 +271,8 @@ int main(int argc, char** argv) {
   checkThatAllAgree(smallObjects);
   addComparison("payload", payload);
   addComparison("small_objects", smallObjects);
+  addKeyed("integers", arrayOf([](int number) { return SwJsonValue(number); }));
+  addKeyed("strings", arrayOf([](int number) { return SwJsonValue("text " + std::to_string(number)); }));
 
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;

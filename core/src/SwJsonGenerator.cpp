@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 
+#include "SecretText.h"
 #include "c_locale.h"
 #include "core/SwJsonArray.h"
 #include "core/saturate.h"
@@ -21,7 +22,10 @@ std::string numberText(double number) {
 }  // namespace
 
 SwJsonGenerator::SwJsonGenerator(Layout layout, int level, const SwString& key)
-    : layout_(layout), level_(level < 0 ? 0 : static_cast<std::size_t>(level)), key_(key) {}
+    : layout_(layout),
+      level_(level < 0 ? 0 : static_cast<std::size_t>(level)),
+      isKeyed_(!key.empty()),
+      cipher_(key) {}
 
 void SwJsonGenerator::append(const SwJsonValue& value) {
   begin(value);
@@ -128,15 +132,20 @@ void SwJsonGenerator::beginLine(std::size_t level) {
   text_.append(2 * level, ' ');
 }
 
-void SwJsonGenerator::appendScalar(const std::string& text) {
-  text_ += key_.empty() ? text : SwString(text).encryptAES(key_).str();
+void SwJsonGenerator::appendScalar(std::string text) {
+  if (isKeyed_) {
+    SecretText plain(std::move(text));
+    text_ += cipher_.encrypt(plain.text());
+  } else {
+    text_ += text;
+  }
 }
 
 void SwJsonGenerator::appendString(const std::string& text) {
-  if (key_.empty()) {
-    appendQuoted(text);
+  if (isKeyed_) {
+    appendQuoted(cipher_.encrypt(text));
   } else {
-    appendQuoted(SwString(text).encryptAES(key_));
+    appendQuoted(text);
   }
 }
 

@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "TextCipher.h"
 #include "core/SwJsonObject.h"
 #include "core/SwJsonValue.h"
 #include "core/SwString.h"
@@ -41,13 +42,14 @@ class SwJsonGenerator {
   void finishOpen();
   const SwJsonValue* beginNext(Open& open);
   void beginLine(std::size_t level);
-  void appendScalar(const std::string& text);
+  void appendScalar(std::string text);
   void appendString(const std::string& text);
   void appendQuoted(const std::string& text);
 
   Layout layout_;
   std::size_t level_;
-  const SwString& key_;
+  bool isKeyed_;
+  TextCipher cipher_;
   std::vector<Open> open_;
   std::string text_;
 };

@@ -9,6 +9,7 @@
 #include <system_error>
 #include <utility>
 
+#include "SwJsonTree.h"
 #include "ascii.h"
 #include "c_locale.h"
 #include "core/SwJsonArray.h"
@@ -59,9 +60,8 @@ SwJsonParser::Step SwJsonParser::beginValue() {
   if (byte == '{') return openObject();
   if (byte == '[') return openArray();
   if (byte == '"') return quotedText();
-  if (!isKeyed()) return startsLiteral(byte) ? literal(byte) : stop("Invalid JSON token");
-  std::optional<SwJsonValue> value = bareToken();
-  return value ? finish(*std::move(value)) : literal(byte);
+  if (isKeyed_) return bareToken(byte);
+  return startsLiteral(byte) ? literal(byte) : stop("Invalid JSON token");
 }
 
 SwJsonParser::Step SwJsonParser::literal(char firstByte) {
@@ -132,31 +132,31 @@ SwJsonParser::Step SwJsonParser::quotedText() {
   std::string text;
   readJsonString(cursor_, text);
   if (cursor_.failed()) return Step::Stop;
-  if (!isKeyed()) return finish(std::move(text));
-  const std::optional<SwString> plain = decrypt(std::move(text));
-  return plain ? finish(keyed_text::quotedValue(*plain)) : stop("Unable to decrypt string value");
+  if (!isKeyed_) return finish(std::move(text));
+  std::optional<SecretText> plain = decrypt(text);
+  if (!plain) return stop("Unable to decrypt string value");
+  return finishDecrypted(keyed_text::quotedValue(std::move(plain->text())));
 }
 
-// Takes the encrypted token at the position. Nothing, with the position unmoved, if there is none or
-// decrypting it throws; the bytes may then still be a plain literal.
-std::optional<SwJsonValue> SwJsonParser::bareToken() {
-  const std::string& text = cursor_.text();
+// The encrypted token at the position. If there is none or decrypting it throws, the bytes may still be a
+// plain literal.
+SwJsonParser::Step SwJsonParser::bareToken(char firstByte) {
+  const std::string_view text = cursor_.text();
   unsigned long end = cursor_.index();
   while (end < text.size() && !endsBareToken(text[end])) ++end;
-  const unsigned long length = end - cursor_.index();
-  if (length == 0) return std::nullopt;
-  const std::optional<SwString> plain = decrypt(text.substr(cursor_.index(), length));
-  if (!plain) return std::nullopt;
-  cursor_.advance(length);
-  return keyed_text::bareValue(*plain);
+  const std::string_view token = text.substr(cursor_.index(), end - cursor_.index());
+  if (token.empty()) return literal(firstByte);
+  std::optional<SecretText> plain = decrypt(token);
+  if (!plain) return literal(firstByte);
+  cursor_.advance(token.size());
+  return finishDecrypted(keyed_text::bareValue(std::move(plain->text())));
 }
 
-// Nothing if decryptAES throws. Cipher text that cannot be decrypted does not make it throw: that gives the
+// Nothing if decrypting throws. Cipher text that cannot be decrypted does not make it throw: that gives the
 // empty string.
-std::optional<SwString> SwJsonParser::decrypt(std::string cipherText) const {
-  SwString text(std::move(cipherText));
+std::optional<SecretText> SwJsonParser::decrypt(std::string_view cipherText) {
   try {
-    return text.decryptAES(key_);
+    return SecretText(cipher_.decrypt(cipherText));
   } catch (const abi::__forced_unwind&) {
     throw;  // the host cancels this thread; the C++ runtime allows nothing else
   } catch (...) {
@@ -226,8 +226,34 @@ std::string_view SwJsonParser::readLetters() {
   return std::string_view(cursor_.text()).substr(start, cursor_.index() - start);
 }
 
+// What decrypted values leave behind is overwritten: those of a document that is refused, that which another
+// member of its key replaces, and elements that an array moves when it grows.
+
+SwJsonParser::~SwJsonParser() {
+  if (isKeyed_) SwJsonTree::wipe(root_);
+}
+
+void SwJsonParser::makeWay() {
+  if (open_.empty()) return;
+  if (SwJsonArray* array = open_.back().array) {
+    SwJsonTree::makeRoomAndWipe(*array);
+  } else if (SwJsonValue* replaced = open_.back().object->find(memberKey_)) {
+    SwJsonTree::wipe(*replaced);
+  }
+}
+
+SwJsonParser::Step SwJsonParser::finishDecrypted(SwJsonValue&& value) {
+  try {
+    return finish(std::move(value));
+  } catch (...) {
+    SwJsonTree::wipe(value);
+    throw;
+  }
+}
+
 // Takes a value to the container that waits for it; without one, it is the result.
 void SwJsonParser::place(SwJsonValue&& value) {
+  if (isKeyed_) makeWay();
   if (open_.empty()) {
     root_ = std::move(value);
   } else if (open_.back().array != nullptr) {

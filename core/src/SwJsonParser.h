@@ -5,7 +5,9 @@
 #include <string_view>
 #include <vector>
 
+#include "SecretText.h"
 #include "SwJsonCursor.h"
+#include "TextCipher.h"
 #include "core/SwJsonValue.h"
 #include "core/SwString.h"
 
@@ -15,7 +17,11 @@ class SwJsonParser {
  public:
   /// An empty `key` is for plain JSON; another one is the key of an encrypted document. Both must outlive the
   /// parser.
-  SwJsonParser(SwJsonCursor& cursor, const SwString& key) : cursor_(cursor), key_(key) {}
+  SwJsonParser(SwJsonCursor& cursor, const SwString& key)
+      : cursor_(cursor), isKeyed_(!key.empty()), cipher_(key) {}
+  SwJsonParser(const SwJsonParser&) = delete;
+  SwJsonParser& operator=(const SwJsonParser&) = delete;
+  ~SwJsonParser();
 
   /// The value at the cursor, white space before it skipped; Null on an error, which the cursor then holds.
   /// To be called once.
@@ -30,8 +36,6 @@ class SwJsonParser {
     SwJsonArray* array;
   };
 
-  bool isKeyed() const noexcept { return !key_.empty(); }
-
   Step beginValue();
   Step beginMember();
   Step beginElement();
@@ -41,8 +45,8 @@ class SwJsonParser {
   Step openArray();
   Step closeContainer();
   Step quotedText();
-  std::optional<SwJsonValue> bareToken();
-  std::optional<SwString> decrypt(std::string cipherText) const;
+  Step bareToken(char firstByte);
+  std::optional<SecretText> decrypt(std::string_view cipherText);
   Step literal(char firstByte);
   Step boolean();
   Step null();
@@ -51,13 +55,16 @@ class SwJsonParser {
   Step floatingPoint(unsigned long start);
 
   std::string_view readLetters();
+  void makeWay();
   void place(SwJsonValue&& value);
   Step finish(SwJsonValue&& value);
+  Step finishDecrypted(SwJsonValue&& value);
   Step afterValue() const;
   Step stop(const char* message);
 
   SwJsonCursor& cursor_;
-  const SwString& key_;
+  bool isKeyed_;
+  TextCipher cipher_;
   /// The value being parsed. It grows in place: a container joins it when it opens.
   SwJsonValue root_;
   std::vector<Open> open_;

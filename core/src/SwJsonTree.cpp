@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "SecretText.h"
 #include "core/SwJsonArray.h"
 #include "core/SwJsonObject.h"
 
@@ -132,18 +133,17 @@ void SwJsonTree::enchain(Container& chain, Container container) noexcept {
   }
 }
 
-// Does so with what stands in each slot of `container`.
-void SwJsonTree::enchainSlots(Container& chain, const Container& container) noexcept {
-  const auto take = [&chain](SwJsonValue& slot) {
-    if (slot.hasContainer()) enchain(chain, takeContainer(slot));
-  };
+template <typename Visit>
+void SwJsonTree::visitSlots(const Container& container, Visit visit) noexcept {
   if (container.object) {
-    for (auto& member : container.object->members_) take(member.second);
+    for (auto& member : container.object->members_) visit(member.second);
   } else {
-    for (SwJsonValue& element : container.array->elements_) take(element);
+    for (SwJsonValue& element : container.array->elements_) visit(element);
   }
 }
 
+// Destroys `container` and all below it, and shows each slot to `beforeDying`.
+//
 // Letting each container destroy its members would recurse as deep as the tree is. Instead, the containers
 // still to be destroyed form a chain, head first, that needs no memory of its own: one that joins gives up
 // the container in its first slot and keeps the rest of the chain there. What was given up joins next. The
@@ -158,6 +158,20 @@ void SwJsonTree::enchainSlots(Container& chain, const Container& container) noex
 //   [_,[3],4]              [1,2] has left and died
 //   [3]                    [_,_,4] has left and died; its [3] had joined before
 //   none                   [3] has left and died, and the chain is at its end
+template <typename Visit>
+void SwJsonTree::destroy(Container container, Visit beforeDying) noexcept {
+  Container chain;
+  enchain(chain, std::move(container));
+  while (SwJsonValue* slot = firstSlot(chain)) {
+    const Container head = std::move(chain);
+    chain = takeContainer(*slot);
+    visitSlots(head, [&](SwJsonValue& value) {
+      if (value.hasContainer()) enchain(chain, takeContainer(value));
+      beforeDying(value);
+    });
+  }
+}
+
 void SwJsonTree::release(SwJsonValue& value) noexcept {
   const Level level;
   if (level.mayRecurse()) {
@@ -165,11 +179,22 @@ void SwJsonTree::release(SwJsonValue& value) noexcept {
     value.object_.reset();
     return;
   }
-  Container chain;
-  enchain(chain, takeContainer(value));
-  while (SwJsonValue* slot = firstSlot(chain)) {
-    const Container head = std::move(chain);
-    chain = takeContainer(*slot);
-    enchainSlots(chain, head);
+  destroy(takeContainer(value), [](SwJsonValue&) {});
+}
+
+void SwJsonTree::wipe(SwJsonValue& value) noexcept {
+  ::wipe(value.text_);
+  destroy(takeContainer(value), [](SwJsonValue& below) { ::wipe(below.text_); });
+}
+
+void SwJsonTree::makeRoomAndWipe(SwJsonArray& array) {
+  std::vector<SwJsonValue>& elements = array.elements_;
+  if (elements.size() < elements.capacity()) return;
+  std::vector<SwJsonValue> grown;
+  grown.reserve(elements.empty() ? 1 : 2 * elements.size());
+  for (SwJsonValue& element : elements) {
+    grown.push_back(std::move(element));
+    ::wipe(element.text_);  // moving a short text leaves its bytes
   }
+  elements.swap(grown);
 }

@@ -18,6 +18,14 @@ class SwJsonTree {
   /// Destroys the containers of `value`, which has one, and everything below them. Allocates nothing.
   static void release(SwJsonValue& value) noexcept;
 
+  /// Overwrites the text of `value` and all texts below it (keys are none), and destroys its containers.
+  /// Allocates nothing.
+  static void wipe(SwJsonValue& value) noexcept;
+
+  /// Makes room for one more element of `array`. Unlike what append does by itself, it leaves nothing of the
+  /// elements' texts in the memory that it gives back.
+  static void makeRoomAndWipe(SwJsonArray& array);
+
  private:
   /// What a value holds its members by: one of the two, or none.
   struct Container {
@@ -38,5 +46,8 @@ class SwJsonTree {
   static Container takeContainer(SwJsonValue& value) noexcept;
   static SwJsonValue* firstSlot(const Container& container) noexcept;
   static void enchain(Container& chain, Container container) noexcept;
-  static void enchainSlots(Container& chain, const Container& container) noexcept;
+  template <typename Visit>
+  static void visitSlots(const Container& container, Visit visit) noexcept;
+  template <typename Visit>
+  static void destroy(Container container, Visit beforeDying) noexcept;
 };

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <limits>
+#include <string_view>
 
 #include "ascii.h"
 #include "c_locale.h"
@@ -26,6 +27,16 @@ BinaryLiteral readBinaryLiteral(const std::string& text, std::int64_t& out) {
   std::size_t consumed = 0;
   const bool inRange = c_locale::toSigned((negative ? "-" : "") + digits, 2, out, consumed);
   return inRange ? BinaryLiteral::Valid : BinaryLiteral::TooLarge;
+}
+
+// What the number conversions read: the text trimmed, and then without underscores. That is the text itself,
+// or `cleaned` if there is something to drop, so that no copy of most texts, which may be secret, is made.
+const std::string& withoutBlanksAndUnderscores(const SwString& text, std::string& cleaned) {
+  constexpr std::string_view kDropped = "_ \t\n\r";
+  if (text.str().find_first_of(kDropped) == std::string::npos) return text.str();
+  cleaned = text.trimmed().str();
+  cleaned.erase(std::remove(cleaned.begin(), cleaned.end(), '_'), cleaned.end());
+  return cleaned;
 }
 
 // What toInt reads, as a 64-bit number; false if there is none.
@@ -95,15 +106,10 @@ std::vector<SwString> SwString::split(char separator) const {
   return parts;
 }
 
-std::string SwString::withoutBlanksAndUnderscores() const {
-  std::string cleaned = trimmed().text_;
-  cleaned.erase(std::remove(cleaned.begin(), cleaned.end(), '_'), cleaned.end());
-  return cleaned;
-}
-
 int SwString::toInt(bool* ok) const {
+  std::string cleaned;
   std::int64_t value = 0;
-  const bool valid = readInteger(withoutBlanksAndUnderscores(), value) &&
+  const bool valid = readInteger(withoutBlanksAndUnderscores(*this, cleaned), value) &&
                      value >= std::numeric_limits<int>::min() && value <= std::numeric_limits<int>::max();
   if (ok != nullptr) *ok = valid;
   if (!valid) {
@@ -114,7 +120,8 @@ int SwString::toInt(bool* ok) const {
 }
 
 bool SwString::parseNumericDouble(double& out) const {
-  const std::string text = withoutBlanksAndUnderscores();
+  std::string cleaned;
+  const std::string& text = withoutBlanksAndUnderscores(*this, cleaned);
   if (text.empty()) return false;
   std::size_t consumed = 0;
   if (text.find_first_of(".eE") != std::string::npos) return c_locale::toDouble(text, out, consumed);

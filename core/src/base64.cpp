@@ -24,19 +24,22 @@ constexpr std::array<std::uint8_t, 256> kValues = makeValues();
 }  // namespace
 
 std::string encode(const std::vector<unsigned char>& bytes) {
-  std::string text;
-  text.reserve((bytes.size() + 2) / 3 * 4);
-  for (std::size_t at = 0; at < bytes.size(); at += 3) {
-    const std::size_t count = bytes.size() - at < 3 ? bytes.size() - at : 3;
-    std::uint32_t group = 0;
-    for (std::size_t i = 0; i < 3; ++i) group = group << 8 | (i < count ? bytes[at + i] : 0U);
-    // n bytes take n + 1 characters.
-    for (std::size_t i = 0; i < 4; ++i) text += i <= count ? kAlphabet[group >> (18 - 6 * i) & 0x3F] : '=';
+  std::string text((bytes.size() + 2) / 3 * 4, '=');
+  char* to = text.data();
+  const auto write = [&to](std::uint32_t group, int characters) {
+    for (int i = 0; i < characters; ++i) *to++ = kAlphabet[group >> (18 - 6 * i) & 0x3F];
+  };
+  const std::size_t rest = bytes.size() % 3;
+  const unsigned char* from = bytes.data();
+  for (const unsigned char* const end = from + (bytes.size() - rest); from != end; from += 3) {
+    write(uint32_t{from[0]} << 16 | uint32_t{from[1]} << 8 | from[2], 4);
   }
+  if (rest == 1) write(uint32_t{from[0]} << 16, 2);
+  if (rest == 2) write(uint32_t{from[0]} << 16 | uint32_t{from[1]} << 8, 3);
   return text;
 }
 
-std::vector<unsigned char> decode(const std::string& text) {
+std::vector<unsigned char> decode(std::string_view text) {
   std::vector<unsigned char> bytes;
   bytes.reserve(text.size() / 4 * 3 + 3);
   std::uint32_t bits = 0;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// Base64 with the standard alphabet, which ends in '+' and '/', and without line breaks.
@@ -11,6 +12,6 @@ std::string encode(const std::vector<unsigned char>& bytes);
 
 /// Reads up to the first byte that is not of the alphabet, be it '=', a blank or a line break, and ignores
 /// the rest. Gives the bytes that are complete by then.
-std::vector<unsigned char> decode(const std::string& text);
+std::vector<unsigned char> decode(std::string_view text);
 
 }  // namespace base64

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "ascii.h"
 #include "c_locale.h"
@@ -36,7 +37,7 @@ std::optional<SwJsonValue> literal(const std::string& text) {
 
 }  // namespace
 
-SwJsonValue quotedValue(const SwString& text) {
+SwJsonValue quotedValue(SwString&& text) {
   if (std::optional<SwJsonValue> value = literal(text)) return *std::move(value);
   switch (numberForm(text)) {
     case NumberForm::Digits:
@@ -46,10 +47,10 @@ SwJsonValue quotedValue(const SwString& text) {
     case NumberForm::None:
       break;
   }
-  return text;
+  return std::move(text);
 }
 
-SwJsonValue bareValue(const SwString& text) {
+SwJsonValue bareValue(SwString&& text) {
   if (std::optional<SwJsonValue> value = literal(text)) return *std::move(value);
   std::size_t consumed = 0;
   if (text.str().find_first_of(".eE") != std::string::npos) {
@@ -59,7 +60,7 @@ SwJsonValue bareValue(const SwString& text) {
     std::int64_t integer = 0;
     if (c_locale::toSigned(text, 10, integer, consumed) && consumed == text.size()) return integer;
   }
-  return text;
+  return std::move(text);
 }
 
 }  // namespace keyed_text

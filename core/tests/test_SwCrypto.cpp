@@ -137,3 +137,12 @@ TEST(SwCrypto, WithoutAProviderTheCipherIsUnavailableAndTheErrorQueueStaysAsItWa
   EXPECT_EQ(ERR_get_error(), 0U);
   EXPECT_EQ(SwCrypto::cryptAES_ECB(fromHex(k256.cipherText), fromHex(k256.key), false), fromHex(kText));
 }
+
+TEST(SwCrypto, AKeyIsRefusedBeforeTheDataAndTheDataBeforeTheCipherIsFetched) {
+  EXPECT_EQ(messageOf<std::invalid_argument>(Bytes(15), Bytes(31), false),
+            "Invalid AES key size. Key must be 16, 24, or 32 bytes.");
+  ASSERT_EQ(EVP_set_default_properties(nullptr, "provider=none"), 1);
+  EXPECT_EQ(messageOf<std::runtime_error>(Bytes(15), kKey, false),
+            "Invalid data size for AES-ECB (must be multiple of 16).");
+  ASSERT_EQ(EVP_set_default_properties(nullptr, ""), 1);
+}

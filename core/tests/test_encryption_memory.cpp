@@ -22,6 +22,7 @@
 namespace {
 
 Countdown opensslMalloc;
+std::atomic<int> opensslAllocations{0};
 
 // The bytes to look for in memory that is given back. Not on the heap itself.
 char secret[64];
@@ -33,6 +34,7 @@ void lookForSecret(void* memory) {
 }
 
 void* opensslAllocate(std::size_t size, const char*, int) {
+  ++opensslAllocations;
   return size == 0 || opensslMalloc.failsNow() ? nullptr : std::malloc(size);
 }
 
@@ -200,9 +202,63 @@ TEST(KeyedJsonOutOfMemory, ABareTokenWhoseDecryptionThrowsIsAPlainLiteral) {
 }
 
 TEST(KeyedJsonOutOfMemory, ABareTokenWhoseDecryptionThrowsAndThatIsNoLiteralIsANumberWithoutDigits) {
-  EXPECT_EQ(parseOutcomes(kCipherText), (Texts{"no memory", "\"\"", "\"" + kPlain.str() + "\"",
+  EXPECT_EQ(parseOutcomes(kCipherText), (Texts{"\"\"", "\"" + kPlain.str() + "\"",
                                                "Expected digit in number literal (index 0) near \"" +
                                                    kCipherText.mid(0, 20).str() + "\""}));
+}
+
+TEST(KeyedJson, TheKeyIsDerivedAndTheCipherSetUpOnceADocument) {
+  const auto allocationsOf = [](int values) {
+    SwJsonArray array;
+    for (int i = 0; i < values; ++i) array.append(i);
+    SwString text;
+    SwJsonDocument document;
+    const int before = opensslAllocations;
+    document.generateJson(array, text, false, 0, "key");
+    const int generating = opensslAllocations - before;
+    SwString error;
+    EXPECT_TRUE(document.loadFromJson(text, error, "key"));
+    EXPECT_EQ(document.root(), SwJsonValue(array));
+    return std::pair(generating, opensslAllocations - before - generating);
+  };
+  allocationsOf(1);  // what OpenSSL fetches it keeps
+  EXPECT_GT(allocationsOf(1).first, 0);
+  EXPECT_EQ(allocationsOf(1), allocationsOf(100));
+}
+
+TEST(KeyedJsonOutOfMemory, WhatOpensslFailsForOneValueItMayDoForTheNext) {
+  // Under "key", made with the openssl command line as test_SwStringEncryption.cpp tells.
+  const std::string k42 = "jMICciV0iqRifyLLzQDWng==";
+  const SwJsonValue tree = [] {
+    SwJsonArray array;
+    array.append(42);
+    array.append(42);
+    return SwJsonValue(array);
+  }();
+  Texts generated;
+  Texts parsed;
+  const auto generate = [&] {
+    const StderrCapture captured;
+    const Failing failing(opensslMalloc);
+    SwString text;
+    SwJsonDocument().generateJson(tree, text, false, 0, "key");
+    generated.insert(text);
+  };
+  const auto parse = [&] {
+    const StderrCapture captured;
+    const Failing failing(opensslMalloc);
+    SwJsonDocument document;
+    SwString error;
+    EXPECT_TRUE(document.loadFromJson("[" + k42 + "," + k42 + "]", error, "key"));
+    SwString text;
+    document.generateJson(document.root(), text, false, 0, "");
+    parsed.insert(text);
+  };
+  ASSERT_NE(SwString("x").encryptAES("key"), "");  // what OpenSSL fetches it keeps
+  EXPECT_GT(runWithEachFailure(opensslMalloc, generate), 0);
+  EXPECT_GT(runWithEachFailure(opensslMalloc, parse), 0);
+  EXPECT_EQ(generated, (Texts{"[" + k42 + "," + k42 + "]", "[," + k42 + "]"}));
+  EXPECT_EQ(parsed, (Texts{"[42,42]", "[\"\",42]"}));
 }
 
 TEST(EncryptionWipes, TheSearchFindsWhatIsNotWiped) {
@@ -243,6 +299,100 @@ TEST(EncryptionWipes, ADigestIsGone) {
   };
   EXPECT_EQ(leftovers(kDigest, encryptAndDecrypt), 0);
   EXPECT_EQ(plain, kPlain);
+}
+
+// --- keyed documents. Their texts are longer than what a string keeps in itself, unless a test says
+// otherwise.
+
+TEST(EncryptionWipes, PlainTextIsGoneFromMemoryThatGeneratingGivesBack) {
+  const std::pair<SwJsonValue, std::string> values[] = {{kPlain, kPlain},
+                                                        {INT64_MIN, std::to_string(INT64_MIN)}};
+  for (const auto& [value, plain] : values) {
+    SwString text;
+    EXPECT_EQ(leftovers(plain,
+                        [&, &value = value] { SwJsonDocument().generateJson(value, text, false, 0, "key"); }),
+              0)
+        << plain;
+    EXPECT_FALSE(text.empty());
+  }
+}
+
+TEST(EncryptionWipes, PlainTextIsGoneFromMemoryThatParsingGivesBack) {
+  for (const SwString& plain : {kPlain, SwString("00000000000000000012"), SwString("3.14159265358979323846"),
+                                SwString("1234567890123456789"), SwString("3.14159265358979323846e0")}) {
+    const std::string token = plain.encryptAES("key");
+    for (const std::string& json : {token, "\"" + token + "\""}) {
+      SwJsonDocument document;
+      SwString error;
+      const StderrCapture captured;  // of a number of more than 32 bits
+      // The line that quotes a number is on standard error anyway.
+      const bool isQuotedInALine = plain == "1234567890123456789" && json != token;
+      const int found = leftovers(plain, [&] { document.loadFromJson(json, error, "key"); });
+      EXPECT_TRUE(found == 0 || isQuotedInALine) << json;
+      EXPECT_EQ(error, "");
+      EXPECT_FALSE(document.root().isNull());
+    }
+  }
+}
+
+TEST(EncryptionWipes, PlainTextIsGoneWithTheValuesOfADocumentThatIsRefused) {
+  const std::string value = "\"" + kCipherText.str() + "\"";
+  const std::string deep = std::string(20, '[') + "{\"k\":" + value + "," + value;
+  for (const std::string& json : {"[" + value, "[" + value + "," + value + ";", "{\"k\":[{}," + value + "],?",
+                                  "[[],[" + value + "],?", deep}) {
+    const StderrCapture captured;
+    SwJsonDocument document;
+    SwString error;
+    EXPECT_EQ(leftovers(kPlain, [&] { document.loadFromJson(json, error, "key"); }), 0) << json;
+    EXPECT_NE(error, "") << json;
+  }
+}
+
+TEST(EncryptionWipes, PlainTextIsGoneWithAMemberThatIsOverwritten) {
+  const std::string value = kCipherText;
+  SwJsonDocument document;
+  SwString error;
+  for (const std::string& json :
+       {"{\"k\":" + value + ",\"k\":[]}", "{\"k\":[{\"l\":" + value + "}],\"k\":" + value + "}"}) {
+    EXPECT_EQ(leftovers(kPlain, [&] { document.loadFromJson(json, error, "key"); }), 0) << json;
+    EXPECT_EQ(error, "");
+  }
+}
+
+// A short text lies in its value, which moves when the array grows; moving overwrites its first byte alone.
+TEST(EncryptionWipes, ShortTextsAreGoneFromMemoryThatAGrowingArrayGivesBack) {
+  const SwString plain = "short as can be";
+  std::string json = "[" + plain.encryptAES("key").str();
+  for (int i = 0; i < 40; ++i) json += ",[]";
+  json += "]";
+  SwJsonDocument document;
+  SwString error;
+  EXPECT_EQ(leftovers(plain.mid(1, -1), [&] { document.loadFromJson(json, error, "key"); }), 0);
+  ASSERT_EQ(error, "");
+  EXPECT_EQ(document.root().array()->size(), 41U);
+  EXPECT_EQ(document.root().array()->at(0), SwJsonValue(plain));
+}
+
+TEST(EncryptionWipes, PlainTextIsGoneWhereParsingFailsForWantOfMemory) {
+  const std::string value = kCipherText;
+  const SwString json = "[" + value + ",{\"a key that needs memory\":\"" + value + "\",\"k\":" + value + "}]";
+  const int failures = runWithEachFailure(operatorNew, [&] {
+    const StderrCapture captured;
+    const auto parse = [&] {
+      SwJsonDocument document;
+      SwString error;
+      try {
+        const Failing failing(operatorNew);
+        document.loadFromJson(json, error, "key");
+      } catch (const std::bad_alloc&) {
+      }
+      // What was parsed is the caller's.
+      SwJsonValue root = document.takeRoot();
+      watchGivenBack(nullptr);
+    };
+    EXPECT_EQ(leftovers(kPlain, parse), 0);
+  });
+  EXPECT_GT(failures, 8);
 }
 
 TEST(EncryptionWipes, SecretsAreGoneOnErrorPathsToo) {

@@ -39,6 +39,10 @@
 /// quoted value is the error "Unable to decrypt string value", and a bare token is read as a plain literal or
 /// number.
 //
+/// The key is derived and the cipher fetched once a document. What is made of the key and of plain texts on
+/// the way is wiped, values of a refused document included; the tree that is given out is the caller's, and
+/// so is a line on standard error that quotes a number.
+//
 /// Parsing never throws for a bad text; whatever makes text or values throws std::bad_alloc. Threads: a
 /// document belongs to one thread; the parser has no global state.
 class SW_CORE_EXPORT SwJsonDocument {

@@ -20,9 +20,18 @@ class SW_CORE_EXPORT SwJsonObject {
   /// The order of std::less. Most keys differ in their first byte, which is cheaper to compare here.
   struct KeyOrder {
     using is_transparent = void;
+    bool operator()(const std::string& a, const std::string& b) const noexcept {
+      return compare(*a.c_str(), *b.c_str(), a, b);
+    }
     bool operator()(std::string_view a, std::string_view b) const noexcept {
-      const auto first = static_cast<unsigned char>(a.empty() ? '\0' : a.front());
-      const auto second = static_cast<unsigned char>(b.empty() ? '\0' : b.front());
+      return compare(a.empty() ? '\0' : a.front(), b.empty() ? '\0' : b.front(), a, b);
+    }
+
+   private:
+    template <typename Text>
+    static bool compare(char firstOfA, char firstOfB, const Text& a, const Text& b) noexcept {
+      const auto first = static_cast<unsigned char>(firstOfA);
+      const auto second = static_cast<unsigned char>(firstOfB);
       return first != second ? first < second : a < b;
     }
   };

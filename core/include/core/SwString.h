@@ -124,8 +124,5 @@ class SW_CORE_EXPORT SwString {
   friend bool operator<(const SwString& a, const SwString& b) noexcept { return a.text_ < b.text_; }
 
  private:
-  /// What the number conversions read: trimmed, without underscores.
-  std::string withoutBlanksAndUnderscores() const;
-
   std::string text_;
 };

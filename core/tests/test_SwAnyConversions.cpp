@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <thread>
 
 #include "core/SwAny.h"
 #include "core/SwList.h"
@@ -99,6 +100,7 @@ TEST_F(SwAnyConversions, FloatAndText) {
 TEST_F(SwAnyConversions, DoubleAndText) {
   EXPECT_EQ(toText(0.1), "0.1");
   EXPECT_EQ(toText(1.0 / 3), "0.333333333333333");
+  EXPECT_EQ(toText(123456789012345.6), "123456789012346") << "fifteen digits, those before the point too";
   EXPECT_EQ(fromText<double>("1_0.5"), 10.5);
   const StderrCapture captured;
   EXPECT_EQ(fromText<double>("x"), 0.0);
@@ -146,6 +148,14 @@ TEST_F(SwAnyConversions, CharPointersShareOneBuffer) {
   EXPECT_EQ(first, second) << "one buffer, overwritten by the next conversion";
 }
 
+TEST_F(SwAnyConversions, CharPointersShareOneBufferAmongAllThreads) {
+  const char* first = fromText<const char*>("first");
+  const char* other = nullptr;
+  std::thread([&other] { other = fromText<const char*>("other"); }).join();
+  EXPECT_EQ(first, other);
+  EXPECT_STREQ(first, "other");
+}
+
 TEST_F(SwAnyConversions, JsonContainersToCompactText) {
   SwJsonArray array;
   array.append(1);
@@ -174,6 +184,7 @@ TEST_F(SwAnyConversions, JsonScalarsToText) {
   EXPECT_EQ(toText(SwJsonValue(-42)), "-42");
   EXPECT_EQ(toText(SwJsonValue()), "null");
   EXPECT_EQ(toText(SwJsonValue(0.45)), "0.45");
+  EXPECT_EQ(toText(SwJsonValue(1.0 / 3)), "0.333333") << "six digits, unlike a double by itself";
   EXPECT_EQ(toText(SwJsonValue(3.0)), "3");
   EXPECT_EQ(toText(SwJsonValue(1e20)), "1e+20") << "not the generator's saturated integer";
 }

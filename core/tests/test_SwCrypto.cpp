@@ -2,9 +2,11 @@
 #include <openssl/err.h>
 #include <openssl/evp.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "core/SwCrypto.h"
@@ -145,4 +147,36 @@ TEST(SwCrypto, AKeyIsRefusedBeforeTheDataAndTheDataBeforeTheCipherIsFetched) {
   EXPECT_EQ(messageOf<std::runtime_error>(Bytes(15), kKey, false),
             "Invalid data size for AES-ECB (must be multiple of 16).");
   ASSERT_EQ(EVP_set_default_properties(nullptr, ""), 1);
+}
+
+// Not among the tests that always run, because it takes 4 GiB:
+//   build/cpu/bin/core_SwCrypto_test --gtest_also_run_disabled_tests --gtest_filter='*OneGiB*'
+TEST(SwCrypto, DISABLED_MoreThanOneGiBIsEncryptedAndDecryptedAsItsBlocksAre) {
+  constexpr std::size_t kGiB = std::size_t{1} << 30;
+  const Bytes block = fromHex(kText.substr(0, 32));
+  const Bytes other = fromHex(kText.substr(32, 32));
+  Bytes data(kGiB + 48, 0);
+  std::copy(block.begin(), block.end(), data.begin());
+  std::copy(other.begin(), other.end(), data.begin() + (kGiB - 16));
+  std::copy(block.begin(), block.end(), data.begin() + kGiB);
+  std::copy(other.begin(), other.end(), data.end() - 16);
+
+  const Bytes key = fromHex(k256.key);
+  const Bytes cipherText = SwCrypto::cryptAES_ECB(data, key, true);
+  ASSERT_EQ(cipherText.size(), data.size() + 16);
+  const auto hasBlock = [&cipherText](std::size_t at, const std::string& hex) {
+    const Bytes expected = fromHex(hex);
+    return std::equal(expected.begin(), expected.end(), cipherText.begin() + static_cast<std::ptrdiff_t>(at));
+  };
+  const std::string cipherBlock = std::string(k256.cipherText).substr(0, 32);
+  const std::string otherCipherBlock = std::string(k256.cipherText).substr(32, 32);
+  EXPECT_TRUE(hasBlock(0, cipherBlock));
+  EXPECT_TRUE(hasBlock(kGiB - 16, otherCipherBlock));
+  EXPECT_TRUE(hasBlock(kGiB, cipherBlock));
+  EXPECT_TRUE(hasBlock(kGiB + 32, otherCipherBlock));
+  EXPECT_TRUE(hasBlock(kGiB + 48, k256.paddingBlock));
+
+  Bytes padded = std::move(data);
+  padded.insert(padded.end(), 16, 16);
+  EXPECT_TRUE(SwCrypto::cryptAES_ECB(cipherText, key, false) == padded);
 }

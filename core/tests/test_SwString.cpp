@@ -126,6 +126,9 @@ TEST(SwString, ToIntReadsEveryBase) {
     EXPECT_EQ(intOf(text), 42) << text;
   }
   EXPECT_EQ(intOf("-0b1"), -1);
+  EXPECT_EQ(intOf("+0b1"), 1);
+  EXPECT_EQ(intOf("+0x2A"), 42);
+  EXPECT_EQ(intOf("+052"), 42);
   EXPECT_EQ(intOf("-0x10"), -16);
 }
 
@@ -133,6 +136,18 @@ TEST(SwString, ToIntIgnoresTrailingBytesOfAPlainNumber) {
   EXPECT_EQ(intOf("12abc"), 12);
   EXPECT_EQ(intOf("0x"), 0);
   EXPECT_EQ(intOf("09"), 0);
+}
+
+// "_ 0b1" has nothing to trim and so becomes " 0b1", which is no binary literal but a 0 and bytes after it;
+// the blank that the underscore kept from being trimmed in "0b1 _" is no digit of one.
+TEST(SwString, NumbersAreTrimmedFirstAndFreedFromUnderscoresThen) {
+  EXPECT_EQ(intOf("_ 42"), 42);
+  EXPECT_EQ(intOf("_ 0b1"), 0);
+  EXPECT_EQ(doubleOf("_ 42"), 42.0);
+  EXPECT_EQ(doubleOf("_ 0b1"), 0.0);
+  EXPECT_EQ(doubleOf("0b1 _"), 0.0);
+  const StderrCapture captured;
+  EXPECT_EQ(intOf("0b1 _", false), 0);
 }
 
 TEST(SwString, ToIntAcceptsTheLimitsOf32Bits) {
@@ -170,12 +185,18 @@ TEST(SwString, ParseNumericDoubleReadsFractionsAndExponents) {
   EXPECT_EQ(doubleOf("1_000.5"), 1000.5);
   EXPECT_EQ(doubleOf(" 1e3x "), 1000.0);
   EXPECT_EQ(doubleOf("-2.5E-1"), -0.25);
+  EXPECT_EQ(doubleOf("+1.5"), 1.5);
+  EXPECT_EQ(doubleOf("+1e3"), 1000.0);
 }
 
 TEST(SwString, ParseNumericDoubleReadsIntegersOfEveryBase) {
   EXPECT_EQ(doubleOf("0x10"), 16.0);
   EXPECT_EQ(doubleOf("010"), 8.0);
   EXPECT_EQ(doubleOf("-0b101"), -5.0);
+  EXPECT_EQ(doubleOf("+0b101"), 5.0);
+  EXPECT_EQ(doubleOf("+0x10"), 16.0);
+  EXPECT_EQ(doubleOf("+010"), 8.0);
+  EXPECT_EQ(doubleOf("+12abc"), 12.0);
   EXPECT_EQ(doubleOf("12abc"), 12.0);
 }
 
@@ -189,6 +210,8 @@ TEST(SwString, ParseNumericDoubleReadsAHexadecimalWithAnEAsFloatingPoint) {
 TEST(SwString, ParseNumericDoubleFallsBackToFloatingPoint) {
   EXPECT_EQ(doubleOf("99999999999999999999"), 1e20);
   EXPECT_EQ(doubleOf("inf"), std::numeric_limits<double>::infinity());
+  EXPECT_EQ(doubleOf("+inf"), std::numeric_limits<double>::infinity());
+  EXPECT_EQ(doubleOf("+99999999999999999999"), 1e20);
   EXPECT_EQ(doubleOf("0b"), 0.0);
   EXPECT_EQ(doubleOf("0b12"), 0.0) << "a malformed binary literal is read as the number at its start";
 }

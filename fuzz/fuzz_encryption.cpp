@@ -3,12 +3,12 @@
 #include <stdexcept>
 #include <vector>
 
-#include "base64.h"
 #include "core/SwCrypto.h"
 #include "core/SwString.h"
 #include "fuzz/FuzzInput.h"
 #include "fuzz/fuzz_target.h"
 #include "fuzz/reference_encryption.h"
+#include "src/cipher_base64.h"
 #include "test_support/StderrCapture.h"
 
 namespace {
@@ -78,9 +78,12 @@ void checkBlocks(const std::string& text, const std::string& key, bool encrypt) 
 }
 
 void checkBase64(const std::string& text) {
-  fuzz::checkEqual(base64::encode(bytesOf(text)), reference::base64Encode(text), "base64::encode");
-  fuzz::checkEqual(textOf(base64::decode(base64::encode(bytesOf(text)))), text, "base64 there and back");
-  fuzz::checkEqual(textOf(base64::decode(text)), reference::base64Decode(text), "base64::decode");
+  fuzz::checkEqual(cipher_base64::encode(bytesOf(text)), reference::base64Encode(text),
+                   "cipher_base64::encode");
+  fuzz::checkEqual(textOf(cipher_base64::decode(cipher_base64::encode(bytesOf(text)))), text,
+                   "base64 there and back");
+  fuzz::checkEqual(textOf(cipher_base64::decode(text)), reference::base64Decode(text),
+                   "cipher_base64::decode");
 }
 
 }  // namespace

@@ -43,8 +43,6 @@ room(bench              AS bench            MAY ${plugin_side} ${host_side} test
 room(fuzz               AS fuzz             MAY ${plugin_side} ${host_side} test_support INSIDE seg_mask_overlay core)
 room(gpu                AS gpu              MAY ${plugin_side} test_support INSIDE seg_mask_overlay)
 
-# Rooms whose private headers are still included without a folder, and whose names are still their own affair.
-set(bare_rooms core)
 # Made by the build.
 set(generated segmask_kernels.inc)
 # Each library has one, for the macro that makes its own symbols visible.
@@ -77,7 +75,7 @@ function(check_private room file line header)
 endfunction()
 
 function(check_bare room file line header)
-  if(room IN_LIST bare_rooms OR header IN_LIST generated OR EXISTS "${SOURCE_DIR}/${room}/include/${header}")
+  if(header IN_LIST generated OR EXISTS "${SOURCE_DIR}/${room}/include/${header}")
     return()
   endif()
   refuse("does not say in which folder it lies")
@@ -111,7 +109,7 @@ function(check_include room file line)
     check_direction("${room}" "${owner_of_${first}}" "${file}" "${line}" "${header}")
   elseif(quote STREQUAL "\"" AND first STREQUAL header)
     check_bare("${room}" "${file}" "${line}" "${header}")
-  elseif(quote STREQUAL "\"" AND NOT room IN_LIST bare_rooms)
+  elseif(quote STREQUAL "\"")
     refuse("begins with no room's name")
   endif()
 endfunction()
@@ -156,7 +154,7 @@ foreach(_file IN LISTS files)
   endforeach()
 
   get_filename_component(_name "${_file}" NAME)
-  if(_name MATCHES "\\.h$" AND NOT _name IN_LIST same_names AND NOT _room IN_LIST bare_rooms)
+  if(_name MATCHES "\\.h$" AND NOT _name IN_LIST same_names)
     if(_name IN_LIST names)
       message(SEND_ERROR "${_file}:1: ${first_${_name}} has the same name")
     endif()

@@ -1,11 +1,11 @@
-#include "AesEcb.h"
+#include "src/AesEcb.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <stdexcept>
 
-#include "OpenSslErrorMark.h"
+#include "src/OpenSslErrorMark.h"
 
 namespace {
 

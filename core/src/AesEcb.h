@@ -6,7 +6,7 @@
 #include <memory>
 #include <vector>
 
-#include "SecretBytes.h"
+#include "src/SecretBytes.h"
 
 /// AES in ECB mode under one key in one direction. The cipher is fetched and the key set up by the first run;
 /// further runs only use them. The calling thread's queue of OpenSSL errors stays as it was.

@@ -5,8 +5,8 @@
 #include <stdexcept>
 #include <type_traits>
 
-#include "c_locale.h"
 #include "core/diagnostics.h"
+#include "src/c_locale.h"
 
 namespace {
 

@@ -3,10 +3,10 @@
 #include <string>
 #include <vector>
 
-#include "SwJsonGenerator.h"
-#include "c_locale.h"
 #include "core/SwAny.h"
 #include "core/SwList.h"
+#include "src/SwJsonGenerator.h"
+#include "src/c_locale.h"
 
 // The conversions that every process has. The rules list each source's targets in the order in which they
 // stand here.

@@ -1,7 +1,7 @@
 #include "core/SwCrypto.h"
 
-#include "AesEcb.h"
-#include "SecretBytes.h"
+#include "src/AesEcb.h"
+#include "src/SecretBytes.h"
 
 std::vector<unsigned char> SwCrypto::cryptAES_ECB(const std::vector<unsigned char>& data,
                                                   const std::vector<unsigned char>& key, bool encrypt) {

@@ -1,4 +1,4 @@
-#include "SwJsonCursor.h"
+#include "src/SwJsonCursor.h"
 
 #include <algorithm>
 #include <limits>

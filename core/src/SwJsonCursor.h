@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "ascii.h"
 #include "core/SwString.h"
+#include "src/ascii.h"
 
 /// The state of one parse: a text, the position in it and the first error. The position and the error are the
 /// caller's; a position past the end is moved to the end.

@@ -2,11 +2,11 @@
 
 #include <utility>
 
-#include "SwJsonCursor.h"
-#include "SwJsonGenerator.h"
-#include "SwJsonParser.h"
 #include "core/diagnostics.h"
-#include "json_string_reader.h"
+#include "src/SwJsonCursor.h"
+#include "src/SwJsonGenerator.h"
+#include "src/SwJsonParser.h"
+#include "src/json_string_reader.h"
 
 bool SwJsonDocument::loadFromJson(const SwString& json, SwString& errorMessage, const SwString& key) {
   if (&json == &errorMessage || &key == &errorMessage) {

@@ -1,14 +1,14 @@
-#include "SwJsonGenerator.h"
+#include "src/SwJsonGenerator.h"
 
 #include <cmath>
 #include <cstdint>
 #include <string>
 
-#include "SecretText.h"
-#include "c_locale.h"
 #include "core/SwJsonArray.h"
 #include "core/saturate.h"
-#include "json_string_writer.h"
+#include "src/SecretText.h"
+#include "src/c_locale.h"
+#include "src/json_string_writer.h"
 
 namespace {
 

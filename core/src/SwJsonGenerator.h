@@ -5,10 +5,10 @@
 #include <utility>
 #include <vector>
 
-#include "TextCipher.h"
 #include "core/SwJsonObject.h"
 #include "core/SwJsonValue.h"
 #include "core/SwString.h"
+#include "src/TextCipher.h"
 
 /// Writes the JSON text of values. The containers it stands in are on a stack of its own, so a tree may be as
 /// deep as memory allows.

@@ -1,4 +1,4 @@
-#include "SwJsonParser.h"
+#include "src/SwJsonParser.h"
 
 #include <cxxabi.h>
 
@@ -9,13 +9,13 @@
 #include <system_error>
 #include <utility>
 
-#include "SwJsonTree.h"
-#include "ascii.h"
-#include "c_locale.h"
 #include "core/SwJsonArray.h"
 #include "core/SwJsonObject.h"
-#include "json_string_reader.h"
-#include "keyed_text.h"
+#include "src/SwJsonTree.h"
+#include "src/ascii.h"
+#include "src/c_locale.h"
+#include "src/json_string_reader.h"
+#include "src/keyed_text.h"
 
 namespace {
 

@@ -5,11 +5,11 @@
 #include <string_view>
 #include <vector>
 
-#include "SecretText.h"
-#include "SwJsonCursor.h"
-#include "TextCipher.h"
 #include "core/SwJsonValue.h"
 #include "core/SwString.h"
+#include "src/SecretText.h"
+#include "src/SwJsonCursor.h"
+#include "src/TextCipher.h"
 
 /// Parses one value. The containers that are open at the position stand on a stack of the parser's own, so a
 /// text may nest them as deeply as memory allows.

@@ -1,12 +1,12 @@
-#include "SwJsonTree.h"
+#include "src/SwJsonTree.h"
 
 #include <memory>
 #include <utility>
 #include <vector>
 
-#include "SecretText.h"
 #include "core/SwJsonArray.h"
 #include "core/SwJsonObject.h"
+#include "src/SecretText.h"
 
 namespace {
 

@@ -3,9 +3,9 @@
 #include <limits>
 #include <utility>
 
-#include "SwJsonTree.h"
-#include "c_locale.h"
-#include "json_string_writer.h"
+#include "src/SwJsonTree.h"
+#include "src/c_locale.h"
+#include "src/json_string_writer.h"
 
 SwJsonValue::SwJsonValue(unsigned long value) noexcept {
   if (value <= static_cast<unsigned long>(std::numeric_limits<std::int64_t>::max())) {

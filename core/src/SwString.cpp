@@ -5,10 +5,10 @@
 #include <limits>
 #include <string_view>
 
-#include "ascii.h"
-#include "c_locale.h"
 #include "core/diagnostics.h"
 #include "core/saturate.h"
+#include "src/ascii.h"
+#include "src/c_locale.h"
 
 namespace {
 

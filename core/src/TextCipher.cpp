@@ -1,4 +1,4 @@
-#include "TextCipher.h"
+#include "src/TextCipher.h"
 
 #include <openssl/evp.h>
 
@@ -10,9 +10,9 @@
 #include <utility>
 #include <vector>
 
-#include "OpenSslErrorMark.h"
-#include "base64.h"
 #include "core/diagnostics.h"
+#include "src/OpenSslErrorMark.h"
+#include "src/cipher_base64.h"
 
 namespace {
 
@@ -76,7 +76,7 @@ SwString TextCipher::encrypt(const std::string& plainText) {
     AesEcb& encryption = cipher(AesEcb::Direction::Encrypt);
     SecretBytes blocks = AesEcb::padded(plainText.data(), plainText.size());
     encryption.run(blocks);
-    return base64::encode(blocks.bytes());
+    return cipher_base64::encode(blocks.bytes());
   } catch (const std::exception& error) {
     failure = std::string("Encryption error: ") + error.what();
   }
@@ -89,7 +89,7 @@ SwString TextCipher::decrypt(std::string_view cipherText) {
   std::string failure;
   try {
     AesEcb& decryption = cipher(AesEcb::Direction::Decrypt);
-    SecretBytes blocks(base64::decode(cipherText));
+    SecretBytes blocks(cipher_base64::decode(cipherText));
     decryption.run(blocks);
     if (blocks.size() == 0) throw std::runtime_error("Invalid data: empty.");
     plain.emplace(std::move(blocks));

@@ -4,9 +4,9 @@
 #include <string>
 #include <string_view>
 
-#include "AesEcb.h"
-#include "SecretBytes.h"
 #include "core/SwString.h"
+#include "src/AesEcb.h"
+#include "src/SecretBytes.h"
 
 /// What SwString::encryptAES and decryptAES do, under one key for any number of texts, such as the values of
 /// a document. The AES key is derived and the cipher set up when a text first needs them; where that fails,

@@ -1,4 +1,4 @@
-#include "c_locale.h"
+#include "src/c_locale.h"
 
 #include <locale.h>
 
@@ -8,7 +8,7 @@
 #include <charconv>
 #include <cstdlib>
 
-#include "ascii.h"
+#include "src/ascii.h"
 
 namespace c_locale {
 namespace {

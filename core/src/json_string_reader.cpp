@@ -1,10 +1,10 @@
-#include "json_string_reader.h"
+#include "src/json_string_reader.h"
 
 #include <cstddef>
 #include <cstdint>
 
-#include "ascii.h"
-#include "plain_run.h"
+#include "src/ascii.h"
+#include "src/plain_run.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
-#include "json_string_writer.h"
+#include "src/json_string_writer.h"
 
 #include <cstddef>
 
-#include "plain_run.h"
+#include "src/plain_run.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "keyed_text.h"
+#include "src/keyed_text.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -6,8 +6,8 @@
 #include <string>
 #include <utility>
 
-#include "ascii.h"
-#include "c_locale.h"
+#include "src/ascii.h"
+#include "src/c_locale.h"
 
 namespace keyed_text {
 namespace {

@@ -1,6 +1,6 @@
 #include "core/number_text.h"
 
-#include "c_locale.h"
+#include "src/c_locale.h"
 
 bool sw_number::toDouble(const std::string& text, double& out) noexcept {
   std::size_t consumed = 0;

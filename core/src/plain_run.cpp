@@ -1,4 +1,4 @@
-#include "plain_run.h"
+#include "src/plain_run.h"
 
 #include <algorithm>
 

@@ -5,8 +5,8 @@
 #include <utility>
 #include <vector>
 
-#include "ascii.h"
 #include "core/SwString.h"
+#include "src/ascii.h"
 
 namespace {
 

@@ -14,9 +14,9 @@
 #include "core/SwFlagSet.h"
 #include "core/SwJsonDocument.h"
 #include "core/flags.h"
-#include "registry_facts.h"
 #include "test_support/Allocations.h"
 #include "test_support/StderrCapture.h"
+#include "tests/registry_facts.h"
 
 namespace {
 

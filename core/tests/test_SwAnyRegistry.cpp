@@ -5,8 +5,8 @@
 #include <thread>
 
 #include "core/SwAny.h"
-#include "registry_facts.h"
 #include "test_support/StderrCapture.h"
+#include "tests/registry_facts.h"
 
 namespace {
 

@@ -6,9 +6,9 @@
 #include "core/SwAny.h"
 #include "core/SwJsonDocument.h"
 #include "core/render_payload.h"
-#include "registry_facts.h"
 #include "test_support/StartTogether.h"
 #include "test_support/StderrFile.h"
+#include "tests/registry_facts.h"
 
 TEST(FirstActs, OfDifferentKindsFillTheRegistryOnce) {
   SwString converted;

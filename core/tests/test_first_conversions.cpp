@@ -4,9 +4,9 @@
 #include <gtest/gtest.h>
 
 #include "core/SwAny.h"
-#include "registry_facts.h"
 #include "test_support/StartTogether.h"
 #include "test_support/StderrFile.h"
+#include "tests/registry_facts.h"
 
 TEST(FirstConversions, EightThreadsFillTheRegistryOnce) {
   constexpr std::size_t kThreads = 8;

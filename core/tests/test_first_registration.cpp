@@ -6,9 +6,9 @@
 #include <atomic>
 
 #include "core/SwAny.h"
-#include "registry_facts.h"
 #include "test_support/StartTogether.h"
 #include "test_support/StderrFile.h"
+#include "tests/registry_facts.h"
 
 namespace {
 

@@ -4,8 +4,8 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
-#include "modules/registry_module.h"
 #include "test_support/StderrFile.h"
+#include "tests/modules/registry_module.h"
 
 namespace {
 

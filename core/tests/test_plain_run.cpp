@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "plain_run.h"
+#include "src/plain_run.h"
 
 namespace {
 

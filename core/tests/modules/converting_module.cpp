@@ -1,5 +1,5 @@
 #include "core/SwAny.h"
-#include "registry_module.h"
+#include "tests/modules/registry_module.h"
 
 #define MODULE_EXPORT extern "C" __attribute__((visibility("default")))
 

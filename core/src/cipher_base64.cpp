@@ -1,10 +1,10 @@
-#include "base64.h"
+#include "src/cipher_base64.h"
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
 
-namespace base64 {
+namespace cipher_base64 {
 namespace {
 
 constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
@@ -58,4 +58,4 @@ std::vector<unsigned char> decode(std::string_view text) {
   return bytes;
 }
 
-}  // namespace base64
+}  // namespace cipher_base64

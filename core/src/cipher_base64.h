@@ -5,7 +5,7 @@
 #include <vector>
 
 /// Base64 with the standard alphabet, which ends in '+' and '/', and without line breaks.
-namespace base64 {
+namespace cipher_base64 {
 
 /// '=' fills the last group to four characters.
 std::string encode(const std::vector<unsigned char>& bytes);
@@ -14,4 +14,4 @@ std::string encode(const std::vector<unsigned char>& bytes);
 /// the rest. Gives the bytes that are complete by then.
 std::vector<unsigned char> decode(std::string_view text);
 
-}  // namespace base64
+}  // namespace cipher_base64

@@ -29,10 +29,10 @@ void checkStrings(const SwString& text, const SwString& key) {
   fuzz::checkEqual(captured.text(), "", "standard error of a round trip");
 
   std::string expectedLines;
-  SwString foreign = text;
+  SwString anyText = text;
   const std::string plain = reference::decrypt(text, key, expectedLines);
-  fuzz::checkEqual(foreign.decryptAES(key), plain, "decryptAES of any text");
-  fuzz::checkEqual(foreign, text, "decryptAES leaves the string as it is");
+  fuzz::checkEqual(anyText.decryptAES(key), plain, "decryptAES of any text");
+  fuzz::checkEqual(anyText, text, "decryptAES leaves the string as it is");
 
   // The text's own bytes as cipher text.
   SwString blocks = reference::base64Encode(text);
@@ -43,7 +43,7 @@ void checkStrings(const SwString& text, const SwString& key) {
 
 // Whole blocks that were encrypted without padding of their own: what they end with may look like padding,
 // well formed or not.
-void checkForeignPadding(const std::string& text, std::string key) {
+void checkAnyPadding(const std::string& text, std::string key) {
   key.resize(32, '.');
   const std::string blocks = text.substr(0, text.size() / 16 * 16);
   const std::string encrypted = reference::aesEncrypt(blocks, key).substr(0, blocks.size());
@@ -51,8 +51,8 @@ void checkForeignPadding(const std::string& text, std::string key) {
   const StderrCapture captured;
   std::string lines;
   const std::string plain = reference::decrypt(cipherText, key, lines);
-  fuzz::checkEqual(cipherText.decryptAES(key), plain, "decryptAES of foreign padding");
-  fuzz::checkEqual(captured.text(), lines, "standard error of foreign padding");
+  fuzz::checkEqual(cipherText.decryptAES(key), plain, "decryptAES of any padding");
+  fuzz::checkEqual(captured.text(), lines, "standard error of any padding");
 }
 
 void checkBlocks(const std::string& text, const std::string& key, bool encrypt) {
@@ -93,7 +93,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string key = input.piece();
   const std::string text = input.rest();
   checkStrings(text, key);
-  checkForeignPadding(text, key);
+  checkAnyPadding(text, key);
   checkBase64(text);
   checkBlocks(text, key, true);
   checkBlocks(text, key, false);

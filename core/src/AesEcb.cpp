@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::size_t kBlockSize = 16;
 
-// OpenSSL counts in int; longer data goes through in pieces of this many bytes, which are whole blocks.
+/// OpenSSL counts in int; longer data goes through in pieces of this many bytes, which are whole blocks.
 constexpr std::size_t kPieceSize = std::size_t{1} << 30;
 
 struct CipherDeleter {
@@ -76,7 +76,7 @@ bool AesEcb::start() {
          EVP_CIPHER_CTX_set_padding(context_.get(), 0) == 1;
 }
 
-// Key, direction and padding stay as they are.
+/// Key, direction and padding stay as they are.
 bool AesEcb::restart() {
   return EVP_CipherInit_ex2(context_.get(), nullptr, nullptr, nullptr, -1, nullptr) == 1;
 }

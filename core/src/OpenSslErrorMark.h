@@ -2,8 +2,8 @@
 
 #include <openssl/err.h>
 
-/// While one lives, the errors that OpenSSL notes for this thread are on top of those that were there before;
-/// they go with it. A host may look at the queue to judge its own calls and must not find ours in it.
+/// Removes, when it is destroyed, the errors that OpenSSL has queued for this thread since it was made, and
+/// keeps the older ones. A host may look at the queue to judge its own calls and must not find ours in it.
 class OpenSslErrorMark {
  public:
   OpenSslErrorMark() noexcept { ERR_set_mark(); }

@@ -10,7 +10,7 @@
 
 namespace {
 
-// What has to be known of a type whose values lie in the storage itself.
+/// What has to be known of a type whose values lie in the storage itself.
 struct InlineKind {
   const char* typeName;
   void (*copy)(const void* from, void* to);
@@ -27,8 +27,8 @@ InlineKind inlineKind() {
           [](void* value) { static_cast<T*>(value)->~T(); }};
 }
 
-// The inline kind of this name; null if it is none. Moving and destroying look here, so the table neither
-// needs memory nor is destroyed: values may outlive any static.
+/// The inline kind of this name; null if it is none. Moving and destroying look here, so the table neither
+/// needs memory nor is destroyed: values may outlive any static.
 const InlineKind* findInlineKind(const std::string& typeName) noexcept {
   using Kinds = std::array<InlineKind, 10>;
   static_assert(std::is_trivially_destructible_v<Kinds>);
@@ -85,10 +85,10 @@ void SwAny::copyFrom(const SwAny& other) {
   *this = other;
 }
 
-// This SwAny must be empty; `other` is afterwards.
-//
-// Here and in clear, an empty SwAny must keep away from the registries, which another thread may be filling.
-// A name that is of no inline kind proves that they are filled.
+/// This SwAny must be empty; `other` is afterwards.
+///
+/// Here and in clear, an empty SwAny must keep away from the registries, which another thread may be filling.
+/// A value whose name is of no inline kind can only have been made after they were filled.
 void SwAny::moveFrom(SwAny& other) noexcept {
   if (other.isEmpty()) return;
   typeName_.swap(other.typeName_);
@@ -115,7 +115,7 @@ void SwAny::clear() noexcept {
 SwAny SwAny::fromVoidPtr(const std::string& typeName, const void* object) {
   SwAny any;
   if (const InlineKind* kind = findInlineKind(typeName)) {
-    if (object == nullptr) return any;
+    if (!object) return any;
     std::string name = typeName;
     kind->copy(object, any.storage_);
     any.typeName_ = std::move(name);
@@ -128,7 +128,7 @@ SwAny SwAny::fromVoidPtr(const std::string& typeName, const void* object) {
 }
 
 void* SwAny::data() const {
-  if (findInlineKind(typeName_) != nullptr) return const_cast<unsigned char*>(storage_);
+  if (findInlineKind(typeName_)) return const_cast<unsigned char*>(storage_);
   return isMetaType(typeName_) ? findFunction(_dynamicData(), typeName_)(*this) : nullptr;
 }
 

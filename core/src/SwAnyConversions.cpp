@@ -13,8 +13,8 @@
 
 namespace {
 
-// Significant digits. Ten restore every float; fifteen restore every decimal of as many digits, but not every
-// double.
+/// Significant digits. Ten restore every float; fifteen restore every decimal of as many digits, but not
+/// every double.
 constexpr int kFloatDigits = 10;
 constexpr int kDoubleDigits = 15;
 
@@ -26,7 +26,7 @@ const char* sharedBytes(const SwString& text) {
 }
 
 long toLong(const SwString& text) {
-  std::int64_t value = 0;
+  int64_t value = 0;
   std::size_t consumed = 0;
   return c_locale::toSigned(text, c_locale::automaticBase(text), value, consumed) ? value : 0;
 }
@@ -35,7 +35,7 @@ template <typename Unsigned>
 Unsigned toUnsigned(const SwString& text) {
   const SwString trimmed = text.trimmed();
   if (!trimmed.empty() && trimmed[0] == '-') return 0;
-  std::uint64_t value = 0;
+  uint64_t value = 0;
   std::size_t consumed = 0;
   const bool valid = c_locale::toUnsigned(trimmed, c_locale::automaticBase(trimmed), value, consumed) &&
                      value <= std::numeric_limits<Unsigned>::max();
@@ -64,8 +64,8 @@ SwString compactText(const Json& json) {
   return generator.takeText();
 }
 
-// Unlike in JSON text, a Double without a fraction is not written as an integer: 1e20 stays "1e+20". For the
-// kinds that never come here, a text that would show it if one did.
+/// Unlike in JSON text, a Double without a fraction is not written as an integer: 1e20 stays "1e+20".
+/// Containers and Strings are converted by the generator; the texts for containers here are a fallback.
 SwString plainValueText(const SwJsonValue& value) {
   switch (value.kind()) {
     case SwJsonValue::Kind::Bool:

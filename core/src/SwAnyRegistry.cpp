@@ -12,9 +12,9 @@
 
 namespace {
 
-// Holds a registry and never destroys it: the values it serves may outlive every static of the process. It is
-// no heap object, because moving and destroying values look into registries and must not need memory for
-// that.
+/// Holds a registry and never destroys it: the values it serves may outlive every static of the process. It
+/// is no heap object, because moving and destroying values look into registries and must not need memory for
+/// that.
 template <typename Registry>
 class Immortal {
  public:
@@ -112,11 +112,11 @@ bool SwAny::registerAllTypeOnce() {
   return registered;
 }
 
-// Nothing from here on may consult a registry through the operations that fill it: the statics above are
-// still being initialised, and waiting for them would never end.
-//
-// If memory runs out here, the exception leaves those statics uninitialised and the next operation comes here
-// again. Entering something a second time changes nothing.
+/// Nothing from here on may consult a registry through the operations that fill it: the statics above are
+/// still being initialised, and waiting for them would never end.
+///
+/// If memory runs out here, the exception leaves those statics uninitialised and the next operation comes
+/// here again. Entering something a second time changes nothing.
 void SwAny::registerAllType() {
   // A second such line in a host's log means that the process holds two copies of this library; so a second
   // attempt writes none.

@@ -5,10 +5,10 @@
 
 namespace {
 
-// How many bytes of the text an error message quotes before the error and from it on.
+/// How many bytes of the text an error message quotes before the error and from it on.
 constexpr unsigned long kExcerptReach = 20;
 
-// SwString::mid counts in int.
+/// SwString::mid counts in int.
 int clampToInt(unsigned long position) {
   constexpr unsigned long kMax = std::numeric_limits<int>::max();
   return static_cast<int>(std::min(position, kMax));

@@ -17,7 +17,7 @@ class SwJsonCursor {
   unsigned long remaining() const noexcept { return text().size() - index_; }
   bool failed() const noexcept { return !errorMessage_.empty(); }
 
-  /// The byte at the position; NUL at the end. As a NUL may also stand in the text, it proves nothing.
+  /// The byte at the position; NUL at the end. A NUL may also be a byte of the text.
   char peek() const noexcept { return text().c_str()[index_]; }
 
   /// Moves forward; there must be as many bytes.

@@ -29,7 +29,7 @@ SwJsonObject SwJsonDocument::object() const {
     sw_diagnostics::writeLine("Root is not a JSON object.");
     return SwJsonObject();
   }
-  return root_.object() != nullptr ? *root_.object() : SwJsonObject();
+  return root_.object() ? *root_.object() : SwJsonObject();
 }
 
 SwJsonValue SwJsonDocument::parseJson(const SwString& json, unsigned long& index, const SwString& key,

@@ -15,7 +15,7 @@ namespace {
 std::string numberText(double number) {
   double integralPart = 0.0;
   const bool isIntegral = std::modf(number, &integralPart) == 0.0;
-  return isIntegral ? std::to_string(sw_number::saturate<std::int64_t>(number))
+  return isIntegral ? std::to_string(sw_number::saturate<int64_t>(number))
                     : c_locale::toText(number, c_locale::kDefaultDigits);
 }
 
@@ -42,7 +42,7 @@ void SwJsonGenerator::append(const SwJsonArray& array) {
   finishOpen();
 }
 
-// Writes a value as far as possible without its members; finishOpen writes those.
+/// Writes a value as far as possible without its members; finishOpen writes those.
 void SwJsonGenerator::begin(const SwJsonValue& value) {
   switch (value.kind()) {
     case SwJsonValue::Kind::Null:
@@ -59,14 +59,14 @@ void SwJsonGenerator::begin(const SwJsonValue& value) {
       appendString(value.text());
       break;
     case SwJsonValue::Kind::Object:
-      if (value.object() != nullptr) {
+      if (value.object()) {
         begin(*value.object());
       } else {
         text_ += "{}";
       }
       break;
     case SwJsonValue::Kind::Array:
-      if (value.array() != nullptr) {
+      if (value.array()) {
         begin(*value.array());
       } else {
         text_ += "[]";
@@ -100,15 +100,15 @@ void SwJsonGenerator::finishOpen() {
       begin(*next);
       continue;
     }
-    const char bracket = open.object != nullptr ? '}' : ']';
+    const char bracket = open.object ? '}' : ']';
     open_.pop_back();
     beginLine(level_ + open_.size());
     text_ += bracket;
   }
 }
 
-// Writes what stands before the next member's value or the next element, and gives that; null if there is no
-// more.
+/// Writes what stands before the next member's value or the next element, and gives that; null if there is no
+/// more.
 const SwJsonValue* SwJsonGenerator::beginNext(Open& open) {
   const bool isObject = open.object != nullptr;
   const bool isFirst = isObject ? open.nextMember == open.object->begin() : open.nextElement == 0;

@@ -49,7 +49,7 @@ SwJsonValue SwJsonParser::parse() {
         break;
     }
   }
-  // An error leaves the container open that it occurred in.
+  // After an error the container in which it occurred is still open.
   return open_.empty() ? std::move(root_) : SwJsonValue();
 }
 
@@ -118,7 +118,7 @@ SwJsonParser::Step SwJsonParser::beginElement() {
 
 SwJsonParser::Step SwJsonParser::passSeparator() {
   cursor_.skipSpace();
-  if (open_.back().object != nullptr) {
+  if (open_.back().object) {
     if (cursor_.atEnd()) return stop("Unterminated JSON object");
     if (cursor_.skip(',')) return Step::Member;
     return cursor_.skip('}') ? closeContainer() : stop("Expected ',' or '}' in object");
@@ -138,8 +138,8 @@ SwJsonParser::Step SwJsonParser::quotedText() {
   return finishDecrypted(keyed_text::quotedValue(std::move(plain->text())));
 }
 
-// The encrypted token at the position. If there is none or decrypting it throws, the bytes may still be a
-// plain literal.
+/// The encrypted token at the position. If there is none or decrypting it throws, the bytes may still be a
+/// plain literal.
 SwJsonParser::Step SwJsonParser::bareToken(char firstByte) {
   const std::string_view text = cursor_.text();
   unsigned long end = cursor_.index();
@@ -152,8 +152,8 @@ SwJsonParser::Step SwJsonParser::bareToken(char firstByte) {
   return finishDecrypted(keyed_text::bareValue(std::move(plain->text())));
 }
 
-// Nothing if decrypting throws. Cipher text that cannot be decrypted does not make it throw: that gives the
-// empty string.
+/// Nothing if decrypting throws. Cipher text that cannot be decrypted does not make it throw: that gives the
+/// empty string.
 std::optional<SecretText> SwJsonParser::decrypt(std::string_view cipherText) {
   try {
     return SecretText(cipher_.decrypt(cipherText));
@@ -196,10 +196,10 @@ SwJsonParser::Step SwJsonParser::number() {
   return isInteger ? integer(start) : floatingPoint(start);
 }
 
-// The token from `start` to the position has the grammar of an integer, so only its range is in doubt.
+/// The token from `start` to the position has the grammar of an integer, so only its range is in doubt.
 SwJsonParser::Step SwJsonParser::integer(unsigned long start) {
   const char* const text = cursor_.text().data();
-  std::int64_t value = 0;
+  int64_t value = 0;
   if (std::from_chars(text + start, text + cursor_.index(), value).ec == std::errc()) return finish(value);
   cursor_.fail("Invalid integer number", start);
   return Step::Stop;
@@ -208,7 +208,7 @@ SwJsonParser::Step SwJsonParser::integer(unsigned long start) {
 SwJsonParser::Step SwJsonParser::floatingPoint(unsigned long start) {
   const char* const text = cursor_.text().data();
   double value = 0.0;
-  // The verdict is strtod's, and so is the value. Where both are normal numbers, from_chars gives the same
+  // strtod decides what is accepted and gives the value. For normal numbers from_chars gives the same result
   // several times faster.
   const auto [end, error] = std::from_chars(text + start, text + cursor_.index(), value);
   if (error == std::errc() && std::fabs(value) > std::numeric_limits<double>::min()) return finish(value);
@@ -226,8 +226,8 @@ std::string_view SwJsonParser::readLetters() {
   return std::string_view(cursor_.text()).substr(start, cursor_.index() - start);
 }
 
-// What decrypted values leave behind is overwritten: those of a document that is refused, that which another
-// member of its key replaces, and elements that an array moves when it grows.
+// Decrypted texts are overwritten before their memory is given back: all of a document that is refused, a
+// member that another one of the same key replaces, and elements that an array moves when it grows.
 
 SwJsonParser::~SwJsonParser() {
   if (isKeyed_) SwJsonTree::wipe(root_);
@@ -251,12 +251,12 @@ SwJsonParser::Step SwJsonParser::finishDecrypted(SwJsonValue&& value) {
   }
 }
 
-// Takes a value to the container that waits for it; without one, it is the result.
+/// Puts a value into the innermost open container; without one, it is the result.
 void SwJsonParser::place(SwJsonValue&& value) {
   if (isKeyed_) makeWay();
   if (open_.empty()) {
     root_ = std::move(value);
-  } else if (open_.back().array != nullptr) {
+  } else if (open_.back().array) {
     open_.back().array->append(std::move(value));
   } else {
     open_.back().object->put(std::move(memberKey_), std::move(value));
@@ -268,7 +268,7 @@ SwJsonParser::Step SwJsonParser::finish(SwJsonValue&& value) {
   return afterValue();
 }
 
-// A value that stands in a container ends it if there is an error, even one that was there before.
+/// Parsing stops after a value in a container if there is an error, even one that the caller passed in.
 SwJsonParser::Step SwJsonParser::afterValue() const {
   return open_.empty() || cursor_.failed() ? Step::Stop : Step::Separator;
 }

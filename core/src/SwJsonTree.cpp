@@ -10,11 +10,12 @@
 
 namespace {
 
-// How deep copying and releasing may recurse. Payloads are no deeper, and containers that copy and destroy
-// their own members are the fastest; below that level the walks take over.
+/// How deep copying and releasing may recurse. Payloads are no deeper, and containers that copy and destroy
+/// their own members are the fastest; below that level the walks take over.
 constexpr int kRecursionLimit = 8;
 
-// One call of a walk that may lead to another, through the containers' own members.
+/// Counts how deeply copyContainer and release are nested, which call each other through the containers'
+/// members.
 class Level {
  public:
   Level() noexcept { ++depth_; }
@@ -48,7 +49,7 @@ void SwJsonTree::copyContainer(const SwJsonValue& from, SwJsonValue& to) {
   }
 }
 
-// A copy of `object` in which the containers of its members are still missing; those are added to `pending`.
+/// A copy of `object` in which the containers of its members are still missing; those are added to `pending`.
 std::shared_ptr<SwJsonObject> SwJsonTree::copyOf(const SwJsonObject& object, std::vector<Copying>& pending) {
   auto copy = std::make_shared<SwJsonObject>();
   auto& members = copy->members_;
@@ -72,7 +73,7 @@ std::shared_ptr<SwJsonArray> SwJsonTree::copyOf(const SwJsonArray& array, std::v
   return copy;
 }
 
-// Compares everything but the members, of which it compares the number.
+/// Compares everything but the members, of which it compares the number.
 bool SwJsonTree::equalFields(const SwJsonValue& a, const SwJsonValue& b) {
   return a.kind_ == b.kind_ && a.boolean_ == b.boolean_ && a.integer_ == b.integer_ &&
          a.number_ == b.number_ && a.text_ == b.text_ && memberCount(a) == memberCount(b);
@@ -114,15 +115,15 @@ SwJsonTree::Container SwJsonTree::takeContainer(SwJsonValue& value) noexcept {
   return {std::move(value.object_), std::move(value.array_)};
 }
 
-// The first member's value or the first element; null if there is none.
+/// The first member's value or the first element; null if there is none.
 SwJsonValue* SwJsonTree::firstSlot(const Container& container) noexcept {
   if (container.object && !container.object->empty()) return &container.object->members_.begin()->second;
   if (container.array && !container.array->empty()) return &container.array->elements_.front();
   return nullptr;
 }
 
-// Puts `container` at the head of the chain, then the one that stood in its first slot, and so on down. Ends
-// at one that is empty, which dies at once, or where there is none.
+/// Puts `container` at the head of the chain, then the one that was in its first slot, and so on down, until
+/// a first slot has no container or an empty one, which is destroyed at once.
 void SwJsonTree::enchain(Container& chain, Container container) noexcept {
   while (SwJsonValue* slot = firstSlot(container)) {
     Container below = takeContainer(*slot);
@@ -142,24 +143,25 @@ void SwJsonTree::visitSlots(const Container& container, Visit visit) noexcept {
   }
 }
 
-// Destroys `container` and all below it, and shows each slot to `beforeDying`.
-//
-// Letting each container destroy its members would recurse as deep as the tree is. Instead, the containers
-// still to be destroyed form a chain, head first, that needs no memory of its own: one that joins gives up
-// the container in its first slot and keeps the rest of the chain there. What was given up joins next. The
-// head leaves the chain by handing the rest over; before it dies, the containers in its other slots join too,
-// so that nothing but plain values dies with it. Every container joins once and dies once.
-//
-// An example, with the link to the rest of the chain written as "->" and an emptied slot as "_":
-//
-//   [[1,2],[3],4]          is to be destroyed
-//   [_,[3],4]              joins; its first slot gave up [1,2]
-//   [1->[_,[3],4],2]       that joins too: the link stands in its first slot, beside the 1
-//   [_,[3],4]              [1,2] has left and died
-//   [3]                    [_,_,4] has left and died; its [3] had joined before
-//   none                   [3] has left and died, and the chain is at its end
+/// Destroys `container` and all below it, after calling `beforeDestroying` with each member and element.
+///
+/// Letting each container destroy its members would recurse as deep as the tree is. Instead, the containers
+/// still to be destroyed form a chain, head first, that needs no memory of its own: a container is added by
+/// taking the container out of its first slot and storing the rest of the chain there. What was taken out is
+/// added next. To destroy the head, the rest of the chain is taken out of its first slot, and the containers
+/// in its other slots are added to the chain, so that only plain values are destroyed with it. Every
+/// container is added once and destroyed once.
+///
+/// An example, with the link to the rest of the chain written as "->" and an emptied slot as "_":
+///
+///   [[1,2],[3],4]          is to be destroyed
+///   [_,[3],4]              is added; [1,2] is taken out of its first slot
+///   [1->[_,[3],4],2]       is added too: the link is in its first slot, beside the 1
+///   [_,[3],4]              [1,2] is destroyed
+///   [3]                    [3] is added and [_,_,4] destroyed
+///   none                   [3] is destroyed; the chain is empty
 template <typename Visit>
-void SwJsonTree::destroy(Container container, Visit beforeDying) noexcept {
+void SwJsonTree::destroy(Container container, Visit beforeDestroying) noexcept {
   Container chain;
   enchain(chain, std::move(container));
   while (SwJsonValue* slot = firstSlot(chain)) {
@@ -167,7 +169,7 @@ void SwJsonTree::destroy(Container container, Visit beforeDying) noexcept {
     chain = takeContainer(*slot);
     visitSlots(head, [&](SwJsonValue& value) {
       if (value.hasContainer()) enchain(chain, takeContainer(value));
-      beforeDying(value);
+      beforeDestroying(value);
     });
   }
 }

@@ -49,5 +49,5 @@ class SwJsonTree {
   template <typename Visit>
   static void visitSlots(const Container& container, Visit visit) noexcept;
   template <typename Visit>
-  static void destroy(Container container, Visit beforeDying) noexcept;
+  static void destroy(Container container, Visit beforeDestroying) noexcept;
 };

@@ -8,16 +8,16 @@
 #include "src/json_string_writer.h"
 
 SwJsonValue::SwJsonValue(unsigned long value) noexcept {
-  if (value <= static_cast<unsigned long>(std::numeric_limits<std::int64_t>::max())) {
+  if (value <= static_cast<unsigned long>(std::numeric_limits<int64_t>::max())) {
     kind_ = Kind::Int;
-    integer_ = static_cast<std::int64_t>(value);
+    integer_ = static_cast<int64_t>(value);
   } else {
     kind_ = Kind::Double;
     number_ = static_cast<double>(value);
   }
 }
 
-SwJsonValue::SwJsonValue(const char* text) : kind_(Kind::String), text_(text == nullptr ? "" : text) {}
+SwJsonValue::SwJsonValue(const char* text) : kind_(Kind::String), text_(text ? text : "") {}
 
 SwJsonValue::SwJsonValue(SwJsonObject object)
     : kind_(Kind::Object), object_(std::make_shared<SwJsonObject>(std::move(object))) {}
@@ -35,7 +35,7 @@ SwJsonValue& SwJsonValue::operator=(const SwJsonValue& other) {
   return *this = SwJsonValue(other);
 }
 
-// The old content dies last, because `other` may stand inside it.
+/// The old content dies last, because `other` may stand inside it.
 SwJsonValue& SwJsonValue::operator=(SwJsonValue&& other) noexcept {
   if (this == &other) return *this;
   const SwJsonValue old(std::move(*this));

@@ -14,9 +14,9 @@ namespace {
 
 enum class BinaryLiteral { Absent, Malformed, TooLarge, Valid };
 
-// Reads a whole text of the form [sign] "0b" digits. Malformed is one that begins so and then has no digits
-// or other bytes among them.
-BinaryLiteral readBinaryLiteral(const std::string& text, std::int64_t& out) {
+/// Reads a whole text of the form [sign] "0b" digits. Malformed is one that begins so and then has no digits
+/// or other bytes among them.
+BinaryLiteral readBinaryLiteral(const std::string& text, int64_t& out) {
   const bool negative = text[0] == '-';
   const std::size_t prefix = negative || text[0] == '+' ? 1 : 0;
   if (text.compare(prefix, 2, "0b") != 0 && text.compare(prefix, 2, "0B") != 0) return BinaryLiteral::Absent;
@@ -29,8 +29,8 @@ BinaryLiteral readBinaryLiteral(const std::string& text, std::int64_t& out) {
   return inRange ? BinaryLiteral::Valid : BinaryLiteral::TooLarge;
 }
 
-// What the number conversions read: the text trimmed, and then without underscores. That is the text itself,
-// or `cleaned` if there is something to drop, so that no copy of most texts, which may be secret, is made.
+/// What the number conversions read: the text trimmed, and then without underscores. That is the text itself,
+/// or `cleaned` if there is something to drop, so that no copy of most texts, which may be secret, is made.
 const std::string& withoutBlanksAndUnderscores(const SwString& text, std::string& cleaned) {
   constexpr std::string_view kDropped = "_ \t\n\r";
   if (text.str().find_first_of(kDropped) == std::string::npos) return text.str();
@@ -39,8 +39,8 @@ const std::string& withoutBlanksAndUnderscores(const SwString& text, std::string
   return cleaned;
 }
 
-// What toInt reads, as a 64-bit number; false if there is none.
-bool readInteger(const std::string& text, std::int64_t& out) {
+/// What toInt reads, as a 64-bit number; false if there is none.
+bool readInteger(const std::string& text, int64_t& out) {
   if (text.empty() || text == "+" || text == "-") return false;
   const BinaryLiteral binary = readBinaryLiteral(text, out);
   if (binary != BinaryLiteral::Absent) return binary == BinaryLiteral::Valid;
@@ -108,10 +108,10 @@ std::vector<SwString> SwString::split(char separator) const {
 
 int SwString::toInt(bool* ok) const {
   std::string cleaned;
-  std::int64_t value = 0;
+  int64_t value = 0;
   const bool valid = readInteger(withoutBlanksAndUnderscores(*this, cleaned), value) &&
                      value >= std::numeric_limits<int>::min() && value <= std::numeric_limits<int>::max();
-  if (ok != nullptr) *ok = valid;
+  if (ok) *ok = valid;
   if (!valid) {
     sw_diagnostics::writeLine("Invalid int conversion in SwString: " + text_);
     return 0;
@@ -126,7 +126,7 @@ bool SwString::parseNumericDouble(double& out) const {
   std::size_t consumed = 0;
   if (text.find_first_of(".eE") != std::string::npos) return c_locale::toDouble(text, out, consumed);
 
-  std::int64_t integer = 0;
+  int64_t integer = 0;
   const BinaryLiteral binary = readBinaryLiteral(text, integer);
   if (binary == BinaryLiteral::TooLarge) return false;
   if (binary == BinaryLiteral::Valid ||

@@ -41,15 +41,15 @@ SecretBytes sha256(const std::string& bytes) {
   return result;
 }
 
-// The AES-256 key that a caller's key stands for: its own bytes if it has exactly 32, otherwise their SHA-256
-// digest.
+/// The AES-256 key that a caller's key stands for: its own bytes if it has exactly 32, otherwise their
+/// SHA-256 digest.
 SecretBytes deriveAesKey(const std::string& key) {
   if (key.size() != kKeySize) return sha256(key);
   return SecretBytes(std::vector<unsigned char>(key.begin(), key.end()));
 }
 
-// The number of bytes before the padding; all of them if the end is not well-formed padding. `bytes` is not
-// empty.
+/// The number of bytes before the padding; all of them if the end is not well-formed padding. `bytes` is not
+/// empty.
 std::size_t sizeWithoutPadding(const std::vector<unsigned char>& bytes) {
   const unsigned char padding = bytes.back();
   if (padding < 1 || padding > 16 || padding > bytes.size()) return bytes.size();

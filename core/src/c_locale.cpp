@@ -13,22 +13,22 @@
 namespace c_locale {
 namespace {
 
-static_assert(sizeof(long long) == sizeof(std::int64_t));
+static_assert(sizeof(long long) == sizeof(int64_t));
 
-// The C library keeps this locale as a constant: asking for it neither allocates nor fails.
+/// The C library keeps this locale as a constant: asking for it neither allocates nor fails.
 locale_t cLocale() noexcept {
   static const locale_t locale = newlocale(LC_ALL_MASK, "C", nullptr);
   return locale;
 }
 
-// No double has more significant digits; a stream writes no more either, however many it is asked for.
+/// No double has more significant digits; a stream writes no more either, however many it is asked for.
 constexpr int kMaxDigits = 767;
 
-// Room for those digits, a sign, a point and an exponent, or for leading zeros instead of it; and for the 309
-// digits of the largest double with six behind the point.
+/// Room for those digits, a sign, a point and an exponent, or for leading zeros instead of it; and for the
+/// 309 digits of the largest double with six behind the point.
 constexpr std::size_t kMaxText = kMaxDigits + 16;
 
-// Runs one strto* call as `convert(start, &end)`.
+/// Runs one strto* call as `convert(start, &end)`.
 template <typename Number, typename Convert>
 bool convertText(const std::string& text, Number& out, std::size_t& consumed, Convert convert) noexcept {
   const int savedErrno = errno;
@@ -56,13 +56,13 @@ bool toDouble(const std::string& text, double& out, std::size_t& consumed) noexc
                      [](const char* start, char** end) { return strtod_l(start, end, cLocale()); });
 }
 
-bool toSigned(const std::string& text, int base, std::int64_t& out, std::size_t& consumed) noexcept {
+bool toSigned(const std::string& text, int base, int64_t& out, std::size_t& consumed) noexcept {
   return convertText(text, out, consumed, [base](const char* start, char** end) {
     return strtoll_l(start, end, base, cLocale());
   });
 }
 
-bool toUnsigned(const std::string& text, int base, std::uint64_t& out, std::size_t& consumed) noexcept {
+bool toUnsigned(const std::string& text, int base, uint64_t& out, std::size_t& consumed) noexcept {
   return convertText(text, out, consumed, [base](const char* start, char** end) {
     return strtoull_l(start, end, base, cLocale());
   });

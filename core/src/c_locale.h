@@ -13,8 +13,8 @@ namespace c_locale {
 bool toDouble(const std::string& text, double& out, std::size_t& consumed) noexcept;
 
 /// As strtoll and strtoull: false if there is no number or it is out of range. `base` is 2 to 36.
-bool toSigned(const std::string& text, int base, std::int64_t& out, std::size_t& consumed) noexcept;
-bool toUnsigned(const std::string& text, int base, std::uint64_t& out, std::size_t& consumed) noexcept;
+bool toSigned(const std::string& text, int base, int64_t& out, std::size_t& consumed) noexcept;
+bool toUnsigned(const std::string& text, int base, uint64_t& out, std::size_t& consumed) noexcept;
 
 /// The base in which the C library reads the text when it is left to choose: 16 after "0x", 8 after "0",
 /// else 10. Decided here because newer C libraries also take "0b" for base 2.

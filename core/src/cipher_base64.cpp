@@ -8,25 +8,25 @@ namespace cipher_base64 {
 namespace {
 
 constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-constexpr std::uint8_t kInvalid = 0xFF;
+constexpr uint8_t kInvalid = 0xFF;
 
-constexpr std::array<std::uint8_t, 256> makeValues() {
-  std::array<std::uint8_t, 256> values{};
+constexpr std::array<uint8_t, 256> makeValues() {
+  std::array<uint8_t, 256> values{};
   for (std::size_t byte = 0; byte < values.size(); ++byte) values[byte] = kInvalid;
-  for (std::uint8_t value = 0; value < 64; ++value) {
+  for (uint8_t value = 0; value < 64; ++value) {
     values[static_cast<unsigned char>(kAlphabet[value])] = value;
   }
   return values;
 }
 
-constexpr std::array<std::uint8_t, 256> kValues = makeValues();
+constexpr std::array<uint8_t, 256> kValues = makeValues();
 
 }  // namespace
 
 std::string encode(const std::vector<unsigned char>& bytes) {
   std::string text((bytes.size() + 2) / 3 * 4, '=');
   char* to = text.data();
-  const auto write = [&to](std::uint32_t group, int characters) {
+  const auto write = [&to](uint32_t group, int characters) {
     for (int i = 0; i < characters; ++i) *to++ = kAlphabet[group >> (18 - 6 * i) & 0x3F];
   };
   const std::size_t rest = bytes.size() % 3;
@@ -42,10 +42,10 @@ std::string encode(const std::vector<unsigned char>& bytes) {
 std::vector<unsigned char> decode(std::string_view text) {
   std::vector<unsigned char> bytes;
   bytes.reserve(text.size() / 4 * 3 + 3);
-  std::uint32_t bits = 0;
+  uint32_t bits = 0;
   int bitCount = 0;
   for (const char character : text) {
-    const std::uint8_t value = kValues[static_cast<unsigned char>(character)];
+    const uint8_t value = kValues[static_cast<unsigned char>(character)];
     if (value == kInvalid) break;
     bits = bits << 6 | value;
     bitCount += 6;

@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-/// Base64 with the standard alphabet, which ends in '+' and '/', and without line breaks.
+/// The base64 form of cipher texts: the standard alphabet, which ends in '+' and '/', without line breaks.
 namespace cipher_base64 {
 
 /// '=' fills the last group to four characters.

@@ -8,14 +8,12 @@
 
 namespace {
 
-constexpr std::uint32_t kHighSurrogates = 0xD800;
-constexpr std::uint32_t kLowSurrogates = 0xDC00;
-constexpr std::uint32_t kAfterSurrogates = 0xE000;
+constexpr uint32_t kHighSurrogates = 0xD800;
+constexpr uint32_t kLowSurrogates = 0xDC00;
+constexpr uint32_t kAfterSurrogates = 0xE000;
 
-void appendUtf8(std::uint32_t codePoint, std::string& out) {
-  const auto append = [&out](std::uint32_t byte) {
-    out += static_cast<char>(static_cast<unsigned char>(byte));
-  };
+void appendUtf8(uint32_t codePoint, std::string& out) {
+  const auto append = [&out](uint32_t byte) { out += static_cast<char>(static_cast<unsigned char>(byte)); };
   const auto appendContinuation = [&](unsigned shift) { append(0x80U | ((codePoint >> shift) & 0x3FU)); };
   if (codePoint < 0x80) {
     append(codePoint);
@@ -34,8 +32,8 @@ void appendUtf8(std::uint32_t codePoint, std::string& out) {
   }
 }
 
-// Reads the four digits after "\u".
-bool readHexDigits(SwJsonCursor& cursor, std::uint32_t& out) {
+/// Reads the four digits after "\u".
+bool readHexDigits(SwJsonCursor& cursor, uint32_t& out) {
   if (cursor.remaining() < 4) {
     cursor.fail("Incomplete Unicode escape sequence");
     return false;
@@ -47,15 +45,15 @@ bool readHexDigits(SwJsonCursor& cursor, std::uint32_t& out) {
       cursor.fail("Invalid hex digit in Unicode escape");
       return false;
     }
-    out = out * 16 + static_cast<std::uint32_t>(digit);
+    out = out * 16 + static_cast<uint32_t>(digit);
     cursor.advance();
   }
   return true;
 }
 
-// Reads what follows "\u": four digits, and the second escape of a surrogate pair.
+/// Reads what follows "\u": four digits, and the second escape of a surrogate pair.
 bool readUnicodeEscape(SwJsonCursor& cursor, std::string& out) {
-  std::uint32_t codePoint = 0;
+  uint32_t codePoint = 0;
   if (!readHexDigits(cursor, codePoint)) return false;
 
   if (codePoint >= kLowSurrogates && codePoint < kAfterSurrogates) {
@@ -68,7 +66,7 @@ bool readUnicodeEscape(SwJsonCursor& cursor, std::string& out) {
       return false;
     }
     cursor.advance(2);
-    std::uint32_t low = 0;
+    uint32_t low = 0;
     if (!readHexDigits(cursor, low)) return false;
     if (low < kLowSurrogates || low >= kAfterSurrogates) {
       cursor.fail("Invalid low surrogate in Unicode escape");
@@ -80,7 +78,7 @@ bool readUnicodeEscape(SwJsonCursor& cursor, std::string& out) {
   return true;
 }
 
-// The byte that a backslash and `letter` stand for; NUL if the letter means nothing.
+/// The byte that a backslash and `letter` stand for; NUL if the letter means nothing.
 char simpleEscape(char letter) {
   switch (letter) {
     case '"':
@@ -102,7 +100,7 @@ char simpleEscape(char letter) {
   }
 }
 
-// Reads what follows a backslash.
+/// Reads what follows a backslash.
 bool readEscape(SwJsonCursor& cursor, std::string& out) {
   if (cursor.atEnd()) {
     cursor.fail("Invalid escape sequence in string");
@@ -120,7 +118,7 @@ bool readEscape(SwJsonCursor& cursor, std::string& out) {
   return true;
 }
 
-// Appends the bytes up to the next one that needs a look: a quote, a backslash, a control byte or the end.
+/// Appends the bytes before the next quote, backslash or control byte, or before the end.
 void readPlainBytes(SwJsonCursor& cursor, std::string& out) {
   const std::string& text = cursor.text();
   const unsigned long start = cursor.index();
@@ -129,7 +127,7 @@ void readPlainBytes(SwJsonCursor& cursor, std::string& out) {
   cursor.advance(run);
 }
 
-// Reads up to and with the closing quote; false if it is missing or something before it is wrong.
+/// Reads up to and with the closing quote; false if it is missing or something before it is wrong.
 bool readToClosingQuote(SwJsonCursor& cursor, std::string& out) {
   for (;;) {
     readPlainBytes(cursor, out);

@@ -57,7 +57,7 @@ SwJsonValue bareValue(SwString&& text) {
     double number = 0.0;
     if (c_locale::toDouble(text, number, consumed) && consumed == text.size()) return number;
   } else {
-    std::int64_t integer = 0;
+    int64_t integer = 0;
     if (c_locale::toSigned(text, 10, integer, consumed) && consumed == text.size()) return integer;
   }
   return std::move(text);

@@ -5,7 +5,8 @@
 namespace plain_run {
 namespace {
 
-// Keys and words end before a look at a whole block would pay.
+/// Runs are looked for byte by byte up to this length: most keys and words are shorter, and checking a whole
+/// block for them costs more.
 constexpr std::size_t kShort = 16;
 
 constexpr std::size_t kSmallBlock = 32;
@@ -15,7 +16,7 @@ constexpr bool isPlain(unsigned char byte) {
   return byte >= 0x20 && byte != '"' && byte != '\\';
 }
 
-// Of fixed length and without a branch, in minima alone, so that compilers make vector code of it.
+/// Has a fixed length, no branch and no operation but minima, so that compilers vectorise it.
 template <std::size_t Size>
 bool isPlainBlock(const char* bytes) noexcept {
   unsigned char lowest = 0xFF;

@@ -8,7 +8,7 @@
 
 namespace {
 
-// Significant digits of a floating-point payload.
+/// Significant digits of a floating-point payload.
 constexpr int kTextPrecision = 6;
 
 bool convertsTo(const SwAny& payload, const std::string& targetTypeName) {
@@ -24,10 +24,10 @@ SwJsonObject parseObject(const SwString& text) {
   SwString error;
   if (!document.loadFromJson(text, error)) return SwJsonObject();
   SwJsonValue root = document.takeRoot();
-  return root.object() != nullptr ? std::move(*root.object()) : SwJsonObject();
+  return root.object() ? std::move(*root.object()) : SwJsonObject();
 }
 
-// What the ways other than the held object lead to.
+/// The object that a registered conversion gives, or else the text form.
 SwJsonObject convertedOrParsed(const SwAny& payload) {
   const std::string objectTypeName = SwAny::typeNameOf<SwJsonObject>();
   if (payload.typeName() != objectTypeName && convertsTo(payload, objectTypeName)) {
@@ -39,7 +39,7 @@ SwJsonObject convertedOrParsed(const SwAny& payload) {
   return parseObject(payload.toString(kTextPrecision));
 }
 
-// Whether the payload holds an object with members.
+/// Whether the payload holds an object with members.
 bool holdsMembers(const SwAny& payload) {
   return payload.typeName() == SwAny::typeNameOf<SwJsonObject>() && !payload.get<SwJsonObject>().empty();
 }

@@ -33,12 +33,12 @@ bool swcfg::getValue(const SwJsonObject& root, const std::string& path, SwJsonVa
   const SwJsonObject* object = &root;
   const SwJsonValue* value = nullptr;
   for (const std::string& name : namesOf(path)) {
-    if (object == nullptr) return false;
+    if (!object) return false;
     value = object->find(name);
-    if (value == nullptr) return false;
+    if (!value) return false;
     object = value->object();
   }
-  if (value == nullptr) return false;
+  if (!value) return false;
   out = *value;
   return true;
 }

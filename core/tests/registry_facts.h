@@ -3,7 +3,7 @@
 #include "core/SwAny.h"
 #include "core/SwList.h"
 
-// What stands in the registries of a process in which nobody has registered anything.
+/// What stands in the registries of a process in which nobody has registered anything.
 namespace registry_facts {
 
 constexpr const char* kMarker = "********************CALL ONCE NOT TWICE********************\n";

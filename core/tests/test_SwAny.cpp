@@ -12,7 +12,7 @@
 
 namespace {
 
-// A host's type: counts its objects and can refuse to be copied.
+/// A host's type: counts its objects and can refuse to be copied.
 struct Payload {
   explicit Payload(int number) : value(number) { ++alive; }
   Payload(const Payload& other) : value(other.value) {

@@ -24,7 +24,7 @@ struct Payload {
   int value = 0;
 };
 
-// How an attempt ends, as the exit status of its process.
+/// How an attempt ends, as the exit status of its process.
 enum Outcome { kDone = 0, kRanOut = 10, kWrong = 11 };
 
 #define REQUIRE(condition)                                             \
@@ -47,7 +47,7 @@ int outcomeOf(const std::function<Outcome()>& attempt) {
 
 using Act = std::function<void()>;
 
-// All allocations from there on fail: a single one may go unnoticed, as that of a line's line feed does.
+/// All allocations from there on fail: a single one may go unnoticed, as that of a line's line feed does.
 bool runsOut(const Act& act, int successes) {
   operatorNew.start(successes, Countdown::Fails::FromThenOn);
   const Failing failing(operatorNew);
@@ -94,8 +94,8 @@ void requireCompleteRegistries(const StderrCapture& messages) {
   REQUIRE(messages.text() == registry_facts::kMarker);
 }
 
-// Lets the first, the second, ... allocation of `firstAct` fail, each in a process that has done nothing
-// before, up to the one in which none is left to fail.
+/// Lets the first, the second, ... allocation of `firstAct` fail, each in a process that has done nothing
+/// before, up to the one in which none is left to fail.
 void expectRecovery(const Act& firstAct, int leastAllocations) {
   int successes = 0;
   for (int outcome = kRanOut; outcome == kRanOut; ++successes) {
@@ -113,7 +113,7 @@ void expectRecovery(const Act& firstAct, int leastAllocations) {
 
 }  // namespace
 
-// 50 entries of meta types, 26 converters and 15 sources of rules: each is an allocation at least.
+/// 50 entries of meta types, 26 converters and 15 sources of rules: each is an allocation at least.
 TEST(SwAnyMemory, AConversionThatCannotFillTheRegistryLeavesItToTheNext) {
   expectRecovery([] { SwAny(7).convert("8SwString"); }, 91);
 }

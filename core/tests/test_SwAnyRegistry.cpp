@@ -20,7 +20,7 @@ struct Other {
   int value = 0;
 };
 
-// Ends the process with the number of times that `operation` made the registry report its filling.
+/// Ends the process with the number of times that `operation` made the registry report its filling.
 [[noreturn]] void exitWithFillings(const std::function<void()>& operation) {
   int fillings = 0;
   {
@@ -34,7 +34,7 @@ struct Other {
   std::exit(fillings);
 }
 
-// Each statement runs in a process of its own, whose registry nobody has asked for.
+/// Each statement runs in a process of its own, whose registry nobody has asked for.
 class SwAnyRegistryDeathTest : public testing::Test {
  protected:
   void SetUp() override { GTEST_FLAG_SET(death_test_style, "threadsafe"); }

@@ -23,7 +23,7 @@ Bytes fromHex(const std::string& hex) {
   return bytes;
 }
 
-// The example vectors of NIST SP 800-38A, F.1: one text of four blocks under a key of each length.
+/// The example vectors of NIST SP 800-38A, F.1: one text of four blocks under a key of each length.
 const std::string kText =
     "6bc1bee22e409f96e93d7e117393172aae2d8a571e03ac9c9eb76fac45af8e51"
     "30c81c46a35ce411e5fbc1191a0a52eff69f2445df4f9b17ad2b417be66c3710";
@@ -149,8 +149,8 @@ TEST(SwCrypto, AKeyIsRefusedBeforeTheDataAndTheDataBeforeTheCipherIsFetched) {
   ASSERT_EQ(EVP_set_default_properties(nullptr, ""), 1);
 }
 
-// Not among the tests that always run, because it takes 4 GiB:
-//   build/cpu/bin/core_SwCrypto_test --gtest_also_run_disabled_tests --gtest_filter='*OneGiB*'
+/// Not among the tests that always run, because it takes 4 GiB:
+///   build/cpu/bin/core_SwCrypto_test --gtest_also_run_disabled_tests --gtest_filter='*OneGiB*'
 TEST(SwCrypto, DISABLED_MoreThanOneGiBIsEncryptedAndDecryptedAsItsBlocksAre) {
   constexpr std::size_t kGiB = std::size_t{1} << 30;
   const Bytes block = fromHex(kText.substr(0, 32));

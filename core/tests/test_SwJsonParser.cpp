@@ -22,7 +22,7 @@ std::string errorOf(const SwString& text) {
   return error;
 }
 
-// For texts so short that the message quotes all of them.
+/// For texts so short that the message quotes all of them.
 void expectError(const std::string& text, const std::string& message, int index) {
   EXPECT_EQ(errorOf(text), message + " (index " + std::to_string(index) + ") near \"" + text + "\"");
 }
@@ -267,7 +267,7 @@ TEST(SwJsonParser, ExcerptReachesTwentyBytesEachWay) {
   EXPECT_EQ(errorOf(late), "Invalid JSON token (index 99) near \"" + late.substr(79, 21) + "\"");
 }
 
-// Sizes at which time that grows with the square of the length would be hours.
+/// Sizes at which time that grows with the square of the length would be hours.
 TEST(SwJsonParser, LongTextsOfOneThingAreReadToTheirEnd) {
   const auto repeated = [](const std::string& text, int count) {
     std::string result;

@@ -22,7 +22,7 @@ std::string repeated(const std::string& text, std::size_t count) {
   return result;
 }
 
-// In the form in which the generator writes them.
+/// In the form in which the generator writes them.
 std::string deepArrays() {
   return repeated("[", kDepth) + repeated("]", kDepth);
 }
@@ -47,14 +47,14 @@ SwJsonValue parsed(const std::string& text) {
   return value;
 }
 
-// Follows the last array element or the member "k" down and changes what stands at the bottom.
+/// Follows the last array element or the member "k" down and changes what stands at the bottom.
 void changeBottom(SwJsonValue& root) {
   SwJsonValue* value = &root;
   for (;;) {
     SwJsonValue* below = nullptr;
     if (value->isArray() && !value->array()->empty()) below = &value->array()->at(0);
     if (value->isObject()) below = value->object()->find("k");
-    if (below == nullptr) break;
+    if (!below) break;
     value = below;
   }
   *value = "changed";
@@ -117,7 +117,7 @@ TEST(SwJsonTree, WideContainersOfContainers) {
   });
 }
 
-// Where containers still copy and destroy their own members, a map recurses as deep as its own tree is high.
+/// Where containers still copy and destroy their own members, a map recurses as deep as its own tree is high.
 TEST(SwJsonTree, WideObjectsInsideEachOther) {
   runOnSmallStack([] {
     std::string members;

@@ -80,7 +80,7 @@ TEST(SwJsonValue, ConstructorsChooseTheKindOfTheirArgument) {
   EXPECT_EQ(SwJsonValue(4294967295U).integer(), 4294967295);
   EXPECT_EQ(SwJsonValue(1LL << 40).integer(), 1099511627776);
   EXPECT_EQ(SwJsonValue(std::size_t{3}).integer(), 3);
-  EXPECT_EQ(SwJsonValue(std::numeric_limits<std::int64_t>::min()).integer(), INT64_MIN);
+  EXPECT_EQ(SwJsonValue(std::numeric_limits<int64_t>::min()).integer(), INT64_MIN);
   EXPECT_EQ(SwJsonValue(0.5F).number(), 0.5);
   EXPECT_EQ(SwJsonValue(std::string("a" + kNul)).text(), "a" + kNul);
   EXPECT_EQ(SwJsonValue(SwString("s")).text(), "s");

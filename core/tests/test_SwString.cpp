@@ -138,8 +138,8 @@ TEST(SwString, ToIntIgnoresTrailingBytesOfAPlainNumber) {
   EXPECT_EQ(intOf("09"), 0);
 }
 
-// "_ 0b1" has nothing to trim and so becomes " 0b1", which is no binary literal but a 0 and bytes after it;
-// the blank that the underscore kept from being trimmed in "0b1 _" is no digit of one.
+/// "_ 0b1" has nothing to trim and so becomes " 0b1", which is no binary literal but a 0 and bytes after it;
+/// the blank that the underscore kept from being trimmed in "0b1 _" is no digit of one.
 TEST(SwString, NumbersAreTrimmedFirstAndFreedFromUnderscoresThen) {
   EXPECT_EQ(intOf("_ 42"), 42);
   EXPECT_EQ(intOf("_ 0b1"), 0);

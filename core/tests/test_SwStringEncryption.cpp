@@ -27,7 +27,7 @@ struct Vector {
   SwString cipherText;
 };
 
-// Under "key". The base64 texts end in "==", "=" and without '=', and hold '+' and '/'.
+/// Under "key". The base64 texts end in "==", "=" and without '=', and hold '+' and '/'.
 const Vector kVectors[] = {
     {"hello", kHello},
     {SwString("a\0b", 3), "7kVqcKpvk52yiHCTbJJL5g=="},
@@ -176,7 +176,7 @@ TEST(SwStringEncryption, EveryByteOutsideTheAlphabetEndsTheData) {
   }
 }
 
-TEST(SwStringEncryption, TheBase64OfOtherAlphabetsIsForeign) {
+TEST(SwStringEncryption, TheBase64OfOtherAlphabetsIsInvalid) {
   // The fourth group holds the first '/' of the cipher text of "hello".
   expectDecryptionError("LdfwP4C6o_zvbXYyBAItdA==", kInvalidSize);
 }

@@ -81,7 +81,7 @@ void expectJsonReadsNumbers() {
   EXPECT_EQ(numbers[1].number(), -0.25);
   EXPECT_EQ(numbers[2].number(), 1000.0);
   EXPECT_EQ(numbers[3].number(), 150.0);
-  EXPECT_EQ(numbers[4].integer(), std::numeric_limits<std::int64_t>::min());
+  EXPECT_EQ(numbers[4].integer(), std::numeric_limits<int64_t>::min());
 
   EXPECT_EQ(errorOf("1e-310"), "Invalid floating-point number (index 0) near \"1e-310\"");
   EXPECT_EQ(errorOf("[1e400]"), "Invalid floating-point number (index 1) near \"[1e400]\"");
@@ -161,8 +161,8 @@ void expectMessagesCountPlainly() {
             "Invalid JSON token (index 1234567) near \"" + blanks + "?\"");
 }
 
-// In Latin-1, 0xE4 is a letter, 0xA0 a blank, 0x85 the end of a line and 0xB2 a raised digit; WideClasses
-// calls them so, and the C library the first.
+/// In Latin-1, 0xE4 is a letter, 0xA0 a blank, 0x85 the end of a line and 0xB2 a raised digit; WideClasses
+/// calls them so, and the C library the first.
 void expectClassesOfBytes() {
   EXPECT_EQ(errorOf("true\xE4"), "Unexpected characters at the end of JSON.");
   EXPECT_EQ(errorOf("null\xE4"), "Unexpected characters at the end of JSON.");
@@ -216,7 +216,7 @@ class CommaPunctuation : public std::numpunct<char> {
   std::string do_grouping() const override { return "\1"; }
 };
 
-// A locale's classes of bytes, with Latin-1's beside those of ASCII.
+/// A locale's classes of bytes, with Latin-1's beside those of ASCII.
 class WideClasses : public std::ctype<char> {
  public:
   WideClasses() : std::ctype<char>(table_) {
@@ -236,7 +236,7 @@ std::string written(double number) {
   return stream.str();
 }
 
-// Gives the process its locales back.
+/// Gives the process its locales back.
 class Locales : public testing::Test {
  protected:
   void TearDown() override {
@@ -250,7 +250,7 @@ class Locales : public testing::Test {
 
 bool isInstalled(const char* name) {
   const locale_t locale = newlocale(LC_ALL_MASK, name, nullptr);
-  if (locale == nullptr) return false;
+  if (!locale) return false;
   freelocale(locale);
   return true;
 }
@@ -312,7 +312,8 @@ TEST_F(LatinCLocale, ChangesNothing) {
   expectAllAsInTheCLocale();
 }
 
-// A process that is started with the locale in its environment and takes it before it first uses the library.
+/// A process that is started with the locale in its environment and takes it before it first uses the
+/// library.
 TEST(LocaleOfTheEnvironmentDeathTest, ChangesNothing) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   for (const char* name : {kComma, kLatin}) {

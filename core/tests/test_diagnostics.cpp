@@ -21,7 +21,7 @@ namespace {
 
 using Writes = std::vector<std::string>;
 
-// While one lives, the process's standard error stream is a socket that keeps the writes apart.
+/// While one lives, the process's standard error stream is a socket that keeps the writes apart.
 class StderrWrites {
  public:
   StderrWrites() : saved_(dup(STDERR_FILENO)) {
@@ -60,8 +60,8 @@ void expectOneWrite(const std::string& line, const std::function<void()>& operat
   EXPECT_EQ(stderrWrites.take(), Writes{line + "\n"});
 }
 
-// What a host may have put in the place of the standard error stream. While one lives, each write does
-// `write`, and the stream passes exceptions on.
+/// What a host may have put in the place of the standard error stream. While one lives, each write does
+/// `write`, and the stream passes exceptions on.
 class HostsStderr : private std::streambuf {
  public:
   explicit HostsStderr(std::function<void()> write)
@@ -86,7 +86,7 @@ class HostsStderr : private std::streambuf {
   std::streambuf* previous_;
 };
 
-// Whether a thread that is cancelled while `operation` writes its line ends there.
+/// Whether a thread that is cancelled while `operation` writes its line ends there.
 bool endsWhereItIsCancelled(void (*operation)()) {
   const HostsStderr hostsStderr([] {
     pthread_cancel(pthread_self());
@@ -158,7 +158,7 @@ TEST(Diagnostics, ACancelledThreadEndsWhileItWrites) {
   EXPECT_TRUE(endsWhereItIsCancelled([] { SwString("x").toInt(nullptr); }));
 }
 
-// Where the parser catches whatever leaves a decryption.
+/// Where the parser catches whatever leaves a decryption.
 TEST(Diagnostics, ACancelledThreadEndsWhileItReadsAKeyedDocument) {
   EXPECT_TRUE(endsWhereItIsCancelled([] {
     SwString error;
@@ -184,7 +184,7 @@ TEST(Diagnostics, LinesOfSeveralThreadsDoNotMix) {
   EXPECT_EQ(writes, expected);
 }
 
-// In a process of its own, whose registry nobody has filled.
+/// In a process of its own, whose registry nobody has filled.
 TEST(DiagnosticsDeathTest, TheRegistrysLineIsOneWrite) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   const auto exitWithVerdict = [] {

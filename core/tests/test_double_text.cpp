@@ -22,7 +22,7 @@ namespace {
 
 constexpr unsigned kSeed = 4;
 
-// What the JSON parser makes of a number, or of its refusal, must be what strtod does.
+/// What the JSON parser makes of a number, or of its refusal, must be what strtod does.
 void expectReadAsByStrtod(const std::string& token) {
   errno = 0;
   const double expected = std::strtod(token.c_str(), nullptr);
@@ -44,7 +44,7 @@ std::string streamed(double value, int precision) {
 }
 
 double randomBits(std::mt19937_64& random) {
-  const std::uint64_t bits = random();
+  const uint64_t bits = random();
   double value = 0.0;
   std::memcpy(&value, &bits, sizeof(value));
   return value;

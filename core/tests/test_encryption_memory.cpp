@@ -24,13 +24,13 @@ namespace {
 Countdown opensslMalloc;
 std::atomic<int> opensslAllocations{0};
 
-// The bytes to look for in memory that is given back. Not on the heap itself.
+/// The bytes to look for in memory that is given back. Not on the heap itself.
 char secret[64];
 std::atomic<std::size_t> secretSize{0};
 std::atomic<int> secretsFound{0};
 
 void lookForSecret(void* memory) {
-  if (memmem(memory, malloc_usable_size(memory), secret, secretSize) != nullptr) ++secretsFound;
+  if (memmem(memory, malloc_usable_size(memory), secret, secretSize)) ++secretsFound;
 }
 
 void* opensslAllocate(std::size_t size, const char*, int) {
@@ -46,10 +46,10 @@ void opensslFree(void* memory, const char*, int) {
   std::free(memory);
 }
 
-// OpenSSL takes these only before its first allocation.
+/// OpenSSL takes these only before its first allocation.
 const int opensslTookOver = CRYPTO_set_mem_functions(opensslAllocate, opensslReallocate, opensslFree);
 
-// The number of given back pieces of memory that held `bytes` while `work` ran.
+/// The number of given back pieces of memory that held `bytes` while `work` ran.
 int leftovers(const std::string& bytes, const std::function<void()>& work) {
   if (bytes.size() > sizeof(secret)) std::abort();
   std::memcpy(secret, bytes.data(), bytes.size());
@@ -74,10 +74,10 @@ using Texts = std::set<std::string>;
 
 const SwString kKey32 = "0123456789abcdef0123456789abcdef";
 const SwString kPlain = "a longer text that needs more than one block";
-// Under "key" and under kKey32, by the openssl command line.
+/// Under "key" and under kKey32, by the openssl command line.
 const SwString kCipherText = "hcROnEmZwEwJeEzqwICdl5N5lEB6t7rBn9a8GU1/nfQF79FuCQp0rBiOTdpdoyCq";
 const SwString kCipherText32 = "u/ZsnFfD35+8rAkBySnP4O2EoZV0GUuTGO8EeDGgbyhdUOchDdrGhoshywVKuX9W";
-// The SHA-256 digest of "key", by sha256sum.
+/// The SHA-256 digest of "key", by sha256sum.
 const std::string kDigest =
     "\x2c\x70\xe1\x2b\x7a\x06\x46\xf9\x22\x79\xf4\x27\xc7\xb3\x8e\x73"
     "\x34\xd8\xe5\x38\x9c\xff\x16\x7a\x1d\xc3\x0e\x73\xf8\x26\xb6\x83";
@@ -93,8 +93,8 @@ SwString decrypt(const SwString& cipherText, const SwString& key, Countdown& all
   return text.decryptAES(key);
 }
 
-// What parsing under "key" comes to, with one allocation failing after another: an error, "no memory" if it
-// threw, or the value as compact text.
+/// What parsing under "key" comes to, with one allocation failing after another: an error, "no memory" if it
+/// threw, or the value as compact text.
 Texts parseOutcomes(const SwString& json) {
   const SwString key("key");
   Texts outcomes;
@@ -359,7 +359,7 @@ TEST(EncryptionWipes, PlainTextIsGoneWithAMemberThatIsOverwritten) {
   }
 }
 
-// A short text lies in its value, which moves when the array grows; moving overwrites its first byte alone.
+/// A short text lies in its value, which moves when the array grows; moving overwrites its first byte alone.
 TEST(EncryptionWipes, ShortTextsAreGoneFromMemoryThatAGrowingArrayGivesBack) {
   const SwString plain = "short as can be";
   std::string json = "[" + plain.encryptAES("key").str();

@@ -94,7 +94,7 @@ TEST(JsonMessages, TheRootIsNotAnObject) {
   EXPECT_EQ(captured.text(), "Root is not a JSON object.\n");
 }
 
-// The ends of a text that break off in an array or an object.
+/// The ends of a text that break off in an array or an object.
 TEST(JsonMessages, TextsThatBreakOff) {
   const Case cases[] = {
       {"[", R"(Unterminated JSON array (index 1) near "[")"},
@@ -106,7 +106,7 @@ TEST(JsonMessages, TextsThatBreakOff) {
   for (const auto& [json, message] : cases) EXPECT_EQ(messageFor(json), message);
 }
 
-// 2^31 - 1 is where an excerpt's bounds are cut, 2^32 where an int would start anew.
+/// 2^31 - 1 is where an excerpt's bounds are cut, 2^32 where an int would start anew.
 TEST(JsonMessages, AnIndexFarPastTheTextHasAnEmptyExcerpt) {
   const SwString json = std::string(64, 'x');
   for (const unsigned long index : {85UL, 2147483647UL, 2147483648UL, 2147483667UL, 4294967296UL,
@@ -116,8 +116,8 @@ TEST(JsonMessages, AnIndexFarPastTheTextHasAnEmptyExcerpt) {
   EXPECT_EQ(reported(json, 83), R"(m (index 83) near "x")");
 }
 
-// Not among the tests that always run, because it takes 2 GiB:
-//   build/cpu/bin/core_json_messages_test --gtest_also_run_disabled_tests --gtest_filter='*TwoGiB*'
+/// Not among the tests that always run, because it takes 2 GiB:
+///   build/cpu/bin/core_json_messages_test --gtest_also_run_disabled_tests --gtest_filter='*TwoGiB*'
 TEST(JsonMessages, DISABLED_ExcerptsEndAtTwoGiB) {
   std::string text = "[" + std::string(2147483647UL + 99, ' ') + "?";
   EXPECT_EQ(messageFor(text), R"(Invalid JSON token (index 2147483747) near "")");

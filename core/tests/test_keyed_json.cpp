@@ -16,7 +16,7 @@ namespace {
 
 const SwString kKey = "key";
 
-// Cipher texts under "key", made with the openssl command line as test_SwStringEncryption.cpp tells.
+/// Cipher texts under "key", made with the openssl command line as test_SwStringEncryption.cpp tells.
 const std::string kHello = "LdfwP4C6o/zvbXYyBAItdA==";
 const std::string kTrue = "c8UTVAFVGVF/2A2eoXUMdg==";
 const std::string kFalse = "aavQkKi6rdEcfHmmUaRpsw==";
@@ -37,7 +37,7 @@ SwJsonValue parsed(const SwString& text, const SwString& key = kKey) {
   return value;
 }
 
-// For texts so short that the message quotes all of them.
+/// For texts so short that the message quotes all of them.
 void expectError(const std::string& text, const std::string& message, int index) {
   SwString error;
   unsigned long at = 0;

@@ -12,7 +12,7 @@ namespace {
 class Module {
  public:
   explicit Module(const char* path) : handle_(dlopen(path, RTLD_NOW | RTLD_LOCAL)) {
-    if (handle_ == nullptr) ADD_FAILURE() << dlerror();
+    if (!handle_) ADD_FAILURE() << dlerror();
   }
   Module(const Module&) = delete;
   Module& operator=(const Module&) = delete;

@@ -21,7 +21,7 @@
 
 namespace {
 
-// Texts of more than 15 bytes, which no string keeps in itself, in every place that can hold one.
+/// Texts of more than 15 bytes, which no string keeps in itself, in every place that can hold one.
 const std::string kDocument =
     "{\"a key that needs memory\": [1, -2.5, true, null, \"a text that needs memory\", {}, [[]], "
     "\"\\u00e9\\n and so does one with escapes\"], \"another key of the same length\": {\"k\": "
@@ -40,7 +40,7 @@ std::string generated(const SwJsonValue& value, const SwString& key = "") {
   return out;
 }
 
-// Whether `operation` had the memory it needs. Nothing but std::bad_alloc may leave it.
+/// Whether `operation` had the memory it needs. Nothing but std::bad_alloc may leave it.
 bool succeeds(const std::function<void()>& operation) {
   try {
     const Failing failing(operatorNew);
@@ -54,7 +54,7 @@ bool succeeds(const std::function<void()>& operation) {
   }
 }
 
-// Runs `work`, which calls succeeds(), with each failure. It must give back all that it allocates.
+/// Runs `work`, which calls succeeds(), with each failure. It must give back all that it allocates.
 void forEachFailure(const std::function<void()>& work) {
   const auto captured = [&work] {
     const StderrCapture capture;
@@ -72,7 +72,7 @@ void forEachFailure(const std::function<void()>& work) {
   }
 }
 
-// For an operation that makes a T out of nothing that changes.
+/// For an operation that makes a T out of nothing that changes.
 template <typename T>
 void expectMakes(const T& expected, const std::function<T()>& make) {
   forEachFailure([&] {
@@ -83,7 +83,7 @@ void expectMakes(const T& expected, const std::function<T()>& make) {
   });
 }
 
-// Copies of `value`, made and assigned. A failure must leave the target with its `old` value.
+/// Copies of `value`, made and assigned. A failure must leave the target with its `old` value.
 template <typename T>
 void expectCopies(const T& value, const T& old) {
   forEachFailure([&] {
@@ -101,7 +101,7 @@ void expectCopies(const T& value, const T& old) {
   });
 }
 
-// An SwAny that holds `value`: copied, assigned, converted to text and written.
+/// An SwAny that holds `value`: copied, assigned, converted to text and written.
 template <typename T>
 void expectAnyWorks(const T& value, const std::string& text) {
   const SwAny any = SwAny::from(value);
@@ -244,7 +244,7 @@ TEST(OutOfMemory, CopyingAValueLeavesTheTargetAsItWas) {
   expectCopies<SwJsonValue>(parsed(kDocument), parsed("[[\"what stood there before\"]]"));
 }
 
-// Below the level down to which containers copy their own members, a walk takes over.
+/// Below the level down to which containers copy their own members, a walk takes over.
 TEST(OutOfMemory, CopyingADeepValueLeavesTheTargetAsItWas) {
   const std::string opening(12, '[');
   const std::string closing(12, ']');
@@ -375,7 +375,7 @@ TEST(OutOfMemory, ALineIsWrittenThoughTheLineFeedFindsNoMemory) {
   EXPECT_EQ(captured.text(), "a line that fills its memory\n");
 }
 
-// In a process of its own, in which nothing has made the library's tables yet.
+/// In a process of its own, in which nothing has made the library's tables yet.
 TEST(OutOfMemoryDeathTest, TheFirstValuesOfAProcessNeedNoMemory) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   const auto exitWithVerdict = [] {

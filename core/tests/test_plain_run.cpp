@@ -9,7 +9,7 @@
 
 namespace {
 
-// Blocks of every kind are passed through, and the ends of each.
+/// Blocks of every kind are passed through, and the ends of each.
 constexpr std::size_t kLongest = 700;
 
 }  // namespace

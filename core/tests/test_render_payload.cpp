@@ -10,7 +10,7 @@ using render_payload::anyToJsonObject;
 
 namespace {
 
-// A host's payload: an object it converts to, and a text.
+/// A host's payload: an object it converts to, and a text.
 struct Detections {
   SwJsonObject object;
   std::string text;
@@ -22,7 +22,7 @@ SwJsonObject objectWithA() {
   return object;
 }
 
-// A value of a type whose only conversion, to SwJsonObject, is `converter`.
+/// A value of a type whose only conversion, to SwJsonObject, is `converter`.
 SwAny convertibleThrough(const std::string& typeName, SwAny::Converter converter) {
   SwAny::registerConverter(typeName, SwAny::typeNameOf<SwJsonObject>(), std::move(converter));
   return SwAny::fromVoidPtr(typeName, nullptr);
@@ -79,7 +79,7 @@ TEST_F(RenderPayload, AnEmptyHeldObjectIsEmptyThroughItsText) {
   EXPECT_TRUE(anyToJsonObject(SwJsonObject()).empty());
 }
 
-// In a process of its own, because it replaces the library's conversion.
+/// In a process of its own, because it replaces the library's conversion.
 TEST_F(RenderPayload, AnEmptyHeldObjectLeavesTheTextItsChance) {
   const auto exitWithMembersOfTheText = [] {
     SwAny::registerConversion<SwJsonObject, SwString>(

@@ -9,8 +9,8 @@ namespace {
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 
-// What is compared is what the processor does, and processors differ out of range. A compiler that knew the
-// number would convert it by itself.
+/// What is compared is what the processor does, and processors differ out of range. A compiler that knew the
+/// number would convert it by itself.
 template <typename Integer>
 Integer saturate(double value) {
   const volatile double unknown = value;
@@ -25,25 +25,25 @@ float toSinglePrecision(double value) {
 }  // namespace
 
 TEST(Saturate, TruncatesTowardZero) {
-  EXPECT_EQ(saturate<std::int64_t>(2.9), 2);
-  EXPECT_EQ(saturate<std::int64_t>(-2.9), -2);
-  EXPECT_EQ(saturate<std::uint8_t>(255.9), 255);
+  EXPECT_EQ(saturate<int64_t>(2.9), 2);
+  EXPECT_EQ(saturate<int64_t>(-2.9), -2);
+  EXPECT_EQ(saturate<uint8_t>(255.9), 255);
 }
 
 TEST(Saturate, StopsAtTheLimits) {
-  EXPECT_EQ(saturate<std::int64_t>(9223372036854775808.0), INT64_MAX);
-  EXPECT_EQ(saturate<std::int64_t>(-9223372036854775808.0), INT64_MIN);
-  EXPECT_EQ(saturate<std::int64_t>(9223372036854774784.0), 9223372036854774784);
-  EXPECT_EQ(saturate<std::int64_t>(kInfinity), INT64_MAX);
-  EXPECT_EQ(saturate<std::int64_t>(-kInfinity), INT64_MIN);
-  EXPECT_EQ(saturate<std::int32_t>(2147483648.0), INT32_MAX);
-  EXPECT_EQ(saturate<std::int32_t>(-2147483648.5), INT32_MIN);
-  EXPECT_EQ(saturate<std::uint8_t>(256.0), 255);
-  EXPECT_EQ(saturate<std::uint8_t>(-1.0), 0);
+  EXPECT_EQ(saturate<int64_t>(9223372036854775808.0), INT64_MAX);
+  EXPECT_EQ(saturate<int64_t>(-9223372036854775808.0), INT64_MIN);
+  EXPECT_EQ(saturate<int64_t>(9223372036854774784.0), 9223372036854774784);
+  EXPECT_EQ(saturate<int64_t>(kInfinity), INT64_MAX);
+  EXPECT_EQ(saturate<int64_t>(-kInfinity), INT64_MIN);
+  EXPECT_EQ(saturate<int32_t>(2147483648.0), INT32_MAX);
+  EXPECT_EQ(saturate<int32_t>(-2147483648.5), INT32_MIN);
+  EXPECT_EQ(saturate<uint8_t>(256.0), 255);
+  EXPECT_EQ(saturate<uint8_t>(-1.0), 0);
 }
 
 TEST(Saturate, NanIsZero) {
-  EXPECT_EQ(saturate<std::int64_t>(kNan), 0);
+  EXPECT_EQ(saturate<int64_t>(kNan), 0);
 }
 
 TEST(ToSinglePrecision, RoundsToTheNearestFloat) {

@@ -4,7 +4,7 @@
 
 namespace {
 
-// {"alpha": 1, "a": {"b": {"c": 2}}, "text": "t"}
+/// {"alpha": 1, "a": {"b": {"c": 2}}, "text": "t"}
 SwJsonObject sample() {
   SwJsonObject b;
   b.insert("c", 2);

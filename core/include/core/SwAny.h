@@ -47,17 +47,17 @@ const char* typeName() noexcept {
 }  // namespace sw_any
 
 /// One value of any type, together with the type's run-time name, and a process-wide registry of conversions.
-//
+///
 /// Values of the inline kinds above are held in place. Values of any other type, a meta type, live on the
 /// heap and need the type to be registered; the library registers SwString, the JSON types, SwJsonDocument,
 /// std::vector<std::string>, SwList<unsigned char> and SwFlagSet of the enumerations in core/flags.h. A value
 /// of a type that nobody has registered keeps its name and owns nothing: data() is null and get() throws.
-//
+///
 /// A value is owned by its SwAny and copied deeply. A moved-from SwAny is empty, and so is one made by
 /// default.
-//
+///
 /// The library's own conversions:
-//
+///
 /// - Between SwString and each of int, unsigned int, long, unsigned long, float, double and bool. To text,
 ///   numbers are decimal, a float with ten significant digits and a double with fifteen. From text, int,
 ///   float and double are SwString's toInt, toFloat and toDouble, with their messages. The others give 0 for
@@ -72,7 +72,7 @@ const char* typeName() noexcept {
 /// - From SwJsonValue, SwJsonObject and SwJsonArray to SwString: compact JSON text, in which a String is
 ///   quoted and escaped. A Double that is converted by itself has six significant digits and, unlike inside a
 ///   container, is not written as an integer, so that 1e20 is "1e+20".
-//
+///
 /// The registry: one per process, however many libraries of the process use it and in whatever way they were
 /// loaded. It is filled with the library's types and conversions by the first operation that consults it:
 /// convert, toString of anything but an SwString or a floating-point number, making, copying, reading or
@@ -80,10 +80,10 @@ const char* typeName() noexcept {
 /// same at every start of every process, to standard error, "CALL ONCE NOT TWICE" between two rows of 20
 /// asterisks. If memory runs out, that first operation throws std::bad_alloc, and the next one completes the
 /// registry, without a second line. Loading the library and using values of inline kinds does not fill it.
-//
+///
 /// Exceptions: std::bad_alloc from whatever makes or copies a value, a name or a text. Moving, clearing and
 /// destroying allocate nothing.
-//
+///
 /// Threads: filling is safe from any of them. Registration is not: a host registers its own types and
 /// conversions before others use SwAny, and the module that does so stays loaded, because the registry keeps
 /// its functions. A value belongs to one thread; any number may read it while none changes it. The conversion
@@ -147,7 +147,7 @@ class SW_CORE_EXPORT SwAny {
   template <typename T>
   T take();
 
-  /// Of an SwAny that is about to die, such as convert() gives, get() is take().
+  /// Of a temporary, such as convert() gives, get() is take().
   template <typename T>
   T get() && {
     return take<T>();
@@ -259,7 +259,7 @@ template <typename T>
 const T& SwAny::get() const& {
   if (typeName_ != sw_any::typeName<T>()) throwTypeMismatch();
   const void* held = data();
-  if (held == nullptr) throwNullStorage();
+  if (!held) throwNullStorage();
   return *static_cast<const T*>(held);
 }
 
@@ -331,14 +331,14 @@ void SwAny::MetaType<T>::clear(SwAny& any) noexcept {
 template <typename T>
 void SwAny::MetaType<T>::copyFrom(SwAny& to, const SwAny& from) {
   const void* object = from.object();
-  to.setObject(object == nullptr ? nullptr : new T(*static_cast<const T*>(object)));
+  to.setObject(object ? new T(*static_cast<const T*>(object)) : nullptr);
 }
 
 template <typename T>
 SwAny SwAny::MetaType<T>::fromVoidPtr(const void* object) {
   SwAny any;
   std::string name = typeNameOf<T>();
-  if (object != nullptr) any.setObject(new T(*static_cast<const T*>(object)));
+  if (object) any.setObject(new T(*static_cast<const T*>(object)));
   any.typeName_ = std::move(name);
   return any;
 }

@@ -8,7 +8,7 @@
 #include "core/export.h"
 
 /// The elements of a JSON array, in order.
-//
+///
 /// Copies are deep. Pointers, references and iterators to elements stay valid until the next append, reserve
 /// or assignment. What copies or grows throws std::bad_alloc. Threads: as for SwJsonValue.
 class SW_CORE_EXPORT SwJsonArray {
@@ -34,7 +34,7 @@ class SW_CORE_EXPORT SwJsonArray {
   /// Takes the value over as the last element.
   void append(SwJsonValue value) { elements_.push_back(std::move(value)); }
 
-  /// The element itself; of an array that is about to die its value, moved out. Throws std::out_of_range if
+  /// The element; of a temporary array, its value, moved out. Throws std::out_of_range if
   /// `index` is not below size().
   const SwJsonValue& at(std::size_t index) const& { return elements_.at(index); }
   SwJsonValue& at(std::size_t index) & { return elements_.at(index); }

@@ -12,7 +12,7 @@
 /// The members of a JSON object: a map whose keys stand in byte-wise ascending order, each once. Keys are
 /// byte strings and may hold NUL bytes, except where a function takes a `const char*`; a null one is the
 /// empty key.
-//
+///
 /// Copies are deep. Pointers, references and iterators to a member stay valid until that member is removed or
 /// overwritten. What copies or inserts throws std::bad_alloc; looking a key up allocates nothing. Threads: as
 /// for SwJsonValue.
@@ -66,8 +66,8 @@ class SW_CORE_EXPORT SwJsonObject {
   /// A copy of the member's value, or of `defaultValue` if there is no such member.
   SwJsonValue value(const char* key, const SwJsonValue& defaultValue) const;
 
-  /// The member's value, without a copy; if there is none, a Null that all objects share. Of an object that
-  /// is about to die the value itself, moved out, or a Null.
+  /// The member's value, without a copy; if there is none, a Null that all objects share. Of a temporary
+  /// object, the value itself, moved out, or a Null.
   const SwJsonValue& operator[](const char* key) const&;
   SwJsonValue operator[](const char* key) &&;
 

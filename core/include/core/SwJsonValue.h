@@ -13,16 +13,16 @@ class SwJsonArray;
 class SwJsonObject;
 
 /// One JSON value: a kind and one field per kind, of which only the kind's own is set.
-//
+///
 /// A value owns everything below it. Copies are deep, so two values never share a container; moving hands the
 /// containers over and leaves a Null. A value must not be moved into a container inside itself.
-//
+///
 /// Trees may be nested as deeply as memory allows: copying, comparing, moving and destroying one use a fixed
 /// amount of stack, and destroying allocates nothing.
-//
+///
 /// Copying, comparing, and making a value with text or a container throw std::bad_alloc; moving and
 /// destroying never do.
-//
+///
 /// Threads: a value belongs to one thread; any number may read it while none changes it.
 class SW_CORE_EXPORT SwJsonValue {
   struct FieldsOnly {
@@ -31,15 +31,7 @@ class SW_CORE_EXPORT SwJsonValue {
 
  public:
   /// The numbers are fixed: stored configurations and other languages' bindings compare against them.
-  enum class Kind : std::int32_t {
-    Null = 0,
-    Bool = 1,
-    Int = 2,
-    Double = 3,
-    String = 4,
-    Object = 5,
-    Array = 6
-  };
+  enum class Kind : int32_t { Null = 0, Bool = 1, Int = 2, Double = 3, String = 4, Object = 5, Array = 6 };
 
   SwJsonValue() noexcept = default;
   SwJsonValue(std::nullptr_t) noexcept {}
@@ -104,9 +96,9 @@ class SW_CORE_EXPORT SwJsonValue {
   bool isArray() const noexcept { return kind_ == Kind::Array; }
 
   /// The fields as they are, without conversion between kinds: false, 0, 0.0 and "" unless the kind is
-  /// theirs. The text of a value that is about to die is moved out.
+  /// theirs. The text of a temporary is moved out.
   bool boolean() const noexcept { return boolean_; }
-  std::int64_t integer() const noexcept { return integer_; }
+  int64_t integer() const noexcept { return integer_; }
   double number() const noexcept { return number_; }
   const std::string& text() const& noexcept { return text_; }
   std::string text() && noexcept { return takeText(); }
@@ -138,21 +130,21 @@ class SW_CORE_EXPORT SwJsonValue {
   friend class SwJsonTree;
 
   static bool equal(const SwJsonValue& a, const SwJsonValue& b);
-  bool hasContainer() const noexcept { return object_ != nullptr || array_ != nullptr; }
+  bool hasContainer() const noexcept { return object_ || array_; }
   void copyContainer(const SwJsonValue& other);
   void takeFields(SwJsonValue& other) noexcept;
   void release() noexcept;
 
   Kind kind_ = Kind::Null;
   bool boolean_ = false;
-  std::int64_t integer_ = 0;
+  int64_t integer_ = 0;
   double number_ = 0.0;
   std::string text_;
   std::shared_ptr<SwJsonObject> object_;
   std::shared_ptr<SwJsonArray> array_;
 };
 
-// Here because parsing, growing containers and destroying them consist of little else.
+/// Inline because parsing, growing containers and destroying them spend most of their time here.
 inline void SwJsonValue::takeFields(SwJsonValue& other) noexcept {
   kind_ = std::exchange(other.kind_, Kind::Null);
   boolean_ = std::exchange(other.boolean_, false);
@@ -164,6 +156,6 @@ inline void SwJsonValue::takeFields(SwJsonValue& other) noexcept {
   array_ = std::move(other.array_);
 }
 
-/// Whoever has a value can look into it.
+/// The containers of a value are declared above only; here they are defined for whoever includes this header.
 #include "core/SwJsonArray.h"
 #include "core/SwJsonObject.h"

@@ -25,7 +25,7 @@ class SwList {
   void append(T element) { elements_.push_back(std::move(element)); }
   void clear() noexcept { elements_.clear(); }
 
-  /// The element itself; of a list that is about to die its value, moved out. Throws std::out_of_range if
+  /// The element; of a temporary list, its value, moved out. Throws std::out_of_range if
   /// `index` is not below size().
   const T& at(std::size_t index) const& { return elements_.at(index); }
   T at(std::size_t index) && { return std::move(elements_.at(index)); }

@@ -9,7 +9,7 @@
 
 /// A byte string. It knows no encoding: lengths and positions count bytes, and any byte, NUL included, may
 /// occur. It converts from and to std::string freely, so the two can be mixed.
-//
+///
 /// Numbers are read and written in the "C" locale, whatever the process has chosen with setlocale or
 /// std::locale::global. No operation throws for bad input; what makes or grows a string throws
 /// std::bad_alloc. Each message to standard error ends with a line feed, is written at once and flushed.
@@ -19,7 +19,7 @@ class SW_CORE_EXPORT SwString {
   SwString() = default;
 
   /// Copies the bytes up to the terminating NUL; a null pointer gives the empty string.
-  SwString(const char* text) : text_(text == nullptr ? "" : text) {}
+  SwString(const char* text) : text_(text ? text : "") {}
 
   /// Copies `length` bytes from `text`, NUL bytes included. `text` may be null only if `length` is 0.
   SwString(const char* text, std::size_t length)
@@ -27,13 +27,13 @@ class SW_CORE_EXPORT SwString {
 
   SwString(std::string text) noexcept : text_(std::move(text)) {}
 
-  /// The bytes; a reference lives as long as this string and changes with it. Those of a string that is about
-  /// to die are moved out.
+  /// The bytes; the reference is valid as long as this string and changes with it. Those of a temporary are
+  /// moved out.
   const std::string& str() const& noexcept { return text_; }
   std::string str() && noexcept { return std::move(text_); }
 
-  /// The same as an argument for whatever takes a std::string. The language has no way to make this a value
-  /// for a temporary, so keep the bytes of one in a std::string, not in a reference to one.
+  /// The same reference, of a temporary too: there it is valid only until the end of the full expression, so
+  /// `const std::string& name = text.trimmed()` dangles. Write std::string, or str().
   operator const std::string&() const noexcept { return text_; }
   const char* c_str() const noexcept { return text_.c_str(); }
   const char* data() const noexcept { return text_.data(); }
@@ -99,7 +99,7 @@ class SW_CORE_EXPORT SwString {
   /// all that it does not hide (see SwCrypto): equal strings give equal cipher text. A key of exactly 32
   /// bytes is the AES key itself; any other, the empty one included, stands for its SHA-256 digest, which
   /// does not make a short key harder to guess. The empty string gives one block, 24 characters.
-  //
+  ///
   /// On a failure, want of memory included, "Encryption error: " and the reason go to standard error and the
   /// result is empty; std::bad_alloc is thrown only if there is no memory for that message. The copies of the
   /// key and of the plain text that are made on the way are wiped. Threads: any number of calls at a time.
@@ -107,11 +107,11 @@ class SW_CORE_EXPORT SwString {
 
   /// What encryptAES made this string from; `key` counts as there. (Not const, but the string stays as it
   /// is.)
-  //
+  ///
   /// Base64 is read up to the first byte that is not of its alphabet, '=' included, and the rest is ignored,
-  /// so a line break ends the data. Nothing tells a wrong key: the bytes that come out are mostly no text and
-  /// returned whole, because padding is taken off only if it is well formed.
-  //
+  /// so a line break ends the data. A wrong key is not detected: the bytes that come out are mostly no text
+  /// and are returned whole, because padding is removed only if it is well formed.
+  ///
   /// If there is no data, or it does not end at a block of 16 bytes, or OpenSSL fails, "Decryption error: "
   /// and the reason go to standard error and the result is empty. Throws std::bad_alloc if there is no memory
   /// for the result or the message. The copies of the key and of the plain text that are made on the way are

@@ -5,7 +5,7 @@
 /// The flags that payloads of the host carry in a SwFlagSet. Nothing in this library acts on them.
 
 /// How a text is laid out in its rectangle.
-enum class DrawTextFormat : std::uint32_t {
+enum class DrawTextFormat : uint32_t {
   Left = 0x01,
   Right = 0x02,
   HorizontalCenter = 0x04,
@@ -16,7 +16,7 @@ enum class DrawTextFormat : std::uint32_t {
 };
 
 /// How a window of the host's user interface is shown.
-enum class WindowFlag : std::uint32_t {
+enum class WindowFlag : uint32_t {
   Frameless = 0x01,
   FixedSize = 0x02,
   StaysOnTop = 0x04,
@@ -24,7 +24,7 @@ enum class WindowFlag : std::uint32_t {
 };
 
 /// What a listing of a directory holds.
-enum class EntryType : std::uint32_t {
+enum class EntryType : uint32_t {
   File = 0x01,
   Directory = 0x02,
   SymbolicLink = 0x04,

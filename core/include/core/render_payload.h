@@ -9,7 +9,7 @@ namespace render_payload {
 /// The payload as a JSON object: the object it holds, else what a registered conversion to SwJsonObject makes
 /// of it, else its text form (six significant digits) parsed as JSON. A way that leads to an empty object
 /// hands over to the text form. An empty object, without any message, if none leads anywhere.
-//
+///
 /// Throws std::runtime_error in two cases: "Null storage in SwAny::get" if there is no value behind the name
 /// of a payload that is read (an SwJsonObject, an SwString, whatever a conversion takes), or behind that of
 /// what a conversion yields; "Type mismatch in SwAny::get" if a conversion yields another type than its own.

@@ -1,9 +1,9 @@
-# Flags that every C++ file of the project gets.
+# Compiler flags for all C++ files of the project.
 
 add_compile_options(
   "$<$<COMPILE_LANGUAGE:CXX>:-Wall;-Wextra;-Wpedantic;-Wconversion;-Wshadow>"
   "$<$<AND:$<COMPILE_LANGUAGE:CXX>,$<BOOL:${SEG_MASK_WARNINGS_AS_ERRORS}>>:-Werror>"
-  # Single-precision results (colours, blending) are the same bits on every machine: the compiler must not turn
+  # Single-precision results (colours, blending) must have the same bits on every machine, so the compiler must not turn
   # a*b+c into one fused operation where the source does not say so.
   "$<$<COMPILE_LANGUAGE:CXX>:-ffp-contract=off>")
 

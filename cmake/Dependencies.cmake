@@ -1,11 +1,11 @@
-# What is needed of the system, each in a version that cmake/Versions.cmake allows.
+# Finds the libraries that the build needs, each in a version that cmake/Versions.cmake allows.
 
 include(Versions)
 
 # seg_mask_find(name)
 #
 # Finds CUDA, OpenCV, class_loader or OpenSSL, or ends the configuration with the reason. Sets SEG_MASK_FOUND_<name> to
-# which one it is, for people.
+# its version or place, as a text for people.
 macro(seg_mask_find name)
   cmake_language(CALL "_seg_mask_find_${name}")
 endmacro()
@@ -23,7 +23,7 @@ endmacro()
 
 macro(_seg_mask_find_class_loader)
   find_package(class_loader REQUIRED)
-  # The link's target says which version it is.
+  # The library is a symbolic link to a file whose name has the version.
   file(REAL_PATH "${class_loader_class_loader_LIBRARY}" SEG_MASK_FOUND_class_loader)
 endmacro()
 
@@ -41,7 +41,8 @@ macro(_seg_mask_find_CUDA)
   set(SEG_MASK_FOUND_CUDA "${_version}, ${SEG_MASK_NVCC}")
 endmacro()
 
-# Sets SEG_MASK_NVCC: the one that was asked for, in CMake's two ways, else the first one found.
+# Sets SEG_MASK_NVCC to the nvcc that CMAKE_CUDA_COMPILER or the environment variable CUDACXX names, else to the first
+# one found.
 function(_seg_mask_find_nvcc)
   set(_names nvcc)
   if(CMAKE_CUDA_COMPILER)
@@ -59,8 +60,9 @@ function(_seg_mask_find_nvcc)
   endif()
 endfunction()
 
-# Sets `result` to the version that an nvcc says it is, 12.6.85 for instance, and to nothing when it is none. Asked before
-# CMake tries the compiler, because an old nvcc refuses a new host compiler, and that would be the message then.
+# Sets `result` to the version that the nvcc reports, 12.6.85 for instance, or to nothing when it reports none. This
+# runs before CMake tries the compiler: an old nvcc refuses a new host compiler, and CMake would report that instead of
+# the version.
 function(_seg_mask_nvcc_version result nvcc)
   execute_process(COMMAND "${nvcc}" --version OUTPUT_VARIABLE _text ERROR_QUIET)
   set(${result} "")

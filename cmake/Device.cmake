@@ -1,9 +1,10 @@
-# Chooses what answers the CUDA runtime calls. Everything that calls them links seg_mask_cudart.
+# Chooses the implementation of the CUDA runtime calls. Everything that makes such calls links seg_mask_cudart.
 
 add_library(seg_mask_cudart INTERFACE)
 
 if(SEG_MASK_DEVICE STREQUAL "cuda")
-  # Before the language is enabled, or its own default would be cached: the target board's GPU, machine code only.
+  # The target board's GPU, machine code only. Set before the language is enabled, which would cache CMake's own
+  # default.
   if(NOT DEFINED CMAKE_CUDA_ARCHITECTURES)
     set(CMAKE_CUDA_ARCHITECTURES 87-real CACHE STRING "GPU architectures to compile for")
   endif()

@@ -1,5 +1,5 @@
-# CLI11 by its own package file where there is one, else by its header: it is a header-only library, and some packages
-# ship the headers alone. Gives CLI11::CLI11.
+# Finds CLI11 by its CMake package file, else by its header: the library is header-only, and some packages ship the
+# headers alone. Defines CLI11::CLI11.
 
 find_package(CLI11 QUIET CONFIG)
 if(NOT TARGET CLI11::CLI11)

@@ -1,5 +1,5 @@
-# Finds Highway, the vector units' common language, by its headers: Highway::hwy. Its library, which only chooses among
-# processors, is not used.
+# Finds Highway, a portable SIMD library, by its headers and defines Highway::hwy. Highway's compiled library, which
+# only chooses the code for the processor, is not used.
 find_path(Highway_INCLUDE_DIR NAMES hwy/highway.h)
 mark_as_advanced(Highway_INCLUDE_DIR)
 include(FindPackageHandleStandardArgs)

@@ -2,7 +2,7 @@
 #
 #   find_package(Libav REQUIRED COMPONENTS avformat avcodec avutil swscale)
 #
-# gives one imported target a component, Libav::avformat and so on, each with what it needs of the others.
+# defines one imported target per component, Libav::avformat and so on. Each links the components that it depends on.
 
 set(_libav_header_avformat libavformat/avformat.h)
 set(_libav_header_avcodec libavcodec/avcodec.h)
@@ -28,8 +28,8 @@ foreach(_component IN LISTS Libav_FIND_COMPONENTS)
   endif()
 endforeach()
 
-# The version that is reported is avformat's; the others are released together with it. It stands in one header or
-# in two, depending on the release.
+# The reported version is that of avformat; the other components are released together with it. One header or two define
+# it, depending on the release.
 if(Libav_avformat_INCLUDE_DIR)
   set(Libav_VERSION)
   foreach(_part IN ITEMS MAJOR MINOR MICRO)

@@ -1,4 +1,4 @@
-# Google Benchmark by its own configuration file where there is one, else by header and library.
+# Finds Google Benchmark by its CMake package file, else by header and library.
 find_package(benchmark QUIET CONFIG)
 if(NOT benchmark_FOUND)
   find_path(benchmark_INCLUDE_DIR NAMES benchmark/benchmark.h)

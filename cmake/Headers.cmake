@@ -1,8 +1,8 @@
 # seg_mask_check_headers(target [LINK_TWICE])
 #
-# Public headers, those in the calling folder's include/, are for everybody: each must compile on its own, twice in
-# one file, for whoever links `target`. That is compiled together with everything else, as <target>_headers. LINK_TWICE
-# also makes the test <target>_headers_link_twice, a program of two files that both include all of them.
+# Checks the public headers, those in the calling folder's include/: each must compile on its own, included twice in one
+# file, for a target that links `target`. The check is the target <target>_headers, which the default build compiles.
+# LINK_TWICE adds the test <target>_headers_link_twice, a program of two files that both include all headers.
 
 if(NOT SEG_MASK_BUILD_TESTS)
   function(seg_mask_check_headers target)

@@ -1,14 +1,15 @@
-# What `cmake --install` puts where: what a host needs to load the plug-in, the tool with what it needs, and the value
-# library for other projects, as the package SegMaskOverlay with the component core. The platform's picture library and
-# the CUDA toolkit are never among it.
+# What `cmake --install` installs: the libraries that a host needs to load the plug-in, the tool with its libraries, and
+# the value library for other projects, as the package SegMaskOverlay with the component core. The platform's picture
+# library and the CUDA toolkit are never installed.
 
 include(CMakePackageConfigHelpers)
 
 # seg_mask_install(target [EXPORT export])
 #
-# A program into bin/, a library into lib/. What is linked with another run path than it is installed with, CMake pads with
-# empty entries, which the loader takes for the working directory. So these are linked with the installed one, and behind
-# it the folders of libraries that lie elsewhere, which installing takes away.
+# Installs a program into bin/ and a library into lib/. CMake pads the run path of a file that is linked with another
+# one than it is installed with by empty entries, which the loader reads as the working directory. So these files are
+# linked with the installed run path, followed by the folders of libraries that lie elsewhere, which the installation
+# removes.
 function(seg_mask_install target)
   install(TARGETS ${target} ${ARGN} RUNTIME DESTINATION bin LIBRARY DESTINATION lib)
   set_target_properties(${target} PROPERTIES BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH_USE_LINK_PATH ON)

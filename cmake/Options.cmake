@@ -1,4 +1,4 @@
-# Every choice a build offers, in one place.
+# All options of the build.
 
 set(SEG_MASK_DEVICE cpu CACHE STRING "What answers the CUDA runtime calls: cpu (this project's cudart_cpu) or cuda (the toolkit)")
 set_property(CACHE SEG_MASK_DEVICE PROPERTY STRINGS cpu cuda)
@@ -12,8 +12,8 @@ set(ZELVO_TOOLS_ROOT "" CACHE PATH "Where the platform's picture library lies (i
 
 option(SEG_MASK_KERNELS_ONLY "Build the launcher, its check and its benchmark alone; needs a compiler and the device's toolkit" OFF)
 
-# The tools and the tests use parts of the stand-in that the platform's library does not have (upload, download,
-# a device backend), so a build against the real one makes the plug-in alone.
+# The tools and the tests use parts of the stand-in that the platform's library does not have (upload, download, a
+# device backend), so a build against the real one builds the plug-in alone.
 if(ZELVO_TOOLS_ROOT OR SEG_MASK_KERNELS_ONLY)
   set(_stand_in OFF)
 else()
@@ -39,7 +39,7 @@ endif()
 
 option(SEG_MASK_WARNINGS_AS_ERRORS "Treat compiler warnings as errors" OFF)
 
-# Guard bytes around each picture plane: on in debug builds unless said otherwise.
+# Guard bytes around each picture plane: on by default in debug builds.
 if(CMAKE_BUILD_TYPE STREQUAL "Debug")
   set(_guard_bytes ON)
 else()

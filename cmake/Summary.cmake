@@ -1,4 +1,4 @@
-# What was found and what will be made, at the end of configure.
+# Prints at the end of the configuration what was found and what will be built.
 
 if(SEG_MASK_KERNELS_ONLY)
   set(_made "the launcher, its check and its benchmark alone")

@@ -1,14 +1,14 @@
 # seg_mask_add_test(NAME name SOURCES file... [LIBRARIES target...] [DEVICE])
 #
-# One GoogleTest program; each of its tests becomes a CTest test named "<name>.<suite>.<test>". DEVICE says that it works
-# on the compute device: in a CUDA build such tests carry the label "gpu", and each is there a second time, as
-# "<name>.on_cpu.<suite>.<test>", with the device's work done by the CPU.
+# One GoogleTest program; each of its tests becomes a CTest test named "<name>.<suite>.<test>". DEVICE marks a program
+# that uses the compute device: in a CUDA build its tests have the label "gpu", and each exists a second time, as
+# "<name>.on_cpu.<suite>.<test>", in which the CPU does the device's work.
 
 if(SEG_MASK_BUILD_TESTS OR SEG_MASK_KERNELS_ONLY)
   enable_testing()
 endif()
 
-# One variable at most: gtest_discover_tests keeps only the first of a list.
+# At most one variable: gtest_discover_tests keeps only the first element of a list.
 if(SEG_MASK_SANITIZE MATCHES "thread")
   set(SEG_MASK_TEST_ENVIRONMENT ENVIRONMENT "TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/cmake/tsan.supp")
 elseif(SEG_MASK_SANITIZE MATCHES "undefined")
@@ -26,7 +26,7 @@ endif()
 find_package(GTest REQUIRED)
 include(GoogleTest)
 
-# What tests run is run by the emulator too.
+# Programs that a test starts run in the emulator too.
 set(SEG_MASK_TEST_OBJECTS)
 if(CMAKE_CROSSCOMPILING AND CMAKE_CROSSCOMPILING_EMULATOR)
   add_library(seg_mask_exec_in_emulator OBJECT "${PROJECT_SOURCE_DIR}/test_support/src/exec_in_emulator.cpp")

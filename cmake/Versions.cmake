@@ -1,4 +1,4 @@
-# How old what the project builds on may be: the one place that says it, and that refuses what is older.
+# The oldest supported versions of the project's dependencies, and the function that refuses older ones.
 
 set(SEG_MASK_OLDEST_CUDA 12.0)
 set(SEG_MASK_OLDEST_OpenCV 4.5)

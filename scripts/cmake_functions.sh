@@ -1,6 +1,6 @@
-# Sourced by the scripts that configure for a machine which they know nothing of, before they change the folder.
+# For the scripts that configure for an unknown machine, which source it before they change the folder.
 
-# Why CMake stopped, on one line: the first error in the log.
+# Prints the first CMake error in the log, on one line.
 cmake_error() { sed -n '/^CMake Error/,/^Call Stack/{/^  /p}' "$1" | tr -s ' \n' ' ' | sed 's/^ //; s/ $//'; }
 
 cmake_arguments=()
@@ -8,8 +8,8 @@ declare -A cmake_argument=() # their values by name
 
 # read_cmake_arguments SCRIPT ARGUMENT...
 #
-# Fills both, or ends the script with 2. A relative path is meant from the folder where the user is, and CMake would take it
-# from the project's, so it is made absolute.
+# Fills both, or ends the script with 2. A relative path is relative to the user's folder, and CMake would take it as
+# relative to the project's, so it is made absolute.
 read_cmake_arguments() {
   local script=$1 argument name value
   shift

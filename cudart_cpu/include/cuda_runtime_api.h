@@ -1,26 +1,25 @@
-/// The CUDA runtime calls this project uses, answered by the CPU. Names, tags, values, include guards and
-/// default arguments are those of the CUDA runtime, so that a source file compiles against either and an
-/// accidental second inclusion, of the toolkit's header, adds nothing. C++ only.
-///
-/// The model
-/// - There is one device. Its memory is host memory, 16 GiB of it at most; fresh memory is filled with junk.
-/// - A stream runs its work in order, in the thread that makes the call, before the call returns. Two things
-///   put work off: a stream that a test holds (cudart_cpu/control.h), and unfinished work of another thread
-///   that it is ordered after; then the thread that ends the wait runs it. The order of a stream is kept.
-/// - The null stream is the legacy default stream: its work comes after all earlier work of every stream made
-///   without cudaStreamNonBlocking, and before all their later work.
-/// - Any thread may make any call at any time, except from within a host function (cudaLaunchHostFunc): every
-///   call but those that ask for an error or its text is refused there with cudaErrorNotPermitted.
-/// - Every call that returns something other than cudaSuccess and cudaErrorNotReady sets the calling thread's
-///   last error. When host memory runs out inside a call, it returns cudaErrorMemoryAllocation.
-///
-/// Addresses are checked more strictly than the CUDA runtime does: a copy whose kind says "device" for an
-/// address that is in no live allocation, or "host" for one that is, and a copy or fill that runs past the
-/// end of its allocation, are refused with cudaErrorInvalidValue. A copy or fill of nothing succeeds whatever
-/// the addresses are. Errors are found at the call, never later: work that was accepted succeeds.
-///
-/// Left out altogether: graphs, events, pinned and managed memory, several devices, per-thread default
-/// streams.
+// The CUDA runtime calls this project uses, implemented on the CPU. Names, tags, values, include guards and
+// default arguments are those of the CUDA runtime, so that a source file compiles against either and an
+// accidental second inclusion, of the toolkit's header, adds nothing. C++ only.
+//
+// The model
+// - There is one device. Its memory is host memory, 16 GiB of it at most; fresh memory is filled with junk.
+// - A stream runs its work in order, in the thread that makes the call, before the call returns. Work is
+//   deferred when a test holds the stream (cudart_cpu/control.h) and when it is ordered after unfinished
+//   work of another thread; the thread that ends the wait then runs it. The order of a stream is kept.
+// - The null stream is the legacy default stream: its work comes after all earlier work of every stream made
+//   without cudaStreamNonBlocking, and before all their later work.
+// - Any thread may make any call at any time, except from within a host function (cudaLaunchHostFunc): every
+//   call but those that ask for an error or its text is refused there with cudaErrorNotPermitted.
+// - Every call that returns something other than cudaSuccess and cudaErrorNotReady sets the calling thread's
+//   last error. When host memory runs out inside a call, it returns cudaErrorMemoryAllocation.
+//
+// Addresses are checked more strictly than the CUDA runtime does: a copy whose kind says "device" for an
+// address that is in no live allocation, or "host" for one that is, and a copy or fill that runs past the
+// end of its allocation, are refused with cudaErrorInvalidValue. A copy or fill of nothing succeeds whatever
+// the addresses are. Errors are found at the call, never later: work that was accepted succeeds.
+//
+// Not supported: graphs, events, pinned and managed memory, several devices, per-thread default streams.
 
 #if !defined(__CUDA_RUNTIME_API_H__)
 // The toolkit's own guard, so that its header adds nothing after this one.
@@ -51,19 +50,19 @@ enum cudaError {
   cudaErrorNotPermitted = 800,
   cudaErrorUnknown = 999
 };
-typedef enum cudaError cudaError_t;
+using cudaError_t = enum cudaError;
 
 enum cudaMemcpyKind {
   cudaMemcpyHostToHost = 0,
   cudaMemcpyHostToDevice = 1,
   cudaMemcpyDeviceToHost = 2,
   cudaMemcpyDeviceToDevice = 3,
-  cudaMemcpyDefault = 4  ///< each side is what its address says
+  cudaMemcpyDefault = 4  ///< the addresses tell which are device memory
 };
 
-typedef struct CUstream_st* cudaStream_t;
+using cudaStream_t = struct CUstream_st*;
 
-typedef void(CUDART_CB* cudaHostFn_t)(void* userData);
+using cudaHostFn_t = void(CUDART_CB*)(void* userData);
 
 extern "C" {
 
@@ -82,7 +81,7 @@ CUDART_CPU_EXPORT cudaError_t cudaPeekAtLastError(void);
 /// The code's name as written above; "unrecognized error code" for any other value. Static text.
 CUDART_CPU_EXPORT const char* cudaGetErrorName(cudaError_t error);
 
-/// What the code means, in a few words of ours; "unrecognized error code" for any other value. Static text.
+/// A short description of the code; "unrecognized error code" for any other value. Static text.
 CUDART_CPU_EXPORT const char* cudaGetErrorString(cudaError_t error);
 
 /// Stores the address of `size` bytes of junk, aligned to 256 bytes; a null address for 0 bytes. The caller
@@ -124,7 +123,7 @@ CUDART_CPU_EXPORT cudaError_t cudaMemsetAsync(void* devPtr, int value, size_t co
 CUDART_CPU_EXPORT cudaError_t cudaMemset2DAsync(void* devPtr, size_t pitch, int value, size_t width,
                                                 size_t height, cudaStream_t stream = nullptr);
 
-/// Makes a stream, owned by the caller (cudaStreamDestroy). cudaErrorInvalidValue when `pStream` is null.
+/// Creates a stream, owned by the caller (cudaStreamDestroy). cudaErrorInvalidValue when `pStream` is null.
 CUDART_CPU_EXPORT cudaError_t cudaStreamCreate(cudaStream_t* pStream);
 
 /// The same with flags: cudaStreamDefault, or cudaStreamNonBlocking for a stream without any order to the

@@ -25,14 +25,14 @@ void CallLog::leave(const RecordedCall& made) {
   if (recording_) recorded_.push_back(made);
 }
 
-std::uint64_t CallLog::count(Call call) const {
+uint64_t CallLog::count(Call call) const {
   const std::lock_guard<std::mutex> lock(mutex_);
   return counts_[static_cast<std::size_t>(call)];
 }
 
-std::uint64_t CallLog::total() const {
+uint64_t CallLog::total() const {
   const std::lock_guard<std::mutex> lock(mutex_);
-  return std::accumulate(counts_.begin(), counts_.end(), std::uint64_t{0});
+  return std::accumulate(counts_.begin(), counts_.end(), uint64_t{0});
 }
 
 void CallLog::resetCounters() {

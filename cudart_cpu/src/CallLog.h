@@ -10,17 +10,17 @@
 
 namespace cudart_cpu {
 
-/// What was called and what is to fail: the test-only state. Any thread may call it.
+/// The state for tests: counts and records of calls, and the planned failures. Any thread may call it.
 class CallLog {
  public:
-  /// Counts a call that begins. Returns the error it has to fail with, or cudaSuccess.
+  /// Counts a call that begins. Returns the error that it must fail with, or cudaSuccess.
   cudaError_t enter(Call call);
 
   /// Records a call that ends, when recording is on.
   void leave(const RecordedCall& made);
 
-  std::uint64_t count(Call call) const;
-  std::uint64_t total() const;
+  uint64_t count(Call call) const;
+  uint64_t total() const;
   void resetCounters();
 
   void record(bool on);
@@ -39,7 +39,7 @@ class CallLog {
   static constexpr std::size_t kCalls = static_cast<std::size_t>(Call::cudaLaunchHostFunc) + 1;
 
   mutable std::mutex mutex_;
-  std::array<std::uint64_t, kCalls> counts_{};
+  std::array<uint64_t, kCalls> counts_{};
   std::vector<Plan> plans_;
   bool recording_ = false;
   std::vector<RecordedCall> recorded_;

@@ -10,7 +10,8 @@ namespace {
 constexpr std::size_t kDeviceBytes = std::size_t{16} << 30;
 constexpr std::size_t kAlignment = 256;
 
-// Neither black nor white nor zero: who reads memory before writing it gets a picture that shows it.
+/// Fills fresh memory. Neither black nor white nor zero, so that reading memory before writing it shows in a
+/// picture.
 constexpr int kJunk = 0xCD;
 
 }  // namespace
@@ -19,11 +20,11 @@ void* DeviceMemory::allocate(std::size_t bytes) {
   const std::lock_guard<std::mutex> lock(mutex_);
   if (bytes > kDeviceBytes - liveBytes_) return nullptr;
   void* memory = nullptr;
-  // Not aligned_alloc: it wants the size rounded up, and the address sanitizer would then miss the last
-  // bytes.
+  // Not aligned_alloc: it needs the size rounded up to the alignment, and the address sanitizer would then
+  // miss accesses just past the end.
   if (::posix_memalign(&memory, kAlignment, bytes) != 0) return nullptr;
   try {
-    sizes_.emplace(reinterpret_cast<std::uintptr_t>(memory), bytes);
+    sizes_.emplace(reinterpret_cast<uintptr_t>(memory), bytes);
   } catch (...) {
     std::free(memory);
     throw;
@@ -35,7 +36,7 @@ void* DeviceMemory::allocate(std::size_t bytes) {
 
 bool DeviceMemory::free(void* memory, std::size_t& freedBytes) {
   const std::lock_guard<std::mutex> lock(mutex_);
-  const auto found = sizes_.find(reinterpret_cast<std::uintptr_t>(memory));
+  const auto found = sizes_.find(reinterpret_cast<uintptr_t>(memory));
   if (found == sizes_.end()) return false;
   freedBytes = found->second;
   liveBytes_ -= freedBytes;
@@ -48,7 +49,7 @@ bool DeviceMemory::holds(const void* address, std::size_t bytes) const {
   const std::lock_guard<std::mutex> lock(mutex_);
   const auto found = find(address);
   if (found == sizes_.end()) return false;
-  return bytes <= found->second - (reinterpret_cast<std::uintptr_t>(address) - found->first);
+  return bytes <= found->second - (reinterpret_cast<uintptr_t>(address) - found->first);
 }
 
 bool DeviceMemory::isHost(const void* address) const {
@@ -62,7 +63,7 @@ LiveAllocations DeviceMemory::live() const {
 }
 
 DeviceMemory::Table::const_iterator DeviceMemory::find(const void* address) const {
-  const auto wanted = reinterpret_cast<std::uintptr_t>(address);
+  const auto wanted = reinterpret_cast<uintptr_t>(address);
   const auto above = sizes_.upper_bound(wanted);
   if (above == sizes_.begin()) return sizes_.end();
   const auto candidate = std::prev(above);

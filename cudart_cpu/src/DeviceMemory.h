@@ -9,11 +9,12 @@
 
 namespace cudart_cpu {
 
-/// The device's memory: host memory in a table, so that every address can be told to be the device's or not.
-/// Any thread may call it.
+/// The device's memory: host memory whose allocations are in a table, which tells for any address whether it
+/// is device memory. Any thread may call it.
 class DeviceMemory {
  public:
-  /// `bytes` > 0 of junk, aligned to 256 bytes; null when the device or the host has no more.
+  /// Allocates `bytes` > 0 bytes of junk, aligned to 256 bytes. Null when the device or the host has no more
+  /// memory.
   void* allocate(std::size_t bytes);
 
   /// Frees what allocate gave. False when `memory` is not the start of a live allocation. `freedBytes`
@@ -29,9 +30,9 @@ class DeviceMemory {
   LiveAllocations live() const;
 
  private:
-  using Table = std::map<std::uintptr_t, std::size_t>;
+  using Table = std::map<uintptr_t, std::size_t>;
 
-  /// The allocation that `address` is in; end() when there is none. The mutex is held.
+  /// The allocation that contains `address`; end() when there is none. Called with the mutex held.
   Table::const_iterator find(const void* address) const;
 
   mutable std::mutex mutex_;

@@ -3,7 +3,7 @@
 namespace cudart_cpu {
 
 Runtime& Runtime::instance() {
-  static Runtime* const runtime = new Runtime;
+  static auto* const runtime = new Runtime;
   return *runtime;
 }
 

@@ -8,7 +8,7 @@
 
 namespace cudart_cpu {
 
-/// The one state of the process behind all calls.
+/// The process-wide state behind all calls.
 struct Runtime {
   CallLog log;
   DeviceMemory memory;
@@ -18,7 +18,7 @@ struct Runtime {
   static Runtime& instance();
 };
 
-/// What each thread has of its own.
+/// The state of one thread.
 struct ThreadState {
   cudaError_t lastError = cudaSuccess;
   bool inHostFunction = false;
@@ -26,13 +26,13 @@ struct ThreadState {
   static ThreadState& current();
 };
 
-/// A record of a call with nothing filled in but its name.
+/// A record of a call in which only the name is filled in.
 inline RecordedCall begin(Call call) {
   return {call, 0, cudaMemcpyDefault, nullptr, nullptr, cudaSuccess};
 }
 
-/// The way of every call that can fail: count it, let it fail when a test planned that, else do `body` (which
-/// may add to the record), then keep the error and the record.
+/// Makes a call that can fail: counts it, fails when a test planned that and runs `body` otherwise (which may
+/// add to the record), then stores the error and the record.
 template <class Body>
 cudaError_t perform(RecordedCall made, const Body& body) {
   Runtime& runtime = Runtime::instance();

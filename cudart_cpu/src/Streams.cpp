@@ -13,8 +13,8 @@ Streams::Streams() {
 
 cudaStream_t Streams::create(bool nonBlocking) {
   auto stream = std::make_shared<Stream>(Stream{false, nonBlocking, false});
-  // A handle is an address that nobody else has; nothing is ever read through it.
-  const auto handle = reinterpret_cast<cudaStream_t>(stream.get());
+  // The stream's address serves as a unique handle; nothing is read through it.
+  auto* const handle = reinterpret_cast<cudaStream_t>(stream.get());
   const Lock lock(mutex_);
   streams_[handle] = std::move(stream);
   return handle;
@@ -34,16 +34,16 @@ bool Streams::isLive(cudaStream_t handle) const {
   return find(handle) != nullptr;
 }
 
-bool Streams::submit(cudaStream_t handle, Work work, const MakeLasting& makeLasting) {
+bool Streams::submit(cudaStream_t handle, Work work, const MakeSnapshot& makeSnapshot) {
   Lock lock(mutex_);
   StreamPtr stream = find(handle);
   if (!stream) return false;
-  const bool waits = stream->held || mustWait(*stream, pieces_.end());
-  if (waits && makeLasting) work = makeLasting();
-  pieces_.push_back({nextNumber_++, std::move(stream), std::move(work), false, false});
-  // Its own thread runs a piece that need not wait, and nothing else: what it refers to is valid only during
-  // this call.
-  if (!waits) run(std::prev(pieces_.end()), lock);
+  const bool waits = stream->held || mustWait(*stream, tasks_.end());
+  if (waits && makeSnapshot) work = makeSnapshot();
+  tasks_.push_back({nextNumber_++, std::move(stream), std::move(work), false, false});
+  // A task that need not wait runs in the calling thread, because the memory that it refers to is valid only
+  // during this call.
+  if (!waits) run(std::prev(tasks_.end()), lock);
   runReady(lock);
   return true;
 }
@@ -84,12 +84,12 @@ void Streams::releaseAll() {
   runReady(lock);
 }
 
-bool Streams::pending(cudaStream_t handle, std::size_t& pieces) const {
+bool Streams::pending(cudaStream_t handle, std::size_t& tasks) const {
   const Lock lock(mutex_);
   const StreamPtr stream = find(handle);
   if (!stream) return false;
-  const auto isOurs = [&](const Piece& piece) { return piece.stream == stream; };
-  pieces = static_cast<std::size_t>(std::count_if(pieces_.begin(), pieces_.end(), isOurs));
+  const auto isOurs = [&](const Task& task) { return task.stream == stream; };
+  tasks = static_cast<std::size_t>(std::count_if(tasks_.begin(), tasks_.end(), isOurs));
   return true;
 }
 
@@ -102,46 +102,46 @@ Streams::StreamPtr Streams::find(cudaStream_t handle) const {
   return found == streams_.end() ? nullptr : found->second;
 }
 
-/// Whether a piece of `stream` at `end` comes after one that is not done.
-bool Streams::mustWait(const Stream& stream, Pieces::const_iterator end) const {
-  return std::any_of(pieces_.begin(), end, [&](const Piece& p) { return keepOrder(*p.stream, stream); });
+/// Whether a task of `stream` at `end` comes after one that is not done.
+bool Streams::mustWait(const Stream& stream, Tasks::const_iterator end) const {
+  return std::any_of(tasks_.begin(), end, [&](const Task& task) { return keepOrder(*task.stream, stream); });
 }
 
-Streams::Pieces::iterator Streams::nextReady() {
-  for (auto piece = pieces_.begin(); piece != pieces_.end(); ++piece) {
-    if (piece->running || (piece->stream->held && !piece->awaited)) continue;
-    if (!mustWait(*piece->stream, piece)) return piece;
+Streams::Tasks::iterator Streams::nextReady() {
+  for (auto task = tasks_.begin(); task != tasks_.end(); ++task) {
+    if (task->running || (task->stream->held && !task->awaited)) continue;
+    if (!mustWait(*task->stream, task)) return task;
   }
-  return pieces_.end();
+  return tasks_.end();
 }
 
-void Streams::run(Pieces::iterator piece, Lock& lock) noexcept {
-  piece->running = true;
+void Streams::run(Tasks::iterator task, Lock& lock) noexcept {
+  task->running = true;
   lock.unlock();
-  piece->work();
+  task->work();
   lock.lock();
-  pieces_.erase(piece);
-  pieceDone_.notify_all();
+  tasks_.erase(task);
+  taskDone_.notify_all();
 }
 
 void Streams::runReady(Lock& lock) noexcept {
-  for (auto piece = nextReady(); piece != pieces_.end(); piece = nextReady()) run(piece, lock);
+  for (auto task = nextReady(); task != tasks_.end(); task = nextReady()) run(task, lock);
 }
 
 void Streams::await(const std::function<bool(const Stream&)>& wanted, Lock& lock) {
-  const std::uint64_t limit = nextNumber_;
+  const uint64_t limit = nextNumber_;
   std::vector<const Stream*> needed;
-  for (auto piece = pieces_.rbegin(); piece != pieces_.rend(); ++piece) {
-    const Stream& stream = *piece->stream;
+  for (auto task = tasks_.rbegin(); task != tasks_.rend(); ++task) {
+    const Stream& stream = *task->stream;
     const auto comesBefore = [&](const Stream* later) { return keepOrder(stream, *later); };
     if (!wanted(stream) && std::none_of(needed.begin(), needed.end(), comesBefore)) continue;
-    piece->awaited = true;
+    task->awaited = true;
     if (std::find(needed.begin(), needed.end(), &stream) == needed.end()) needed.push_back(&stream);
   }
-  const auto isAwaited = [&](const Piece& piece) { return piece.awaited && piece.number < limit; };
+  const auto isAwaited = [&](const Task& task) { return task.awaited && task.number < limit; };
   runReady(lock);
-  while (std::any_of(pieces_.begin(), pieces_.end(), isAwaited)) {
-    pieceDone_.wait(lock);
+  while (std::any_of(tasks_.begin(), tasks_.end(), isAwaited)) {
+    taskDone_.wait(lock);
     runReady(lock);
   }
 }

@@ -13,28 +13,30 @@
 
 namespace cudart_cpu {
 
-/// All streams and the work they have still to do. Work is run by whichever thread makes it ready, never
-/// under the lock, and must not throw. Any thread may call it; a null handle is the default stream.
+/// All streams and the tasks that they have still to do. The thread that makes a task ready runs it, without
+/// holding the lock; a task must not throw. Any thread may call any function; a null handle is the default
+/// stream.
 class Streams {
  public:
   using Work = std::function<void()>;
-  /// Makes work that can wait out of work that cannot: it takes what the caller may overwrite after the call.
-  using MakeLasting = std::function<Work()>;
+  /// Returns the same work on a copy of the memory that the caller may overwrite after the call.
+  using MakeSnapshot = std::function<Work()>;
 
   Streams();
 
   cudaStream_t create(bool nonBlocking);
 
-  /// Runs what the stream has to do and ends it. False when it is not a live stream made by create.
+  /// Runs the stream's tasks and ends it. False when it is not a live stream made by create.
   bool destroy(cudaStream_t handle);
 
   bool isLive(cudaStream_t handle) const;
 
-  /// Queues `work` and runs all that is ready. When `work` has to wait, `makeLasting`, if given, replaces it
-  /// before this returns. False, with nothing queued, when the stream is not live; so for all calls below.
-  bool submit(cudaStream_t handle, Work work, const MakeLasting& makeLasting = nullptr);
+  /// Queues `work` and runs all that is ready. When `work` has to wait and `makeSnapshot` is given, its
+  /// result replaces `work` before this returns. False, with nothing queued, when the stream is not live; so
+  /// for all calls below.
+  bool submit(cudaStream_t handle, Work work, const MakeSnapshot& makeSnapshot = nullptr);
 
-  /// Returns when all that the stream had to do, and what that is ordered after, is done.
+  /// Returns when all tasks of the stream, and those that they are ordered after, are done.
   bool finish(cudaStream_t handle);
 
   void finishAll();
@@ -43,8 +45,8 @@ class Streams {
   bool release(cudaStream_t handle);
   void releaseAll();
 
-  /// Receives the number of pieces of work the stream has to do.
-  bool pending(cudaStream_t handle, std::size_t& pieces) const;
+  /// Receives the number of tasks that the stream still has to do.
+  bool pending(cudaStream_t handle, std::size_t& tasks) const;
 
  private:
   struct Stream {
@@ -54,31 +56,31 @@ class Streams {
   };
   using StreamPtr = std::shared_ptr<Stream>;
 
-  struct Piece {
-    std::uint64_t number;  ///< in the order of submission
-    StreamPtr stream;      ///< shared, because a stream may be destroyed while its last piece runs
+  struct Task {
+    uint64_t number;   ///< in the order of submission
+    StreamPtr stream;  ///< shared, because a stream may be destroyed while its last task runs
     Work work;
     bool running;
-    bool awaited;  ///< somebody waits for it, so that a hold no longer counts
+    bool awaited;  ///< a call waits for it, so a hold of its stream no longer applies
   };
-  using Pieces = std::list<Piece>;
+  using Tasks = std::list<Task>;
   using Lock = std::unique_lock<std::mutex>;
 
   static bool keepOrder(const Stream& a, const Stream& b);
 
-  // The mutex is held in all of these; runReady gives it up while a piece runs.
+  // All of these are called with the mutex held; run and runReady release it while a task runs.
   StreamPtr find(cudaStream_t handle) const;
-  bool mustWait(const Stream& stream, Pieces::const_iterator end) const;
-  Pieces::iterator nextReady();
-  void run(Pieces::iterator piece, Lock& lock) noexcept;
+  bool mustWait(const Stream& stream, Tasks::const_iterator end) const;
+  Tasks::iterator nextReady();
+  void run(Tasks::iterator task, Lock& lock) noexcept;
   void runReady(Lock& lock) noexcept;
   void await(const std::function<bool(const Stream&)>& wanted, Lock& lock);
 
   mutable std::mutex mutex_;
-  std::condition_variable pieceDone_;
+  std::condition_variable taskDone_;
   std::map<cudaStream_t, StreamPtr> streams_;
-  Pieces pieces_;
-  std::uint64_t nextNumber_ = 0;
+  Tasks tasks_;
+  uint64_t nextNumber_ = 0;
 };
 
 }  // namespace cudart_cpu

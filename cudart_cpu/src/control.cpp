@@ -14,7 +14,7 @@ void requireLive(bool live) {
 }  // namespace
 
 const char* callName(Call call) {
-  // No default: the compiler names the call that is missing.
+  // No default, so that the compiler warns of a missing call.
   switch (call) {
     case Call::cudaGetDeviceCount:
       return "cudaGetDeviceCount";
@@ -54,15 +54,15 @@ const char* callName(Call call) {
   return "unknown call";
 }
 
-std::uint64_t count(Call call) {
+uint64_t count(Call call) {
   return Runtime::instance().log.count(call);
 }
 
-std::uint64_t totalCalls() {
+uint64_t totalCalls() {
   return Runtime::instance().log.total();
 }
 
-std::uint64_t waitingCalls() {
+uint64_t waitingCalls() {
   return count(Call::cudaMemcpy) + count(Call::cudaStreamSynchronize) + count(Call::cudaDeviceSynchronize);
 }
 
@@ -95,9 +95,9 @@ void release(cudaStream_t stream) {
 }
 
 std::size_t heldWork(cudaStream_t stream) {
-  std::size_t pieces = 0;
-  requireLive(Runtime::instance().streams.pending(stream, pieces));
-  return pieces;
+  std::size_t tasks = 0;
+  requireLive(Runtime::instance().streams.pending(stream, tasks));
+  return tasks;
 }
 
 LiveAllocations liveAllocations() {

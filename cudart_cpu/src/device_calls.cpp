@@ -8,7 +8,7 @@ using cudart_cpu::Runtime;
 
 cudaError_t cudaGetDeviceCount(int* count) {
   return perform(begin(Call::cudaGetDeviceCount), [&](Runtime&, RecordedCall&) {
-    if (count == nullptr) return cudaErrorInvalidValue;
+    if (!count) return cudaErrorInvalidValue;
     *count = 1;
     return cudaSuccess;
   });

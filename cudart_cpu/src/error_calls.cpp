@@ -38,7 +38,8 @@ const ErrorText& textOf(cudaError_t error) {
   return kUnrecognized;
 }
 
-/// The error is this call's answer, not its failure: it must not become the last error again.
+/// Returns the thread's last error. The error is the result of this call and not its failure, so it must not
+/// become the last error again.
 cudaError_t answerLastError(Call call, bool forget) {
   Runtime& runtime = Runtime::instance();
   cudaError_t& lastError = ThreadState::current().lastError;

@@ -47,8 +47,8 @@ void copyRows(const Rows& copy) {
   }
 }
 
-/// The same copy from a private buffer that has the source's bytes of now.
-Streams::Work takeBytes(const Rows& copy) {
+/// The same copy, from a buffer of its own that holds the source's present bytes.
+Streams::Work snapshotCopy(const Rows& copy) {
   auto bytes = std::make_shared<std::vector<Byte>>(copy.width * copy.rows);
   copyRows({{bytes->data(), copy.width}, copy.from, copy.width, copy.rows});
   return [copy, bytes] { copyRows({copy.to, {bytes->data(), copy.width}, copy.width, copy.rows}); };
@@ -85,7 +85,7 @@ bool placesOf(cudaMemcpyKind kind, Places& places) {
 template <class T>
 bool sideIsGood(const DeviceMemory& memory, const Side<T>& side, std::size_t width, std::size_t rows,
                 Place place) {
-  if (side.first == nullptr) return false;
+  if (!side.first) return false;
   std::size_t bytes = 0;
   if (__builtin_mul_overflow(rows - 1, side.pitch, &bytes)) return false;
   if (__builtin_add_overflow(bytes, width, &bytes)) return false;
@@ -113,16 +113,16 @@ RecordedCall beginCopy(Call call, const Rows& copy, cudaMemcpyKind kind, cudaStr
   return {call, saturatedProduct(copy.width, copy.rows), kind, copy.to.first, stream, cudaSuccess};
 }
 
-/// Both asynchronous copies, once their pitches are known to be good.
+/// Queues an asynchronous copy whose pitches are valid.
 cudaError_t queueCopy(Runtime& runtime, const Rows& copy, cudaMemcpyKind kind, cudaStream_t stream) {
   if (!runtime.streams.isLive(stream)) return cudaErrorInvalidResourceHandle;
   if (copy.width == 0 || copy.rows == 0) return cudaSuccess;
   const cudaError_t error = check(runtime.memory, copy, kind);
   if (error != cudaSuccess) return error;
   const bool hostToDevice = runtime.memory.isHost(copy.from.first) && !runtime.memory.isHost(copy.to.first);
-  const auto takeNow = [copy] { return takeBytes(copy); };
+  const auto makeSnapshot = [copy] { return snapshotCopy(copy); };
   const bool queued = runtime.streams.submit(
-      stream, [copy] { copyRows(copy); }, hostToDevice ? Streams::MakeLasting(takeNow) : nullptr);
+      stream, [copy] { copyRows(copy); }, hostToDevice ? Streams::MakeSnapshot(makeSnapshot) : nullptr);
   return queued ? cudaSuccess : cudaErrorInvalidResourceHandle;
 }
 
@@ -136,7 +136,7 @@ void fillRows(const Side<Byte>& to, int value, const Extent& extent) {
     std::memset(to.first + row * to.pitch, value, extent.width);
 }
 
-/// Both fills.
+/// Makes either fill call.
 cudaError_t fill(Call call, const Side<Byte>& to, int value, const Extent& extent, cudaStream_t stream) {
   const std::size_t bytes = saturatedProduct(extent.width, extent.rows);
   const RecordedCall made = {call, bytes, cudaMemcpyDefault, to.first, stream, cudaSuccess};
@@ -157,11 +157,11 @@ cudaError_t cudaMalloc(void** devPtr, std::size_t size) {
   RecordedCall made = begin(Call::cudaMalloc);
   made.bytes = size;
   return perform(made, [&](Runtime& runtime, RecordedCall& record) {
-    if (devPtr == nullptr) return cudaErrorInvalidValue;
+    if (!devPtr) return cudaErrorInvalidValue;
     void* memory = nullptr;
     if (size != 0) {
       memory = runtime.memory.allocate(size);
-      if (memory == nullptr) return cudaErrorMemoryAllocation;
+      if (!memory) return cudaErrorMemoryAllocation;
     }
     *devPtr = memory;
     record.deviceMemory = memory;
@@ -174,7 +174,7 @@ cudaError_t cudaFree(void* devPtr) {
   made.deviceMemory = devPtr;
   return perform(made, [&](Runtime& runtime, RecordedCall& record) {
     runtime.streams.finishAll();
-    if (devPtr == nullptr || runtime.memory.free(devPtr, record.bytes)) return cudaSuccess;
+    if (!devPtr || runtime.memory.free(devPtr, record.bytes)) return cudaSuccess;
     return cudaErrorInvalidValue;
   });
 }

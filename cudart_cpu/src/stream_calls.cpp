@@ -16,7 +16,7 @@ RecordedCall beginOn(Call call, cudaStream_t stream) {
 }
 
 cudaError_t createStream(Runtime& runtime, RecordedCall& made, cudaStream_t* pStream, unsigned int flags) {
-  if (pStream == nullptr) return cudaErrorInvalidValue;
+  if (!pStream) return cudaErrorInvalidValue;
   if (flags != cudaStreamDefault && flags != cudaStreamNonBlocking) return cudaErrorInvalidValue;
   *pStream = runtime.streams.create(flags == cudaStreamNonBlocking);
   made.stream = *pStream;
@@ -51,16 +51,16 @@ cudaError_t cudaStreamSynchronize(cudaStream_t stream) {
 
 cudaError_t cudaStreamQuery(cudaStream_t stream) {
   return perform(beginOn(Call::cudaStreamQuery, stream), [&](Runtime& runtime, RecordedCall&) {
-    std::size_t pieces = 0;
-    if (!runtime.streams.pending(stream, pieces)) return cudaErrorInvalidResourceHandle;
-    return pieces == 0 ? cudaSuccess : cudaErrorNotReady;
+    std::size_t tasks = 0;
+    if (!runtime.streams.pending(stream, tasks)) return cudaErrorInvalidResourceHandle;
+    return tasks == 0 ? cudaSuccess : cudaErrorNotReady;
   });
 }
 
 cudaError_t cudaLaunchHostFunc(cudaStream_t stream, cudaHostFn_t fn, void* userData) {
   return perform(beginOn(Call::cudaLaunchHostFunc, stream), [&](Runtime& runtime, RecordedCall&) {
     if (!runtime.streams.isLive(stream)) return cudaErrorInvalidResourceHandle;
-    if (fn == nullptr) return cudaErrorInvalidValue;
+    if (!fn) return cudaErrorInvalidValue;
     const bool queued = runtime.streams.submit(stream, [fn, userData] {
       bool& inHostFunction = ThreadState::current().inHostFunction;
       inHostFunction = true;

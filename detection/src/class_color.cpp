@@ -25,7 +25,7 @@ YuvColor toYuv(RgbColor color) {
 }
 
 YuvColor classColor(int32_t class_id) {
-  // In 64 bits, where the smallest 32-bit number has an absolute value.
+  // In 64 bits, because the absolute value of the smallest 32-bit number does not fit 32.
   const int64_t magnitude = std::abs(static_cast<int64_t>(class_id));
   return toYuv(kPalette[static_cast<std::size_t>(magnitude) % kPalette.size()]);
 }

@@ -38,7 +38,7 @@ float readFloat(const SwJsonValue& value) {
   }
 }
 
-/// The text of the member: a String's own bytes, moved out of it, because they are many.
+/// The text of the member. A String's bytes are moved out of the object, because a mask text is large.
 std::string takeText(SwJsonObject& object, const char* key) {
   SwJsonValue* value = object.find(key);
   if (!value) return SwJsonValue().toString();
@@ -106,7 +106,7 @@ FrameDetections gatherDetections(const RenderContext& ctx, const RenderProducerT
     for (const RenderInput* input : inputs) {
       if (input) readInput(ctx, *input, cap, frame.detections, outcomes);
     }
-    if (full) continue;  // read for the outcomes alone
+    if (full) continue;  // read only for the outcomes
     if (std::any_of(inputs.begin(), inputs.end(), isLookback)) ++frame.lookback;
     if (frame.detections.size() == before) ++frame.missing;
   }

@@ -43,24 +43,26 @@ void drawRect(const render_base::LumaRect& luma, const seg_mask::YuvColor& color
   fill(planes.y + std::ptrdiff_t{luma.y0} * planes.yPitch + luma.x0, planes.yPitch, color.y,
        luma.x1 - luma.x0 + 1, luma.y1 - luma.y0 + 1);
 
-  // U and V lie side by side and a fill writes one value: so lines of single bytes, along the longer side.
+  // U and V are interleaved and a fill writes one value, so each fill is a line of single bytes along the
+  // longer dimension.
   const int columns = luma.x1 / 2 - luma.x0 / 2 + 1;
   const int rows = luma.y1 / 2 - luma.y0 / 2 + 1;
   const bool lying = columns > rows;
-  unsigned char* line = planes.uv + std::ptrdiff_t{luma.y0 / 2} * planes.uvPitch + luma.x0 / 2 * 2;
+  unsigned char* line =
+      planes.uv + std::ptrdiff_t{luma.y0 / 2} * planes.uvPitch + std::ptrdiff_t{luma.x0 / 2} * 2;
   for (int i = 0; i < std::min(columns, rows); ++i, line += lying ? planes.uvPitch : 2) {
     fill(line, lying ? 2 : planes.uvPitch, color.u, 1, std::max(columns, rows));
     fill(line + 1, lying ? 2 : planes.uvPitch, color.v, 1, std::max(columns, rows));
   }
 }
 
-/// Queues the drawing of the box's outline, which lies inside the box: of each edge, what the frame shows. A
-/// box thinner than two edges is filled.
+/// Queues the drawing of the box's outline, which lies inside the box; its edges are cut to the frame. A box
+/// thinner than two edges is filled.
 void drawOutline(const Box& box, int32_t thickness, const seg_mask::YuvColor& color,
                  render_base::FrameSize frame, const Planes& planes) {
   const int32_t down = std::min(thickness, box.h);
   const int32_t across = std::min(thickness, box.w);
-  // In 64 bits, where no box overflows. What does not fit 32 lies outside every frame.
+  // In 64 bits, where no box overflows. Coordinates that do not fit 32 bits lie outside every frame.
   const auto bottom = static_cast<int32_t>(std::min<int64_t>(int64_t{box.y} + box.h - down, INT32_MAX));
   const auto right = static_cast<int32_t>(std::min<int64_t>(int64_t{box.x} + box.w - across, INT32_MAX));
   for (const Box& edge : {Box{box.x, box.y, box.w, down}, Box{box.x, bottom, box.w, down},
@@ -73,8 +75,8 @@ void drawOutline(const Box& box, int32_t thickness, const seg_mask::YuvColor& co
 /// Draws the outlines of the boxes in "detection.v1" payloads into NV12 frames, each in its class's colour.
 ///
 /// One thread at a time may call an instance. It never waits for the device: all drawing is queued on the
-/// stream that comes with the mapped picture, and a fill that the device refuses is left out. Nothing leaves
-/// render but std::bad_alloc, std::runtime_error when no copy can be made, and what the host's code throws.
+/// stream that comes with the mapped picture, and a fill that the device refuses is left out. render throws
+/// std::bad_alloc, std::runtime_error when no copy can be made, and what the host's code throws.
 class BoxPlugin final : public RenderBase {
  public:
   const char* getName() const override { return "BoxPlugin"; }
@@ -83,13 +85,14 @@ class BoxPlugin final : public RenderBase {
   void enableDebug(bool on) override { debug_ = on; }
   std::string getConfigList() override { return kSchema; }
 
-  /// Null leaves render inert. Always true.
+  /// Stores the backend; render does nothing while it is null. Always true.
   bool init(const RenderInit& init) override {
     backend_ = init.backend;
     return true;
   }
 
-  /// Absent keys keep their settings, numbers are clamped, and what is no JSON object changes nothing.
+  /// Absent keys keep their settings and numbers are clamped. A text that is not a JSON object changes
+  /// nothing.
   void setConfig(std::string json) override {
     const auto configuration = render_base::parseConfiguration(json);
     if (!configuration) return;
@@ -116,7 +119,8 @@ class BoxPlugin final : public RenderBase {
   }
 
  private:
-  /// Says so now and then while diagnostics are on: at the first frame of a run, every 60th, every 2 seconds.
+  /// While diagnostics are on, writes a line for the first frame of a run, for every 60th, and every 2
+  /// seconds.
   void skipFrame(const render_base::SkippedFrame& frame) {
     const uint64_t now_ns = render_base::steadyNowNs();
     if (!render_base::isSkipLineDue({++skipped_frames_, 60, next_line_ns_}, now_ns) || !debug_) return;
@@ -134,4 +138,4 @@ class BoxPlugin final : public RenderBase {
   uint64_t next_line_ns_ = 0;                ///< steady clock; from then on a line is due on time
 };
 
-CLASS_LOADER_REGISTER_CLASS(BoxPlugin, IRenderPlugin)  // how hosts find it
+CLASS_LOADER_REGISTER_CLASS(BoxPlugin, IRenderPlugin)  // hosts create it by this factory

@@ -32,7 +32,7 @@ void check(cudaError_t error) {
   if (error != cudaSuccess) throw std::runtime_error(std::string("CUDA: ") + cudaGetErrorString(error));
 }
 
-/// What a producer sent for this frame: one box, all of it inside the mask, which has one pixel.
+/// The frame's inputs: one detection whose mask has one pixel, which covers the whole box.
 std::unordered_map<std::string, std::vector<RenderInput>> oneDetection() {
   RenderInput input;
   input.payload_type = "detection.v1";
@@ -43,7 +43,7 @@ std::unordered_map<std::string, std::vector<RenderInput>> oneDetection() {
   return {{input.payload_type, {input}}};
 }
 
-/// A grey frame after the plug-in's pass: its luma bytes, row by row, then its chroma.
+/// A grey frame after the plug-in has drawn into it: its luma bytes, row by row, then its chroma.
 std::vector<unsigned char> drawnFrame(IRenderPlugin& plugin, CUstream_st* stream) {
   std::vector<unsigned char> nv12(zelvo::packedNv12Bytes(kWidth, kHeight), 128);
   std::fill_n(nv12.begin(), kWidth * kHeight, kGrey);
@@ -60,7 +60,7 @@ std::vector<unsigned char> drawnFrame(IRenderPlugin& plugin, CUstream_st* stream
   context.picture.sourceId = 1;  // 0 would mean "unknown", and nothing could be copied
   context.picture.pool = std::make_shared<zelvo::ZelvoPicturePool>();
 
-  plugin.render(context);  // has queued its work when it returns, and not waited for it
+  plugin.render(context);  // queues its work and returns without waiting
   check(cudaStreamSynchronize(stream));
   zelvo::download(*context.picture.readable(), nv12.data(), stream);
   return nv12;
@@ -71,7 +71,7 @@ int run(const std::string& library) {
   check(cudaStreamCreate(&stream));  // in order with the default stream, on which the pool copies
   zelvo::DeviceRenderBackend backend(stream);
 
-  class_loader::ClassLoader loader(library);  // before the instance, which has to go first
+  class_loader::ClassLoader loader(library);  // declared first, so that the instance is destroyed first
   const auto plugin = loader.createUniqueInstance<IRenderPlugin>("SegMaskOverlayPlugin");
   plugin->init(RenderInit{&backend});
   plugin->setConfig(R"({"alpha": 1.0})");

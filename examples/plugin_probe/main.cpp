@@ -1,5 +1,5 @@
-// Loads a plug-in library as hosts do and says who is in it. Needs no GPU and, of the picture library, no
-// more than that it is there: it is for a board on which the plug-in has just been built.
+// Loads a plug-in library as hosts do and prints the plug-in's name, id and payload types. Needs no GPU and
+// calls nothing of the picture library: it is for a board on which the plug-in has just been built.
 
 #include <class_loader/class_loader.hpp>
 #include <exception>

@@ -6,8 +6,8 @@
 
 #include <iostream>
 
-// A type goes by its name in the whole process, so it needs one that nobody else has: a namespace of its own,
-// and no anonymous one.
+/// SwAny identifies a type by its name throughout the process, so the name must be unique: the type is in a
+/// namespace of its own, and not in an anonymous one.
 namespace weather {
 
 struct Temperature {
@@ -20,8 +20,9 @@ namespace {
 
 using weather::Temperature;
 
-// A program does this once, before other threads use SwAny. The first use of a registry writes one line to
-// standard error; a second such line would mean that the process holds two copies of the library.
+/// Registers the type. A program does this once, before other threads use SwAny. The first use of a registry
+/// writes one line to standard error; a second such line would mean that the process holds two copies of the
+/// library.
 void registerTemperature() {
   SwAny::registerMetaType<Temperature>();
   SwAny::registerConversion<SwString, Temperature>(
@@ -31,7 +32,7 @@ void registerTemperature() {
   });
 }
 
-// The members of a JSON object; none, and a line that says why, if the text is not JSON.
+/// The members of a JSON object. If the text is not JSON, writes the reason and returns no members.
 SwJsonObject read(const SwString& json) {
   SwJsonDocument document;
   SwString error;
@@ -54,7 +55,7 @@ int main() {
     std::cout << "up to " << limits->at(1).integer() << '\n';
   }
 
-  // A value of any type goes by its type's name; toString() finds the conversion to text.
+  // SwAny finds a type by its name; toString() uses the registered conversion to text.
   registerTemperature();
   const SwAny measured = SwString(station["measured"].text());
   const SwAny temperature = measured.convert(SwAny::typeNameOf<Temperature>());

@@ -12,8 +12,7 @@ namespace {
 
 constexpr char kSourceName[] = "segmask";
 
-/// Payloads are stored in a form that the registered conversions can read. The frame's number plays no part:
-/// an input of frame 0 cannot even say its own.
+/// Returns the payload as it is stored: the registered conversions can read it. The frame number is not used.
 SwAny resolvePayload(uint64_t, const SwAny& stored) {
   return stored;
 }
@@ -78,7 +77,7 @@ void FrameRenderer::fill(RenderContext& context, uint64_t number, const Producer
   context.picture.pool = pool_;
 }
 
-/// The picture of the frame before, unless somebody has kept it.
+/// The previous frame's picture, or a new one while someone else still owns that.
 std::shared_ptr<zelvo::ZelvoPicture> FrameRenderer::freeSource() {
   if (!source_ || source_.use_count() > 1) source_ = std::make_shared<zelvo::ZelvoPicture>(width_, height_);
   return source_;

@@ -19,22 +19,21 @@ namespace {
 constexpr char kPreferredClass[] = "SegMaskOverlayPlugin";
 constexpr char kDefaultFile[] = "libseg_mask_overlay.so";
 
-/// Held by whoever loads or unloads through class_loader.
+/// Held while class_loader loads or unloads.
 std::mutex& classLoaderMutex() {
   static std::mutex mutex;
   return mutex;
 }
 
-/// The file that this code is a part of: the program, or the library that a host was made into.
+/// The file that contains this code: the program, or a library that a host is part of.
 fs::path ownFile() {
   Dl_info found{};
   void* object = nullptr;
   const bool known = dladdr1(kDefaultFile, &found, &object, RTLD_DL_LINKMAP) != 0;
-  // The program's own name is empty there, and elsewhere what its caller has called it.
+  // The link map's name is empty for the program, while dli_fname would be the name by which it was started.
   const std::string library = known ? static_cast<const link_map*>(object)->l_name : "";
   std::error_code error;
-  const fs::path file =
-      library.empty() ? fs::read_symlink("/proc/self/exe", error) : fs::canonical(library, error);
+  fs::path file = library.empty() ? fs::read_symlink("/proc/self/exe", error) : fs::canonical(library, error);
   if (error) {
     const std::string what = library.empty() ? "this program" : library;
     throw UserError(what + ": its folder, where the plug-in is looked for, is not known: " + error.message());
@@ -42,7 +41,7 @@ fs::path ownFile() {
   return file;
 }
 
-/// A name without a folder would be looked up among the system's libraries.
+/// Adds the folder: a name without one would be looked up among the system's libraries.
 std::string loadablePath(const std::string& path) {
   std::error_code error;
   const fs::file_status status = fs::status(path, error);
@@ -74,7 +73,8 @@ std::string defaultPluginPath() {
 PluginHost::PluginHost(const std::string& path) {
   const std::string file = loadablePath(path);
   const std::lock_guard<std::mutex> lock(classLoaderMutex());
-  // class_loader reports through console_bridge besides throwing; the user gets one message, which is ours.
+  // class_loader logs through console_bridge besides throwing; the user is to get a single message, that of
+  // UserError.
   console_bridge::noOutputHandler();
   try {
     loader_.reset(new class_loader::ClassLoader(file));

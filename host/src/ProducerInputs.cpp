@@ -15,7 +15,7 @@ RenderInput makeInput(const std::string& producer, uint64_t frame, const Detecti
   input.producer_name = producer;
   input.producer_id = producer;
   input.payload = SwAny::from(payload);
-  // For frame 0 this reads as "not set", and the context's number stands in; the resolver never looks.
+  // For frame 0 this means "not set", and the context's frame number is used; the resolver ignores it.
   input.frame_id = frame;
   input.uses_lookback = lookedBack;
   return input;

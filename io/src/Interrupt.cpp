@@ -17,15 +17,15 @@ std::atomic<int> wakeDescriptor{-1};
 static_assert(std::atomic<bool>::is_always_lock_free && std::atomic<int>::is_always_lock_free,
               "the handler may use nothing that locks");
 
-// Ends a blocking call of the thread that it is sent to. Chosen because nobody uses it, and where nobody
-// handles it, it does nothing.
+/// Interrupts a blocking call of the thread that it is sent to. SIGURG, because nothing else uses it here and
+/// its default action is to do nothing.
 constexpr int kWakeSignal = SIGURG;
 
 extern "C" void segmaskOnSignal(int) {
   const int error = errno;
   wanted = true;
   constexpr uint64_t kOne = 1;
-  // It can only fail because it is readable already.
+  // This fails only when the descriptor is readable already.
   const ssize_t ignored = write(wakeDescriptor, &kOne, sizeof kOne);
   static_cast<void>(ignored);
   errno = error;
@@ -33,7 +33,8 @@ extern "C" void segmaskOnSignal(int) {
 
 extern "C" void segmaskOnWake(int) {}
 
-// No SA_RESTART: reads of libraries, which know nothing of the descriptor, have to return.
+/// Installs `handler`. Without SA_RESTART, so that blocking reads of libraries, which do not poll the
+/// descriptor, return.
 void handle(int signal, void (*handler)(int), int flags, struct sigaction& old) {
   struct sigaction action {};
   action.sa_handler = handler;
@@ -52,7 +53,7 @@ Interrupt::Interrupt() : reader_(pthread_self()) {
   handle(SIGINT, &segmaskOnSignal, kOnce, oldInt_);
   handle(SIGTERM, &segmaskOnSignal, kOnce, oldTerm_);
   handle(kWakeSignal, &segmaskOnWake, 0, oldWake_);
-  // Whoever started this process may have left it blocked.
+  // The parent process may have blocked it.
   sigset_t wake;
   sigemptyset(&wake);
   sigaddset(&wake, kWakeSignal);

@@ -14,7 +14,7 @@ constexpr std::size_t kBlockBytes = 1 << 16;
 
 LineReader::LineReader(std::string path)
     : path_(std::move(path)), file_(openForReading(path_)), block_(kBlockBytes) {
-  // The first block now, so that a folder and the like are found out at once.
+  // Reads the first block at once, so that a path that cannot be read, such as a folder, fails here.
   fillBlock();
 }
 
@@ -38,7 +38,7 @@ bool LineReader::next(std::string& line) {
       break;
     }
   }
-  // A line cut short by the user's wish to stop is no line.
+  // A line that the request to stop has cut short is dropped.
   if (!any || Interrupt::requested()) return false;
   ++lineNumber_;
   return true;

@@ -22,7 +22,7 @@ constexpr char kStagePrefix[] = ".segmask-";
 constexpr char kStagePattern[] = "XXXXXX";  // as mkdtemp wants it
 constexpr std::time_t kOldSeconds = 3600;
 
-/// A folder to read and lock; empty for anything else, a link to a folder too.
+/// Opens a folder for reading and locking. Empty for anything else, including a link to a folder.
 FileDescriptor openFolder(const std::string& path) {
   return FileDescriptor(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
 }
@@ -36,8 +36,9 @@ bool isOld(const struct stat& status) {
   return status.st_mtime < std::time(nullptr) - kOldSeconds;
 }
 
-/// Whether a StagedOutput of this user could have made this folder, and nothing has been written there for
-/// long. Its files count too: on a network's file system others may not see the lock of whoever writes them.
+/// Whether a StagedOutput of this user could have made this folder, and neither it nor its files have been
+/// written for long. The files count too, because a network file system may not show the writer's lock to
+/// other machines.
 bool isOldStage(int folder, const fs::path& path) {
   struct stat status {};
   if (fstat(folder, &status) != 0 || !isOld(status)) return false;
@@ -50,14 +51,14 @@ bool isOldStage(int folder, const fs::path& path) {
   return !error;
 }
 
-/// Removes what killed processes have left in `folder`. What cannot be looked into, locked or removed stays:
-/// it is in nobody's way.
+/// Removes the stage folders that killed processes have left in `folder`. One that cannot be read, locked or
+/// removed stays; it does no harm.
 void removeLeftBehind(const std::string& folder) {
   std::error_code error;
   for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
     if (!isStageName(entry->path().filename().string())) continue;
     const FileDescriptor stage = openFolder(entry->path().string());
-    // Its age first: a young one's maker may just be about to lock it.
+    // The age is checked first: the process that has just made a folder may not have locked it yet.
     if (!stage || !isOldStage(stage.get(), entry->path())) continue;
     if (flock(stage.get(), LOCK_EX | LOCK_NB) != 0) continue;
     std::error_code ignored;
@@ -65,7 +66,8 @@ void removeLeftBehind(const std::string& folder) {
   }
 }
 
-/// Renaming onto a link would replace the link, not what it leads to; so the target is what it leads to.
+/// The target with links followed, because renaming onto a link would replace the link and not the file that
+/// it leads to.
 fs::path resolved(const std::string& target) {
   std::error_code error;
   if (!fs::is_symlink(target, error)) return target;
@@ -92,14 +94,14 @@ StagedOutput::StagedOutput(const std::string& target) {
 
   removeLeftBehind(folder_);
   std::string pattern = folder_ + "/" + kStagePrefix + kStagePattern;
-  if (mkdtemp(pattern.data()) == nullptr) {
+  if (!mkdtemp(pattern.data())) {
     const int error = errno;
     throw UserError(target + ": cannot write into the folder " + folder_ + ": " +
                     std::generic_category().message(error));
   }
   stage_ = pattern;
   held_ = openFolder(stage_);
-  // Where no lock is to be had, nobody who comes to remove the folder gets one either.
+  // Where the file system has no locks, a process that wants to remove the folder gets none either.
   if (held_) static_cast<void>(flock(held_.get(), LOCK_EX | LOCK_NB));
 }
 

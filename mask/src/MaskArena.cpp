@@ -11,7 +11,7 @@ void MaskArena::beginFrame(std::size_t bytes) {
   next_ = (next_ + 1) % kFrames;
   const std::size_t most = *std::max_element(asked_.begin(), asked_.end());
   if (capacity_ >= bytes && capacity_ / 2 <= most) return;
-  // The old block goes first, so that there is never both.
+  // The old block is freed first, so that the two never exist together.
   block_.reset();
   capacity_ = 0;
   if (most == 0) return;

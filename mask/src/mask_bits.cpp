@@ -7,15 +7,16 @@ namespace {
 
 static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "a word's lowest byte is its first pixel");
 
-/// Eight pixels as the bits of one byte, the first pixel lowest. Shifts, because a product would wrap around.
+/// Eight pixels as the bits of one byte, the first pixel lowest. By shifts: a multiplication would do it too,
+/// but wraps around.
 unsigned packEight(const unsigned char* pixels) {
   constexpr uint64_t kLow = 0x7F7F7F7F7F7F7F7FU;
   uint64_t word;
   std::memcpy(&word, pixels, sizeof(word));
   word = (((word & kLow) + kLow) | word) & ~kLow;  // the highest bit of each byte that is not 0
-  word |= word >> 7;                               // each two neighbours beside each other
-  word |= word >> 14;                              // each four
-  word |= word >> 28;                              // all eight, from bit 7 on
+  word |= word >> 7;                               // joins the bits of two neighbours
+  word |= word >> 14;                              // of four
+  word |= word >> 28;                              // of all eight, from bit 7 on
   return static_cast<unsigned>(word >> 7) & 0xFFU;
 }
 
@@ -24,7 +25,7 @@ unsigned packEight(const unsigned char* pixels) {
 MaskBits packMask(const unsigned char* pixels, int width, int height, std::ptrdiff_t stride) {
   const auto columns = static_cast<std::size_t>(width);
   const std::size_t count = columns * static_cast<std::size_t>(height);
-  // A byte more than needed: a group of eight that does not begin with a byte spills into the next one.
+  // One byte more than needed: eight pixels that do not begin at a byte boundary extend into the next byte.
   MaskBits mask{width, height, std::vector<uint8_t>((count + 7) / 8 + 1)};
   std::size_t at = 0;  // the pixel's number in the mask
   const auto put = [&](unsigned bits) {

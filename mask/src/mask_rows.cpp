@@ -19,7 +19,7 @@ uint64_t wholeWord(const MaskView& mask, std::size_t number) {
   return word;
 }
 
-/// 64 pixels of the mask, by their number from its start; those behind its end are outside.
+/// 64 pixels of the mask from pixel `number` on, counted from its start; pixels behind its end are outside.
 uint64_t wordAt(const MaskView& mask, std::size_t number) {
   const std::size_t left = mask.size - 8 * number;
   if (left >= sizeof(uint64_t)) return wholeWord(mask, number);

@@ -15,7 +15,7 @@ namespace {
 using Field = MaskTextFault::Field;
 using Problem = MaskTextFault::Problem;
 
-/// What stands before the data.
+/// The fields before the data.
 struct Header {
   int width;
   int height;
@@ -23,7 +23,7 @@ struct Header {
   std::size_t neededBytes;
 };
 
-/// Keeps the reason where the caller wants it, and is the result of a failed step.
+/// Stores the reason in `fault` unless that is null. Its value is the result of a failed step.
 std::nullopt_t refuse(MaskTextFault* fault, MaskTextFault reason) {
   if (fault) *fault = reason;
   return std::nullopt;
@@ -76,7 +76,7 @@ std::optional<MaskView> decodeSeg1(const std::string& text, const Memory& memory
   if (!header) return std::nullopt;
   std::string_view data = std::string_view(text).substr(header->dataBegin);
   data = data.substr(0, data.find('|'));
-  // Dimensions that lie must not take more memory than there is text.
+  // Wrong dimensions must not make it allocate more memory than the text needs.
   if (header->neededBytes > base64Bytes(data.size())) return refuseShortData(*header, data, fault);
   uint8_t* const bits = memory(header->neededBytes + kBase64Slack);
   const std::size_t size = decodeBase64(data, header->neededBytes, bits);
@@ -84,7 +84,7 @@ std::optional<MaskView> decodeSeg1(const std::string& text, const Memory& memory
   return MaskView{header->width, header->height, bits, size};
 }
 
-/// The room that a SEG1 text needs, without a look at its data.
+/// The room that a SEG1 text needs, computed without reading its data.
 std::size_t seg1Room(const std::string& text) {
   const std::optional<Header> header = readSeg1Header(text, nullptr);
   if (!header) return 0;
@@ -93,7 +93,7 @@ std::size_t seg1Room(const std::string& text) {
 
 enum class Format { Unknown, Seg1 };
 
-/// The one place that knows which formats there are.
+/// Chooses the format by the prefix. The only function that lists the formats.
 Format formatOf(const std::string& text) {
   return text.compare(0, kSeg1.size(), kSeg1) == 0 ? Format::Seg1 : Format::Unknown;
 }

@@ -11,8 +11,8 @@ namespace {
 using Bytes = std::vector<unsigned char>;
 
 /// By frame pixel: one byte of the number of its mask pixel, which is scaled as a mask's pixels would be. The
-/// matrices lie over memory of ours, because OpenCV's allocator loses a matrix's bytes when it finds no
-/// memory for what it notes about them.
+/// matrices use memory that is allocated here, because OpenCV's allocator leaks a matrix's bytes when it
+/// finds no memory for their bookkeeping.
 Bytes scaledDigits(int maskDimension, int frameDimension, int shift) {
   Bytes digits(static_cast<std::size_t>(maskDimension));
   Bytes scaled(static_cast<std::size_t>(frameDimension));
@@ -45,7 +45,7 @@ void NearestMap::prepare(int maskDimension, int frameDimension) {
 int NearestMap::firstFrom(int maskPixel) const {
   const int* const map = maskPixels_.data();
   const int end = static_cast<int>(maskPixels_.size());
-  int at = std::min(static_cast<int>(maskPixel * ratio_), end);  // near it; the map itself decides
+  int at = std::min(static_cast<int>(maskPixel * ratio_), end);  // an estimate, corrected by the map itself
   while (at > 0 && map[at - 1] >= maskPixel) --at;
   while (at < end && map[at] < maskPixel) ++at;
   return at;

@@ -5,8 +5,8 @@
 
 namespace seg_mask {
 
-/// Runs `work`. OpenCV's own exception for lack of memory leaves it as std::bad_alloc, everything else as it
-/// is.
+/// Runs `work` and turns OpenCV's own exception for lack of memory into std::bad_alloc. Other exceptions pass
+/// through.
 template <class Work>
 void withBadAlloc(const Work& work) {
   try {

@@ -10,7 +10,7 @@ namespace {
 
 using SharedPicture = std::shared_ptr<zelvo::ZelvoPicture>;
 
-/// What a copy is made from, taken under the lock so that the copy itself can be made without it.
+/// The fields that a copy is made from, read under the lock so that the copy itself can be made without it.
 struct CloneRequest {
   std::string name;
   uint64_t id;

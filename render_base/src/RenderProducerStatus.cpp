@@ -5,7 +5,7 @@
 
 namespace {
 
-/// Precedence of a status code: higher wins. That 3 stands above 2 is meant.
+/// Precedence of a status code: the higher rank wins. Code 3 is intended to rank above code 2.
 int codeRank(int32_t code) {
   constexpr std::array<int, 5> kRanks = {6, 5, 3, 4, 2};
   return code >= 0 && code < static_cast<int32_t>(kRanks.size()) ? kRanks[static_cast<std::size_t>(code)] : 0;

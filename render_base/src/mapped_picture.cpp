@@ -14,7 +14,7 @@ bool areValid(const IRenderBackend::MappedPlanes& planes) {
   return planes.y && planes.uv && planes.yPitch > 0 && planes.uvPitch > 0;
 }
 
-/// Gives up another backend's mapping: the guard first, then what it mapped.
+/// Ends another backend's mapping: releases the guard first, then the target that it mapped.
 void releaseMapping(RenderContext& ctx) {
   ctx.guard_active = false;
   ctx.guard = IRenderBackend::Guard();
@@ -26,9 +26,9 @@ bool holds(FrameSize picture, FrameSize drawn) {
   return picture.width >= drawn.width && picture.height >= drawn.height;
 }
 
-/// Whether the context's mapping is the known one, of a picture that does not hold `size`. The plane's
-/// address beside the target's, because another plug-in's later target may have the address of one that is
-/// gone.
+/// Whether the context's mapping is the known one, of a picture that does not hold `size`. Compares the
+/// plane's address besides the target's, because another plug-in's later target may have the address of one
+/// that is gone.
 bool isKnownTooSmall(const RenderContext& ctx, FrameSize size, const KnownMapping& known) {
   return known.target && known.target == ctx.render_target.get() && known.luma == ctx.planes.y &&
          !holds(known.size, size);

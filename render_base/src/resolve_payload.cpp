@@ -17,12 +17,12 @@ SwJsonObject resolvePayload(const RenderContext& ctx, const RenderInput& input) 
   try {
     return render_payload::anyToJsonObject(std::move(payload));
   } catch (const std::bad_alloc&) {
-    throw;  // lack of memory is no property of the payload
+    throw;  // lack of memory is not a fault of the payload
   } catch (const abi::__forced_unwind&) {
     throw;  // the host cancels this thread; the C++ runtime allows nothing else
   } catch (...) {
-    // A conversion that a host registered may throw anything; one producer's payload must not cost the others
-    // theirs.
+    // A conversion that a host registered may throw anything; one producer's payload must not suppress those
+    // of the others.
     return {};
   }
 }

@@ -32,7 +32,7 @@ std::optional<double> toNumber(const SwJsonValue& value) {
   }
 }
 
-/// The order of the tests is meant: NaN fails the first and becomes the maximum, and -0.0 becomes 0.0.
+/// The order of the comparisons matters: NaN fails the first and becomes the maximum, and -0.0 becomes 0.0.
 double clamped(double value, double minimum, double maximum) {
   if (value < maximum) return value > minimum ? value : minimum;
   return maximum;

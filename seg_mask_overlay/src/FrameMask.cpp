@@ -30,7 +30,7 @@ const unsigned char* FrameMask::fill(const seg_mask::MaskView& mask, int width, 
 
 void FrameMask::makeRoom(std::size_t bytes) {
   if (frame_.size() >= bytes) return;
-  frame_ = std::vector<unsigned char>();  // the old memory goes first, so that there is never both
+  frame_ = std::vector<unsigned char>();  // frees the old memory first, so that the two never exist together
   frame_.resize(bytes);
 }
 

@@ -9,8 +9,8 @@
 
 namespace seg_mask_overlay {
 
-/// A frame-sized mask in host memory, filled for one detection after another. Between two of them it keeps
-/// that memory and a few bytes a row and a column of the frame, however large a producer's own masks are.
+/// A frame-sized mask in host memory, filled for one detection after another. Between detections it keeps
+/// that memory and a few bytes for each row and column of the frame, however large the producers' masks are.
 class FrameMask {
  public:
   /// Scales `mask` to the whole frame by nearest-neighbour sampling, as cv::resize does, and returns
@@ -27,7 +27,7 @@ class FrameMask {
   std::vector<unsigned char> frame_;
   seg_mask::NearestMap columns_;
   seg_mask::NearestMap rows_;
-  std::vector<unsigned char> dense_row_;  // a mask row with too many edges for RowEdges, a byte a pixel
+  std::vector<unsigned char> dense_row_;  ///< a mask row with too many edges for RowEdges, a byte per pixel
 };
 
 }  // namespace seg_mask_overlay

@@ -62,7 +62,7 @@ void SegMaskOverlayPlugin::setConfig(std::string json) {
   const float alpha = readNumber(*configuration, seg_mask_cfg::kAlpha, alpha_);
   const float minScore = readNumber(*configuration, seg_mask::kMinScore, min_score_);
   const int32_t cap = readInteger(*configuration, seg_mask::kMaxOverlayDets, max_overlay_dets_);
-  // All or nothing: what reads may run out of memory.
+  // All settings are read before any is stored, because reading may run out of memory.
   alpha_ = alpha;
   min_score_ = minScore;
   max_overlay_dets_ = cap;
@@ -86,7 +86,7 @@ void SegMaskOverlayPlugin::render(RenderContext& ctx) {
   const std::vector<OverlayItem> items =
       seg_mask::makeOverlayItems(frame.detections, min_score_, mask_arena_);
   if (items.empty()) return;
-  frame = FrameDetections();  // drawing needs the items' bits alone, and the mask texts are large
+  frame = FrameDetections();  // frees the mask texts, which are large; drawing needs only the items' bits
 
   if (!render_base::mapWritablePicture(ctx, *backend_, size, known_mapping_)) return;
   if (!reserveMaskBuffer(size.pixels())) return;
@@ -98,7 +98,7 @@ void SegMaskOverlayPlugin::skipFrame(uint64_t frame_id, const FrameDetections& f
   if (!debug_) return;
   if (!render_base::isSkipLineDue({dbg_frame_count_, dbg_log_every_n_, dbg_next_log_ns_}, now_ns)) return;
   std::string line = render_base::skipLine("SegMask", {frame_id, frame.missing, frame.lookback});
-  dbg_next_log_ns_ = now_ns + dbg_log_interval_ms_ * 1'000'000;  // not before the line is sure of its memory
+  dbg_next_log_ns_ = now_ns + dbg_log_interval_ms_ * 1'000'000;  // after the line, whose allocation may fail
   sw_diagnostics::writeLine(std::move(line));
 }
 
@@ -125,8 +125,8 @@ void SegMaskOverlayPlugin::drawItems(const RenderContext& ctx, FrameSize size,
   for (const OverlayItem& item : items) {
     const std::optional<LumaRect> rect = render_base::clipBox(item.box, size);
     if (!rect) continue;
-    // The copy has taken the pageable host bytes when it returns, and the stream keeps it behind the previous
-    // item's kernels: so one host mask and one device buffer serve all items without waiting.
+    // The copy has read the pageable host memory when it returns, and the stream runs it after the previous
+    // item's kernels. So one host mask and one device buffer serve all items without waiting.
     const unsigned char* mask = frame_mask_->fill(item.mask, size.width, size.height);
     if (cudaMemcpyAsync(deviceMask, mask, size.pixels(), cudaMemcpyHostToDevice, planes.stream) !=
         cudaSuccess)

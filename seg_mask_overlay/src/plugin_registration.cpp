@@ -1,5 +1,5 @@
-// The factory that hosts find when they load the library. Apart, so that the tests can link the class without
-// it.
+// Registers the factory that hosts find when they load the library. In a file of its own, so that the tests
+// can link the class without it.
 
 #include <class_loader/register_macro.hpp>
 #include <iostream>

@@ -10,9 +10,9 @@
 
 namespace segmask {
 
-/// Hands things from one thread to another, in order and never more than `capacity` at a time. The giving
-/// side ends it with close(), after which the taking side still gets what is in it; either side, or a third,
-/// ends it at once with cancel(). Any number of threads may call it.
+/// A first-in, first-out queue between threads with at most `capacity` elements. A producer ends it with
+/// close(), after which consumers still get the elements in it; any thread ends it at once with cancel(). Any
+/// number of threads may call it.
 template <class T>
 class BoundedQueue {
  public:
@@ -22,7 +22,7 @@ class BoundedQueue {
   BoundedQueue(const BoundedQueue&) = delete;
   BoundedQueue& operator=(const BoundedQueue&) = delete;
 
-  /// Waits while the queue is full. False when it was cancelled or closed; `thing` is gone then.
+  /// Waits while the queue is full. False when it was cancelled or closed; `thing` is destroyed then.
   bool push(T thing) {
     std::unique_lock<std::mutex> lock(mutex_);
     roomMade_.wait(lock, [this] { return things_.size() < capacity_ || ended_; });
@@ -34,7 +34,7 @@ class BoundedQueue {
   }
 
   /// Waits while the queue is empty. When it is closed and empty, throws the error that it was closed with,
-  /// or gives nothing where there was none; gives nothing when it was cancelled.
+  /// or returns nothing if there was none. Returns nothing when it was cancelled.
   std::optional<T> pop() {
     std::unique_lock<std::mutex> lock(mutex_);
     thingCame_.wait(lock, [this] { return !things_.empty() || ended_; });
@@ -49,7 +49,7 @@ class BoundedQueue {
     return thing;
   }
 
-  /// Nothing more will come, because of `error` if there is one. Without effect on a queue that has ended.
+  /// Ends the queue for producers, because of `error` if there is one. No effect on a queue that has ended.
   void close(std::exception_ptr error = nullptr) {
     const std::lock_guard<std::mutex> lock(mutex_);
     if (ended_) return;
@@ -57,7 +57,7 @@ class BoundedQueue {
     end();
   }
 
-  /// Nothing more is wanted: drops what is in the queue, and the error that it was closed with.
+  /// Ends the queue at once: drops its elements and the error that it was closed with.
   void cancel() {
     const std::lock_guard<std::mutex> lock(mutex_);
     error_ = nullptr;

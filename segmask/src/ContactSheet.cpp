@@ -15,14 +15,14 @@ namespace {
 constexpr int kMostTileWidth = 960;
 constexpr int kMostTileHeight = 540;
 constexpr int kTilesPerSide = 2;
-constexpr std::size_t kTiles = kTilesPerSide * kTilesPerSide;
+constexpr std::size_t kTiles = std::size_t{kTilesPerSide} * kTilesPerSide;
 
 std::size_t rgbRowBytes(int width) {
   return 3 * static_cast<std::size_t>(width);
 }
 
-int scaledSide(int side, double scale) {
-  return std::max(1, static_cast<int>(std::lround(side * scale)));
+int scaledDimension(int dimension, double scale) {
+  return std::max(1, static_cast<int>(std::lround(dimension * scale)));
 }
 
 }  // namespace
@@ -33,7 +33,7 @@ ContactSheet::ContactSheet(const std::string& path, const VideoFormat& format)
 ContactSheet::Size ContactSheet::tileSize(const VideoFormat& format) {
   const double scale = std::min({1.0, static_cast<double>(kMostTileWidth) / format.width,
                                  static_cast<double>(kMostTileHeight) / format.height});
-  return {scaledSide(format.width, scale), scaledSide(format.height, scale)};
+  return {scaledDimension(format.width, scale), scaledDimension(format.height, scale)};
 }
 
 void ContactSheet::offer(uint64_t number, const Frame& frame, bool drawn) {

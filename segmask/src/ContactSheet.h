@@ -11,7 +11,7 @@
 
 namespace segmask {
 
-/// One PNG with 2 by 2 frames spread over the output, those that were drawn on before others. Frames larger
+/// One PNG with 2 by 2 frames spread over the output, preferably frames that were drawn on. Frames larger
 /// than 960x540 are scaled down to fit; with fewer than four frames the rest of the sheet stays black.
 class ContactSheet {
  public:

@@ -44,7 +44,7 @@ StageTimes FramePipeline::run() {
   } catch (...) {
     error = std::current_exception();
   }
-  // Where a thread could not be started, nobody else hands the error on.
+  // When a thread could not be started, no writer passes the error on.
   if (!writing.joinable()) error_ = error;
   endReading(error);
   for (std::thread* const stage : {&drawing, &writing}) {
@@ -74,7 +74,7 @@ void FramePipeline::drawFrames() {
   } catch (...) {
     error = std::current_exception();
   }
-  // The error waits behind the frames that come before it.
+  // The writer gets the error after the frames that come before it.
   drawn_.close(error);
   read_.cancel();
   waitForReader();
@@ -96,7 +96,8 @@ void FramePipeline::writeFrames() {
 }
 
 void FramePipeline::endReading(std::exception_ptr error) {
-  // First, because the others end when the queue does, and then nobody is to stop the reader any more.
+  // Set before the queue is closed: the other stages end with the queue, and from then on they must not
+  // interrupt the reader.
   {
     const std::lock_guard<std::mutex> lock(mutex_);
     readerEnded_ = true;

@@ -15,7 +15,7 @@
 
 namespace segmask {
 
-/// What goes through the pipeline: a frame and what belongs to it.
+/// The element of the pipeline: a frame and its data.
 struct FrameJob {
   uint64_t number = 0;
   Frame frame;
@@ -23,36 +23,36 @@ struct FrameJob {
   bool drawn = false;
 };
 
-/// Reads, draws and writes frames at the same time, each on a thread of its own, so that all together take as
+/// Reads, draws and writes frames concurrently, each stage on a thread of its own, so that the run takes as
 /// long as the slowest of the three. Frames stay in order: each one is read, then drawn, then written, and
 /// after the one before it.
 ///
 /// There are kFrames frames, used again and again, so reading is at most that far ahead of writing.
 ///
-/// What leaves a stage by exception ends the run just as in a loop that does one frame after the other: the
-/// frames before it are still drawn and written, unless that fails too, and then this error counts.
+/// An exception from a stage ends the run as in a sequential loop: the frames before it are still drawn and
+/// written. If that fails too, run() throws this error instead.
 class FramePipeline {
  public:
-  /// What waits before the drawing, and before the writing.
+  /// The most frames that wait for drawing, and the most that wait for writing.
   static constexpr std::size_t kFramesQueued = 2;
-  /// These, and one in each stage's hands.
+  /// The frames in both queues, and one in each stage.
   static constexpr std::size_t kFrames = 2 * kFramesQueued + 3;
 
   struct Stages {
-    /// Fills in the next job; its `number`, counted from 0, is set, the rest is as an earlier frame has left
-    /// it. False at the end. Runs in the thread that calls run().
+    /// Fills in the next job. Its `number`, counted from 0, is set; the other members have an earlier frame's
+    /// values. False at the end. Runs in the thread that calls run().
     std::function<bool(FrameJob&)> read;
     /// False when this job and all after it are to be dropped.
     std::function<bool(FrameJob&)> draw;
     std::function<void(const FrameJob&)> write;
-    /// Ends `read`, which may be waiting for input, because nothing more is wanted. Called from the other
-    /// threads, again and again until `read` has returned.
+    /// Interrupts `read`, which may be waiting for input, because no more frames are needed. Called from the
+    /// other threads, repeatedly until `read` has returned.
     std::function<void()> stopReading;
   };
 
   explicit FramePipeline(Stages stages);
 
-  /// Takes all frames through the stages. To be called once. Throws what left the stage that failed.
+  /// Takes all frames through the stages. To be called once. Throws the exception of the stage that failed.
   StageTimes run();
 
  private:
@@ -68,7 +68,7 @@ class FramePipeline {
   BoundedQueue<FrameJob> free_{kFrames};
   BoundedQueue<FrameJob> read_{kFramesQueued};
   BoundedQueue<FrameJob> drawn_{kFramesQueued};
-  std::exception_ptr error_;  // what ended the writing
+  std::exception_ptr error_;  ///< the error that ended the writing
 
   std::mutex mutex_;
   std::condition_variable readerChanged_;

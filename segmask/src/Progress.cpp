@@ -51,7 +51,7 @@ std::string rateText(double rate) {
 
 Progress::Progress(Style style, int fd, std::optional<uint64_t> total, Clock::time_point start)
     : style_(style), fd_(fd), total_(total), start_(start), nextWrite_(start) {
-  // The first line only after a while: short work needs none.
+  // The first line comes after a full interval, because short work needs none.
   if (style_ == Style::Lines) nextWrite_ += kLineInterval;
 }
 
@@ -87,7 +87,7 @@ std::string Progress::status(Clock::time_point now) const {
   const double elapsed = Seconds(now - start_).count();
   const double rate = elapsed > 0 ? static_cast<double>(frames_) / elapsed : 0.0;
   std::string text = std::to_string(frames_);
-  // The total of some containers is a guess that the video may outrun.
+  // Some containers give an estimated total, which the video may exceed.
   const bool ahead = total_ && *total_ >= frames_;
   if (ahead) text += " of " + std::to_string(*total_);
   text += " frames, " + rateText(rate);
@@ -103,18 +103,19 @@ std::string Progress::bar(Clock::time_point now) const {
     text = "[" + std::string(filled, '#') + std::string(kBarWidth - filled, '.') + "] ";
   }
   text += status(now);
-  // A line that wraps could not be erased.
+  // A line that wraps cannot be erased.
   const std::size_t columns = columnsOf(fd_);
   if (text.size() >= columns) text.resize(columns - 1);
   return text;
 }
 
 void Progress::write(const std::string& text) const {
-  // Progress that cannot be shown is no reason to stop.
+  // A failure to show progress does not end the run.
   static_cast<void>(writeFully(fd_, text.data(), text.size()));
 }
 
 Progress::Style progressStyleFor(int fd) {
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): no thread of this program changes the environment
   const char* const terminal = std::getenv("TERM");
   const bool canErase = terminal && *terminal != '\0' && std::strcmp(terminal, "dumb") != 0;
   return isatty(fd) != 0 && canErase ? Progress::Style::Bar : Progress::Style::Lines;

@@ -8,10 +8,10 @@
 
 namespace segmask {
 
-/// Tells how far the work is: on a terminal by a bar in its last line, elsewhere by a line every few seconds.
+/// Shows the progress of the work: on a terminal as a bar in its last line, elsewhere as a line every few
+/// seconds.
 ///
-/// Any thread may call it. The bar shares its terminal with whole lines of others: they go through
-/// printAbove().
+/// Any thread may call it. Lines that others write to the bar's terminal go through printAbove().
 class Progress {
  public:
   enum class Style { None, Lines, Bar };
@@ -20,7 +20,7 @@ class Progress {
   /// Writes to `fd`, which is not owned. `total` is the number of frames, where it is known.
   Progress(Style style, int fd, std::optional<uint64_t> total, Clock::time_point start = Clock::now());
 
-  /// Takes the bar away.
+  /// Erases the bar.
   ~Progress();
 
   Progress(const Progress&) = delete;
@@ -44,7 +44,7 @@ class Progress {
   std::mutex mutex_;
   uint64_t frames_ = 0;
   Clock::time_point nextWrite_;
-  std::string shown_;  // the bar as it stands on the terminal; empty before the first
+  std::string shown_;  ///< the bar on the terminal; empty before the first
 };
 
 /// The style for standard error as it is: a bar on a terminal that can erase a line.

@@ -6,9 +6,9 @@
 
 namespace segmask {
 
-/// Durations by their order of magnitude: a histogram of fixed size, so that a day of frames costs no more
-/// than a second of them. A bucket is 4.4 % wide, and what is read out is a bucket's middle: within 3 % of
-/// the true value for 1 microsecond to an hour.
+/// A histogram of durations with logarithmic buckets. Its size does not depend on the number of durations. A
+/// bucket is 4.4 % wide, and a percentile is the middle of a bucket: within 3 % of the true value from 1
+/// microsecond to an hour.
 class RenderTimes {
  public:
   void add(double milliseconds);

@@ -12,7 +12,7 @@ struct Tile {
   std::vector<unsigned char> rgb;
 };
 
-/// Chooses a few pictures that are spread over a video whose length nobody knows yet.
+/// Chooses a few pictures that are spread over a video of unknown length.
 ///
 /// It keeps pictures that are at least a stride apart. Each time it has too many it drops every other one and
 /// doubles the stride, so that at any moment the whole video so far is covered evenly.
@@ -23,7 +23,7 @@ class SpreadChoice {
   /// Whether the picture of this frame would be kept. Frame numbers rise.
   bool wants(uint64_t frame) const { return kept_.empty() || frame - kept_.back().frame >= stride_; }
 
-  /// Keeps a picture that wants() has agreed to.
+  /// Keeps a picture for which wants() has returned true.
   void add(Tile tile);
 
   /// At most `count` of the pictures, as far apart as possible, in the video's order. Owned by this object

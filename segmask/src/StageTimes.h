@@ -5,7 +5,7 @@
 
 namespace segmask {
 
-/// How long each stage of the pipeline was at work. Waiting for another stage does not count, waiting for
+/// The time that each stage of the pipeline has worked. Waiting for another stage does not count; waiting for
 /// input or for the disk does.
 struct StageTimes {
   using Duration = std::chrono::steady_clock::duration;

@@ -18,26 +18,25 @@ namespace {
 constexpr std::size_t kMostLineBytes = 1 << 16;
 constexpr std::array<int, 5> kDeadlySignals{SIGABRT, SIGSEGV, SIGBUS, SIGFPE, SIGILL};
 
-// What the signal handler needs; plain atomics, because it may use nothing that locks.
+/// The signal handler's data. Lock-free atomics, because a signal handler must not lock.
 std::atomic<int> savedStderr{-1};
 std::atomic<bool> relayEnded{true};
 
 /// Closes the pipe's writing end, which ends the relay, and gives it a second for the lines that are left.
-/// The signal's old handling is back when this returns, and does what it always did.
+/// The signal's default handling is restored already (SA_RESETHAND) and ends the process.
 extern "C" void segmaskOnDeath(int signal) {
   const int saved = savedStderr;
   dup2(saved, STDERR_FILENO);
   constexpr int kTries = 100;
   constexpr timespec kPause{0, 10'000'000};
   for (int i = 0; i < kTries && !relayEnded; ++i) nanosleep(&kPause, nullptr);
-  // Comes when this returns; a signal that somebody has sent would not come a second time by itself.
+  // Delivered when this returns. Without it a signal that another process has sent would be lost.
   raise(signal);
 }
 
 using Handler = void (*)(int);
 
-/// Where `from` handles a deadly signal, `to` does from now on. Whoever else handles one (a sanitizer, say)
-/// is left alone.
+/// Replaces the handler `from` by `to` for each deadly signal. Other handlers, such as a sanitizer's, stay.
 void replaceHandlers(Handler from, Handler to) {
   struct sigaction action {};
   action.sa_handler = to;

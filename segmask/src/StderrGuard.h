@@ -8,12 +8,12 @@
 
 namespace segmask {
 
-/// Catches what anybody in the process writes to file descriptor 2, a plug-in and its libraries included, and
-/// hands it on line by line, from a thread of its own. While it lives, descriptor 2 leads into a pipe; the
-/// end restores it after the last line was handed on. One at a time in a process.
+/// Captures everything that the process, a plug-in and its libraries included, writes to file descriptor 2,
+/// and passes it on line by line, from a thread of its own. During its life descriptor 2 leads into a pipe;
+/// the destructor passes on the last line and restores it. At most one object exists per process.
 ///
-/// When the process dies by a signal such as SIGABRT or SIGSEGV, what was written before is still handed on:
-/// last words are the ones that matter.
+/// When the process dies by a signal such as SIGABRT or SIGSEGV, what was written before is still passed on,
+/// because it may explain the crash.
 class StderrGuard {
  public:
   /// Gets each line without its line feed. A line without an end counts as one when this object ends, or when
@@ -31,11 +31,11 @@ class StderrGuard {
 
   OnLine onLine_;
   FileDescriptor saved_;
-  FileDescriptor pipe_;  // the reading end; the only writing end is descriptor 2
+  FileDescriptor pipe_;  ///< the reading end; the only writing end is descriptor 2
   std::thread thread_;
 };
 
-/// Drops what is written to descriptor 2 while it lives: for a library's greeting that is no news to anyone.
+/// Discards what is written to descriptor 2 during its life, for instance a library's start-up line.
 class StderrSilence {
  public:
   StderrSilence();

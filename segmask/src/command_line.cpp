@@ -21,7 +21,7 @@ struct Options {
   std::optional<std::string> inspectedPlugin;
 };
 
-/// CLI11's own check prints the whole range of a double at the user.
+/// CLI11's own range check would print the range of a double in its message.
 const CLI::Validator kWholeNumber(
     [](std::string& text) {
       const bool isDigits = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
@@ -93,7 +93,7 @@ int parseAndRun(int argc, char** argv) {
   Options options;
   const CLI::App* const renderCommand = addRender(app, options.render);
   const CLI::App* const inspectCommand = addInspect(app, options.inspectedPlugin);
-  // Left to the library, a misspelt command would be "a subcommand is required".
+  // CLI11 would report a misspelt command as "a subcommand is required".
   const std::string first = argc > 1 ? argv[1] : "-";
   if (first[0] != '-' && first != renderCommand->get_name() && first != inspectCommand->get_name()) {
     return report("there is no command '" + first + "', only render and inspect (see segmask --help)");
@@ -111,7 +111,7 @@ int parseAndRun(int argc, char** argv) {
 }  // namespace
 
 int runCommandLine(int argc, char** argv) {
-  // A full disk, a closed pipe and a file at its size limit are errors to report, not reasons to die.
+  // Writing to a closed pipe or beyond a file's size limit must fail with an error and not end the process.
   std::signal(SIGPIPE, SIG_IGN);
   std::signal(SIGXFSZ, SIG_IGN);
   silenceLibav();

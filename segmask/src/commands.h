@@ -6,9 +6,9 @@
 
 namespace segmask {
 
-/// What the program returns. Scripts rely on these numbers.
+/// The program's exit codes. Scripts rely on these numbers.
 constexpr int kExitDone = 0;
-constexpr int kExitError = 2;          ///< the command line, the input, the plug-in or the output is at fault
+constexpr int kExitError = 2;          ///< an error in the command line, the input, the plug-in or the output
 constexpr int kExitInterrupted = 130;  ///< SIGINT or SIGTERM; what was done so far is kept
 
 /// The options of `segmask render`, as they stand on the command line.
@@ -25,16 +25,16 @@ struct RenderOptions {
   bool noProgress = false;
 };
 
-/// Throws UserError for what can be said of `segmask render` before any file is opened: an output that cannot
-/// be, one file in two roles, a configuration that a plug-in would pass over without a word.
+/// Throws UserError for errors in the options of `segmask render` that show before any file is opened: an
+/// impossible output, one file in two roles, a configuration that a plug-in would ignore silently.
 void checkOptions(const RenderOptions& options);
 
-/// Draws a video's detections into it and prints a summary. Returns the exit code. Throws UserError; nothing
-/// new stands at the outputs' names then.
+/// Draws a video's detections into it and prints a summary. Returns the exit code. Throws UserError; the
+/// outputs have not been created or replaced then.
 int render(const RenderOptions& options);
 
-/// Prints what a plug-in library holds and what its plug-in says of itself. Returns the exit code. Throws
-/// UserError.
+/// Prints the classes of a plug-in library and its plug-in's name, payload types and configuration. Returns
+/// the exit code. Throws UserError.
 int inspect(const std::optional<std::string>& pluginPath);
 
 }  // namespace segmask

@@ -6,7 +6,7 @@
 namespace segmask {
 namespace {
 
-/// Without the line ends around it.
+/// The text without leading and trailing line ends.
 std::string trimmed(const std::string& text) {
   const std::size_t first = text.find_first_not_of("\r\n");
   if (first == std::string::npos) return {};

@@ -27,16 +27,16 @@
 namespace segmask {
 namespace {
 
-/// The road of the frames, from the reader to the writers.
-struct Road {
+/// The objects that read, draw and write the frames. Not owned.
+struct RenderStages {
   FrameReader& reader;
   DetectionStream& detections;
   FrameRenderer& renderer;
   FrameWriter& writer;
-  ContactSheet* sheet;  // may be null
+  ContactSheet* sheet;  ///< may be null
 };
 
-/// Each stage counts for itself; all are read when they have ended.
+/// Each member is written by one stage; they are read when all stages have ended.
 struct Totals {
   uint64_t frames = 0;
   uint64_t framesDrawn = 0;
@@ -45,62 +45,65 @@ struct Totals {
   StageTimes stageTimes;
 };
 
-bool readJob(const Road& road, FrameJob& job) {
-  if (!road.reader.next(job.frame)) return false;
-  job.lines = road.detections.take(job.number);
-  // The detections may have been cut short by the same wish to stop; such a frame would lack some.
+bool readJob(const RenderStages& stages, FrameJob& job) {
+  if (!stages.reader.next(job.frame)) return false;
+  job.lines = stages.detections.take(job.number);
+  // The request to stop may have cut the detections short, so that the frame would lack some.
   return !Interrupt::requested();
 }
 
-bool drawJob(const Road& road, FrameJob& job, ProducerInputs& inputs, RenderTimes& times) {
-  // Stop soon: what is drawn will still be written, what waits here is dropped.
+bool drawJob(const RenderStages& stages, FrameJob& job, ProducerInputs& inputs, RenderTimes& times) {
+  // On a request to stop, frames that are drawn are still written; frames that wait here are dropped.
   if (Interrupt::requested()) return false;
   inputs.advance(job.number, std::move(job.lines));
-  const FrameRenderer::Result result = road.renderer.render(job.number, job.frame, inputs);
+  const FrameRenderer::Result result = stages.renderer.render(job.number, job.frame, inputs);
   times.add(result.renderMs);
   job.drawn = result.drawn;
   return true;
 }
 
-void writeJob(const Road& road, const FrameJob& job, Totals& totals) {
-  road.writer.write(job.frame);
-  if (road.sheet) road.sheet->offer(job.number, job.frame, job.drawn);
+void writeJob(const RenderStages& stages, const FrameJob& job, Totals& totals) {
+  stages.writer.write(job.frame);
+  if (stages.sheet) stages.sheet->offer(job.number, job.frame, job.drawn);
   if (job.drawn) ++totals.framesDrawn;
   ++totals.frames;
 }
 
-Totals renderFrames(const Road& road, uint64_t lookback, const Interrupt& interrupt, Progress& progress) {
+Totals renderFrames(const RenderStages& stages, uint64_t lookback, const Interrupt& interrupt,
+                    Progress& progress) {
   Totals totals;
   ProducerInputs inputs(lookback);
-  FramePipeline::Stages stages;
-  stages.read = [&](FrameJob& job) { return readJob(road, job); };
-  stages.draw = [&](FrameJob& job) { return drawJob(road, job, inputs, totals.renderTimes); };
-  stages.write = [&](const FrameJob& job) {
-    writeJob(road, job, totals);
+  FramePipeline::Stages callbacks;
+  callbacks.read = [&](FrameJob& job) { return readJob(stages, job); };
+  callbacks.draw = [&](FrameJob& job) { return drawJob(stages, job, inputs, totals.renderTimes); };
+  callbacks.write = [&](const FrameJob& job) {
+    writeJob(stages, job, totals);
     progress.update(totals.frames);
   };
-  stages.stopReading = [&interrupt] { interrupt.request(); };
-  totals.stageTimes = FramePipeline(std::move(stages)).run();
+  callbacks.stopReading = [&interrupt] { interrupt.request(); };
+  totals.stageTimes = FramePipeline(std::move(callbacks)).run();
   totals.detections = inputs.detectionsSeen();
   return totals;
 }
 
-/// The same with the progress shown on standard error, and what others write there kept out of its way.
-Totals renderWithProgress(const Road& road, const RenderOptions& options, const Interrupt& interrupt) {
+/// Calls renderFrames with the progress shown on standard error; lines that others write there appear above
+/// it.
+Totals renderWithProgress(const RenderStages& stages, const RenderOptions& options,
+                          const Interrupt& interrupt) {
   using Style = Progress::Style;
   const Style style = options.noProgress ? Style::None : progressStyleFor(STDERR_FILENO);
   const FileDescriptor terminal(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
-  Progress progress(terminal ? style : Style::None, terminal.get(), road.reader.frameCount());
+  Progress progress(terminal ? style : Style::None, terminal.get(), stages.reader.frameCount());
   std::unique_ptr<StderrGuard> guard;
   if (terminal && style == Style::Bar) {
     guard =
         std::make_unique<StderrGuard>([&progress](const std::string& line) { progress.printAbove(line); });
   }
-  return renderFrames(road, options.lookback, interrupt, progress);
+  return renderFrames(stages, options.lookback, interrupt, progress);
 }
 
-/// Registering fills the library's registries, which it announces on standard error: worth knowing for
-/// whoever looks for faults, noise for everybody else.
+/// Registers the payload types. The library then writes lines about its registries to standard error, which
+/// are shown only with --debug.
 void registerPayloads(bool debug) {
   if (debug) {
     registerDetectionPayload();
@@ -148,17 +151,17 @@ int reportEarlyInterrupt() {
   return kExitInterrupted;
 }
 
-int finish(const Road& road, const RenderOptions& options, const Totals& totals) {
+int finish(const RenderStages& stages, const RenderOptions& options, const Totals& totals) {
   if (totals.frames == 0) {
     if (!Interrupt::requested()) throw UserError(options.input + ": holds no frame");
     return reportEarlyInterrupt();
   }
-  warnOfRest(road.reader, road.detections, totals.frames);
-  // All that can fail for want of space comes before the first new name appears.
-  road.writer.finish();
-  if (road.sheet) road.sheet->finish();
-  road.writer.commit();
-  if (road.sheet) road.sheet->commit();
+  warnOfRest(stages.reader, stages.detections, totals.frames);
+  // Everything that can fail for lack of space comes before the first output gets its name.
+  stages.writer.finish();
+  if (stages.sheet) stages.sheet->finish();
+  stages.writer.commit();
+  if (stages.sheet) stages.sheet->commit();
   printSummary(options, totals);
   if (!Interrupt::requested()) return kExitDone;
   std::cerr << "segmask: interrupted; the first " + std::to_string(totals.frames) + " frames are in " +
@@ -172,8 +175,8 @@ struct Inputs {
   std::unique_ptr<DetectionStream> detections;
 };
 
-/// Empty when the user has asked to stop meanwhile: pipes and streams may take long to open, and what they
-/// fail with then is no error.
+/// Opens the inputs. Empty when the user has asked to stop meanwhile: pipes and streams may take long to
+/// open, and a failure after that request is not an error.
 std::optional<Inputs> openInputs(const RenderOptions& options) {
   try {
     Inputs inputs{openFrameReader(options.input, options.size),
@@ -195,7 +198,7 @@ int render(const RenderOptions& options) {
   registerPayloads(options.debug);
   FrameReader& reader = *inputs->reader;
 
-  // Before the plug-in, so that the backend it is given outlives it.
+  // Declared before the plug-in, because the plug-in's backend must outlive it.
   FrameRenderer renderer(reader.format().width, reader.format().height);
   PluginHost host(options.plugin.value_or(defaultPluginPath()));
   setUp(host.plugin(), renderer, options);
@@ -203,8 +206,8 @@ int render(const RenderOptions& options) {
   const std::unique_ptr<FrameWriter> writer = openFrameWriter(options.output, reader.format());
   std::unique_ptr<ContactSheet> sheet;
   if (options.contactSheet) sheet = std::make_unique<ContactSheet>(*options.contactSheet, reader.format());
-  const Road road{reader, *inputs->detections, renderer, *writer, sheet.get()};
-  return finish(road, options, renderWithProgress(road, options, interrupt));
+  const RenderStages stages{reader, *inputs->detections, renderer, *writer, sheet.get()};
+  return finish(stages, options, renderWithProgress(stages, options, interrupt));
 }
 
 }  // namespace segmask

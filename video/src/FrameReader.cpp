@@ -10,14 +10,14 @@
 namespace segmask {
 namespace {
 
-constexpr int kLargestSide = 65535;
+constexpr int kLargestDimension = 65535;
 
-/// The whole of [first, last) as a side; 0 when it is none.
-int parseSide(const char* first, const char* last) {
-  int side = 0;
-  const auto [end, error] = std::from_chars(first, last, side);
-  const bool valid = error == std::errc() && end == last && side >= 1 && side <= kLargestSide;
-  return valid ? side : 0;
+/// Parses all of [first, last) as a dimension; 0 when it is not one.
+int parseDimension(const char* first, const char* last) {
+  int dimension = 0;
+  const auto [end, error] = std::from_chars(first, last, dimension);
+  const bool valid = error == std::errc() && end == last && dimension >= 1 && dimension <= kLargestDimension;
+  return valid ? dimension : 0;
 }
 
 }  // namespace
@@ -26,8 +26,8 @@ FrameSize parseFrameSize(const std::string& text) {
   const std::size_t x = text.find('x');
   FrameSize size;
   if (x != std::string::npos) {
-    size.width = parseSide(text.data(), text.data() + x);
-    size.height = parseSide(text.data() + x + 1, text.data() + text.size());
+    size.width = parseDimension(text.data(), text.data() + x);
+    size.height = parseDimension(text.data() + x + 1, text.data() + text.size());
   }
   if (size.width == 0 || size.height == 0) {
     throw UserError("--size: '" + text + "' is not WIDTHxHEIGHT, two whole numbers from 1 to 65535");

@@ -13,11 +13,11 @@ extern "C" {
 namespace segmask {
 namespace {
 
-int evenSide(int side) {
-  return side + side % 2;
+int evenDimension(int dimension) {
+  return dimension + dimension % 2;
 }
 
-/// Repeats the last column and the last row of a luma plane whose picture has grown to even sides.
+/// Repeats the last column and the last row of a luma plane whose picture has grown to even dimensions.
 void repeatLastSamples(AVFrame& picture, int width, int height) {
   const auto stride = static_cast<std::ptrdiff_t>(picture.linesize[0]);
   unsigned char* const luma = picture.data[0];
@@ -51,8 +51,8 @@ void H264Writer::openEncoder(bool globalHeader) {
   if (!codec) throw UserError(path_ + ": libavcodec has no H.264 encoder");
   encoder_.reset(avcodec_alloc_context3(codec));
   if (!encoder_) throw std::bad_alloc();
-  encoder_->width = evenSide(format_.width);
-  encoder_->height = evenSide(format_.height);
+  encoder_->width = evenDimension(format_.width);
+  encoder_->height = evenDimension(format_.height);
   encoder_->pix_fmt = AV_PIX_FMT_YUV420P;
   encoder_->time_base = format_.timeBase;
   encoder_->framerate = format_.frameRate;
@@ -63,8 +63,8 @@ void H264Writer::openEncoder(bool globalHeader) {
   encoder_->color_trc = format_.color.transfer;
   encoder_->chroma_sample_location = format_.color.chromaLocation;
   if (globalHeader) encoder_->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
-  // Good enough that one looks at the overlay and not at the compression, and fast enough for a laptop.
-  // Encoders without these options go by their own defaults.
+  // A quality at which compression does not hide the overlay, at a speed that suits a laptop. Encoders
+  // without these options use their own defaults.
   av_opt_set(encoder_->priv_data, "preset", "veryfast", 0);
   av_opt_set(encoder_->priv_data, "crf", "18", 0);
   const int error = avcodec_open2(encoder_.get(), codec, nullptr);
@@ -87,7 +87,7 @@ void H264Writer::write(const Frame& frame) {
 }
 
 void H264Writer::fillPicture(const Frame& frame) {
-  // The encoder may still hold the buffers of earlier pictures.
+  // The encoder may still refer to the buffers of earlier pictures.
   if (av_frame_make_writable(picture_.get()) < 0) throw std::bad_alloc();
   const Nv12Layout layout{format_.width, format_.height};
   copyRows({frame.nv12.data(), layout.width}, {picture_->data[0], picture_->linesize[0]},
@@ -107,7 +107,8 @@ void H264Writer::encode(const AVFrame* picture) {
     check(error);
     av_packet_rescale_ts(packet_.get(), encoder_->time_base, stream_->time_base);
     packet_->stream_index = stream_->index;
-    // Encoders do not say it, and a container cannot tell the last frame's duration from time stamps.
+    // Encoders do not set the duration, and a container cannot derive that of the last frame from time
+    // stamps.
     if (packet_->duration == 0) {
       packet_->duration =
           std::max<int64_t>(1, av_rescale_q(1, av_inv_q(format_.frameRate), stream_->time_base));

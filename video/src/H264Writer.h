@@ -10,8 +10,8 @@ namespace segmask {
 
 /// Writes H.264 (4:2:0, 8 bits) into an MP4 or Matroska file, with the input's time stamps and colour tags.
 ///
-/// H.264 cannot hold 4:2:0 pictures with an odd side. Where a side is odd, the picture grows by one sample
-/// and the last column or row is repeated.
+/// H.264 has no 4:2:0 pictures with an odd dimension. Where a dimension is odd, the picture grows by one
+/// sample and the last column or row is repeated.
 class H264Writer : public FrameWriter {
  public:
   /// `container` is libavformat's name of it. Throws UserError also when libavcodec has no H.264 encoder.
@@ -25,7 +25,7 @@ class H264Writer : public FrameWriter {
   void openEncoder(bool globalHeader);
   void openFile();
   void fillPicture(const Frame& frame);
-  /// Hands a picture, or null for the end, to the encoder and writes the packets that it gives back.
+  /// Passes a picture, or null for the end, to the encoder and writes the packets that it returns.
   void encode(const AVFrame* picture);
   void check(int error) const;
 
@@ -33,7 +33,7 @@ class H264Writer : public FrameWriter {
   VideoFormat format_;
   StagedOutput stage_;
   OutputPtr output_;
-  AVStream* stream_ = nullptr;  // the output's
+  AVStream* stream_ = nullptr;  ///< the output's
   AVCodecContextPtr encoder_;
   AVFramePtr picture_;
   AVPacketPtr packet_ = makeAVPacket();

@@ -12,14 +12,15 @@ namespace {
 
 constexpr AVRational kFallbackRate{30, 1};
 
-// More than any decoder has frames in work; one that still reports errors then would do so for ever.
+/// More than the frames that any decoder has in progress: one that still reports errors after so many would
+/// never end.
 constexpr uint64_t kMostErrorsAtEnd = 1024;
 
 int stopReading(void*) {
   return Interrupt::requested() ? 1 : 0;
 }
 
-/// libavformat takes the part before a colon for a protocol; a file's name must not be taken apart like that.
+/// The address of a file for libavformat, which would read the part of a name before a colon as a protocol.
 std::string addressOf(const std::string& path) {
   std::error_code ignored;
   return std::filesystem::exists(path, ignored) ? "file:" + path : path;
@@ -43,7 +44,7 @@ void LibavReader::openInput() {
   AVFormatContext* context = avformat_alloc_context();
   if (!context) throw std::bad_alloc();
   context->interrupt_callback = {&stopReading, nullptr};
-  // Frees the context itself when it fails.
+  // On failure avformat_open_input frees the context itself.
   const int error = avformat_open_input(&context, addressOf(path_).c_str(), nullptr, nullptr);
   if (error < 0) fail(error);
   input_.reset(context);

@@ -10,8 +10,8 @@ namespace segmask {
 
 /// Reads the best video stream of whatever libavformat opens: a video file, an image, a stream's address.
 ///
-/// Packets that do not decode are left out and counted; warning() tells. Frames without a time stamp, or with
-/// one that does not rise, get the next possible one.
+/// Packets that do not decode are left out and counted; warning() reports them. Frames without a time stamp,
+/// or with one that does not rise, get the next possible one.
 class LibavReader : public FrameReader {
  public:
   /// Opens the file and decodes its first frame. Throws UserError when that is not possible.
@@ -36,7 +36,7 @@ class LibavReader : public FrameReader {
 
   std::string path_;
   InputPtr input_;
-  AVStream* stream_ = nullptr;  // the input's
+  AVStream* stream_ = nullptr;  ///< the input's
   AVCodecContextPtr decoder_;
   AVPacketPtr packet_ = makeAVPacket();
   AVFramePtr decoded_ = makeAVFrame();

@@ -24,7 +24,7 @@ bool isGray(const AVFrame& frame) {
   return !isRgb(frame) && describe(frame).nb_components <= 2;
 }
 
-/// The formats that say "full range" by their name, a habit of older files.
+/// The formats whose own definition is full range, which older files use.
 bool isFullRangeFormat(int format) {
   return format == AV_PIX_FMT_YUVJ420P || format == AV_PIX_FMT_YUVJ422P || format == AV_PIX_FMT_YUVJ444P ||
          format == AV_PIX_FMT_YUVJ440P || format == AV_PIX_FMT_YUVJ411P;
@@ -36,8 +36,8 @@ void setScalerColors(SwsContext* scaler, const AVFrame& frame) {
   const int* const matrix = sws_getCoefficients(tags.matrix);
   constexpr int kNeutral = 0;
   constexpr int kUnity = 1 << 16;
-  // The same matrix and range on both sides: only the arrangement and the number of bits change. RGB has full
-  // range whatever is said here.
+  // The same matrix and range for source and result: only the arrangement and the number of bits change. RGB
+  // always has full range.
   const int sourceRange = isRgb(frame) ? 1 : fullRange;
   sws_setColorspaceDetails(scaler, matrix, sourceRange, matrix, fullRange, kNeutral, kUnity, kUnity);
 }
@@ -82,7 +82,7 @@ void Nv12Converter::convert(const AVFrame& frame, std::vector<unsigned char>& pa
 const AVFrame& Nv12Converter::scaled(const AVFrame& frame) {
   const auto format = static_cast<AVPixelFormat>(frame.format);
   constexpr int kFlags = SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INP;
-  // Takes the old context over: the same one comes back as long as size and format stay.
+  // The function takes ownership of the old context and returns it again while size and format stay the same.
   scaler_.reset(sws_getCachedContext(scaler_.release(), frame.width, frame.height, format, frame.width,
                                      frame.height, AV_PIX_FMT_NV12, kFlags, nullptr, nullptr, nullptr));
   if (!scaler_) {

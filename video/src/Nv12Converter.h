@@ -11,7 +11,7 @@ namespace segmask {
 /// the conversion (BT.601, limited range).
 ColorTags colorTagsAsNv12(const AVFrame& frame);
 
-/// Turns decoded frames into packed NV12. NV12 and planar 4:2:0 of 8 bits are only rearranged, sample for
+/// Converts decoded frames to packed NV12. NV12 and planar 4:2:0 of 8 bits are only rearranged, sample for
 /// sample; every other format goes through the scaler library, which keeps range and matrix of what has them.
 class Nv12Converter {
  public:

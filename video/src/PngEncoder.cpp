@@ -19,10 +19,10 @@ PngEncoder::PngEncoder(int width, int height) {
   encoder_->height = height;
   encoder_->pix_fmt = AV_PIX_FMT_RGB24;
   encoder_->time_base = {1, 1};
-  // One thread: with more the encoder would give each picture back later than it took it.
+  // One thread: with more, the encoder would return each picture only after later ones were sent.
   encoder_->thread_count = 1;
-  // By default this encoder leaves the samples unpredicted: files of photographs would be twice as large, and
-  // a high compression level slow.
+  // By default this encoder does not predict samples, which makes files of photographs twice as large and a
+  // high compression level slow.
   encoder_->compression_level = 3;
   av_opt_set(encoder_->priv_data, "pred", "paeth", 0);
   const int error = avcodec_open2(encoder_.get(), codec, nullptr);

@@ -20,7 +20,7 @@ RgbConverter::RgbConverter(const VideoFormat& format, int width, int height)
 
 const AVFrame& RgbConverter::convert(const std::vector<unsigned char>& packed) {
   const Nv12Layout layout{nv12_->width, nv12_->height};
-  // The scaler reads past the ends of rows: it gets padded buffers, never the packed frame.
+  // The scaler reads past the ends of rows, so it gets padded buffers instead of the packed frame.
   copyRows({packed.data(), layout.width}, {nv12_->data[0], nv12_->linesize[0]},
            static_cast<std::size_t>(layout.width), layout.height);
   copyRows({packed.data() + layout.lumaBytes(), static_cast<std::ptrdiff_t>(layout.chromaRowBytes())},

@@ -7,7 +7,7 @@ std::string ratio(AVRational value) {
   return std::to_string(value.num) + ":" + std::to_string(value.den);
 }
 
-/// Where the chroma samples lie, in the format's words; its default is the middle.
+/// The chroma sample location as the format names it; its default is the middle.
 std::string chromaTag(AVChromaLocation location) {
   if (location == AVCHROMA_LOC_TOPLEFT) return "420paldv";
   if (location == AVCHROMA_LOC_LEFT) return "420mpeg2";

@@ -10,8 +10,8 @@
 
 namespace segmask {
 
-/// Writes YUV4MPEG2, planar 4:2:0, odd sides included. The format has a frame rate but no time stamps, and
-/// keeps the colour range but not the matrix.
+/// Writes YUV4MPEG2, planar 4:2:0, odd dimensions included. The format has a frame rate but no time stamps,
+/// and keeps the colour range but not the matrix.
 class Y4mWriter : public FrameWriter {
  public:
   Y4mWriter(const std::string& path, const VideoFormat& format);
@@ -22,7 +22,7 @@ class Y4mWriter : public FrameWriter {
 
  private:
   Nv12Layout layout_;
-  std::vector<unsigned char> chroma_;  // the U plane, then the V plane
+  std::vector<unsigned char> chroma_;  ///< the U plane, then the V plane
   StagedOutput stage_;
   OutputFile file_;
 };

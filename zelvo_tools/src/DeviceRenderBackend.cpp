@@ -6,7 +6,8 @@
 namespace zelvo {
 namespace {
 
-/// What a guard keeps alive: the samples, and one use of the backend's token, which counts the live mappings.
+/// The objects that a guard keeps alive: the samples, and one use of the backend's token, which counts the
+/// live mappings.
 struct HeldMapping {
   std::shared_ptr<PictureStorage> storage;
   std::shared_ptr<void> token;

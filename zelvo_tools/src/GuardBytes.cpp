@@ -13,7 +13,7 @@
 namespace zelvo {
 namespace {
 
-// Not a value that drawing is likely to leave: not black, white or mid-grey, nor a fill of zeros.
+/// A value that drawing is unlikely to write: not black, white or mid-grey, nor a fill of zeros.
 constexpr unsigned char kPattern = 0xB6;
 
 std::atomic<GuardReport> guardReport{nullptr};
@@ -28,7 +28,7 @@ std::size_t firstChanged(const unsigned char* bytes, std::size_t from, std::size
 
 void fillWithGuardBytes(unsigned char* allocation, std::size_t bytes) {
   throwOnError(cudaMemsetAsync(allocation, kPattern, bytes, nullptr), "filling guard bytes");
-  // A stream made without any order to the default stream could otherwise draw first.
+  // A stream without order to the default stream could draw first otherwise.
   throwOnError(cudaStreamSynchronize(nullptr), "filling guard bytes");
 }
 

@@ -12,8 +12,8 @@ namespace zelvo {
 /// of each row and its pitch.
 constexpr bool kGuardBytes = SEG_MASK_GUARD_BYTES != 0;
 
-/// Guard bytes before a plane, and again after it. A multiple of the device's alignment, which samples keep
-/// so.
+/// Guard bytes before a plane, and again after it. A multiple of the device's alignment, so that the samples
+/// stay aligned.
 constexpr std::size_t kGuardMargin = kGuardBytes ? 256 : 0;
 
 /// Fills a whole device allocation with guard bytes and waits until they are there. Throws
@@ -25,7 +25,7 @@ void fillWithGuardBytes(unsigned char* allocation, std::size_t bytes);
 /// whole, or when they cannot be read back. The caller has waited for all work on the plane.
 std::optional<std::ptrdiff_t> firstDamagedByte(const unsigned char* allocation, const PlaneLayout& plane);
 
-/// Hands one line to what setGuardReport set, or writes it to the standard error stream and aborts.
+/// Passes one line to the function of setGuardReport, or writes it to the standard error stream and aborts.
 void reportDamage(const std::string& line);
 
 }  // namespace zelvo

@@ -11,18 +11,18 @@
 namespace zelvo {
 namespace {
 
-/// The layout, once it is known to be one that drawing code can address.
+/// The layout. Throws std::invalid_argument for one that drawing code cannot address.
 PictureLayout checkedLayout(int width, int height) {
   if (width <= 0 || height <= 0) throw std::invalid_argument("a picture's sides must be positive");
   const PictureLayout layout = layoutOf(width, height);
-  constexpr std::size_t kMost = std::numeric_limits<std::int32_t>::max();
+  constexpr std::size_t kMost = std::numeric_limits<int32_t>::max();
   if (layout.luma.bytes() > kMost || layout.chroma.bytes() > kMost) {
     throw std::invalid_argument("a picture plane must fit 32-bit byte offsets");
   }
   return layout;
 }
 
-/// A report is one line, whatever a writer calls itself.
+/// Replaces control bytes in a writer's name, because a report is one line.
 std::string onOneLine(std::string text) {
   for (char& c : text) {
     if (static_cast<unsigned char>(c) < 0x20) c = '?';
@@ -49,7 +49,7 @@ void PictureStorage::setWriter(std::string name) {
 bool PictureStorage::checkGuardBytes() {
   if (!kGuardBytes) return true;
   if (damaged_) return false;
-  // Work may be in flight on any stream, on those without an order to the default stream too.
+  // Work may be in flight on any stream, including those without order to the default stream.
   if (cudaDeviceSynchronize() != cudaSuccess) return true;
   const bool lumaIsWhole = checkPlane(luma_, "luma");
   const bool chromaIsWhole = checkPlane(chroma_, "chroma");

@@ -10,8 +10,8 @@ namespace zelvo {
 /// builds with guard bytes these are checked at the end of its life, once all work of the device is done.
 class PictureStorage {
  public:
-  /// Throws std::invalid_argument when a side is not positive or a plane would not fit 32-bit byte offsets,
-  /// std::runtime_error when the device has no memory left.
+  /// Throws std::invalid_argument when a dimension is not positive or a plane would not fit 32-bit byte
+  /// offsets, std::runtime_error when the device has no memory left.
   PictureStorage(int width, int height);
   ~PictureStorage();
   PictureStorage(const PictureStorage&) = delete;
@@ -22,7 +22,7 @@ class PictureStorage {
   const Plane& luma() const { return luma_; }
   const Plane& chroma() const { return chroma_; }
 
-  /// Names whoever draws on it from now on; a guard-byte report uses it. Empty means unknown.
+  /// Names the writer that draws on it from now on; a guard-byte report uses the name. Empty means unknown.
   void setWriter(std::string name);
 
   /// Whether the guard bytes are whole; true where there are none. Waits for all work of the device, then

@@ -22,7 +22,7 @@ class Plane {
   /// Device address of the first sample.
   unsigned char* samples() const;
 
-  /// Where guard bytes were overwritten first, from the first sample; see firstDamagedByte.
+  /// The offset of the first overwritten guard byte from the first sample; see firstDamagedByte.
   std::optional<std::ptrdiff_t> damage() const;
 
  private:

@@ -7,7 +7,7 @@ namespace {
 
 constexpr std::size_t kAlignment = 256;
 
-// Keeps the chroma pitch off the luma pitch's multiples.
+/// Makes sure that the chroma pitch is no multiple of the luma pitch.
 constexpr std::size_t kChromaExtra = 64;
 
 /// The next multiple of the alignment above `rowBytes`.

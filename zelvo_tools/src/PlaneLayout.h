@@ -21,7 +21,7 @@ struct PictureLayout {
 };
 
 /// The layout of a `width` x `height` picture, both positive. The planes' pitches differ from each other at
-/// every size, so that code which takes one for the other shows.
+/// every size, so that code which confuses the two produces wrong pictures.
 PictureLayout layoutOf(int width, int height);
 
 }  // namespace zelvo

@@ -13,17 +13,16 @@
 
 namespace zelvo {
 
-/// What the pool shares with its clones: they hold it weakly, so that the last of them to go may find it
-/// gone.
+/// The state that the pool shares with its clones. They hold it weakly, because they may outlive the pool.
 struct ZelvoPicturePool::State {
   static constexpr std::size_t kMostIdle = 8;
 
-  // Room for one more than may stay, so that giving back never allocates.
+  /// Room for one more than may stay, so that giving back never allocates.
   State() { idle.reserve(kMostIdle + 1); }
 
   std::mutex mutex;
   std::string writer;
-  std::vector<std::unique_ptr<PictureStorage>> idle;  // the one that has waited longest first
+  std::vector<std::unique_ptr<PictureStorage>> idle;  ///< the one that has waited longest first
 
   /// An idle buffer of this size or a new one, with the present writer's name. Throws what PictureStorage
   /// throws.
@@ -55,7 +54,7 @@ std::unique_ptr<PictureStorage> ZelvoPicturePool::State::take(int width, int hei
 
 void ZelvoPicturePool::State::giveBack(std::unique_ptr<PictureStorage> storage) {
   if (!storage->checkGuardBytes()) return;
-  std::unique_ptr<PictureStorage> surplus;  // freed after the lock is
+  std::unique_ptr<PictureStorage> surplus;  // destroyed after the lock is released
   const std::lock_guard<std::mutex> lock(mutex);
   idle.push_back(std::move(storage));
   if (idle.size() <= kMostIdle) return;
@@ -79,7 +78,7 @@ ZelvoPicturePool::~ZelvoPicturePool() = default;
 std::shared_ptr<ZelvoPicture> ZelvoPicturePool::clone(const ZelvoPicture& picture) try {
   const int width = picture.width();
   const int height = picture.height();
-  const bool isEmpty = picture.yPlane() == nullptr;
+  const bool isEmpty = !picture.yPlane();
   auto copy = isEmpty ? std::make_shared<ZelvoPicture>()
                       : std::make_shared<ZelvoPicture>(State::lend(state_, width, height));
   if (!isEmpty) {

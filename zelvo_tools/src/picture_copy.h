@@ -20,7 +20,7 @@ struct Nv12Side {
 using Nv12Target = Nv12Side<unsigned char>;
 using Nv12Source = Nv12Side<const unsigned char>;
 
-/// A picture as either side; only who may write it asks for a target.
+/// A picture's planes as either side of a copy. Only code that may write the picture uses targetOf.
 Nv12Target targetOf(const ZelvoPicture& picture);
 Nv12Source sourceOf(const ZelvoPicture& picture);
 

@@ -7,9 +7,9 @@
 #include "cuda_runtime_api.h"
 #include "cudart_cpu/export.h"
 
-/// What tests see and steer of the runtime: counters, records, failures on demand, held streams. All of it is
-/// one state a process, shared by all threads; any thread may call any function. None of these counts as a
-/// call.
+/// Lets tests observe and control the runtime: counters, records, planned failures, held streams. The state
+/// belongs to the process and is shared by all threads; any thread may call any function. These functions are
+/// not counted as calls.
 namespace cudart_cpu {
 
 /// The calls that are counted, by their own names. Both overloads of cudaMalloc are one call;
@@ -38,14 +38,14 @@ enum class Call {
 CUDART_CPU_EXPORT const char* callName(Call call);
 
 /// How often the call was made since the last resetCounters, failed ones included.
-CUDART_CPU_EXPORT std::uint64_t count(Call call);
+CUDART_CPU_EXPORT uint64_t count(Call call);
 
-/// The same over all calls.
-CUDART_CPU_EXPORT std::uint64_t totalCalls();
+/// The same for all calls together.
+CUDART_CPU_EXPORT uint64_t totalCalls();
 
-/// The same over the calls whose purpose is to wait: cudaMemcpy, cudaStreamSynchronize,
-/// cudaDeviceSynchronize. cudaFree waits too, but as a side effect, and is not among them.
-CUDART_CPU_EXPORT std::uint64_t waitingCalls();
+/// The same for the calls whose purpose is to wait: cudaMemcpy, cudaStreamSynchronize, cudaDeviceSynchronize.
+/// cudaFree waits too, but as a side effect, and is not among them.
+CUDART_CPU_EXPORT uint64_t waitingCalls();
 
 /// Sets all counters to 0 and forgets the recorded calls; recording stays on or off.
 CUDART_CPU_EXPORT void resetCounters();
@@ -53,10 +53,10 @@ CUDART_CPU_EXPORT void resetCounters();
 /// One call as it was made. Fields that the call does not have are 0, null or cudaMemcpyDefault.
 struct RecordedCall {
   Call call;
-  std::size_t bytes;         ///< asked for, copied, filled or freed; for rows width x height, saturated
+  std::size_t bytes;         ///< allocated, copied, filled or freed; for rows width x height, saturated
   cudaMemcpyKind kind;       ///< as given to a copy
-  const void* deviceMemory;  ///< allocated or freed, else what was copied or filled to
-  cudaStream_t stream;       ///< the stream meant, or made
+  const void* deviceMemory;  ///< allocated or freed, or the destination of a copy or fill
+  cudaStream_t stream;       ///< the stream used or created
   cudaError_t result;
 };
 
@@ -67,23 +67,23 @@ CUDART_CPU_EXPORT void recordCalls(bool on);
 /// returned.
 CUDART_CPU_EXPORT std::vector<RecordedCall> recordedCalls();
 
-/// Lets the `nth` next call of this kind fail, 1 meaning the very next: it returns `error`, sets the last
-/// error and does nothing else. The calls after it work again. Several plans may stand side by side, each
-/// counting from where it was made. Throws std::invalid_argument when `nth` is 0 or `error` is cudaSuccess.
+/// Makes the `nth` next call of this kind fail, 1 being the very next: it returns `error`, sets the last
+/// error and does nothing else. Later calls work again. Several plans may be active at once; each counts from
+/// the moment when it was made. Throws std::invalid_argument when `nth` is 0 or `error` is cudaSuccess.
 CUDART_CPU_EXPORT void failCall(Call call, unsigned nth, cudaError_t error);
 
-/// Drops the plans that failCall made and that did not come true.
+/// Drops the plans of failCall that have not taken effect.
 CUDART_CPU_EXPORT void clearFailures();
 
 /// Holds back the stream's work from now on: it is queued, and so is other streams' work that is ordered
-/// after it, until release, or until a call that waits for it runs it; the stream stays held then. Throws
-/// std::invalid_argument when it is not a live stream, and so do the two functions below.
+/// after it, until release or until a call waits for it and runs it; the hold goes on after such a call.
+/// Throws std::invalid_argument when it is not a live stream, and so do the two functions below.
 CUDART_CPU_EXPORT void hold(cudaStream_t stream);
 
-/// Ends the hold and runs, in this thread, what waited for that.
+/// Ends the hold and runs, in this thread, the work that waited for it.
 CUDART_CPU_EXPORT void release(cudaStream_t stream);
 
-/// How many pieces of work the stream has still to do.
+/// The number of tasks that the stream has still to do.
 CUDART_CPU_EXPORT std::size_t heldWork(cudaStream_t stream);
 
 /// Device memory that was allocated and not freed yet.
@@ -97,7 +97,7 @@ CUDART_CPU_EXPORT LiveAllocations liveAllocations();
 /// streams and the threads' last errors stay.
 CUDART_CPU_EXPORT void reset();
 
-/// Resets when it is made and when it goes, so that no test leaves anything to the next.
+/// Calls reset() when constructed and when destroyed, so that no test affects the next.
 class CUDART_CPU_EXPORT ScopedReset {
  public:
   ScopedReset();

@@ -1,4 +1,4 @@
 #pragma once
 
-/// Marks what libcudart_cpu.so offers; everything else in it is hidden.
+/// Marks the exported symbols of libcudart_cpu.so; all others are hidden.
 #define CUDART_CPU_EXPORT __attribute__((visibility("default")))

@@ -25,7 +25,7 @@ inline constexpr std::array<RgbColor, 20> kPalette = {{
 /// integers.
 YuvColor toYuv(RgbColor color);
 
-/// The palette's colour for a class: its number's absolute value, modulo the palette's size.
+/// The palette's colour for a class: the index is the absolute value of its number modulo the palette's size.
 YuvColor classColor(int32_t class_id);
 
 }  // namespace seg_mask

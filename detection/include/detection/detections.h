@@ -32,7 +32,7 @@ inline bool isBelow(const DetView& detection, float minScore) {
   return detection.score < minScore;
 }
 
-/// A frame's detections, and how its producers did.
+/// A frame's detections, and the numbers of producers without any and of those with look-back.
 struct FrameDetections {
   std::vector<DetView> detections;
   uint64_t missing = 0;   ///< producers without any detection
@@ -51,10 +51,10 @@ struct FrameDetections {
 void collectDetections(SwJsonObject payload, std::size_t cap, std::vector<DetView>& list,
                        std::vector<Outcome>* outcomes = nullptr);
 
-/// What became of the elements of one input.
+/// The outcomes of one input's elements.
 struct InputOutcomes {
   const RenderInput* input;       ///< not owned
-  std::vector<Outcome> outcomes;  ///< one an element, see collectDetections
+  std::vector<Outcome> outcomes;  ///< one per element, see collectDetections
 };
 
 /// Gathers up to `cap` detections: producer by producer in the view's order, input by input, element by
@@ -62,8 +62,8 @@ struct InputOutcomes {
 /// producer that reached it are all resolved. What the context's resolver throws passes through, and so does
 /// std::bad_alloc; a payload whose conversion throws anything else counts as empty.
 ///
-/// Where `outcomes` is not null, it gets an entry for each input, in the order in which they are read, those
-/// beyond the cap too, which are read for it alone.
+/// Where `outcomes` is not null, it gets an entry for each input in the order of reading. Inputs beyond the
+/// cap get one too; they are read for this purpose alone.
 FrameDetections gatherDetections(const RenderContext& ctx, const RenderProducerTypeView& view,
                                  std::size_t cap, std::vector<InputOutcomes>* outcomes = nullptr);
 

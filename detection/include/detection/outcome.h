@@ -6,7 +6,7 @@ namespace seg_mask {
 enum class Outcome {
   Drawn,
   OverCap,      ///< the frame's list was full before it
-  NotAnObject,  ///< no detection at all, and does not count toward the cap
+  NotAnObject,  ///< not a JSON object; does not count toward the cap
   LowScore,     ///< its score is below the threshold
   InvalidMask,  ///< see MaskTextFault
   BoxOutside,   ///< no pixel of its box lies within the frame

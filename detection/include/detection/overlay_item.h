@@ -12,33 +12,32 @@
 
 namespace seg_mask {
 
-/// One detection that can be drawn. Keeps its mask as the packed bits of the text; pixels are made when it is
-/// drawn.
+/// One detection that can be drawn. Its mask stays in the packed bits of the text until it is drawn.
 struct OverlayItem {
   MaskView mask;  ///< lies in the arena of the frame
   render_base::Box box;
   YuvColor color;
 };
 
-/// Decides by score and mask text whether `detection` can be drawn: Drawn, and then `item` is filled with a
-/// mask in memory of the arena, LowScore or InvalidMask, and then `fault`, where it is not null, says why. A
-/// score that is NaN is not below any threshold.
+/// Decides by score and mask text whether `detection` can be drawn. Returns Drawn, with `item` filled in and
+/// its mask in memory of the arena; LowScore; or InvalidMask, with the reason in `fault` where that is not
+/// null. A NaN score is not below any threshold.
 Outcome makeOverlayItem(const DetView& detection, float minScore, MaskArena& arena, OverlayItem& item,
                         MaskTextFault* fault = nullptr);
 
-/// The drawable ones of `detections`, in their order. Begins a new frame of the arena. Throws std::bad_alloc
-/// when memory runs out.
+/// The drawable detections, in the order of `detections`. Begins a new frame of the arena. Throws
+/// std::bad_alloc when memory runs out.
 std::vector<OverlayItem> makeOverlayItems(const std::vector<DetView>& detections, float minScore,
                                           MaskArena& arena);
 
-/// What drawing makes of an item.
+/// The effect of drawing an item.
 struct DrawnPixels {
   Outcome outcome;    ///< Drawn, BoxOutside or NoPixelInBox
   std::size_t count;  ///< luma pixels of the mask within box and frame
 };
 
-/// Counts what drawing `item` on a frame of that size, which is not empty, touches: for tools that say what
-/// was drawn. Drawing itself does not count. Throws std::bad_alloc when memory runs out.
+/// Counts the pixels that drawing `item` on a frame of that size, which is not empty, changes. For tools that
+/// report what was drawn; drawing itself does not call it. Throws std::bad_alloc when memory runs out.
 DrawnPixels countDrawnPixels(const OverlayItem& item, render_base::FrameSize frame);
 
 }  // namespace seg_mask

@@ -7,7 +7,7 @@
 namespace motion_producer {
 namespace {
 
-constexpr int kForgetAfter = 10;  // frames; a second of the slow cameras this is for
+constexpr int kForgetAfter = 10;  // frames: one second of a slow camera
 constexpr float kMinOverlap =
     0.1F;  // of intersection to union; boxes of walking people change their shape a lot
 constexpr float kVelocityWeight = 0.3F;  // of the newest step
@@ -52,7 +52,7 @@ std::vector<TrackedBox> BoxTracker::update(const std::vector<cv::Rect>& boxes) {
     seen[pair.track] = true;
   }
 
-  for (std::size_t t = 0; t < tracks_.size(); ++t) ++tracks_[t].missed;
+  for (Track& track : tracks_) ++track.missed;
   std::vector<TrackedBox> tracked;
   for (std::size_t b = 0; b < boxes.size(); ++b) {
     if (trackOf[b] == kNone) {

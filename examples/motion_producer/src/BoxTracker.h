@@ -5,26 +5,26 @@
 
 namespace motion_producer {
 
-/// One box of a frame with what tracking knows about it.
+/// One box of a frame with the results of tracking.
 struct TrackedBox {
-  int track;      ///< the same number as long as the box is the same thing's; counts from 0
+  int track;      ///< number of the object that the box belongs to, from 0
   int sightings;  ///< in how many frames it was seen so far, this one included
 };
 
-/// Follows boxes from frame to frame, so that whoever crosses the picture keeps one number. Matches each box
-/// to the track whose expected place it overlaps best; a track that is not seen for a while is forgotten.
+/// Follows boxes from frame to frame, so that a moving object keeps one number. Each box is matched to the
+/// track whose predicted box it overlaps most; a track without a match for a while is dropped.
 class BoxTracker {
  public:
-  /// What the boxes of the next frame are, in their order.
+  /// Matches the boxes of the next frame to tracks. Returns one entry per box, in their order.
   std::vector<TrackedBox> update(const std::vector<cv::Rect>& boxes);
 
  private:
   struct Track {
     int number;
-    cv::Rect2f box;        ///< where it was seen last
+    cv::Rect2f box;        ///< the last match
     cv::Point2f velocity;  ///< pixels a frame, smoothed
     int sightings;
-    int missed;  ///< frames since it was seen
+    int missed;  ///< frames since the last match
   };
 
   void follow(Track& track, const cv::Rect2f& box);

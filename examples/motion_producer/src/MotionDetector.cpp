@@ -7,25 +7,26 @@
 namespace motion_producer {
 namespace {
 
-// Shares of the background model that one picture replaces. While learning the subtractor's own choice, which
-// weighs all pictures so far alike; slow once the background is known, or whoever stands still for some
-// seconds would become part of it.
+/// Learning rates: the share of the background model that one picture replaces. -1 is the subtractor's own
+/// choice, which gives all pictures so far the same weight. Detection learns slowly, so that a person who
+/// stands still for some seconds does not become background.
 constexpr double kLearnRate = -1;
 constexpr double kDetectRate = 0.0005;
-// The share of all pictures in which what a pixel shows most often is its background. Far below the default,
-// because people who stand for a while show for longer than the rest that it leaves.
+/// The most frequent values of a pixel count as its background until together they make up this share of the
+/// pictures. Far below the default: the share that the default leaves to moving objects is too small for
+/// people who stand still for a while.
 constexpr double kBackgroundRatio = 0.5;
 constexpr int kHistory = 500;  // frames; bounds the subtractor's own choice
 constexpr double kVarThreshold =
     20.0;  // squared Mahalanobis distance; a little above the default against codec noise
 
-/// A kernel of about `share` of the frame's height: what opening and closing have to bridge grows with the
-/// picture.
+/// An elliptic kernel whose dimensions are shares of the frame's height, because the gaps that opening and
+/// closing have to bridge grow with the picture.
 cv::Mat ellipse(cv::Size frameSize, double shareX, double shareY) {
-  const auto side = [&](double share) {
+  const auto dimension = [&](double share) {
     return std::max(3, static_cast<int>(std::lround(frameSize.height * share)) | 1);
   };
-  return cv::getStructuringElement(cv::MORPH_ELLIPSE, {side(shareX), side(shareY)});
+  return cv::getStructuringElement(cv::MORPH_ELLIPSE, {dimension(shareX), dimension(shareY)});
 }
 
 }  // namespace
@@ -33,7 +34,7 @@ cv::Mat ellipse(cv::Size frameSize, double shareX, double shareY) {
 MotionDetector::MotionDetector(cv::Size frameSize, int minArea)
     : background_(cv::createBackgroundSubtractorMOG2(kHistory, kVarThreshold, /*detectShadows=*/true)),
       openKernel_(ellipse(frameSize, 0.005, 0.005)),
-      closeKernel_(ellipse(frameSize, 0.005, 0.021)),  // taller than wide: people break at belt and knees
+      closeKernel_(ellipse(frameSize, 0.005, 0.021)),  // taller than wide: people split at belt and knees
       minArea_(minArea) {
   background_->setBackgroundRatio(kBackgroundRatio);
 }

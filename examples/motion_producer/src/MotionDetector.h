@@ -6,22 +6,22 @@
 
 namespace motion_producer {
 
-/// Something that moves before the still background.
+/// An object that moves in front of the still background.
 struct Silhouette {
   cv::Rect box;  ///< in frame pixels
   cv::Mat mask;  ///< 8-bit, as large as the box: 255 inside
 };
 
-/// Finds what moves in the pictures of a camera that does not.
+/// Finds moving objects in the pictures of a fixed camera.
 class MotionDetector {
  public:
-  /// `frameSize` in pixels. Silhouettes of fewer than `minArea` pixels are noise.
+  /// `frameSize` in pixels. Silhouettes of fewer than `minArea` pixels are ignored as noise.
   MotionDetector(cv::Size frameSize, int minArea);
 
-  /// Learns the background from a picture (8-bit luma of the frame size) without looking for anything in it.
+  /// Updates the background model with a picture (8-bit luma of the frame size), without detection.
   void learn(const cv::Mat& luma);
 
-  /// Learns from a picture and returns what moves in it, from left to right.
+  /// Updates the model with a picture and returns the moving objects in it, from left to right.
   std::vector<Silhouette> detect(const cv::Mat& luma);
 
  private:
@@ -31,8 +31,8 @@ class MotionDetector {
   cv::Mat openKernel_;
   cv::Mat closeKernel_;
   int minArea_;
-  cv::Mat smooth_;      ///< the picture without its finest noise
-  cv::Mat foreground_;  ///< 255 where something moves
+  cv::Mat smooth_;      ///< the picture, smoothed against noise
+  cv::Mat foreground_;  ///< 255 for the pixels of moving objects
 };
 
 }  // namespace motion_producer

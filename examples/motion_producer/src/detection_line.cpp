@@ -15,7 +15,8 @@
 namespace motion_producer {
 namespace {
 
-/// A reduced pixel is inside when half of what it stands for is.
+/// The silhouette's mask for the whole frame, reduced to `maskSize`. A reduced pixel is inside when at least
+/// half of its area is.
 cv::Mat frameMask(const Silhouette& silhouette, cv::Size frameSize, cv::Size maskSize) {
   cv::Mat whole = cv::Mat::zeros(frameSize, CV_8UC1);
   silhouette.mask.copyTo(whole(silhouette.box));

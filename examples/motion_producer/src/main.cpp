@@ -1,4 +1,5 @@
-// motion_producer: a small real producer of "detection.v1" lines. Finds what moves before a fixed camera.
+// motion_producer: a small real producer of "detection.v1" lines. Finds moving objects in the video of a
+// fixed camera.
 
 #include <CLI/CLI.hpp>
 #include <exception>

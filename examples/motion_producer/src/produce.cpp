@@ -21,9 +21,9 @@ cv::Mat lumaOf(segmask::Frame& frame, cv::Size size) {
   return cv::Mat(size, CV_8UC1, frame.nv12.data());
 }
 
-/// Shows the detector frames from all over the video, so that it knows the background when the first frame
-/// comes: people who take their time stand somewhere else in most of them. Where nobody knows the video's
-/// length, from its beginning.
+/// Trains the detector's background model before the first frame, with frames spread over the whole video:
+/// people who move slowly are in different places in most of them. Where the video's length is unknown, the
+/// frames come from its beginning.
 void warmUp(MotionDetector& detector, const Options& options, cv::Size size) {
   if (options.warmUp == 0) return;
   const std::unique_ptr<segmask::FrameReader> reader = segmask::openFrameReader(options.input, std::nullopt);
@@ -58,6 +58,7 @@ Result produce(const Options& options) {
   for (; reader->next(frame); ++result.frames) {
     const std::vector<Silhouette> silhouettes = detector.detect(lumaOf(frame, frameSize));
     std::vector<cv::Rect> boxes;
+    boxes.reserve(silhouettes.size());
     for (const Silhouette& silhouette : silhouettes) boxes.push_back(silhouette.box);
     lines.write(detectionLine(result.frames, silhouettes, tracker.update(boxes), frameSize, maskSize));
     result.detections += silhouettes.size();

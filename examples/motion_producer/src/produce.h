@@ -8,9 +8,9 @@ namespace motion_producer {
 struct Options {
   std::string input;        ///< a video of a fixed camera
   std::string output;       ///< JSON lines, replaced when the run succeeds
-  int warmUp = 50;          ///< frames, spread over the video, that the background is learnt from first
+  int warmUp = 50;          ///< frames, spread over the video, from which the background is learnt first
   int maskWidth = 384;      ///< columns of the masks; rows follow from the frame's shape
-  double minArea = 0.0005;  ///< share of the frame below which something that moves is noise
+  double minArea = 0.0005;  ///< share of the frame below which a moving object is ignored as noise
 };
 
 struct Result {
@@ -18,8 +18,8 @@ struct Result {
   uint64_t detections = 0;
 };
 
-/// Writes one line a frame with what moves in it. Throws segmask::UserError for what the user can do
-/// something about; nothing is left behind then.
+/// Writes one line per frame with the moving objects in it. Throws segmask::UserError for errors that the
+/// user can fix; no output is left behind then.
 Result produce(const Options& options);
 
 }  // namespace motion_producer

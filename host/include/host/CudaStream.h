@@ -4,7 +4,8 @@ struct CUstream_st;
 
 namespace segmask {
 
-/// Owns a CUDA stream that does not wait for the default one; waits for what is left on it at the end.
+/// Owns a CUDA stream that is not ordered with the default stream. The destructor waits for its remaining
+/// work.
 class CudaStream {
  public:
   /// Throws UserError when there is no usable device.

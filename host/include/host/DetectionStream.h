@@ -11,7 +11,7 @@
 
 namespace segmask {
 
-/// What one producer delivered for one frame: one line of the file.
+/// One producer's delivery for one frame: one line of the file.
 struct DetectionLine {
   uint64_t frame = 0;
   std::string producer;
@@ -27,8 +27,8 @@ struct DetectionLine {
 /// with frames counted from 0. Several lines may be for one frame. A line without "detections" says that the
 /// producer found nothing. Blank lines and members of other names are passed over.
 ///
-/// A line that is anything else, or that is for an earlier frame than the line before it, is a UserError
-/// "FILE:LINE: what is wrong", thrown by the call that reads it.
+/// For any other line, and for a line whose frame is earlier than that of the line before it, the call that
+/// reads it throws UserError "FILE:LINE: what is wrong".
 class DetectionStream {
  public:
   /// Throws UserError when the file cannot be opened.
@@ -38,7 +38,7 @@ class DetectionStream {
   /// left out are passed over.
   std::vector<DetectionLine> take(uint64_t frame);
 
-  /// The first line that is left, for a frame beyond those taken; empty at the end of the file.
+  /// The next line, which is for a frame after those taken; empty at the end of the file.
   const std::optional<DetectionLine>& rest();
 
   const std::string& path() const { return reader_.path(); }
@@ -48,7 +48,7 @@ class DetectionStream {
   std::optional<DetectionLine> readLine();
   DetectionLine parse(const std::string& text) const;
 
-  /// "FILE:LINE: `what`".
+  /// Throws UserError "FILE:LINE: `what`".
   [[noreturn]] void refuse(const std::string& what) const;
 
   LineReader reader_;

@@ -14,10 +14,11 @@
 
 namespace segmask {
 
-/// Takes frames to the device, through a plug-in, and back. Device buffers are kept from frame to frame.
+/// Uploads frames, lets a plug-in draw into them, and downloads them. Device buffers are kept from frame to
+/// frame.
 ///
-/// Must outlive the plug-in's last render: it owns the backend. One thread at a time may use it, which need
-/// not be the one that made it.
+/// Must outlive the plug-in's last render: it owns the backend. One thread at a time may use it, not
+/// necessarily the one that made it.
 class FrameRenderer {
  public:
   struct Result {
@@ -25,15 +26,15 @@ class FrameRenderer {
     double renderMs = 0.0;  ///< milliseconds in the plug-in's render alone
   };
 
-  /// Pictures of `width` x `height`.
+  /// For frames of `width` x `height` pixels.
   FrameRenderer(int width, int height);
 
-  /// Hands the backend to `plugin` and lets it draw from now on. Not owned.
+  /// Passes the backend to `plugin`, which draws from now on. Not owned.
   void use(IRenderPlugin& plugin);
 
   /// Lets the plug-in draw frame `number` with these inputs. Where it did, `frame` then holds the result;
-  /// otherwise its bytes are as they were. Whatever leaves the plug-in's render, or goes wrong on the device,
-  /// is a UserError that names the frame.
+  /// otherwise its bytes are as they were. An exception from the plug-in's render and an error of the device
+  /// become a UserError that names the frame.
   Result render(uint64_t number, Frame& frame, const ProducerInputs& inputs);
 
  private:

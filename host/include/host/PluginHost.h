@@ -9,22 +9,22 @@
 
 namespace segmask {
 
-/// The plug-in that comes with the file that this code is a part of, a program or a library:
-/// libseg_mask_overlay.so beside that file where there is one, else in ../lib, seen from the file's folder,
-/// whether it is there or not. Links to the file are followed. Throws UserError when the folder cannot be
+/// The path of the plug-in that belongs to the file that contains this code, a program or a library:
+/// libseg_mask_overlay.so in that file's folder if it exists there, else in ../lib relative to that folder,
+/// whether it exists or not. Links to the file are followed. Throws UserError when the folder cannot be
 /// found. Any thread may call it.
 std::string defaultPluginPath();
 
 /// A loaded plug-in library and the instance made from it, together, because an instance must not outlive its
 /// library.
 ///
-/// Threads may make and destroy objects of this class at the same time: class_loader takes one call at a
-/// time, so these wait for each other. Whoever calls class_loader without this class has to keep out of their
-/// way.
+/// Threads may make and destroy objects of this class at the same time: class_loader permits one call at a
+/// time, so they wait for each other. Code that calls class_loader by other means must not do so at the same
+/// time.
 class PluginHost {
  public:
-  /// Loads the library and creates its plug-in: SegMaskOverlayPlugin where it has one, else the only one that
-  /// it has. Throws UserError, naming the file, when that is not possible.
+  /// Loads the library and creates its plug-in: SegMaskOverlayPlugin if the library has it, else its only
+  /// plug-in. Throws UserError, naming the file, when that is not possible.
   explicit PluginHost(const std::string& path);
 
   IRenderPlugin& plugin() { return *instance_; }

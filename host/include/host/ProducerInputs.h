@@ -12,15 +12,14 @@
 
 namespace segmask {
 
-/// Turns the lines of each frame into what a render context holds: one input a line, and one status report a
-/// producer seen so far, in the order in which producers first appeared.
+/// Turns the lines of each frame into the inputs of a render context: one input per line, and one status
+/// report per producer seen so far, in the order in which producers first appeared.
 ///
-/// Where a producer has no line for a frame, its last lines serve for up to `lookback` frames more, marked as
-/// look-back. Lines without detections are lines like any other: a producer that found nothing is not looked
-/// back over.
+/// Where a producer has no line for a frame, its last lines are used for up to `lookback` further frames,
+/// marked as look-back. A line without detections is a delivery like any other, so it ends the look-back.
 class ProducerInputs {
  public:
-  /// What a report says of its producer's inputs in the frame.
+  /// Status code of a report: how its producer's inputs of the frame came about.
   enum StatusCode : int32_t { kDelivered = 0, kLookedBack = 1, kNothing = 4 };
 
   explicit ProducerInputs(uint64_t lookback) : lookback_(lookback) {}
@@ -28,7 +27,7 @@ class ProducerInputs {
   /// Makes the reports and inputs of `frame`; to be called with rising numbers. `lines` are for that frame.
   void advance(uint64_t frame, std::vector<DetectionLine> lines);
 
-  /// As RenderContext wants them. Valid until the next advance().
+  /// In the form that RenderContext takes. Valid until the next advance().
   const std::unordered_map<std::string, std::vector<RenderInput>>& inputs() const { return inputs_; }
   const std::unordered_map<std::string, std::vector<RenderProducerStatus>>& statuses() const {
     return statuses_;
@@ -41,7 +40,7 @@ class ProducerInputs {
   struct Producer {
     std::string name;
     uint64_t lastFrame = 0;
-    std::vector<DetectionPayload> payloads;  // of lastFrame; empty once too old
+    std::vector<DetectionPayload> payloads;  ///< of lastFrame; empty once too old
   };
 
   void store(uint64_t frame, std::vector<DetectionLine> lines);

@@ -22,7 +22,7 @@ class FileDescriptor {
   /// Hands the descriptor over to the caller.
   int release();
 
-  /// Closes it. Returns 0, or the error number that closing gave.
+  /// Closes it. Returns 0 or the error number.
   int reset();
 
  private:
@@ -32,11 +32,11 @@ class FileDescriptor {
 /// Opens `path` for reading. Throws UserError.
 FileDescriptor openForReading(const std::string& path);
 
-/// Reads up to `size` bytes, waiting for them as long as it takes; less only at the end of the file, or when
-/// the user has asked to stop meanwhile. Throws UserError that names `path`.
+/// Reads `size` bytes, waiting as long as necessary; fewer only at the end of the file or when the user has
+/// asked to stop meanwhile. Throws UserError that names `path`.
 std::size_t readFully(int fd, void* bytes, std::size_t size, const std::string& path);
 
-/// Reads what is there, at most `size` bytes, waiting for the first of them. 0 at the end of the file, or
+/// Reads the available bytes, at most `size`, waiting for the first of them. 0 at the end of the file, or
 /// when the user has asked to stop meanwhile. Throws UserError that names `path`.
 std::size_t readSome(int fd, void* bytes, std::size_t size, const std::string& path);
 

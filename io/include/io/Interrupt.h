@@ -6,10 +6,11 @@
 
 namespace segmask {
 
-/// Turns the first SIGINT or SIGTERM into a wish that long work asks for: stop soon, but keep what is there.
-/// A second one ends the process the hard way, for whoever cannot wait. One at a time in a process; the old
-/// handling comes back at the end. Made by the thread that waits for input: the signals are to come there,
-/// because only there they end a call that blocks. Destroyed by the same thread.
+/// Turns the first SIGINT or SIGTERM into a request to stop, which long work polls so that it can end soon
+/// and keep its results. A second signal ends the process at once. At most one object exists per process; the
+/// destructor restores the previous signal handling. The thread that waits for input must construct and
+/// destroy the object: the signals have to arrive there, because they interrupt a blocking call only in the
+/// thread that receives them.
 class Interrupt {
  public:
   Interrupt();
@@ -17,19 +18,20 @@ class Interrupt {
   Interrupt(const Interrupt&) = delete;
   Interrupt& operator=(const Interrupt&) = delete;
 
-  /// Wants the work stopped as a signal does, because it has failed elsewhere, and ends what the thread that
-  /// made this object waits for. Any other thread may call it, and does so again as long as that thread goes
-  /// on: it may just have been about to wait.
+  /// Requests the stop as a signal does, for a failure in another thread, and interrupts a blocking call of
+  /// the thread that made this object. Any other thread may call it, and repeats the call until that thread
+  /// has stopped, because it may have been about to block.
   void request() const;
 
-  /// The calling thread gets no SIGINT and no SIGTERM from now on.
+  /// Blocks SIGINT and SIGTERM in the calling thread.
   static void leaveToOtherThreads();
 
-  /// Whether the work is to stop since the last Interrupt was made. Any thread may ask.
+  /// Whether a stop was requested since the last Interrupt was made. Any thread may call it.
   static bool requested();
 
-  /// Becomes readable at the signal, for poll() beside what one waits for: a signal that comes just before a
-  /// blocking call would not end it. -1, which poll() passes over, while there is no Interrupt.
+  /// A descriptor that becomes readable at the signal, for poll() together with the input: a signal that
+  /// arrives just before a blocking call would not interrupt it. -1, which poll() ignores, while there is no
+  /// Interrupt.
   static int descriptor();
 
  private:

@@ -9,10 +9,10 @@
 
 namespace segmask {
 
-/// Reads a text file or pipe line by line, holding no more than one line and one block of it.
+/// Reads a text file or pipe line by line, with at most one line and one block of it in memory.
 class LineReader {
  public:
-  /// The longest line there may be; a file without line ends must not fill the memory.
+  /// The longest line that is accepted, so that a file without line ends cannot fill the memory.
   static constexpr std::size_t kMostLineBytes = std::size_t{256} << 20;
 
   /// Throws UserError when the file cannot be opened.
@@ -33,7 +33,7 @@ class LineReader {
   std::string path_;
   FileDescriptor file_;
   std::vector<char> block_;
-  std::size_t begin_ = 0;  // what is left of the block
+  std::size_t begin_ = 0;  ///< where the block's unread part begins
   std::size_t end_ = 0;
   uint64_t lineNumber_ = 0;
 };

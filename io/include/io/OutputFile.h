@@ -7,7 +7,7 @@
 
 namespace segmask {
 
-/// A file being written. Every error is a UserError that names the file as the user knows it.
+/// A file being written. Every error is a UserError with the file's name as the user knows it.
 class OutputFile {
  public:
   /// Creates or empties the file at `path`; `name` is what errors call it.
@@ -16,7 +16,7 @@ class OutputFile {
   void write(const void* bytes, std::size_t size);
   void write(const std::string& bytes) { write(bytes.data(), bytes.size()); }
 
-  /// To be called after the last write: some file systems report a full disk only here.
+  /// Call it after the last write: some file systems report a full disk only here.
   void close();
 
  private:

@@ -7,8 +7,8 @@
 namespace segmask {
 
 /// Output that appears whole or not at all. Files are written into a hidden folder beside their target
-/// (".segmask-XXXXXX") and moved to their final names by commit(). Without a commit the folder and all in it
-/// vanish with this object, and what stood under the target's name before is untouched.
+/// (".segmask-XXXXXX") and moved to their final names by commit(). Without a commit this object's destructor
+/// deletes the folder with its files, and an existing target is untouched.
 ///
 /// Only a process that is killed leaves the folder behind. The next object for the same place removes it when
 /// nothing has been written there for an hour: a living process keeps its own locked, however old it gets.
@@ -37,7 +37,7 @@ class StagedOutput {
   std::string folder_;
   std::string fileName_;
   std::string stage_;
-  FileDescriptor held_;  // the folder, locked
+  FileDescriptor held_;  ///< the folder, locked
 };
 
 }  // namespace segmask

@@ -5,13 +5,12 @@
 
 namespace segmask {
 
-/// `text` as one line of printable bytes: control bytes, line ends included, become blanks, and blanks at the
-/// end go.
+/// `text` as one line of printable bytes: control bytes, line ends included, become blanks, and trailing
+/// blanks are removed.
 std::string oneLine(std::string text);
 
-/// Something that the person at the keyboard can do something about: bad input, a folder that cannot be
-/// written, a plug-in that does not load. The text names the file first ("FILE: what", "FILE:LINE: what") and
-/// is always one line.
+/// An error that the user can fix: bad input, a folder that cannot be written, a plug-in that does not load.
+/// The text names the file first ("FILE: what", "FILE:LINE: what") and is always one line.
 class UserError : public std::runtime_error {
  public:
   explicit UserError(const std::string& text) : std::runtime_error(oneLine(text)) {}

@@ -4,7 +4,7 @@
 
 namespace segmask {
 
-/// Where things lie in a tightly packed NV12 frame. Odd sides round up in the chroma plane.
+/// The layout of a tightly packed NV12 frame. Odd dimensions round up in the chroma plane.
 struct Nv12Layout {
   int width;
   int height;
@@ -31,7 +31,7 @@ struct Plane {
 /// Copies `rows` rows of `rowBytes` bytes.
 void copyRows(ConstPlane from, Plane to, std::size_t rowBytes, int rows);
 
-/// Two planes of U and of V samples into one of pairs U, V.
+/// Merges a plane of U and a plane of V samples into a plane of pairs U, V.
 void interleaveChroma(ConstPlane u, ConstPlane v, Plane uv, int columns, int rows);
 
 /// The reverse.

@@ -7,9 +7,9 @@
 
 namespace seg_mask {
 
-/// The memory of one frame's masks, kept from frame to frame: given back to the system and taken again each
-/// frame, it would cost more in page faults than decoding does. One block, so that a frame's masks lie
-/// together.
+/// The memory of one frame's masks. It is kept from frame to frame: releasing and allocating it for each
+/// frame would cost more in page faults than decoding does. It is one block, so that a frame's masks are
+/// adjacent.
 ///
 /// Keeps at most twice what the largest of the last kFrames frames asked for. One thread at a time.
 class MaskArena {
@@ -17,10 +17,10 @@ class MaskArena {
   static constexpr std::size_t kFrames = 16;
 
   /// Ends the life of everything allocated before and makes room for `bytes` bytes. Throws std::bad_alloc
-  /// when memory runs out; there is room for nothing then.
+  /// when memory runs out; the arena is empty then.
   void beginFrame(std::size_t bytes);
 
-  /// `bytes` bytes that hold anything, out of the room of this frame, which must suffice. Valid until the
+  /// Returns `bytes` uninitialised bytes out of the room of this frame, which must suffice. Valid until the
   /// next beginFrame.
   uint8_t* allocate(std::size_t bytes);
 
@@ -33,8 +33,8 @@ class MaskArena {
   std::unique_ptr<uint8_t[]> block_;
   std::size_t capacity_ = 0;
   std::size_t used_ = 0;
-  std::array<std::size_t, kFrames> asked_{};  // by the last frames
-  std::size_t next_ = 0;                      // the oldest of them
+  std::array<std::size_t, kFrames> asked_{};  ///< bytes that the last frames asked for
+  std::size_t next_ = 0;                      ///< index of the oldest
 };
 
 }  // namespace seg_mask

@@ -8,13 +8,13 @@
 
 namespace seg_mask {
 
-/// The first bytes that the base64 of `text` stands for, `limit` at most. Lenient, because producers wrap
-/// lines and leave padding out: characters outside the alphabet A-Z a-z 0-9 + / are skipped, the data ends at
-/// the first "=" or with the text, and bits that make no whole byte are dropped. Memory is taken for `limit`
+/// Decodes the base64 in `text` to its first bytes, at most `limit`. Lenient, because producers wrap lines
+/// and leave padding out: characters outside the alphabet A-Z a-z 0-9 + / are skipped, the data ends at the
+/// first "=" or with the text, and bits that make no whole byte are dropped. Memory is taken for `limit`
 /// bytes, whatever the text holds.
 std::vector<uint8_t> decodeBase64(std::string_view text, std::size_t limit);
 
-/// The same to `bytes`, which has room for `limit` and kBase64Slack bytes; all of that may be written.
+/// The same into `bytes`, which has room for `limit` and kBase64Slack bytes; all of that may be written.
 /// Returns the number of bytes decoded.
 std::size_t decodeBase64(std::string_view text, std::size_t limit, uint8_t* bytes);
 
@@ -22,7 +22,7 @@ std::size_t decodeBase64(std::string_view text, std::size_t limit, uint8_t* byte
 /// and two bytes that end the last word.
 inline constexpr std::size_t kBase64Slack = 12 + 192 + 2;
 
-/// The most bytes that so many characters decode to.
+/// The largest number of bytes that so many characters decode to.
 constexpr std::size_t base64Bytes(std::size_t characters) {
   return characters / 4 * 3 + characters % 4 * 3 / 4;
 }

@@ -6,9 +6,9 @@
 
 namespace seg_mask {
 
-/// A binary mask in somebody else's memory, one bit a pixel: row by row without padding, the least
+/// A binary mask in memory that it does not own, one bit per pixel: row by row without padding, the least
 /// significant bit of a byte first. Both dimensions are at least 1, and `size` is at least the (width *
-/// height + 7) / 8 bytes that they need. Bits behind the last pixel mean nothing.
+/// height + 7) / 8 bytes that they need. Bits behind the last pixel have no meaning.
 struct MaskView {
   int width;
   int height;

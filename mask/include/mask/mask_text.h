@@ -18,13 +18,13 @@ struct MaskTextFault {
     NotANumber,   ///< of width and height: no digits
     OutOfRange,   ///< of width and height: beyond 32 bits
     NotPositive,  ///< of width and height: 0 or less
-    TooShort      ///< of the data: see the two numbers
+    TooShort      ///< of the data: see the byte counts below
   };
 
   Field field = Field::Prefix;
   Problem problem = Problem::Missing;
-  uint64_t neededBytes = 0;   ///< of data too short: what the dimensions need
-  uint64_t presentBytes = 0;  ///< and what the text holds
+  uint64_t neededBytes = 0;   ///< for TooShort: the bytes that the dimensions need
+  uint64_t presentBytes = 0;  ///< for TooShort: the bytes that the text holds
 };
 
 /// Decodes a mask text by the format that its prefix names. The one format there is:
@@ -35,7 +35,7 @@ struct MaskTextFault {
 /// (they are skipped) and ends at the first "=" or with its field; padding is not needed, extra data is
 /// ignored.
 ///
-/// Nothing when the text is anything else; `fault`, where it is not null, then says why. Leaves errno as it
+/// Nothing when the text is invalid; `fault`, where it is not null, then has the reason. Leaves errno as it
 /// was. Throws std::bad_alloc when memory runs out.
 ///
 /// For example SEG1|4|2|Dw== is the byte 0x0F: four pixels inside, then four outside.
@@ -46,8 +46,8 @@ std::optional<MaskBits> decodeMaskText(const std::string& text, MaskTextFault* f
 std::optional<MaskView> decodeMaskText(const std::string& text, MaskArena& arena,
                                        MaskTextFault* fault = nullptr);
 
-/// The bytes of an arena that decoding `text` takes at most; 0 for a text that names no format or has no
-/// valid dimensions.
+/// The most bytes of an arena that decoding `text` takes; 0 for a text that names no format or has no valid
+/// dimensions.
 std::size_t maskTextRoom(const std::string& text);
 
 /// The mask as "SEG1|width|height|base64", padded, so that any decoder takes it. decodeMaskText reads the

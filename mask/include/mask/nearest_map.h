@@ -7,14 +7,14 @@ namespace seg_mask {
 /// Which mask pixel each frame pixel shows, along one dimension of both: the choice of cv::resize with
 /// cv::INTER_NEAREST for bytes. It never decreases from one frame pixel to the next.
 ///
-/// The map is taken from cv::resize itself and not from a formula, because its choice is part of what is
-/// drawn and differs between OpenCV's versions and processors. It is taken byte by byte, one call for each
-/// byte of the pixels' numbers, because for wider samples OpenCV may use other code, which may choose
-/// otherwise.
+/// The map is taken from cv::resize itself and not from a formula, because its choice determines the drawn
+/// pixels and differs between OpenCV's versions and between processors. It is taken byte by byte, one call
+/// for each byte of the pixels' numbers, because for wider samples OpenCV may use other code, which may
+/// choose otherwise.
 class NearestMap {
  public:
-  /// Takes the map for these dimensions, both at least 1, from cv::resize itself, unless it is there from the
-  /// previous call. Throws std::bad_alloc when memory runs out.
+  /// Takes the map for these dimensions, both at least 1, from cv::resize itself, unless the previous call
+  /// was for the same dimensions. Throws std::bad_alloc when memory runs out.
   void prepare(int maskDimension, int frameDimension);
 
   /// True when every frame pixel shows the mask pixel of its own number.
@@ -32,7 +32,7 @@ class NearestMap {
 
  private:
   int maskDimension_ = 0;
-  double ratio_ = 0.0;  // of the frame's dimension to the mask's
+  double ratio_ = 0.0;  ///< of the frame's dimension to the mask's
   bool identity_ = false;
   std::vector<int> maskPixels_;
 };

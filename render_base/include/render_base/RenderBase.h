@@ -6,7 +6,7 @@
 #include "render_base/IRenderPlugin.h"
 #include "render_base/RenderProducerTypeView.h"
 
-/// What all render plug-ins share.
+/// The base class of all render plug-ins.
 class RenderBase : public IRenderPlugin {
  public:
   /// One requirement for each of input_types(), in that order, duplicates kept, with the flag false.

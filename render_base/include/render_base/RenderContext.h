@@ -15,7 +15,7 @@
 #include "zelvo/IRenderBackend.h"
 #include "zelvo/RenderTarget.h"
 
-/// Turns what a producer stored into what can be read, for a frame number. The callable may be empty; what it
+/// Turns a stored payload into one that can be read, for a frame number. The callable may be empty; what it
 /// throws leaves the plug-in's render.
 struct RenderPayloadResolver {
   std::function<SwAny(uint64_t frame_id, const SwAny& stored)> resolve;

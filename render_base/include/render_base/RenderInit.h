@@ -2,7 +2,7 @@
 
 class IRenderBackend;
 
-/// What a host hands to a plug-in before the first frame.
+/// The data that a host passes to a plug-in before the first frame.
 struct RenderInit {
   /// Not owned; must outlive every render call that follows. Null leaves the plug-in inert.
   IRenderBackend* backend = nullptr;

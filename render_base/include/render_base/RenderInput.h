@@ -7,8 +7,8 @@
 
 /// One input of a frame, delivered by one upstream producer. Owned by the host.
 struct RenderInput {
-  /// The same six texts as in RenderProducerStatus; producer_id, or else producer_name, says whose input this
-  /// is.
+  /// The same six texts as in RenderProducerStatus; producer_id, or else producer_name, identifies the
+  /// producer.
   std::string payload_type;
   std::string producer_name;
   std::string producer_version;
@@ -16,7 +16,7 @@ struct RenderInput {
   std::string detail;
   std::string producer_id;
 
-  /// As the producer stored it; the context's payload resolver turns it into what can be read. May be empty.
+  /// As the producer stored it; the context's payload resolver turns it into a readable one. May be empty.
   SwAny payload;
 
   /// The frame the payload was made for; 0 means not set, and the context's frame number stands in.

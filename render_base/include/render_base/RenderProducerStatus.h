@@ -18,8 +18,8 @@ struct RenderProducerStatus {
   int32_t code = 0;         ///< 0 to 4; anything else counts as unknown
 };
 
-/// The key under which the records of one producer come together: producer_id, or producer_name where that is
-/// empty. A record with neither has no key (the result is empty) and belongs to nobody.
+/// The key that groups the records of one producer: producer_id, or producer_name where that is empty. A
+/// record with neither has no key (the result is empty) and belongs to no producer.
 template <class Record>
 const std::string& providerKey(const Record& record) {
   return record.producer_id.empty() ? record.producer_name : record.producer_id;

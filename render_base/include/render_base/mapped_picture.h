@@ -12,14 +12,14 @@ class RenderTarget;
 
 namespace render_base {
 
-/// The size of the picture as it reads now. Throws std::runtime_error when there is none, which a host's
-/// payload resolver may have taken away since the pass began.
+/// The size of the readable picture. Throws std::runtime_error when there is none; a host's payload resolver
+/// may have removed it since the pass began.
 FrameSize readableSize(const LazyDetachedPicture& picture);
 
-/// The mapping that a plug-in made last, as it remembers it: a context does not say how large a picture its
-/// mapping is of.
+/// A plug-in's record of the mapping that it made last, because a context does not tell the size of the
+/// mapped picture.
 struct KnownMapping {
-  const zelvo::RenderTarget* target = nullptr;  ///< not owned; an address alone, which may be gone
+  const zelvo::RenderTarget* target = nullptr;  ///< not owned; only compared, because it may be gone
   const unsigned char* luma = nullptr;          ///< the mapped plane; not owned
   FrameSize size{0, 0};                         ///< of the picture
 };

@@ -11,7 +11,7 @@ namespace render_base {
 /// or for the context's where that is 0. Empty when there is no resolver, no payload or no JSON object in it,
 /// or when a conversion that the host registered throws.
 ///
-/// Lets out what the resolver throws, and std::bad_alloc. Threads: as for the context.
+/// Throws what the resolver throws, and std::bad_alloc. Threads: as for the context.
 SwJsonObject resolvePayload(const RenderContext& ctx, const RenderInput& input);
 
 }  // namespace render_base

@@ -22,18 +22,18 @@ struct IntegerSetting {
   int32_t initial;  ///< of a new instance
 };
 
-/// The object that a configuration text is; nothing when the text does not parse as one JSON object. White
-/// space may follow it. Writes no message. Throws std::bad_alloc alone.
+/// Parses a configuration text. Nothing when it is not one JSON object. White space may follow it. Writes no
+/// message. Throws std::bad_alloc alone.
 std::optional<SwJsonObject> parseConfiguration(const std::string& json);
 
-/// What `configuration` sets, or `current` where it has no such key or a value that gives no number. Takes
-/// numbers, booleans (1 and 0) and texts that begin with a number. Clamped to the setting's range: a NaN
-/// becomes the maximum, and -0.0 becomes 0.0.
+/// The setting's value in `configuration`, or `current` where it has no such key or a value that gives no
+/// number. Takes numbers, booleans (1 and 0) and texts that begin with a number. Clamped to the setting's
+/// range: a NaN becomes the maximum, and -0.0 becomes 0.0.
 float readNumber(const SwJsonObject& configuration, const NumberSetting& setting, float current);
 
-/// What `configuration` sets, or `current` where it has no such key. Integers, whole floating values too,
-/// count by their low 32 bits; a fraction is cut toward zero and saturated. Clamped to the setting's range. A
-/// value that is no number gives the minimum.
+/// The setting's value in `configuration`, or `current` where it has no such key. Integers, whole floating
+/// values too, count by their low 32 bits; a fraction is cut toward zero and saturated. Clamped to the
+/// setting's range. A value that is no number gives the minimum.
 int32_t readInteger(const SwJsonObject& configuration, const IntegerSetting& setting, int32_t current);
 
 }  // namespace render_base

@@ -8,14 +8,14 @@ namespace render_base {
 /// Nanoseconds of the steady clock.
 uint64_t steadyNowNs();
 
-/// What a plug-in says of a frame that it skips because no producer has anything to draw.
+/// A frame that a plug-in skips because no producer has anything to draw.
 struct SkippedFrame {
   uint64_t frame_id = 0;
   uint64_t missing = 0;   ///< producers without anything to draw
   uint64_t lookback = 0;  ///< producers with an input from an earlier frame
 };
 
-/// How often a plug-in writes that line.
+/// State and settings that limit how often a plug-in writes that line.
 struct SkipThrottle {
   uint64_t frame_count = 0;  ///< consecutive skipped frames, this one included
   uint64_t every_n = 0;      ///< a line every so many of them; 0 turns this rule off

@@ -39,8 +39,8 @@ class SegMaskOverlayPlugin final : public RenderBase {
   /// "SegMaskOverlayPlugin", the name under which the factory is registered.
   const char* getName() const override;
 
-  /// "segmask-" and the instance's address in decimal. The first call fills a cache: not to be called for the
-  /// first time by two threads at once.
+  /// "segmask-" and the instance's address in decimal. The first call fills a cache, so two threads must not
+  /// make it at once.
   std::string getUuid() const override;
 
   /// "detection.v1" alone.
@@ -49,7 +49,7 @@ class SegMaskOverlayPlugin final : public RenderBase {
   /// With it on, frames without detections write a throttled line to the standard error stream.
   void enableDebug(bool on) override;
 
-  /// Takes the backend over as it is, null included (then render does nothing). Always true.
+  /// Stores the backend, which may be null (then render does nothing). Always true.
   bool init(const RenderInit& init) override;
 
   /// seg_mask_cfg::kSchema, whatever is configured.
@@ -64,12 +64,12 @@ class SegMaskOverlayPlugin final : public RenderBase {
   /// is nothing to draw or no memory on the device; when an upload fails, what was queued before it stays
   /// drawn.
   ///
-  /// Lets out std::runtime_error when the picture has no readable or no writable form, std::bad_alloc, and
+  /// Throws std::runtime_error when the picture has no readable or no writable form, std::bad_alloc, and
   /// whatever the host's own code throws: resolver, picture pool, cloneDetached, render target, mapping.
   void render(RenderContext& ctx) override;
 
  private:
-  friend struct SegMaskOverlayPluginPeer;  // the tests' view of the fields
+  friend struct SegMaskOverlayPluginPeer;  // gives the tests access to the fields
 
   void skipFrame(uint64_t frame_id, const seg_mask::FrameDetections& frame, uint64_t now_ns);
   bool reserveMaskBuffer(std::size_t bytes);
@@ -83,14 +83,14 @@ class SegMaskOverlayPlugin final : public RenderBase {
   float min_score_ = seg_mask::kMinScore.initial;  ///< detections below it are not drawn
   void* d_mask_buf_ = nullptr;  ///< device memory for one frame-sized mask, one byte a pixel; only grows
   std::size_t d_mask_buf_bytes_ = 0;
-  uint64_t dbg_frame_count_ = 0;  ///< consecutive frames without detections
-  uint64_t dbg_next_log_ns_ = 0;  ///< steady clock; from then on the next line may be written on time alone
-  uint64_t dbg_log_interval_ms_ = 2000;  ///< between two lines written on time
+  uint64_t dbg_frame_count_ = 0;         ///< consecutive frames without detections
+  uint64_t dbg_next_log_ns_ = 0;         ///< steady clock; from then on a line is due on time
+  uint64_t dbg_log_interval_ms_ = 2000;  ///< between two lines that are due on time
   uint64_t dbg_log_every_n_ = 60;        ///< a line every so many skipped frames; 0 turns that rule off
   int32_t max_overlay_dets_ =
-      seg_mask::kMaxOverlayDets.initial;  ///< detections gathered a frame; below 1 counts as 1
+      seg_mask::kMaxOverlayDets.initial;  ///< the most detections gathered per frame; below 1 counts as 1
 
-  render_base::KnownMapping known_mapping_;                  ///< the one that this instance made last
+  render_base::KnownMapping known_mapping_;                  ///< the mapping that this instance made last
   seg_mask::MaskArena mask_arena_;                           ///< the frame's mask bits
   std::unique_ptr<seg_mask_overlay::FrameMask> frame_mask_;  ///< the host's one frame-sized mask
 };

@@ -4,13 +4,12 @@
 
 namespace seg_mask_cfg {
 
-/// Weight of the mask's colour. With those of detection/decision_settings.h these are all settings of the
-/// plug-in.
+/// Weight of the mask's colour. The plug-in's other settings are those of detection/decision_settings.h.
 inline constexpr render_base::NumberSetting kAlpha{"alpha", 0.0F, 1.0F, 0.45F};
 
 /// The JSON Schema of the plug-in's configuration, as getConfigList publishes it: the settings' keys, ranges
-/// and initial values. It documents; setConfig clamps and ignores instead of validating. Hosts compare the
-/// text, so it is kept to the byte, the line breaks at both ends included.
+/// and initial values. It is documentation: setConfig does not validate, it clamps or ignores. Hosts compare
+/// the text, so it is kept to the byte, the line breaks at both ends included.
 inline constexpr const char kSchema[] = R"json(
 {
   "$schema": "http://json-schema.org/draft-07/schema#",

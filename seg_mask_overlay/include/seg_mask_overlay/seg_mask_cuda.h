@@ -10,8 +10,8 @@ namespace seg_mask_cuda {
 /// `height` rows of `width` bytes, `uvPlane` height / 2 rows of interleaved U, V pairs; pitches are in bytes.
 /// `mask` is addressed in frame coordinates, one byte a luma pixel: any non-zero byte means inside. Only the
 /// rectangle with the inclusive corners (x0, y0) and (x1, y1), cut to the frame, is drawn: luma where the
-/// mask is set, chroma where the mask touches the sample's 2x2 block of luma at all. `alpha` is the weight of
-/// the colour and is not clamped.
+/// mask is set, chroma where the mask is set anywhere in the sample's 2x2 block of luma. `alpha` is the
+/// weight of the colour and is not clamped.
 ///
 /// Draws luma, then chroma. Silently does nothing for a null plane or mask, a size that is not positive or a
 /// rectangle outside the frame; launch errors are not examined.

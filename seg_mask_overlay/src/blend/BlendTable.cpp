@@ -10,14 +10,14 @@
 namespace seg_mask_overlay {
 namespace {
 
-/// Eight bytes that are 0 or 1 as the bits of one, the first byte lowest.
+/// Packs eight bytes that are 0 or 1 into the bits of one byte, the first byte lowest.
 uint8_t packed(const uint8_t* flags) {
   static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "the first byte is the lowest of the word");
   uint64_t word;
   std::memcpy(&word, flags, sizeof(word));
-  word |= word >> 7;   // each two neighbours beside each other in the lower one's byte
-  word |= word >> 14;  // each four
-  word |= word >> 28;  // and all eight in the lowest
+  word |= word >> 7;   // joins the bits of two neighbours in the lower one's byte
+  word |= word >> 14;  // of four
+  word |= word >> 28;  // of all eight in the lowest
   return static_cast<uint8_t>(word);
 }
 
@@ -35,8 +35,8 @@ std::optional<BlendFit> fitTable(const BlendTable& table, float alpha) {
   if (!(alpha >= 0.0F && alpha <= 1.0F)) return std::nullopt;
   const auto slope = static_cast<uint16_t>(std::min(65535L, std::lround((1.0F - alpha) * 65536.0F)));
 
-  // Two loops in 16-bit arithmetic, which any compiler vectorises. The start is that of the highest line that
-  // is nowhere above the table.
+  // Two loops in 16-bit arithmetic, which any compiler vectorises. `start` gives the highest line that is
+  // nowhere above the table.
   std::array<uint16_t, 256> rises;
   uint16_t start = 65535;
   for (uint32_t old = 0; old < 256; ++old) {

@@ -6,8 +6,8 @@
 
 namespace seg_mask_overlay {
 
-/// What each old byte becomes in a launch, whose colour and alpha are the same for all samples: blendByte of
-/// all 256.
+/// The result of blendByte for each of the 256 old bytes. Colour and alpha are the same for all samples of a
+/// launch.
 using BlendTable = std::array<uint8_t, 256>;
 
 BlendTable makeBlendTable(unsigned char color, float alpha);
@@ -23,6 +23,7 @@ struct BlendFit {
   uint16_t start;
   std::array<uint8_t, 32> corrections;
 
+  // NOLINTNEXTLINE(readability-container-size-empty): an array of 32 bytes is never empty
   bool hasCorrections() const { return corrections != std::array<uint8_t, 32>(); }
 };
 

@@ -10,7 +10,7 @@
 namespace seg_mask_overlay {
 namespace {
 
-/// Table look-ups that need no decision a sample: undrawn ones keep their byte.
+/// Blends by table look-ups without a branch per sample: a sample that is not drawn keeps its byte.
 class LookUp {
  public:
   explicit LookUp(const BlendTable& drawn) : drawn_(drawn) {
@@ -24,8 +24,8 @@ class LookUp {
   BlendTable undrawn_;
 };
 
-// The way for boxes narrower than a vector, and for weights that no configuration can hold. Slow: a byte at a
-// time.
+// The next two functions blend boxes narrower than a vector, and weights that no configuration can hold. They
+// are slow: one byte at a time.
 
 void lookUpLuma(const MaskedRows& area, const LookUp& tables) {
   for (int row = 0; row < area.rows; ++row) {
@@ -38,7 +38,7 @@ void lookUpLuma(const MaskedRows& area, const LookUp& tables) {
 void lookUpChroma(const MaskedRows& area, const LookUp& tablesU, const LookUp& tablesV) {
   for (int row = 0; row < area.rows; ++row) {
     unsigned char* samples = area.samples + row * area.pitch;
-    const unsigned char* top = area.mask + 2 * row * area.maskPitch;
+    const unsigned char* top = area.mask + 2 * (row * area.maskPitch);
     const unsigned char* bottom = top + area.maskPitch;
     for (std::size_t x = 0; x < area.bytes; x += 2) {
       const bool isDrawn = (top[x] | top[x + 1] | bottom[x] | bottom[x + 1]) != 0;

@@ -1,8 +1,8 @@
 #pragma once
 
-// The CPU device's blend: the bytes of scalar_blend.h, many at a time. Samples of the rectangle that are not
-// drawn may be written too, as they were: two threads must not draw over each other, even with masks that do
-// not.
+// The CPU device's blend: the same results as scalar_blend.h, computed for many bytes at a time. Samples of
+// the rectangle that are not drawn may be written too, with their old value. So two threads must not draw
+// overlapping rectangles, even if the masks do not overlap.
 
 #include "blend/launch_geometry.h"
 #include "blend/simd_blend.h"
@@ -12,7 +12,7 @@ namespace seg_mask_overlay {
 /// The fastest SIMD target of this machine; null if it has none. The default of the functions below.
 const SimdTarget* fastestSimdTarget();
 
-/// What scalarBlendLuma does. Without a SIMD target every sample takes a table look-up.
+/// What scalarBlendLuma does. Without a SIMD target every sample is looked up in a table.
 void blendLuma(unsigned char* plane, int pitch, const unsigned char* mask, int maskPitch, LumaRect rect,
                unsigned char color, float alpha, const SimdTarget* target = fastestSimdTarget());
 

@@ -1,7 +1,6 @@
 #pragma once
 
-// Which samples a launch draws, and its launch geometry: shared by host and device, so that it is written
-// once.
+// The samples that a launch draws, and its blocks and threads. Shared by host and device code.
 
 #include "render_base/geometry.h"
 
@@ -34,8 +33,8 @@ RENDER_HOST_DEVICE constexpr LumaRect launchRect(const unsigned char* yPlane, co
 }
 
 /// The chroma samples that a luma rectangle within a frame updates. The far end is rounded down: a single
-/// column at an even x updates none, one at an odd x does, and the last column of an odd frame never does;
-/// rows alike.
+/// column at an even x updates none, one at an odd x does, and the last column of an odd frame never does.
+/// The same holds for rows.
 RENDER_HOST_DEVICE constexpr ChromaRect chromaRect(LumaRect rect) {
   return {rect.x0 >> 1, rect.y0 >> 1, (rect.x1 + 1) >> 1, (rect.y1 + 1) >> 1};
 }

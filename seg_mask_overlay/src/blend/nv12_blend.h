@@ -1,6 +1,6 @@
 #pragma once
 
-// What one byte becomes: shared by host and device, which must agree to the bit.
+// The blend of one byte. Shared by host and device code, whose results must agree to the bit.
 
 #include <cmath>
 #include <cstddef>
@@ -42,7 +42,7 @@ RENDER_HOST_DEVICE inline std::ptrdiff_t sampleOffset(int row, int pitch, int co
 }
 
 /// Whether the mask touches the 2x2 luma block of chroma sample (cx, cy). Pixels outside the width x height
-/// frame are not read, and none is once one is found set.
+/// frame are not read, and reading ends at the first set pixel.
 RENDER_HOST_DEVICE inline bool chromaCovered(const unsigned char* mask, int maskPitch, int width, int height,
                                              int cx, int cy) {
   const int px = 2 * cx;

@@ -1,7 +1,7 @@
 #pragma once
 
-// The blend sample by sample, as the kernels do it: what the host's fast blend and a GPU's bytes are compared
-// with.
+// The blend sample by sample, as the kernels do it: the reference for the host's fast blend and for a GPU's
+// results.
 
 #include "blend/launch_geometry.h"
 

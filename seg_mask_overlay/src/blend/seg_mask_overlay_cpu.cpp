@@ -42,11 +42,13 @@ void CUDART_CB runLaunch(void* data) {
   launch->run();
 }
 
-/// Like a kernel launch: a failure is silent and skips this launch alone.
+/// Queues `launch`. Like a kernel launch, a failure is silent and skips this launch alone.
 template <class Launch>
 void enqueue(const Launch& launch, CUstream_st* stream) {
   std::unique_ptr<Launch> queued(new (std::nothrow) Launch(launch));
-  if (queued && cudaLaunchHostFunc(stream, runLaunch<Launch>, queued.get()) == cudaSuccess) queued.release();
+  if (queued && cudaLaunchHostFunc(stream, runLaunch<Launch>, queued.get()) == cudaSuccess) {
+    static_cast<void>(queued.release());
+  }
 }
 
 }  // namespace

@@ -2,9 +2,10 @@
 
 #include <cstdint>
 
-// Highway compiles the part down to HWY_ONCE once for each of these targets, in a namespace of its own. Which
-// one runs is chosen here and not by Highway, so that its headers are enough and the plug-in needs no library
-// of it. More x86 targets would gain nothing: vectors wider than 32 bytes would not fit into narrow boxes.
+// Highway compiles the part down to HWY_ONCE once for each of these targets, in a namespace of its own. The
+// choice among them is made here and not by Highway, so that its headers are enough and the plug-in needs no
+// library of it. More x86 targets would gain nothing: vectors wider than 32 bytes would not fit into narrow
+// boxes.
 #define HWY_DISABLED_TARGETS \
   (HWY_AVX3_DL | HWY_AVX3 | HWY_SSE4 | HWY_SVE | HWY_SVE2 | HWY_SVE_256 | HWY_SVE2_128)
 #undef HWY_TARGET_INCLUDE
@@ -22,7 +23,7 @@ namespace HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-// No wider than what narrow boxes fill.
+/// At most 32 bytes, so that narrow boxes fill a vector.
 using Bytes = hn::CappedTag<uint8_t, 32>;
 using Words = hn::RepartitionToWide<Bytes>;
 using BytesVec = hn::Vec<Bytes>;
@@ -65,7 +66,7 @@ class Fit {
         correctionsBelow128_(hn::LoadDup128(Bytes(), fit.corrections.data())),
         correctionsAbove_(hn::LoadDup128(Bytes(), fit.corrections.data() + 16)) {}
 
-  /// From words of old bytes in the high half: words with the fit's bytes in the high half.
+  /// From words with old bytes in the high half, words with the fit's bytes in the high half.
   HWY_INLINE WordsVec at(WordsVec old) const { return hn::Add(hn::MulHigh(old, slope_), start_); }
 
   /// For each old byte the byte of `corrections` that has its bit.
@@ -168,7 +169,7 @@ HWY_INLINE void blendRows(const MaskedRows& area, int maskRows, const Fits& fits
 }
 
 #if HWY_NATIVE_FMA
-// blendByte's steps, one by one.
+/// The same as makeBlendTable: the steps of blendByte, in the same order.
 HWY_ATTR BlendTable makeTable(unsigned char color, float alpha) {
   const hn::CappedTag<float, 8> floats;
   const hn::RebindToSigned<decltype(floats)> ints;
@@ -226,7 +227,7 @@ namespace {
 SimdTargetList findSimdTargets() {
   SimdTargetList found;
 #if HWY_TARGETS & HWY_AVX2
-  // With AVX2, the compiler is free to use the others.
+  // The compiler may use the other extensions together with AVX2.
   if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2") &&
       __builtin_cpu_supports("fma")) {
     found.add({"AVX2", N_AVX2::makeTable, N_AVX2::blendLumaRows, N_AVX2::blendChromaRows});
@@ -238,7 +239,7 @@ SimdTargetList findSimdTargets() {
   }
 #endif
 #if HWY_TARGETS & HWY_NEON
-  // Every 64-bit Arm processor has it.
+  // Every 64-bit Arm processor has NEON.
   found.add({"NEON", N_NEON::makeTable, N_NEON::blendLumaRows, N_NEON::blendChromaRows});
 #endif
   return found;

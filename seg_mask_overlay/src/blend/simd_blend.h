@@ -9,7 +9,7 @@
 
 namespace seg_mask_overlay {
 
-/// Rows of bytes and the mask bytes over them, which say what of them is drawn.
+/// Rows of bytes, and the mask bytes that select the drawn ones.
 struct MaskedRows {
   unsigned char* samples;  ///< the first byte of the first row
   std::ptrdiff_t pitch;    ///< from one row to the next
@@ -28,8 +28,8 @@ struct SimdTarget {
   bool (*blendChroma)(const MaskedRows& area, const BlendFit& u, const BlendFit& v);
 };
 
-/// Up to two targets, the fastest first. Making the list allocates nothing: a stream asks for it while it
-/// works, where nothing may be thrown.
+/// Up to two targets, the fastest first. Making the list allocates nothing, because a stream makes it in a
+/// host function, where nothing may be thrown.
 class SimdTargetList {
  public:
   void add(const SimdTarget& target) { targets_.at(size_++) = target; }

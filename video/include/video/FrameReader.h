@@ -17,18 +17,18 @@ class FrameReader {
   FrameReader(const FrameReader&) = delete;
   FrameReader& operator=(const FrameReader&) = delete;
 
-  /// Fixed from construction on.
+  /// Does not change after construction.
   virtual const VideoFormat& format() const = 0;
 
-  /// How many frames there will be; only an estimate for some containers, and empty where nobody knows.
+  /// The number of frames; an estimate for some containers, and empty when unknown.
   virtual std::optional<uint64_t> frameCount() const = 0;
 
   /// Fills `frame` with the next one. False at the end, and early once the user has asked to stop. Throws
   /// UserError when the input cannot be read any further.
   virtual bool next(Frame& frame) = 0;
 
-  /// What went wrong without ending the video, one sentence for the user; empty when nothing did. Complete
-  /// when next() has returned false.
+  /// A message of one sentence for the user about errors that did not end the video; empty when there were
+  /// none. Complete when next() has returned false.
   virtual std::string warning() const { return {}; }
 
  protected:
@@ -40,7 +40,8 @@ struct FrameSize {
   int height = 0;
 };
 
-/// Reads "1920x1080". Throws UserError for anything but two whole numbers from 1 to 65535 around an x.
+/// Parses a size like "1920x1080". Throws UserError for anything but two whole numbers from 1 to 65535 around
+/// an x.
 FrameSize parseFrameSize(const std::string& text);
 
 /// Opens raw frames (by the ending .nv12, with `size`, the --size text) or whatever libavformat reads

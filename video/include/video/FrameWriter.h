@@ -8,8 +8,8 @@
 
 namespace segmask {
 
-/// Where frames go, written once from the first to the last. Nothing appears under the output's name before
-/// finish() and commit(); a writer that is destroyed without them leaves no trace.
+/// A destination of frames, written once from the first to the last. Nothing appears under the output's name
+/// before finish() and commit(); a writer that is destroyed without them leaves no trace.
 ///
 /// Every error is a UserError that names the output.
 class FrameWriter {
@@ -30,7 +30,7 @@ class FrameWriter {
   FrameWriter() = default;
 };
 
-/// What can be written, by the ending of the output's name.
+/// The kinds of output, chosen by the ending of the output's name.
 enum class OutputKind { Mp4, Mkv, Y4m, RawNv12, PngSequence };
 
 /// Throws UserError for any other ending, and for a .png name that is not a pattern (PngPattern).

@@ -6,7 +6,7 @@
 
 namespace segmask {
 
-/// Makes PNG files of RGB pictures of one size.
+/// Encodes RGB pictures of one size as PNG files.
 class PngEncoder {
  public:
   /// Throws UserError when libavcodec was built without PNG.

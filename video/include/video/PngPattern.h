@@ -6,8 +6,8 @@
 namespace segmask {
 
 /// The name of a PNG sequence, "folder/name_%04d.png": exactly one conversion %d (or %i), with or without a
-/// width, stands for the frame's number; %% stands for a percent sign. It stands in the file's name, never in
-/// the folder's, which is taken as it is.
+/// width, is replaced by the frame's number, and %% by a percent sign. The conversion is part of the file's
+/// name; the folder's name is used as it is.
 class PngPattern {
  public:
   /// Throws UserError when `path` is no such name.
@@ -20,7 +20,7 @@ class PngPattern {
   bool matches(const std::string& name) const;
 
  private:
-  std::string before_;  // the number
+  std::string before_;  ///< the file name's part before the number
   std::string after_;
   std::size_t width_ = 0;
   char padding_ = ' ';

@@ -7,7 +7,7 @@
 
 namespace segmask {
 
-/// Turns packed NV12 frames of one video into RGB pictures of one size.
+/// Converts packed NV12 frames of one video to RGB pictures of one size.
 class RgbConverter {
  public:
   /// Pictures of `width` x `height`; where that is not the video's size, frames are scaled.

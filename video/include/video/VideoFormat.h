@@ -7,8 +7,8 @@ extern "C" {
 
 namespace segmask {
 
-/// How the samples of a video are to be read as colours. What the input does not say stays "unspecified", so
-/// that the output does not say it either.
+/// The interpretation of a video's samples as colours. A tag that the input lacks stays "unspecified", so
+/// that the output lacks it too.
 struct ColorTags {
   AVColorRange range = AVCOL_RANGE_UNSPECIFIED;
   AVColorSpace matrix = AVCOL_SPC_UNSPECIFIED;
@@ -17,7 +17,7 @@ struct ColorTags {
   AVChromaLocation chromaLocation = AVCHROMA_LOC_UNSPECIFIED;
 };
 
-/// What holds for every frame of a video.
+/// The properties that all frames of a video share.
 struct VideoFormat {
   int width = 0;                  ///< luma columns, at least 1; may be odd
   int height = 0;                 ///< luma rows, at least 1; may be odd

@@ -31,7 +31,7 @@ struct InputDeleter {
 using InputPtr = std::unique_ptr<AVFormatContext, InputDeleter>;
 
 /// A context for writing, with the file it writes to. Closing the file here loses the error of its last
-/// write; whoever wants to know closes it first (avio_closep).
+/// write; close it with avio_closep to get that.
 struct OutputDeleter {
   void operator()(AVFormatContext* output) const {
     avio_closep(&output->pb);
@@ -40,18 +40,17 @@ struct OutputDeleter {
 };
 using OutputPtr = std::unique_ptr<AVFormatContext, OutputDeleter>;
 
-/// Empty handles never leave these: they throw std::bad_alloc.
+/// Never empty: these throw std::bad_alloc.
 AVFramePtr makeAVFrame();
 AVPacketPtr makeAVPacket();
 
-/// A frame with sample buffers of its own, aligned and padded as libav's fast paths want them.
+/// A frame with sample buffers of its own, aligned and padded as libav's fast paths need them.
 AVFramePtr makeAVFrame(AVPixelFormat pixelFormat, int width, int height);
 
-/// What a libav error number says.
+/// The message of a libav error number.
 std::string libavErrorText(int error);
 
-/// Nothing that the libav libraries would print reaches standard error from here on: the user gets this
-/// program's own messages.
+/// Turns off the libav libraries' messages on standard error: the user gets this program's own messages.
 void silenceLibav();
 
 }  // namespace segmask

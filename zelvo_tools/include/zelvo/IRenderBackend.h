@@ -20,7 +20,7 @@ class ZELVO_EXPORT IRenderBackend {
   class ZELVO_EXPORT Guard {
    public:
     Guard() noexcept;
-    /// `mapping` is whatever has to live as long as the mapping does; its deleter ends it.
+    /// `mapping` owns everything that must live as long as the mapping; its deleter ends the mapping.
     explicit Guard(std::shared_ptr<void> mapping) noexcept;
     ~Guard();
     Guard(Guard&& other) noexcept;

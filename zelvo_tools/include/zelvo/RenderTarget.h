@@ -8,7 +8,7 @@ namespace zelvo {
 
 class PictureStorage;
 
-/// Something a backend can map for drawing. Owned by whoever asked the picture for it.
+/// An object that a backend can map for drawing. Owned by the caller that got it from the picture.
 class ZELVO_EXPORT RenderTarget {
  public:
   explicit RenderTarget(std::shared_ptr<PictureStorage> storage);

@@ -13,15 +13,15 @@ namespace zelvo {
 class PictureStorage;
 class RenderTarget;
 
-/// An NV12 picture in device memory: a luma plane of `width` x `height` bytes, and a chroma plane of
-/// (height + 1) / 2 rows of (width + 1) / 2 byte pairs U, V. Each plane has a pitch of its own, larger than
-/// its row of samples. Sides may be odd.
+/// An NV12 picture in device memory: a luma plane of `width` x `height` bytes, and a chroma plane of (height
+/// + 1) / 2 rows of (width + 1) / 2 byte pairs U, V. Each plane has a pitch of its own, larger than its row
+/// of samples. Both dimensions may be odd.
 ///
-/// A picture is shared by std::shared_ptr. Reading its geometry is safe from any thread; its samples are
-/// guarded by nothing but the order of the streams that work on them.
+/// A picture is shared by std::shared_ptr. Reading its geometry is safe from any thread; access to its
+/// samples is ordered only by the streams that work on them.
 class ZELVO_EXPORT ZelvoPicture {
  public:
-  /// What a picture says of itself beside its samples: texts by key.
+  /// A picture's metadata: texts by key.
   struct BaseMetadata {
     /// The keys that the host and every plug-in share. Each library keeps its own copies, because an exported
     /// inline object would tie the libraries together and a plug-in could never be unloaded.
@@ -77,16 +77,15 @@ class ZELVO_EXPORT ZelvoPicture {
     std::unordered_map<std::string, std::string> values;
   };
 
-  /// Makes the empty picture: both sides 0, no planes, no render target. What a source hands out before its
+  /// Makes the empty picture: both dimensions 0, no planes, no render target. A source returns it before its
   /// first frame.
   ZelvoPicture();
 
-  /// Makes a picture with undefined samples. Throws std::invalid_argument when a side is not positive or a
-  /// plane would not fit 32-bit byte offsets, std::runtime_error when the device has no memory left.
+  /// Makes a picture with undefined samples. Throws std::invalid_argument when a dimension is not positive or
+  /// a plane would not fit 32-bit byte offsets, std::runtime_error when the device has no memory left.
   ZelvoPicture(int width, int height);
 
-  /// Makes a picture over storage that already exists; this is how a pool hands out recycled buffers.
-  /// `storage` is not null.
+  /// Makes a picture with existing storage; a pool uses it for recycled buffers. `storage` is not null.
   explicit ZelvoPicture(std::shared_ptr<PictureStorage> storage);
 
   ~ZelvoPicture();

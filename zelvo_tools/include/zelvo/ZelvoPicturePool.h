@@ -15,8 +15,8 @@ class ZelvoPicture;
 /// buffers wait; then the one that has waited longest is freed. Any thread may call it. Clones may outlive
 /// the pool.
 ///
-/// The pool works on the default stream. So a picture is cloned, and a clone let go, only when work on it is
-/// done or queued on a stream that keeps order with the default stream: not on one made with
+/// The pool works on the default stream. So a picture may be cloned, and a clone released, only when work on
+/// it is done or queued on a stream that keeps order with the default stream: not on one made with
 /// cudaStreamNonBlocking.
 class ZELVO_EXPORT ZelvoPicturePool {
  public:
@@ -30,10 +30,11 @@ class ZELVO_EXPORT ZelvoPicturePool {
   /// never throws.
   virtual std::shared_ptr<ZelvoPicture> clone(const ZelvoPicture& picture);
 
-  /// Names whoever draws on the clones made from now on (a plug-in, say); a guard-byte report uses it.
+  /// Names the writer (for instance a plug-in) of the clones made from now on; a guard-byte report uses the
+  /// name.
   void setWriter(std::string name);
 
-  /// How many buffers wait to be used again.
+  /// The number of buffers that wait to be used again.
   std::size_t idleBuffers() const;
 
  private:

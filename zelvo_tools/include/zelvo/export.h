@@ -1,7 +1,7 @@
 #pragma once
 
-/// Marks what libZelvoTools.so offers; everything else in it is hidden.
+/// Marks the exported symbols of libZelvoTools.so; all others are hidden.
 #define ZELVO_EXPORT __attribute__((visibility("default")))
 
-/// Marks what each library keeps a private copy of, although its class is exported.
+/// Marks a member of an exported class of which each library keeps a private copy.
 #define ZELVO_LOCAL __attribute__((visibility("hidden")))

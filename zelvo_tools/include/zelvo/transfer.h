@@ -10,8 +10,8 @@ namespace zelvo {
 
 class ZelvoPicture;
 
-/// Bytes of a tightly packed NV12 frame: width x height luma bytes, then (height + 1) / 2 rows of
-/// 2 x ((width + 1) / 2) chroma bytes. 0 when a side is not positive.
+/// Bytes of a tightly packed NV12 frame: width x height luma bytes, then (height + 1) / 2 rows of 2 x ((width
+/// + 1) / 2) chroma bytes. 0 when a dimension is not positive.
 ZELVO_EXPORT std::size_t packedNv12Bytes(int width, int height);
 
 /// Copies a tightly packed NV12 frame of the picture's size from host memory into the picture, after the work

@@ -1,7 +1,7 @@
 #pragma once
 
-// Plain geometry of frames, for host and device code alike. A target of its own (render_geometry), which
-// needs nothing else.
+// Plain geometry of frames, for host and device code alike. A target of its own (render_geometry) without
+// dependencies.
 
 #include <cstddef>
 #include <cstdint>

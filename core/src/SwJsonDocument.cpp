@@ -8,6 +8,7 @@
 #include "src/SwJsonParser.h"
 #include "src/json_string_reader.h"
 
+// NOLINTNEXTLINE(misc-no-recursion): once, with copies that are not the message
 bool SwJsonDocument::loadFromJson(const SwString& json, SwString& errorMessage, const SwString& key) {
   if (&json == &errorMessage || &key == &errorMessage) {
     return loadFromJson(SwString(json), errorMessage, SwString(key));

@@ -1,6 +1,6 @@
 #include "src/c_locale.h"
 
-#include <locale.h>
+#include <locale.h>  // NOLINT(modernize-deprecated-headers): newlocale is not in <clocale>
 
 #include <algorithm>
 #include <array>

@@ -12,7 +12,7 @@ constexpr uint8_t kInvalid = 0xFF;
 
 constexpr std::array<uint8_t, 256> makeValues() {
   std::array<uint8_t, 256> values{};
-  for (std::size_t byte = 0; byte < values.size(); ++byte) values[byte] = kInvalid;
+  for (auto& value : values) value = kInvalid;
   for (uint8_t value = 0; value < 64; ++value) {
     values[static_cast<unsigned char>(kAlphabet[value])] = value;
   }

@@ -306,6 +306,7 @@ SwAny SwAny::make(Value&& value) {
   SwAny any;
   std::string name = typeNameOf<T>();
   if constexpr (sw_any::isInlineKind<T>()) {
+    // NOLINTNEXTLINE(misc-redundant-expression): the same for one T, not for others
     static_assert(sizeof(T) <= sizeof(storage_) && alignof(T) <= alignof(std::max_align_t));
     ::new (static_cast<void*>(any.storage_)) T(std::forward<Value>(value));
   } else if (isMetaType(name)) {

@@ -29,7 +29,7 @@ constexpr int32_t lowBits(int64_t value) noexcept {
 
 /// `value` rounded to single precision as IEEE 754 rounds: values beyond the range of float give infinity.
 inline float toSinglePrecision(double value) noexcept {
-  constexpr double kMax = static_cast<double>(std::numeric_limits<float>::max());
+  constexpr auto kMax = static_cast<double>(std::numeric_limits<float>::max());
   // Half a unit in the last place above the largest float; the tie goes to the even neighbour, which is
   // infinity.
   constexpr double kRoundsToInfinity = 0x1.ffffffp127;

@@ -1,10 +1,9 @@
 #include "src/SwJsonParser.h"
 
-#include <cxxabi.h>
-
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <exception>
 #include <limits>
 #include <system_error>
 #include <utility>
@@ -157,9 +156,7 @@ SwJsonParser::Step SwJsonParser::bareToken(char firstByte) {
 std::optional<SecretText> SwJsonParser::decrypt(std::string_view cipherText) {
   try {
     return SecretText(cipher_.decrypt(cipherText));
-  } catch (const abi::__forced_unwind&) {
-    throw;  // the host cancels this thread; the C++ runtime allows nothing else
-  } catch (...) {
+  } catch (const std::exception&) {
     return std::nullopt;
   }
 }

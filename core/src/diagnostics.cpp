@@ -20,7 +20,7 @@ bool appendLineFeed(std::string& line) noexcept {
 }  // namespace
 
 /// The unwinding of a cancelled thread has no object, so the C++ runtime binds the handler's reference to
-/// null. Sanitizers are told not to mind.
+/// null. The sanitizers' check for that is switched off here.
 __attribute__((no_sanitize("null"))) void sw_diagnostics::writeLine(std::string line) {
   const bool whole = appendLineFeed(line);
   try {

@@ -78,7 +78,7 @@ ZelvoPicturePool::~ZelvoPicturePool() = default;
 std::shared_ptr<ZelvoPicture> ZelvoPicturePool::clone(const ZelvoPicture& picture) try {
   const int width = picture.width();
   const int height = picture.height();
-  const bool isEmpty = !picture.yPlane();
+  const bool isEmpty = picture.yPlane() == nullptr;
   auto copy = isEmpty ? std::make_shared<ZelvoPicture>()
                       : std::make_shared<ZelvoPicture>(State::lend(state_, width, height));
   if (!isEmpty) {

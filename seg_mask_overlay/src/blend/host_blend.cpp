@@ -58,6 +58,7 @@ const SimdTarget* fastestSimdTarget() {
   return simdTargets().empty() ? nullptr : simdTargets().begin();
 }
 
+// NOLINTNEXTLINE(readability-non-const-parameter): the plane is written through MaskedRows
 void blendLuma(unsigned char* plane, int pitch, const unsigned char* mask, int maskPitch, LumaRect rect,
                unsigned char color, float alpha, const SimdTarget* target) {
   if (rect.empty()) return;
@@ -70,6 +71,7 @@ void blendLuma(unsigned char* plane, int pitch, const unsigned char* mask, int m
   lookUpLuma(area, LookUp(table));
 }
 
+// NOLINTNEXTLINE(readability-non-const-parameter): the plane is written through MaskedRows
 void blendChroma(unsigned char* plane, int pitch, const unsigned char* mask, int maskPitch, ChromaRect rect,
                  unsigned char colorU, unsigned char colorV, float alpha, const SimdTarget* target) {
   if (rect.empty()) return;

@@ -201,6 +201,13 @@ TEST(SwJsonParser, SimpleEscapes) {
   EXPECT_EQ(parsed("\"\\\"\\\\\\/\\b\\f\\n\\r\\t\"").text(), "\"\\/\b\f\n\r\t");
 }
 
+TEST(SwJsonParser, UnicodeEscapesTakeEveryHexadecimalDigitOfEitherCase) {
+  EXPECT_EQ(parsed("\"\\u0123\"").text(), "\xC4\xA3");
+  EXPECT_EQ(parsed("\"\\u4567\"").text(), "\xE4\x95\xA7");
+  EXPECT_EQ(parsed("\"\\u89AB\\u89ab\"").text(), "\xE8\xA6\xAB\xE8\xA6\xAB");
+  EXPECT_EQ(parsed("\"\\uCDEF\\ucdef\"").text(), "\xEC\xB7\xAF\xEC\xB7\xAF");
+}
+
 TEST(SwJsonParser, UnicodeEscapesBecomeUtf8OfEveryLength) {
   EXPECT_EQ(parsed("\"\\u007F\"").text(), "\x7F");
   EXPECT_EQ(parsed("\"\\u0080\\u07FF\"").text(), "\xC2\x80\xDF\xBF");

@@ -126,9 +126,9 @@ TEST(EncryptionOutOfMemory, OpensslFailingMakesEveryMessageOfTheCipher) {
   const std::pair<bool, const char*> directions[] = {{true, "EVP AES encrypt failed."},
                                                      {false, "EVP AES decrypt failed."}};
   for (const auto& [encrypt, failed] : directions) {
-    const auto run = [&, encrypt = encrypt] {
+    const auto run = [&, direction = encrypt] {
       const Failing failing(opensslMalloc);
-      SwCrypto::cryptAES_ECB(data, key, encrypt);
+      SwCrypto::cryptAES_ECB(data, key, direction);
     };
     opensslMalloc.start(1000);
     ASSERT_EQ(messageOf(run), "none") << "fetched once, the cipher stays in OpenSSL's memory";
@@ -309,9 +309,10 @@ TEST(EncryptionWipes, PlainTextIsGoneFromMemoryThatGeneratingGivesBack) {
                                                         {INT64_MIN, std::to_string(INT64_MIN)}};
   for (const auto& [value, plain] : values) {
     SwString text;
-    EXPECT_EQ(leftovers(plain,
-                        [&, &value = value] { SwJsonDocument().generateJson(value, text, false, 0, "key"); }),
-              0)
+    EXPECT_EQ(
+        leftovers(plain,
+                  [&, &written = value] { SwJsonDocument().generateJson(written, text, false, 0, "key"); }),
+        0)
         << plain;
     EXPECT_FALSE(text.empty());
   }

@@ -39,7 +39,8 @@ bool isKnownTooSmall(const RenderContext& ctx, FrameSize size, const KnownMappin
 FrameSize makeRenderTarget(RenderContext& ctx, FrameSize size) {
   const std::shared_ptr<zelvo::ZelvoPicture> picture = ctx.picture.ensureWritablePicShared();
   const FrameSize copy = picture ? FrameSize{picture->width(), picture->height()} : FrameSize{0, 0};
-  ctx.render_target = picture && holds(copy, size) ? picture->makeRenderTarget() : nullptr;
+  const bool fits = picture && holds(copy, size);
+  ctx.render_target = fits ? picture->makeRenderTarget() : nullptr;
   return copy;
 }
 

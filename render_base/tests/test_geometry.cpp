@@ -39,6 +39,15 @@ TEST(Geometry, PixelsOfAFramePast32And62BitsAreCounted) {
   EXPECT_EQ((FrameSize{kMax, kMax}.pixels()), 4611686014132420609U);  // 2^62 - 2^32 + 1
 }
 
+TEST(Geometry, RectanglesAreEqualWhenBothCornersAre) {
+  const LumaRect rect{1, 2, 3, 4};
+  EXPECT_TRUE((rect == LumaRect{1, 2, 3, 4}));
+  for (const LumaRect& other :
+       {LumaRect{9, 2, 3, 4}, LumaRect{1, 9, 3, 4}, LumaRect{1, 2, 9, 4}, LumaRect{1, 2, 3, 9}}) {
+    EXPECT_FALSE(rect == other);
+  }
+}
+
 TEST(Geometry, ARectangleOutsideOnAnySideComesOutEmpty) {
   EXPECT_TRUE(clampToFrame({-9, 0, -1, 5}, 20, 10).empty());  // left
   EXPECT_TRUE(clampToFrame({0, -9, 5, -1}, 20, 10).empty());  // above

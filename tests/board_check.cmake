@@ -15,7 +15,7 @@ function(expect code text)
   endif()
 endfunction()
 
-expect(0 "Exit code: 0 all that is needed is there and works" --help)
+expect(0 "Exit code: 0 everything needed is there and works" --help)
 expect(2 "board_check: unknown argument 'now'; only CMake's -D... (see --help)" now)
 expect(2 "board_check: unknown argument '-DA'; only CMake's -D... (see --help)" -DA)
 expect(2 "board_check: 'gpu' is no device: cpu or cuda" -DSEG_MASK_DEVICE=gpu)

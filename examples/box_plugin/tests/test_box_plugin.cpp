@@ -241,11 +241,16 @@ TEST_F(BoxPluginTest, DrawsInTheTool) {
                              static_cast<std::streamsize>(grey.size()));
   std::ofstream(lines) << R"({"frame": 0, "producer": "p", "detections": [{"x": 1, "y": 0, "w": 4, "h": 3}]})"
                        << '\n';
+  std::vector<std::string> words{SEGMASK,        "render", "--plugin", BOX_PLUGIN,
+                                 "--input",      input,    "--size",   "6x4",
+                                 "--detections", lines,    "--config", R"({"thickness": 1})",
+                                 "--output",     output};
+  std::vector<char*> arguments;
+  for (std::string& word : words) arguments.push_back(word.data());
+  arguments.push_back(nullptr);
   const pid_t tool = fork();
   if (tool == 0) {
-    execl(SEGMASK, SEGMASK, "render", "--plugin", BOX_PLUGIN, "--input", input.c_str(), "--size", "6x4",
-          "--detections", lines.c_str(), "--config", R"({"thickness": 1})", "--output", output.c_str(),
-          nullptr);
+    execv(SEGMASK, arguments.data());  // by this function a cross build's emulator runs the program
     _exit(127);
   }
   int status = -1;

@@ -1,5 +1,5 @@
 // The lenient base64 decoder against the plain one, which looks one character after another up: on clean text
-// of masks' lengths, and on text with ever more foreign characters. Results are compared before anything is
+// of masks' lengths, and on text with ever more invalid characters. Results are compared before anything is
 // timed.
 
 #include <benchmark/benchmark.h>

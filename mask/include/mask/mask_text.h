@@ -41,8 +41,9 @@ struct MaskTextFault {
 /// For example SEG1|4|2|Dw== is the byte 0x0F: four pixels inside, then four outside.
 std::optional<MaskBits> decodeMaskText(const std::string& text, MaskTextFault* fault = nullptr);
 
-/// The same into memory of the arena, of which maskTextRoom(text) is enough. Valid as long as that is. Throws
-/// nothing.
+/// The same into memory of the arena, of which maskTextRoom(text) is enough. Valid as long as that is.
+/// Without a `fault` it throws nothing; with one, std::bad_alloc when memory runs out while the data of a
+/// refused text is counted.
 std::optional<MaskView> decodeMaskText(const std::string& text, MaskArena& arena,
                                        MaskTextFault* fault = nullptr);
 

@@ -141,7 +141,7 @@ TEST_F(DeviceCalls, TwoItemsAreUploadedAndLaunchedInTurnFromOneBuffer) {
     ++uploads;
     EXPECT_EQ(call.bytes, 24U);
     EXPECT_EQ(call.kind, cudaMemcpyHostToDevice);
-    EXPECT_EQ(call.deviceMemory, calls[0].deviceMemory);
+    EXPECT_EQ(call.memory, calls[0].memory);
   }
   EXPECT_EQ(uploads, 2U);
 }

@@ -129,7 +129,7 @@ class DeviceFaults : public plugin_test::PluginTest {
     for (const cudart_cpu::RecordedCall& call : cudart_cpu::recordedCalls()) {
       if (call.result == cudaSuccess) continue;
       ++failures_;
-      if (call.call == Call::cudaFree && call.deviceMemory != nullptr) ++kept_;
+      if (call.call == Call::cudaFree && call.memory != nullptr) ++kept_;
     }
   }
 

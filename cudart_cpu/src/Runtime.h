@@ -2,8 +2,8 @@
 
 #include <new>
 
+#include "src/Allocations.h"
 #include "src/CallLog.h"
-#include "src/DeviceMemory.h"
 #include "src/Streams.h"
 
 namespace cudart_cpu {
@@ -11,10 +11,11 @@ namespace cudart_cpu {
 /// The process-wide state behind all calls.
 struct Runtime {
   CallLog log;
-  DeviceMemory memory;
+  Allocations device;
+  Allocations pinned;
   Streams streams;
 
-  /// Never destroyed: objects that other libraries destroy at exit may still free device memory.
+  /// Never destroyed: objects that other libraries destroy at exit may still free memory.
   static Runtime& instance();
 };
 
@@ -31,6 +32,13 @@ inline RecordedCall begin(Call call) {
   return {call, 0, cudaMemcpyDefault, nullptr, nullptr, cudaSuccess};
 }
 
+/// Whether the call's result becomes the thread's last error. That work is not done yet is an answer and no
+/// error, but that of cudaEventQuery is kept all the same, so that a test can see who leaves it behind.
+inline bool isLastError(const RecordedCall& made) {
+  if (made.result == cudaErrorNotReady) return made.call == Call::cudaEventQuery;
+  return made.result != cudaSuccess;
+}
+
 /// Makes a call that can fail: counts it, fails when a test planned that and runs `body` otherwise (which may
 /// add to the record), then stores the error and the record.
 template <class Body>
@@ -45,7 +53,7 @@ cudaError_t perform(RecordedCall made, const Body& body) {
   } catch (const std::bad_alloc&) {
     made.result = cudaErrorMemoryAllocation;
   }
-  if (made.result != cudaSuccess && made.result != cudaErrorNotReady) thread.lastError = made.result;
+  if (isLastError(made)) thread.lastError = made.result;
   return made.result;
 }
 

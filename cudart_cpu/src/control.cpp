@@ -28,6 +28,10 @@ const char* callName(Call call) {
       return "cudaMalloc";
     case Call::cudaFree:
       return "cudaFree";
+    case Call::cudaHostAlloc:
+      return "cudaHostAlloc";
+    case Call::cudaFreeHost:
+      return "cudaFreeHost";
     case Call::cudaMemcpy:
       return "cudaMemcpy";
     case Call::cudaMemcpyAsync:
@@ -48,6 +52,16 @@ const char* callName(Call call) {
       return "cudaStreamSynchronize";
     case Call::cudaStreamQuery:
       return "cudaStreamQuery";
+    case Call::cudaEventCreateWithFlags:
+      return "cudaEventCreateWithFlags";
+    case Call::cudaEventDestroy:
+      return "cudaEventDestroy";
+    case Call::cudaEventRecord:
+      return "cudaEventRecord";
+    case Call::cudaEventQuery:
+      return "cudaEventQuery";
+    case Call::cudaEventSynchronize:
+      return "cudaEventSynchronize";
     case Call::cudaLaunchHostFunc:
       return "cudaLaunchHostFunc";
   }
@@ -63,7 +77,8 @@ uint64_t totalCalls() {
 }
 
 uint64_t waitingCalls() {
-  return count(Call::cudaMemcpy) + count(Call::cudaStreamSynchronize) + count(Call::cudaDeviceSynchronize);
+  return count(Call::cudaMemcpy) + count(Call::cudaStreamSynchronize) + count(Call::cudaEventSynchronize) +
+         count(Call::cudaDeviceSynchronize);
 }
 
 void resetCounters() {
@@ -101,7 +116,15 @@ std::size_t heldWork(cudaStream_t stream) {
 }
 
 LiveAllocations liveAllocations() {
-  return Runtime::instance().memory.live();
+  return Runtime::instance().device.live();
+}
+
+LiveAllocations livePinnedAllocations() {
+  return Runtime::instance().pinned.live();
+}
+
+std::size_t liveEvents() {
+  return Runtime::instance().streams.liveEvents();
 }
 
 void reset() {

@@ -21,7 +21,7 @@ constexpr ErrorText kErrorTexts[] = {
     {cudaErrorInvalidPitchValue, "cudaErrorInvalidPitchValue", "a pitch is smaller than its row"},
     {cudaErrorInvalidMemcpyDirection, "cudaErrorInvalidMemcpyDirection", "not a kind of copy"},
     {cudaErrorNoDevice, "cudaErrorNoDevice", "there is no device"},
-    {cudaErrorInvalidResourceHandle, "cudaErrorInvalidResourceHandle", "not a live stream"},
+    {cudaErrorInvalidResourceHandle, "cudaErrorInvalidResourceHandle", "not a live stream or event"},
     {cudaErrorNotReady, "cudaErrorNotReady", "work is left to do"},
     {cudaErrorIllegalAddress, "cudaErrorIllegalAddress", "an address is not the device's"},
     {cudaErrorLaunchFailure, "cudaErrorLaunchFailure", "device code failed"},

@@ -5,9 +5,9 @@
 
 #include "src/Runtime.h"
 
+using cudart_cpu::Allocations;
 using cudart_cpu::begin;
 using cudart_cpu::Call;
-using cudart_cpu::DeviceMemory;
 using cudart_cpu::perform;
 using cudart_cpu::RecordedCall;
 using cudart_cpu::Runtime;
@@ -83,30 +83,39 @@ bool placesOf(cudaMemcpyKind kind, Places& places) {
 }
 
 template <class T>
-bool sideIsGood(const DeviceMemory& memory, const Side<T>& side, std::size_t width, std::size_t rows,
+bool sideIsGood(const Runtime& runtime, const Side<T>& side, std::size_t width, std::size_t rows,
                 Place place) {
   if (!side.first) return false;
   std::size_t bytes = 0;
   if (__builtin_mul_overflow(rows - 1, side.pitch, &bytes)) return false;
   if (__builtin_add_overflow(bytes, width, &bytes)) return false;
-  if (memory.isHost(side.first)) return place != Place::Device;
-  return place != Place::Host && memory.holds(side.first, bytes);
+  if (runtime.device.contains(side.first))
+    return place != Place::Host && runtime.device.holds(side.first, bytes);
+  if (place == Place::Device) return false;
+  return !runtime.pinned.contains(side.first) || runtime.pinned.holds(side.first, bytes);
 }
 
 /// cudaSuccess when the copy, of at least one byte, can be made.
-cudaError_t check(const DeviceMemory& memory, const Rows& copy, cudaMemcpyKind kind) {
+cudaError_t check(const Runtime& runtime, const Rows& copy, cudaMemcpyKind kind) {
   Places places{};
   if (!placesOf(kind, places)) return cudaErrorInvalidMemcpyDirection;
   std::size_t total = 0;
   if (__builtin_mul_overflow(copy.width, copy.rows, &total)) return cudaErrorInvalidValue;
-  if (!sideIsGood(memory, copy.to, copy.width, copy.rows, places.to)) return cudaErrorInvalidValue;
-  if (!sideIsGood(memory, copy.from, copy.width, copy.rows, places.from)) return cudaErrorInvalidValue;
+  if (!sideIsGood(runtime, copy.to, copy.width, copy.rows, places.to)) return cudaErrorInvalidValue;
+  if (!sideIsGood(runtime, copy.from, copy.width, copy.rows, places.from)) return cudaErrorInvalidValue;
   return cudaSuccess;
 }
 
 std::size_t saturatedProduct(std::size_t a, std::size_t b) {
   std::size_t product = 0;
   return __builtin_mul_overflow(a, b, &product) ? std::numeric_limits<std::size_t>::max() : product;
+}
+
+/// Whether the source of an asynchronous copy may change after the call: pageable memory whose bytes go to
+/// the device.
+bool takesBytesAtTheCall(const Runtime& runtime, const Rows& copy) {
+  return runtime.device.contains(copy.to.first) && !runtime.device.contains(copy.from.first) &&
+         !runtime.pinned.contains(copy.from.first);
 }
 
 RecordedCall beginCopy(Call call, const Rows& copy, cudaMemcpyKind kind, cudaStream_t stream) {
@@ -117,13 +126,13 @@ RecordedCall beginCopy(Call call, const Rows& copy, cudaMemcpyKind kind, cudaStr
 cudaError_t queueCopy(Runtime& runtime, const Rows& copy, cudaMemcpyKind kind, cudaStream_t stream) {
   if (!runtime.streams.isLive(stream)) return cudaErrorInvalidResourceHandle;
   if (copy.width == 0 || copy.rows == 0) return cudaSuccess;
-  const cudaError_t error = check(runtime.memory, copy, kind);
+  const cudaError_t error = check(runtime, copy, kind);
   if (error != cudaSuccess) return error;
-  const bool hostToDevice = runtime.memory.isHost(copy.from.first) && !runtime.memory.isHost(copy.to.first);
-  const auto makeSnapshot = [copy] { return snapshotCopy(copy); };
-  const bool queued = runtime.streams.submit(
-      stream, [copy] { copyRows(copy); }, hostToDevice ? Streams::MakeSnapshot(makeSnapshot) : nullptr);
-  return queued ? cudaSuccess : cudaErrorInvalidResourceHandle;
+  const auto work = [copy] { copyRows(copy); };
+  const auto later = [&] {
+    return takesBytesAtTheCall(runtime, copy) ? snapshotCopy(copy) : Streams::Work(work);
+  };
+  return runtime.streams.submit(stream, work, later) ? cudaSuccess : cudaErrorInvalidResourceHandle;
 }
 
 struct Extent {
@@ -144,10 +153,33 @@ cudaError_t fill(Call call, const Side<Byte>& to, int value, const Extent& exten
     if (!runtime.streams.isLive(stream)) return cudaErrorInvalidResourceHandle;
     if (extent.width == 0 || extent.rows == 0) return cudaSuccess;
     if (extent.rows > 1 && to.pitch < extent.width) return cudaErrorInvalidValue;
-    if (!sideIsGood(runtime.memory, to, extent.width, extent.rows, Place::Device))
-      return cudaErrorInvalidValue;
+    if (!sideIsGood(runtime, to, extent.width, extent.rows, Place::Device)) return cudaErrorInvalidValue;
     const bool queued = runtime.streams.submit(stream, [=] { fillRows(to, value, extent); });
     return queued ? cudaSuccess : cudaErrorInvalidResourceHandle;
+  });
+}
+
+/// Gives out memory of either kind.
+cudaError_t allocate(Allocations& allocations, void** address, std::size_t size, RecordedCall& record) {
+  if (!address) return cudaErrorInvalidValue;
+  void* memory = nullptr;
+  if (size != 0) {
+    memory = allocations.allocate(size);
+    if (!memory) return cudaErrorMemoryAllocation;
+  }
+  *address = memory;
+  record.memory = memory;
+  return cudaSuccess;
+}
+
+/// Makes either call that frees.
+cudaError_t release(Call call, Allocations Runtime::*allocations, void* memory) {
+  RecordedCall made = begin(call);
+  made.memory = memory;
+  return perform(made, [&](Runtime& runtime, RecordedCall& record) {
+    runtime.streams.finishAll();
+    if (!memory || (runtime.*allocations).free(memory, record.bytes)) return cudaSuccess;
+    return cudaErrorInvalidValue;
   });
 }
 
@@ -157,33 +189,32 @@ cudaError_t cudaMalloc(void** devPtr, std::size_t size) {
   RecordedCall made = begin(Call::cudaMalloc);
   made.bytes = size;
   return perform(made, [&](Runtime& runtime, RecordedCall& record) {
-    if (!devPtr) return cudaErrorInvalidValue;
-    void* memory = nullptr;
-    if (size != 0) {
-      memory = runtime.memory.allocate(size);
-      if (!memory) return cudaErrorMemoryAllocation;
-    }
-    *devPtr = memory;
-    record.deviceMemory = memory;
-    return cudaSuccess;
+    return allocate(runtime.device, devPtr, size, record);
   });
 }
 
 cudaError_t cudaFree(void* devPtr) {
-  RecordedCall made = begin(Call::cudaFree);
-  made.deviceMemory = devPtr;
+  return release(Call::cudaFree, &Runtime::device, devPtr);
+}
+
+cudaError_t cudaHostAlloc(void** pHost, std::size_t size, unsigned int flags) {
+  RecordedCall made = begin(Call::cudaHostAlloc);
+  made.bytes = size;
   return perform(made, [&](Runtime& runtime, RecordedCall& record) {
-    runtime.streams.finishAll();
-    if (!devPtr || runtime.memory.free(devPtr, record.bytes)) return cudaSuccess;
-    return cudaErrorInvalidValue;
+    if (flags != cudaHostAllocDefault) return cudaErrorInvalidValue;
+    return allocate(runtime.pinned, pHost, size, record);
   });
+}
+
+cudaError_t cudaFreeHost(void* ptr) {
+  return release(Call::cudaFreeHost, &Runtime::pinned, ptr);
 }
 
 cudaError_t cudaMemcpy(void* dst, const void* src, std::size_t count, cudaMemcpyKind kind) {
   const Rows copy = makeRows(dst, count, src, count, count, 1);
   return perform(beginCopy(Call::cudaMemcpy, copy, kind, nullptr), [&](Runtime& runtime, RecordedCall&) {
     if (count != 0) {
-      const cudaError_t error = check(runtime.memory, copy, kind);
+      const cudaError_t error = check(runtime, copy, kind);
       if (error != cudaSuccess) return error;
       runtime.streams.submit(nullptr, [copy] { copyRows(copy); });
     }

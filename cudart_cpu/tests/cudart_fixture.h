@@ -7,7 +7,7 @@
 
 #include "cudart_cpu/control.h"
 
-/// Starts and ends each test with a runtime nobody has touched, and fails one that leaves device memory
+/// Starts and ends each test with a runtime nobody has touched, and fails one that leaves memory or events
 /// behind.
 class CudartTest : public ::testing::Test {
  protected:
@@ -15,6 +15,9 @@ class CudartTest : public ::testing::Test {
   void TearDown() override {
     EXPECT_EQ(cudart_cpu::liveAllocations().count, 0u);
     EXPECT_EQ(cudart_cpu::liveAllocations().bytes, 0u);
+    EXPECT_EQ(cudart_cpu::livePinnedAllocations().count, 0u);
+    EXPECT_EQ(cudart_cpu::livePinnedAllocations().bytes, 0u);
+    EXPECT_EQ(cudart_cpu::liveEvents(), 0u);
   }
 
  private:
@@ -28,6 +31,24 @@ class Buffer {
   ~Buffer() { EXPECT_EQ(cudaFree(data_), cudaSuccess); }
   Buffer(const Buffer&) = delete;
   Buffer& operator=(const Buffer&) = delete;
+
+  unsigned char* get() const { return data_; }
+
+ private:
+  unsigned char* data_ = nullptr;
+};
+
+/// Page-locked host memory for the length of a test.
+class PinnedBuffer {
+ public:
+  explicit PinnedBuffer(std::size_t bytes) {
+    void* data = nullptr;
+    EXPECT_EQ(cudaHostAlloc(&data, bytes, cudaHostAllocDefault), cudaSuccess);
+    data_ = static_cast<unsigned char*>(data);
+  }
+  ~PinnedBuffer() { EXPECT_EQ(cudaFreeHost(data_), cudaSuccess); }
+  PinnedBuffer(const PinnedBuffer&) = delete;
+  PinnedBuffer& operator=(const PinnedBuffer&) = delete;
 
   unsigned char* get() const { return data_; }
 
@@ -49,6 +70,22 @@ class OwnedStream {
 
  private:
   cudaStream_t stream_ = nullptr;
+};
+
+/// An event for the length of a test.
+class OwnedEvent {
+ public:
+  explicit OwnedEvent(unsigned flags = cudaEventDefault) {
+    EXPECT_EQ(cudaEventCreateWithFlags(&event_, flags), cudaSuccess);
+  }
+  ~OwnedEvent() { EXPECT_EQ(cudaEventDestroy(event_), cudaSuccess); }
+  OwnedEvent(const OwnedEvent&) = delete;
+  OwnedEvent& operator=(const OwnedEvent&) = delete;
+
+  cudaEvent_t get() const { return event_; }
+
+ private:
+  cudaEvent_t event_ = nullptr;
 };
 
 using Bytes = std::vector<unsigned char>;

@@ -20,6 +20,7 @@ class Control : public CudartTest {
 
 TEST_F(Control, EveryCallIsCountedUnderItsOwnName) {
   const Buffer buffer(4);
+  void* pinned = nullptr;
   char host[4] = {};
   int devices = 0;
   cudaStream_t one = nullptr;
@@ -35,9 +36,17 @@ TEST_F(Control, EveryCallIsCountedUnderItsOwnName) {
   cudaLaunchHostFunc(
       one, [](void*) {}, nullptr);
   cudaStreamQuery(one);
+  cudaEvent_t event = nullptr;
+  cudaEventCreateWithFlags(&event, cudaEventDisableTiming);
+  cudaEventRecord(event, one);
+  cudaEventQuery(event);
+  cudaEventSynchronize(event);
+  cudaEventDestroy(event);
   cudaStreamSynchronize(one);
   cudaDeviceSynchronize();
   cudaFree(nullptr);
+  cudaHostAlloc(&pinned, 4, cudaHostAllocDefault);
+  cudaFreeHost(pinned);
   cudaPeekAtLastError();
   cudaGetLastError();
   cudaStreamDestroy(one);
@@ -49,12 +58,12 @@ TEST_F(Control, EveryCallIsCountedUnderItsOwnName) {
     EXPECT_EQ(cudart_cpu::count(call), twice.count(call) + 1) << cudart_cpu::callName(call);
     names.insert(cudart_cpu::callName(call));
   }
-  EXPECT_EQ(names.size(), 17u);
-  EXPECT_EQ(cudart_cpu::totalCalls(), 18u);
-  EXPECT_EQ(cudart_cpu::waitingCalls(), 3u);
+  EXPECT_EQ(names.size(), 24u);
+  EXPECT_EQ(cudart_cpu::totalCalls(), 25u);
+  EXPECT_EQ(cudart_cpu::waitingCalls(), 4u);
   cudaGetErrorName(cudaSuccess);
   cudaGetErrorString(cudaSuccess);
-  EXPECT_EQ(cudart_cpu::totalCalls(), 18u);
+  EXPECT_EQ(cudart_cpu::totalCalls(), 25u);
   cudart_cpu::resetCounters();
   EXPECT_EQ(cudart_cpu::totalCalls(), 0u);
   EXPECT_EQ(cudart_cpu::count(Call::cudaMalloc), 0u);
@@ -88,6 +97,13 @@ TEST_F(Control, RecordsTellOrderSizesAndResults) {
   ASSERT_EQ(cudaMemsetAsync(memory, 0, 13, stream), cudaErrorInvalidValue);
   ASSERT_EQ(cudaMemset2DAsync(memory, 5, 0, 2, 3, stream), cudaSuccess);
   ASSERT_EQ(cudaMemset2DAsync(memory, kHuge, 0, kHuge, 2, stream), cudaErrorInvalidValue);
+  void* pinned = nullptr;
+  cudaEvent_t event = nullptr;
+  ASSERT_EQ(cudaHostAlloc(&pinned, 5, cudaHostAllocDefault), cudaSuccess);
+  ASSERT_EQ(cudaEventCreateWithFlags(&event, cudaEventDefault), cudaSuccess);
+  ASSERT_EQ(cudaEventRecord(event, stream), cudaSuccess);
+  ASSERT_EQ(cudaEventDestroy(event), cudaSuccess);
+  ASSERT_EQ(cudaFreeHost(pinned), cudaSuccess);
   ASSERT_EQ(cudaStreamDestroy(stream), cudaSuccess);
   ASSERT_EQ(cudaFree(memory), cudaSuccess);
 
@@ -96,7 +112,7 @@ TEST_F(Control, RecordsTellOrderSizesAndResults) {
     Call call;
     std::size_t bytes;
     cudaMemcpyKind kind;
-    const void* deviceMemory;
+    const void* memory;
     cudaStream_t stream;
     cudaError_t result;
   };
@@ -110,6 +126,11 @@ TEST_F(Control, RecordsTellOrderSizesAndResults) {
                                {Call::cudaMemsetAsync, 13, none, memory, stream, cudaErrorInvalidValue},
                                {Call::cudaMemset2DAsync, 6, none, memory, stream, cudaSuccess},
                                {Call::cudaMemset2DAsync, kHuge, none, memory, stream, cudaErrorInvalidValue},
+                               {Call::cudaHostAlloc, 5, none, pinned, nullptr, cudaSuccess},
+                               {Call::cudaEventCreateWithFlags, 0, none, nullptr, nullptr, cudaSuccess},
+                               {Call::cudaEventRecord, 0, none, nullptr, stream, cudaSuccess},
+                               {Call::cudaEventDestroy, 0, none, nullptr, nullptr, cudaSuccess},
+                               {Call::cudaFreeHost, 5, none, pinned, nullptr, cudaSuccess},
                                {Call::cudaStreamDestroy, 0, none, nullptr, stream, cudaSuccess},
                                {Call::cudaFree, 12, none, memory, nullptr, cudaSuccess}};
   ASSERT_EQ(calls.size(), std::size(expected));
@@ -118,7 +139,7 @@ TEST_F(Control, RecordsTellOrderSizesAndResults) {
     EXPECT_EQ(calls[i].call, expected[i].call);
     EXPECT_EQ(calls[i].bytes, expected[i].bytes);
     EXPECT_EQ(calls[i].kind, expected[i].kind);
-    EXPECT_EQ(calls[i].deviceMemory, expected[i].deviceMemory);
+    EXPECT_EQ(calls[i].memory, expected[i].memory);
     EXPECT_EQ(calls[i].stream, expected[i].stream);
     EXPECT_EQ(calls[i].result, expected[i].result);
   }
@@ -137,6 +158,39 @@ TEST_F(Control, TheNthCallFailsAndTheNextWorks) {
   EXPECT_EQ(cudart_cpu::count(Call::cudaMalloc), 3u);
   EXPECT_EQ(cudaFree(first), cudaSuccess);
   EXPECT_EQ(cudaFree(second), cudaSuccess);
+}
+
+TEST_F(Control, FailedCallsOnPinnedMemoryAndEventsDoNothingElse) {
+  const cudaError_t planned = cudaErrorLaunchFailure;
+  const OwnedStream stream;
+  const OwnedEvent event;
+  PinnedBuffer live(2);
+  void* pinned = nullptr;
+  cudart_cpu::failCall(Call::cudaHostAlloc, 1, planned);
+  EXPECT_EQ(cudaHostAlloc(&pinned, 1, cudaHostAllocDefault), planned);
+  EXPECT_EQ(pinned, nullptr);
+  cudart_cpu::failCall(Call::cudaFreeHost, 1, planned);
+  EXPECT_EQ(cudaFreeHost(live.get()), planned);
+  EXPECT_EQ(cudart_cpu::livePinnedAllocations().bytes, 2u);
+  cudaEvent_t none = nullptr;
+  cudart_cpu::failCall(Call::cudaEventCreateWithFlags, 1, planned);
+  EXPECT_EQ(cudaEventCreateWithFlags(&none, cudaEventDefault), planned);
+  EXPECT_EQ(none, nullptr);
+  cudart_cpu::failCall(Call::cudaEventDestroy, 1, planned);
+  EXPECT_EQ(cudaEventDestroy(event.get()), planned);
+  EXPECT_EQ(cudart_cpu::liveEvents(), 1u);
+  cudart_cpu::hold(stream.get());
+  cudart_cpu::failCall(Call::cudaEventRecord, 1, planned);
+  EXPECT_EQ(cudaEventRecord(event.get(), stream.get()), planned);
+  EXPECT_EQ(cudart_cpu::heldWork(stream.get()), 0u);
+  ASSERT_EQ(cudaEventRecord(event.get(), stream.get()), cudaSuccess);
+  cudart_cpu::failCall(Call::cudaEventSynchronize, 1, planned);
+  EXPECT_EQ(cudaEventSynchronize(event.get()), planned);
+  cudart_cpu::failCall(Call::cudaEventQuery, 1, planned);
+  EXPECT_EQ(cudaEventQuery(event.get()), planned);
+  EXPECT_EQ(cudaGetLastError(), planned);
+  EXPECT_EQ(cudaEventQuery(event.get()), cudaErrorNotReady) << "the failed call did not wait";
+  EXPECT_EQ(cudaGetLastError(), cudaErrorNotReady);
 }
 
 TEST_F(Control, AFailedFillOfRowsWritesNothing) {

@@ -177,6 +177,51 @@ TEST_F(Memory, RowsMustFitTheirPitchAndTheirAllocation) {
             cudaErrorInvalidValue);
 }
 
+TEST_F(Memory, PinnedAllocationsAreHostMemoryAndCountedApart) {
+  void* pinned = nullptr;
+  ASSERT_EQ(cudaHostAlloc(&pinned, 100, cudaHostAllocDefault), cudaSuccess);
+  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(pinned) % 256, 0u);
+  EXPECT_EQ(*static_cast<unsigned char*>(pinned), 0xCD) << "fresh memory is junk";
+  EXPECT_EQ(cudart_cpu::liveAllocations().count, 0u);
+  EXPECT_EQ(cudart_cpu::livePinnedAllocations().count, 1u);
+  EXPECT_EQ(cudart_cpu::livePinnedAllocations().bytes, 100u);
+  EXPECT_EQ(cudaMemsetAsync(pinned, 0, 1), cudaErrorInvalidValue) << "not the device's";
+  EXPECT_EQ(cudaFreeHost(pinned), cudaSuccess);
+  EXPECT_EQ(cudart_cpu::livePinnedAllocations().count, 0u);
+}
+
+TEST_F(Memory, PinningRefusesWhatItCannotDo) {
+  int anything = 0;
+  void* memory = &anything;
+  EXPECT_EQ(cudaHostAlloc(nullptr, 1, cudaHostAllocDefault), cudaErrorInvalidValue);
+  EXPECT_EQ(cudaHostAlloc(&memory, 1, 1), cudaErrorInvalidValue);
+  EXPECT_EQ(cudaHostAlloc(&memory, kHuge, cudaHostAllocDefault), cudaErrorMemoryAllocation);
+  EXPECT_EQ(memory, &anything);
+  EXPECT_EQ(cudaHostAlloc(&memory, 0, cudaHostAllocDefault), cudaSuccess);
+  EXPECT_EQ(memory, nullptr);
+}
+
+TEST_F(Memory, EachKindIsFreedByItsOwnCall) {
+  const Buffer device(4);
+  const PinnedBuffer pinned(4);
+  int host = 0;
+  EXPECT_EQ(cudaFreeHost(device.get()), cudaErrorInvalidValue);
+  EXPECT_EQ(cudaFree(pinned.get()), cudaErrorInvalidValue);
+  EXPECT_EQ(cudaFreeHost(&host), cudaErrorInvalidValue);
+  EXPECT_EQ(cudaFreeHost(pinned.get() + 1), cudaErrorInvalidValue);
+  EXPECT_EQ(cudaFreeHost(nullptr), cudaSuccess);
+}
+
+TEST_F(Memory, ACopyMayNotRunPastPinnedMemoryEither) {
+  const Buffer device(8);
+  const PinnedBuffer pinned(4);
+  EXPECT_EQ(cudaMemcpyAsync(device.get(), pinned.get(), 5, cudaMemcpyHostToDevice), cudaErrorInvalidValue);
+  EXPECT_EQ(cudaMemcpyAsync(pinned.get() + 1, device.get(), 4, cudaMemcpyDeviceToHost),
+            cudaErrorInvalidValue);
+  EXPECT_EQ(cudaMemcpyAsync(device.get(), pinned.get(), 4, cudaMemcpyDeviceToDevice), cudaErrorInvalidValue);
+  EXPECT_EQ(cudaMemcpyAsync(device.get(), pinned.get(), 4, cudaMemcpyHostToDevice), cudaSuccess);
+}
+
 TEST_F(Memory, ACopyWithinAnAllocationMayOverlap) {
   const Buffer buffer(4);
   const Bytes sent = {1, 2, 3, 4};

@@ -1,3 +1,4 @@
+#include <cstring>
 #include <list>
 #include <stdexcept>
 #include <string>
@@ -154,6 +155,39 @@ TEST_F(StreamTest, AHeldUploadTakesTheHostBytesAtTheCall) {
   EXPECT_EQ(seen, (Bytes{1, 2, 2, 0, 4, 0}));
 }
 
+TEST_F(StreamTest, AHeldUploadFromPinnedMemoryTakesTheBytesInItsTurn) {
+  const OwnedStream stream;
+  const Buffer buffer(4);
+  const PinnedBuffer pinned(4);
+  Bytes seen(4);
+  std::memset(pinned.get(), 1, 4);
+  cudart_cpu::hold(stream.get());
+  ASSERT_EQ(cudaMemcpyAsync(buffer.get(), pinned.get(), 2, cudaMemcpyHostToDevice, stream.get()),
+            cudaSuccess);
+  ASSERT_EQ(
+      cudaMemcpy2DAsync(buffer.get() + 2, 1, pinned.get() + 1, 2, 1, 2, cudaMemcpyDefault, stream.get()),
+      cudaSuccess);
+  for (int i = 0; i < 4; ++i) pinned.get()[i] = static_cast<unsigned char>(5 + i);
+  cudart_cpu::release(stream.get());
+  ASSERT_EQ(cudaMemcpy(seen.data(), buffer.get(), 4, cudaMemcpyDeviceToHost), cudaSuccess);
+  EXPECT_EQ(seen, (Bytes{5, 6, 6, 8}));
+}
+
+TEST_F(StreamTest, FreeingPinnedMemoryWaitsForWorkOnIt) {
+  const OwnedStream stream(cudaStreamNonBlocking);
+  const Buffer buffer(3);
+  void* pinned = nullptr;
+  ASSERT_EQ(cudaHostAlloc(&pinned, 3, cudaHostAllocDefault), cudaSuccess);
+  std::memset(pinned, 7, 3);
+  cudart_cpu::hold(stream.get());
+  ASSERT_EQ(cudaMemcpyAsync(buffer.get(), pinned, 3, cudaMemcpyHostToDevice, stream.get()), cudaSuccess);
+  ASSERT_EQ(cudaFreeHost(pinned), cudaSuccess);
+  EXPECT_EQ(cudart_cpu::heldWork(stream.get()), 0u);
+  Bytes seen(3);
+  ASSERT_EQ(cudaMemcpy(seen.data(), buffer.get(), 3, cudaMemcpyDeviceToHost), cudaSuccess);
+  EXPECT_EQ(seen, Bytes(3, 7));
+}
+
 TEST_F(StreamTest, AHeldDeviceCopyTakesTheBytesInItsTurn) {
   const OwnedStream stream;
   const Buffer from(2);
@@ -236,18 +270,43 @@ TEST_F(StreamTest, BadArgumentsAreRefused) {
 
 TEST_F(StreamTest, AHostFunctionMayMakeNoCalls) {
   struct Seen {
+    cudaEvent_t event = nullptr;
     cudaError_t allocating = cudaSuccess;
     cudaError_t waiting = cudaSuccess;
+    cudaError_t pinning = cudaSuccess;
+    cudaError_t unpinning = cudaSuccess;
+    cudaError_t creating = cudaSuccess;
+    cudaError_t recording = cudaSuccess;
+    cudaError_t asking = cudaSuccess;
+    cudaError_t waitingForTheEvent = cudaSuccess;
+    cudaError_t destroying = cudaSuccess;
   } seen;
+  const OwnedEvent event;
+  seen.event = event.get();
   const auto misbehave = [](void* data) {
     auto& errors = *static_cast<Seen*>(data);
     void* memory = nullptr;
     errors.allocating = cudaMalloc(&memory, 1);
     errors.waiting = cudaStreamSynchronize(nullptr);
+    errors.pinning = cudaHostAlloc(&memory, 1, cudaHostAllocDefault);
+    errors.unpinning = cudaFreeHost(nullptr);
+    cudaEvent_t created = nullptr;
+    errors.creating = cudaEventCreateWithFlags(&created, cudaEventDefault);
+    errors.recording = cudaEventRecord(errors.event);
+    errors.asking = cudaEventQuery(errors.event);
+    errors.waitingForTheEvent = cudaEventSynchronize(errors.event);
+    errors.destroying = cudaEventDestroy(errors.event);
   };
   ASSERT_EQ(cudaLaunchHostFunc(nullptr, misbehave, &seen), cudaSuccess);
   EXPECT_EQ(seen.allocating, cudaErrorNotPermitted);
   EXPECT_EQ(seen.waiting, cudaErrorNotPermitted);
+  EXPECT_EQ(seen.pinning, cudaErrorNotPermitted);
+  EXPECT_EQ(seen.unpinning, cudaErrorNotPermitted);
+  EXPECT_EQ(seen.creating, cudaErrorNotPermitted);
+  EXPECT_EQ(seen.recording, cudaErrorNotPermitted);
+  EXPECT_EQ(seen.asking, cudaErrorNotPermitted);
+  EXPECT_EQ(seen.waitingForTheEvent, cudaErrorNotPermitted);
+  EXPECT_EQ(seen.destroying, cudaErrorNotPermitted);
   EXPECT_EQ(cudaStreamSynchronize(nullptr), cudaSuccess) << "allowed again afterwards";
 }
 

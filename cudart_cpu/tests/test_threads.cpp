@@ -74,6 +74,21 @@ TEST_F(Threads, WorkBehindAnotherThreadsWorkWaitsItsTurn) {
   worker.join();
 }
 
+TEST_F(Threads, AnEventIsOpenWhileAnotherThreadRunsTheWorkBeforeIt) {
+  const OwnedStream stream;
+  const OwnedEvent event;
+  SlowWork slow;
+  std::thread worker(
+      [&] { EXPECT_EQ(cudaLaunchHostFunc(stream.get(), &SlowWork::run, &slow), cudaSuccess); });
+  slow.begun.waitUntilOpen();
+  EXPECT_EQ(cudaEventRecord(event.get(), stream.get()), cudaSuccess);
+  EXPECT_EQ(cudaEventQuery(event.get()), cudaErrorNotReady);
+  slow.mayEnd.open();
+  EXPECT_EQ(cudaEventSynchronize(event.get()), cudaSuccess);
+  EXPECT_EQ(cudaEventQuery(event.get()), cudaSuccess);
+  worker.join();
+}
+
 /// Numbers that one thread queued on a stream, as they ran.
 struct Sequence {
   std::vector<int> ran;

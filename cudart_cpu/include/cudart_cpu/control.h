@@ -21,6 +21,8 @@ enum class Call {
   cudaPeekAtLastError,
   cudaMalloc,
   cudaFree,
+  cudaHostAlloc,
+  cudaFreeHost,
   cudaMemcpy,
   cudaMemcpyAsync,
   cudaMemcpy2DAsync,
@@ -31,6 +33,11 @@ enum class Call {
   cudaStreamDestroy,
   cudaStreamSynchronize,
   cudaStreamQuery,
+  cudaEventCreateWithFlags,
+  cudaEventDestroy,
+  cudaEventRecord,
+  cudaEventQuery,
+  cudaEventSynchronize,
   cudaLaunchHostFunc
 };
 
@@ -43,8 +50,8 @@ CUDART_CPU_EXPORT uint64_t count(Call call);
 /// The same for all calls together.
 CUDART_CPU_EXPORT uint64_t totalCalls();
 
-/// The same for the calls whose purpose is to wait: cudaMemcpy, cudaStreamSynchronize, cudaDeviceSynchronize.
-/// cudaFree waits too, but as a side effect, and is not among them.
+/// The same for the calls whose purpose is to wait: cudaMemcpy, cudaStreamSynchronize, cudaEventSynchronize,
+/// cudaDeviceSynchronize. cudaFree and cudaFreeHost wait too, but as a side effect, and are not among them.
 CUDART_CPU_EXPORT uint64_t waitingCalls();
 
 /// Sets all counters to 0 and forgets the recorded calls; recording stays on or off.
@@ -53,10 +60,10 @@ CUDART_CPU_EXPORT void resetCounters();
 /// One call as it was made. Fields that the call does not have are 0, null or cudaMemcpyDefault.
 struct RecordedCall {
   Call call;
-  std::size_t bytes;         ///< allocated, copied, filled or freed; for rows width x height, saturated
-  cudaMemcpyKind kind;       ///< as given to a copy
-  const void* deviceMemory;  ///< allocated or freed, or the destination of a copy or fill
-  cudaStream_t stream;       ///< the stream used or created
+  std::size_t bytes;    ///< allocated, copied, filled or freed; for rows width x height, saturated
+  cudaMemcpyKind kind;  ///< as given to a copy
+  const void* memory;   ///< allocated or freed, or the destination of a copy or fill
+  cudaStream_t stream;  ///< the stream used or created, or that an event was recorded on
   cudaError_t result;
 };
 
@@ -93,8 +100,14 @@ struct LiveAllocations {
 };
 CUDART_CPU_EXPORT LiveAllocations liveAllocations();
 
+/// The same for page-locked host memory (cudaHostAlloc).
+CUDART_CPU_EXPORT LiveAllocations livePinnedAllocations();
+
+/// The number of events that were created and not destroyed yet.
+CUDART_CPU_EXPORT std::size_t liveEvents();
+
 /// Releases every stream, clears counters, records and failures, and stops recording. Live allocations,
-/// streams and the threads' last errors stay.
+/// streams, events and the threads' last errors stay.
 CUDART_CPU_EXPORT void reset();
 
 /// Calls reset() when constructed and when destroyed, so that no test affects the next.

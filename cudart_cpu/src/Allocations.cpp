@@ -1,4 +1,4 @@
-#include "src/DeviceMemory.h"
+#include "src/Allocations.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -7,7 +7,7 @@
 namespace cudart_cpu {
 namespace {
 
-constexpr std::size_t kDeviceBytes = std::size_t{16} << 30;
+constexpr std::size_t kLimit = std::size_t{16} << 30;
 constexpr std::size_t kAlignment = 256;
 
 /// Fills fresh memory. Neither black nor white nor zero, so that reading memory before writing it shows in a
@@ -16,9 +16,9 @@ constexpr int kJunk = 0xCD;
 
 }  // namespace
 
-void* DeviceMemory::allocate(std::size_t bytes) {
+void* Allocations::allocate(std::size_t bytes) {
   const std::lock_guard<std::mutex> lock(mutex_);
-  if (bytes > kDeviceBytes - liveBytes_) return nullptr;
+  if (bytes > kLimit - liveBytes_) return nullptr;
   void* memory = nullptr;
   // Not aligned_alloc: it needs the size rounded up to the alignment, and the address sanitizer would then
   // miss accesses just past the end.
@@ -34,7 +34,7 @@ void* DeviceMemory::allocate(std::size_t bytes) {
   return memory;
 }
 
-bool DeviceMemory::free(void* memory, std::size_t& freedBytes) {
+bool Allocations::free(void* memory, std::size_t& freedBytes) {
   const std::lock_guard<std::mutex> lock(mutex_);
   const auto found = sizes_.find(reinterpret_cast<uintptr_t>(memory));
   if (found == sizes_.end()) return false;
@@ -45,24 +45,24 @@ bool DeviceMemory::free(void* memory, std::size_t& freedBytes) {
   return true;
 }
 
-bool DeviceMemory::holds(const void* address, std::size_t bytes) const {
+bool Allocations::holds(const void* address, std::size_t bytes) const {
   const std::lock_guard<std::mutex> lock(mutex_);
   const auto found = find(address);
   if (found == sizes_.end()) return false;
   return bytes <= found->second - (reinterpret_cast<uintptr_t>(address) - found->first);
 }
 
-bool DeviceMemory::isHost(const void* address) const {
+bool Allocations::contains(const void* address) const {
   const std::lock_guard<std::mutex> lock(mutex_);
-  return find(address) == sizes_.end();
+  return find(address) != sizes_.end();
 }
 
-LiveAllocations DeviceMemory::live() const {
+LiveAllocations Allocations::live() const {
   const std::lock_guard<std::mutex> lock(mutex_);
   return {sizes_.size(), liveBytes_};
 }
 
-DeviceMemory::Table::const_iterator DeviceMemory::find(const void* address) const {
+Allocations::Table::const_iterator Allocations::find(const void* address) const {
   const auto wanted = reinterpret_cast<uintptr_t>(address);
   const auto above = sizes_.upper_bound(wanted);
   if (above == sizes_.begin()) return sizes_.end();

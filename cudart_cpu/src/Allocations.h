@@ -9,12 +9,12 @@
 
 namespace cudart_cpu {
 
-/// The device's memory: host memory whose allocations are in a table, which tells for any address whether it
-/// is device memory. Any thread may call it.
-class DeviceMemory {
+/// Memory of one kind, the device's or page-locked: host memory whose allocations are in a table, which tells
+/// for any address whether it is memory of that kind. Any thread may call it.
+class Allocations {
  public:
-  /// Allocates `bytes` > 0 bytes of junk, aligned to 256 bytes. Null when the device or the host has no more
-  /// memory.
+  /// Allocates `bytes` > 0 bytes of junk, aligned to 256 bytes. Null when more than 16 GiB would be live or
+  /// the host has no more memory.
   void* allocate(std::size_t bytes);
 
   /// Frees what allocate gave. False when `memory` is not the start of a live allocation. `freedBytes`
@@ -24,8 +24,8 @@ class DeviceMemory {
   /// Whether all `bytes` from `address` lie in one live allocation.
   bool holds(const void* address, std::size_t bytes) const;
 
-  /// Whether `address` is in no live allocation.
-  bool isHost(const void* address) const;
+  /// Whether `address` is in a live allocation.
+  bool contains(const void* address) const;
 
   LiveAllocations live() const;
 

@@ -2,8 +2,8 @@
 
 #include <new>
 
-#include "src/Allocations.h"
 #include "src/CallLog.h"
+#include "src/MemoryTable.h"
 #include "src/Streams.h"
 
 namespace cudart_cpu {
@@ -11,8 +11,8 @@ namespace cudart_cpu {
 /// The process-wide state behind all calls.
 struct Runtime {
   CallLog log;
-  Allocations device;
-  Allocations pinned;
+  MemoryTable device;
+  MemoryTable pinned;
   Streams streams;
 
   /// Never destroyed: objects that other libraries destroy at exit may still free memory.

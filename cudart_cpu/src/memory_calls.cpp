@@ -5,9 +5,9 @@
 
 #include "src/Runtime.h"
 
-using cudart_cpu::Allocations;
 using cudart_cpu::begin;
 using cudart_cpu::Call;
+using cudart_cpu::MemoryTable;
 using cudart_cpu::perform;
 using cudart_cpu::RecordedCall;
 using cudart_cpu::Runtime;
@@ -160,7 +160,7 @@ cudaError_t fill(Call call, const Side<Byte>& to, int value, const Extent& exten
 }
 
 /// Gives out memory of either kind.
-cudaError_t allocate(Allocations& allocations, void** address, std::size_t size, RecordedCall& record) {
+cudaError_t allocate(MemoryTable& allocations, void** address, std::size_t size, RecordedCall& record) {
   if (!address) return cudaErrorInvalidValue;
   void* memory = nullptr;
   if (size != 0) {
@@ -173,7 +173,7 @@ cudaError_t allocate(Allocations& allocations, void** address, std::size_t size,
 }
 
 /// Makes either call that frees.
-cudaError_t release(Call call, Allocations Runtime::*allocations, void* memory) {
+cudaError_t release(Call call, MemoryTable Runtime::*allocations, void* memory) {
   RecordedCall made = begin(call);
   made.memory = memory;
   return perform(made, [&](Runtime& runtime, RecordedCall& record) {

@@ -1,4 +1,4 @@
-#include "src/Allocations.h"
+#include "src/MemoryTable.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -16,7 +16,7 @@ constexpr int kJunk = 0xCD;
 
 }  // namespace
 
-void* Allocations::allocate(std::size_t bytes) {
+void* MemoryTable::allocate(std::size_t bytes) {
   const std::lock_guard<std::mutex> lock(mutex_);
   if (bytes > kLimit - liveBytes_) return nullptr;
   void* memory = nullptr;
@@ -34,7 +34,7 @@ void* Allocations::allocate(std::size_t bytes) {
   return memory;
 }
 
-bool Allocations::free(void* memory, std::size_t& freedBytes) {
+bool MemoryTable::free(void* memory, std::size_t& freedBytes) {
   const std::lock_guard<std::mutex> lock(mutex_);
   const auto found = sizes_.find(reinterpret_cast<uintptr_t>(memory));
   if (found == sizes_.end()) return false;
@@ -45,24 +45,24 @@ bool Allocations::free(void* memory, std::size_t& freedBytes) {
   return true;
 }
 
-bool Allocations::holds(const void* address, std::size_t bytes) const {
+bool MemoryTable::holds(const void* address, std::size_t bytes) const {
   const std::lock_guard<std::mutex> lock(mutex_);
   const auto found = find(address);
   if (found == sizes_.end()) return false;
   return bytes <= found->second - (reinterpret_cast<uintptr_t>(address) - found->first);
 }
 
-bool Allocations::contains(const void* address) const {
+bool MemoryTable::contains(const void* address) const {
   const std::lock_guard<std::mutex> lock(mutex_);
   return find(address) != sizes_.end();
 }
 
-LiveAllocations Allocations::live() const {
+LiveAllocations MemoryTable::live() const {
   const std::lock_guard<std::mutex> lock(mutex_);
   return {sizes_.size(), liveBytes_};
 }
 
-Allocations::Table::const_iterator Allocations::find(const void* address) const {
+MemoryTable::Sizes::const_iterator MemoryTable::find(const void* address) const {
   const auto wanted = reinterpret_cast<uintptr_t>(address);
   const auto above = sizes_.upper_bound(wanted);
   if (above == sizes_.begin()) return sizes_.end();

@@ -11,7 +11,7 @@ namespace cudart_cpu {
 
 /// Memory of one kind, the device's or page-locked: host memory whose allocations are in a table, which tells
 /// for any address whether it is memory of that kind. Any thread may call it.
-class Allocations {
+class MemoryTable {
  public:
   /// Allocates `bytes` > 0 bytes of junk, aligned to 256 bytes. Null when more than 16 GiB would be live or
   /// the host has no more memory.
@@ -30,13 +30,13 @@ class Allocations {
   LiveAllocations live() const;
 
  private:
-  using Table = std::map<uintptr_t, std::size_t>;
+  using Sizes = std::map<uintptr_t, std::size_t>;
 
   /// The allocation that contains `address`; end() when there is none. Called with the mutex held.
-  Table::const_iterator find(const void* address) const;
+  Sizes::const_iterator find(const void* address) const;
 
   mutable std::mutex mutex_;
-  Table sizes_;
+  Sizes sizes_;
   std::size_t liveBytes_ = 0;
 };
 

@@ -52,7 +52,7 @@ void forEachRow(Check check) {
 TEST(MaskRows, AreExpandedToTheirPixels) {
   forEachRow([](const MaskBits& mask, int row) {
     Bytes bytes(static_cast<std::size_t>(mask.width) + 1, 7);
-    expandRow(mask, row, bytes.data());
+    expandRow(packedRow(mask, row), bytes.data());
     EXPECT_EQ(bytes.back(), 7) << "a byte behind the row was written";
     bytes.pop_back();
     EXPECT_EQ(bytes, scalarRow(mask, row));
@@ -64,7 +64,7 @@ TEST(MaskRows, AreSampledWhereTheColumnsSay) {
     const Bytes plain = scalarRow(mask, row);
     const std::vector<int> columns = {mask.width - 1, 0, mask.width / 2, mask.width / 2};
     Bytes bytes(columns.size());
-    sampleRow(mask, row, columns.data(), columns.size(), bytes.data());
+    sampleRow(packedRow(mask, row), columns.data(), columns.size(), bytes.data());
     for (std::size_t i = 0; i < columns.size(); ++i) {
       EXPECT_EQ(bytes[i], plain[static_cast<std::size_t>(columns[i])]) << "column " << columns[i];
     }
@@ -75,7 +75,7 @@ TEST(MaskRows, HaveAnEdgeWhereInsideBeginsAndWhereItEnds) {
   forEachRow([](const MaskBits& mask, int row) {
     const std::vector<int> expected = scalarEdges(scalarRow(mask, row));
     RowEdges edges;
-    const bool found = findEdges(mask, row, edges);
+    const bool found = findEdges(packedRow(mask, row), edges);
     ASSERT_EQ(found, expected.size() <= std::size_t{RowEdges::kCapacity});
     if (!found) return;
     EXPECT_EQ(std::vector<int>(edges.pixels, edges.pixels + edges.count), expected);

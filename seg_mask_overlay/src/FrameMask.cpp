@@ -35,13 +35,14 @@ void FrameMask::makeRoom(std::size_t bytes) {
 }
 
 void FrameMask::fillRow(const seg_mask::MaskView& mask, int maskRow, unsigned char* bytes) {
+  const seg_mask::PackedRow row = packedRow(mask, maskRow);
   seg_mask::RowEdges edges;
-  if (findEdges(mask, maskRow, edges)) {
+  if (findEdges(row, edges)) {
     fillRuns(edges, bytes);
   } else if (columns_.isIdentity()) {
-    expandRow(mask, maskRow, bytes);
+    expandRow(row, bytes);
   } else {
-    sampleDenseRow(mask, maskRow, bytes);
+    sampleDenseRow(row, bytes);
   }
 }
 
@@ -57,15 +58,14 @@ void FrameMask::fillRuns(const seg_mask::RowEdges& edges, unsigned char* bytes) 
   fillTo(static_cast<int>(columns_.maskPixels().size()));
 }
 
-void FrameMask::sampleDenseRow(const seg_mask::MaskView& mask, int maskRow, unsigned char* bytes) {
+void FrameMask::sampleDenseRow(const seg_mask::PackedRow& row, unsigned char* bytes) {
   const std::vector<int>& columns = columns_.maskPixels();
-  const auto width = static_cast<std::size_t>(mask.width);
-  if (width / kWorthExpanding > columns.size()) {
-    sampleRow(mask, maskRow, columns.data(), columns.size(), bytes);
+  if (row.count / kWorthExpanding > columns.size()) {
+    sampleRow(row, columns.data(), columns.size(), bytes);
     return;
   }
-  dense_row_.resize(width);
-  expandRow(mask, maskRow, dense_row_.data());
+  dense_row_.resize(row.count);
+  expandRow(row, dense_row_.data());
   const unsigned char* const pixels = dense_row_.data();
   const int* const column = columns.data();
   for (std::size_t i = 0; i < columns.size(); ++i) bytes[i] = pixels[column[i]];

@@ -22,7 +22,7 @@ class FrameMask {
   void makeRoom(std::size_t bytes);
   void fillRow(const seg_mask::MaskView& mask, int maskRow, unsigned char* bytes);
   void fillRuns(const seg_mask::RowEdges& edges, unsigned char* bytes) const;
-  void sampleDenseRow(const seg_mask::MaskView& mask, int maskRow, unsigned char* bytes);
+  void sampleDenseRow(const seg_mask::PackedRow& row, unsigned char* bytes);
 
   std::vector<unsigned char> frame_;
   seg_mask::NearestMap columns_;

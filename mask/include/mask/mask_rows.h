@@ -1,10 +1,22 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 #include "mask/mask_bits.h"
 
 namespace seg_mask {
+
+/// Successive pixels of one row in packed bits. The bits behind the last of `size` bytes are not read.
+struct PackedRow {
+  const uint8_t* bits;
+  std::size_t size;   ///< bytes
+  std::size_t first;  ///< bit of the first pixel, counted from the lowest bit of the first byte
+  std::size_t count;  ///< pixels, at least 1
+};
+
+/// All pixels of a row of the mask.
+PackedRow packedRow(const MaskView& mask, int row);
 
 /// The pixels of one row where a mask begins or ends, first to last. The row begins outside, so the first of
 /// them is inside.
@@ -16,13 +28,14 @@ struct RowEdges {
   int pixels[kCapacity];
 };
 
-/// Finds the edges of `row`. False when there are more than RowEdges holds; `edges` is not valid then.
-bool findEdges(const MaskView& mask, int row, RowEdges& edges);
+/// Finds the edges of `row`, by pixels from its first. False when there are more than RowEdges holds; `edges`
+/// is not valid then.
+bool findEdges(const PackedRow& row, RowEdges& edges);
 
-/// Writes the mask.width pixels of `row`, each as a byte: 255 inside, 0 outside.
-void expandRow(const MaskView& mask, int row, unsigned char* bytes);
+/// Writes the pixels of `row`, each as a byte: 255 inside, 0 outside.
+void expandRow(const PackedRow& row, unsigned char* bytes);
 
 /// Writes the `count` pixels of `row` at `columns`, each as a byte: 255 inside, 0 outside.
-void sampleRow(const MaskView& mask, int row, const int* columns, std::size_t count, unsigned char* bytes);
+void sampleRow(const PackedRow& row, const int* columns, std::size_t count, unsigned char* bytes);
 
 }  // namespace seg_mask

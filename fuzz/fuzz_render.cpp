@@ -19,9 +19,9 @@
 #include "fuzz/FuzzInput.h"
 #include "fuzz/fuzz_target.h"
 #include "fuzz/render_host.h"
-#include "test_support/SegMaskOverlayPluginPeer.h"
 #include "test_support/StderrCapture.h"
 #include "test_support/model/pass.h"
+#include "tests/FrameMaskCompositorPeer.h"
 
 namespace {
 
@@ -151,6 +151,7 @@ class World {
   model::Plugin expected_;
   SegMaskOverlayPlugin plugin_;
   SegMaskOverlayPluginPeer fields_{plugin_};
+  FrameMaskCompositorPeer mask_buffer_{fields_};
 };
 
 void World::step(FuzzInput& input) {
@@ -250,7 +251,7 @@ void World::render(HostContext& host, Plan plan) {
   }
   const std::uint64_t nextLog = plan.timeIsUp ? 0 : std::numeric_limits<std::uint64_t>::max();
   fields_.nextLogNs() = nextLog;
-  void* const bufferBefore = fields_.deviceMask();
+  void* const bufferBefore = mask_buffer_.deviceMask();
   const std::size_t resolvedBefore = host.deliveries.resolved().size();
   for (const auto& [call, nth] : plan.calls.plans()) {
     cudart_cpu::failCall(runtimeCall(call), nth, cudaErrorUnknown);
@@ -285,8 +286,8 @@ void World::checkDevice(const Plan& plan) {
                      cudart_cpu::callName(kRuntimeCalls[i]));
   }
   fuzz::check(cudart_cpu::totalCalls() == plan.calls.total(), "other calls of the CUDA runtime");
-  fuzz::check((fields_.deviceMask() != nullptr) == expected_.buffer.there, "whether there is a buffer");
-  fuzz::check(fields_.deviceMaskBytes() == expected_.buffer.bytes, "the buffer's bytes");
+  fuzz::check((mask_buffer_.deviceMask() != nullptr) == expected_.buffer.there, "whether there is a buffer");
+  fuzz::check(mask_buffer_.deviceMaskBytes() == expected_.buffer.bytes, "the buffer's bytes");
   fuzz::check(fields_.skippedFrames() == expected_.skipped, "skipped frames");
 }
 

@@ -1,7 +1,5 @@
 #include "seg_mask_overlay/SegMaskOverlayPlugin.h"
 
-#include <cuda_runtime.h>
-
 #include <algorithm>
 #include <memory>
 #include <utility>
@@ -10,25 +8,19 @@
 #include "detection/detections.h"
 #include "detection/overlay_item.h"
 #include "render_base/RenderContext.h"
-#include "render_base/geometry.h"
 #include "render_base/mapped_picture.h"
 #include "render_base/skip_line.h"
 #include "seg_mask_overlay/seg_mask_cfg.h"
-#include "seg_mask_overlay/seg_mask_cuda.h"
-#include "src/FrameMask.h"
+#include "src/Compositor.h"
 #include "zelvo/ZelvoPicture.h"
 
 using render_base::FrameSize;
-using render_base::LumaRect;
 using seg_mask::FrameDetections;
 using seg_mask::OverlayItem;
-using seg_mask_overlay::FrameMask;
 
 SegMaskOverlayPlugin::SegMaskOverlayPlugin() = default;
 
-SegMaskOverlayPlugin::~SegMaskOverlayPlugin() {
-  if (d_mask_buf_) cudaFree(d_mask_buf_);
-}
+SegMaskOverlayPlugin::~SegMaskOverlayPlugin() = default;
 
 const char* SegMaskOverlayPlugin::getName() const {
   return "SegMaskOverlayPlugin";
@@ -89,8 +81,8 @@ void SegMaskOverlayPlugin::render(RenderContext& ctx) {
   frame = FrameDetections();  // frees the mask texts, which are large; drawing needs only the items' bits
 
   if (!render_base::mapWritablePicture(ctx, *backend_, size, known_mapping_)) return;
-  if (!reserveMaskBuffer(size.pixels())) return;
-  drawItems(ctx, size, items);
+  if (!compositor_) compositor_ = seg_mask_overlay::makeCompositor();
+  compositor_->draw({ctx.planes, size}, items, alpha_);
 }
 
 void SegMaskOverlayPlugin::skipFrame(uint64_t frame_id, const FrameDetections& frame, uint64_t now_ns) {
@@ -100,40 +92,4 @@ void SegMaskOverlayPlugin::skipFrame(uint64_t frame_id, const FrameDetections& f
   std::string line = render_base::skipLine("SegMask", {frame_id, frame.missing, frame.lookback});
   dbg_next_log_ns_ = now_ns + dbg_log_interval_ms_ * 1'000'000;  // after the line, whose allocation may fail
   sw_diagnostics::writeLine(std::move(line));
-}
-
-/// False when the device has no memory for `bytes`; the next frame tries again.
-bool SegMaskOverlayPlugin::reserveMaskBuffer(std::size_t bytes) {
-  if (d_mask_buf_ && bytes <= d_mask_buf_bytes_) return true;
-  if (d_mask_buf_) cudaFree(d_mask_buf_);
-  d_mask_buf_ = nullptr;
-  d_mask_buf_bytes_ = 0;
-
-  void* buffer = nullptr;
-  if (cudaMalloc(&buffer, bytes) != cudaSuccess) return false;
-  d_mask_buf_ = buffer;
-  d_mask_buf_bytes_ = bytes;
-  return true;
-}
-
-void SegMaskOverlayPlugin::drawItems(const RenderContext& ctx, FrameSize size,
-                                     const std::vector<OverlayItem>& items) {
-  if (!frame_mask_) frame_mask_ = std::make_unique<FrameMask>();
-  const IRenderBackend::MappedPlanes& planes = ctx.planes;
-  auto* const deviceMask = static_cast<unsigned char*>(d_mask_buf_);
-
-  for (const OverlayItem& item : items) {
-    const std::optional<LumaRect> rect = render_base::clipBox(item.box, size);
-    if (!rect) continue;
-    // The copy has read the pageable host memory when it returns, and the stream runs it after the previous
-    // item's kernels. So one host mask and one device buffer serve all items without waiting.
-    const unsigned char* mask = frame_mask_->fill(item.mask, size.width, size.height);
-    if (cudaMemcpyAsync(deviceMask, mask, size.pixels(), cudaMemcpyHostToDevice, planes.stream) !=
-        cudaSuccess)
-      return;
-    seg_mask_cuda::launch_segmask_overlay_nv12(planes.y, planes.yPitch, planes.uv, planes.uvPitch, size.width,
-                                               size.height, deviceMask, size.width, rect->x0, rect->y0,
-                                               rect->x1, rect->y1, item.color.y, item.color.u, item.color.v,
-                                               alpha_, planes.stream);
-  }
 }

@@ -11,8 +11,8 @@
 #include "render_base/RenderContext.h"
 #include "seg_mask_overlay/SegMaskOverlayPlugin.h"
 #include "test_support/FrameContext.h"
-#include "test_support/SegMaskOverlayPluginPeer.h"
 #include "test_support/StderrCapture.h"
+#include "tests/FrameMaskCompositorPeer.h"
 #include "zelvo/DeviceRenderBackend.h"
 #include "zelvo/ZelvoPicture.h"
 
@@ -58,6 +58,7 @@ struct SegMaskOverlayPluginTest : testing::Test {
   zelvo::DeviceRenderBackend backend{nullptr};
   SegMaskOverlayPlugin plugin;
   SegMaskOverlayPluginPeer fields{plugin};
+  FrameMaskCompositorPeer mask_buffer{{plugin}};
 
   SegMaskOverlayPluginTest() { plugin.init({&backend}); }
 
@@ -86,8 +87,7 @@ TEST_F(SegMaskOverlayPluginTest, ConstructionSetsTheDefaults) {
   EXPECT_FALSE(peer.debug());
   EXPECT_EQ(peer.alpha(), 0.45F);
   EXPECT_EQ(peer.minScore(), 0.0F);
-  EXPECT_EQ(peer.deviceMask(), nullptr);
-  EXPECT_EQ(peer.deviceMaskBytes(), 0U);
+  EXPECT_EQ(peer.compositor(), nullptr);
   EXPECT_EQ(peer.skippedFrames(), 0U);
   EXPECT_EQ(peer.nextLogNs(), 0U);
   EXPECT_EQ(peer.logIntervalMs(), 2000U);
@@ -139,14 +139,14 @@ TEST_F(SegMaskOverlayPluginTest, AFrameWithoutDrawableItemsNeitherMapsNorAllocat
   Frame frame(payload(detection(kWholeFrame, "1", "SEG1|4|2")));
   plugin.render(frame.ctx);
   EXPECT_EQ(frame.ctx.picture.writable, nullptr);
-  EXPECT_EQ(fields.deviceMask(), nullptr);
+  EXPECT_EQ(mask_buffer.deviceMask(), nullptr);
 }
 
 TEST_F(SegMaskOverlayPluginTest, AFrameWhoseBoxesAllLieOutsideStillMapsAndAllocates) {
   Frame frame(payload(detection("\"x\": 100, \"y\": 0, \"w\": 8, \"h\": 4")));
   plugin.render(frame.ctx);
   EXPECT_TRUE(frame.ctx.guard_active);
-  EXPECT_EQ(fields.deviceMaskBytes(), 32U);
+  EXPECT_EQ(mask_buffer.deviceMaskBytes(), 32U);
   EXPECT_EQ(frame.pixels(), Frame::grey());
 }
 
@@ -328,7 +328,7 @@ TEST_F(SegMaskOverlayPluginTest, TheNextTimeCountsFromBeforeThePayloadsAreResolv
 TEST_F(SegMaskOverlayPluginTest, OnlyFramesChangeTheRunTheNextTimeAndTheDeviceBuffer) {
   Frame frame(payload(detection(kWholeFrame)));
   plugin.render(frame.ctx);
-  void* const buffer = fields.deviceMask();
+  void* const buffer = mask_buffer.deviceMask();
   EXPECT_NE(buffer, nullptr);
   fields.skippedFrames() = 5;
   fields.nextLogNs() = kNever;
@@ -338,8 +338,8 @@ TEST_F(SegMaskOverlayPluginTest, OnlyFramesChangeTheRunTheNextTimeAndTheDeviceBu
   plugin.setConfig("{\"alpha\": 0.5}");
   EXPECT_EQ(fields.skippedFrames(), 5U);
   EXPECT_EQ(fields.nextLogNs(), kNever);
-  EXPECT_EQ(fields.deviceMask(), buffer);
-  EXPECT_EQ(fields.deviceMaskBytes(), 32U);
+  EXPECT_EQ(mask_buffer.deviceMask(), buffer);
+  EXPECT_EQ(mask_buffer.deviceMaskBytes(), 32U);
 }
 
 TEST_F(SegMaskOverlayPluginTest, ACountIntervalOf0LeavesTheFirstFrameAndTheTimeAlone) {

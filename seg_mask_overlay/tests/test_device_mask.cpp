@@ -4,9 +4,9 @@
 
 #include "cudart_cpu/control.h"
 #include "test_support/FrameContext.h"
-#include "test_support/SegMaskOverlayPluginPeer.h"
 #include "test_support/scene.h"
 #include "test_support/scene_payload.h"
+#include "tests/FrameMaskCompositorPeer.h"
 #include "zelvo/DeviceRenderBackend.h"
 
 namespace {
@@ -15,7 +15,7 @@ TEST(DeviceMask, AFailedEnlargementLeavesNeitherBufferNorBytes) {
   const cudart_cpu::ScopedReset reset;
   zelvo::DeviceRenderBackend backend(nullptr);
   SegMaskOverlayPlugin plugin;
-  SegMaskOverlayPluginPeer fields{plugin};
+  FrameMaskCompositorPeer fields{{plugin}};
   plugin.init({&backend});
   const auto renderSquare = [&](int side, bool without_memory) {
     plugin_test::FrameContext frame;

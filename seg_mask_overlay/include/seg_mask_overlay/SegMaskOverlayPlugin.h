@@ -16,24 +16,24 @@ struct RenderContext;
 
 namespace seg_mask {
 struct FrameDetections;
-struct OverlayItem;
-}  // namespace seg_mask
+}
 namespace seg_mask_overlay {
-class FrameMask;
+class Compositor;
 }
 
-/// Draws the segmentation masks of "detection.v1" payloads into NV12 frames, each in its class's colour.
+/// Draws the segmentation masks of "detection.v1" payloads into NV12 frames, each in its class's colour. How
+/// the device does that is the business of the compositor, of which each library of the plug-in has its own.
 ///
 /// One thread at a time may call an instance. It creates no threads and never waits for the device: all work
 /// of a frame is queued on the stream that comes with the mapped picture. An instance's frames must all go to
-/// one stream, or the host must order the streams, because the device buffer of the masks is reused.
+/// one stream, or the host must order the streams, because device memory is reused from frame to frame.
 class SegMaskOverlayPlugin final : public RenderBase {
  public:
   SegMaskOverlayPlugin();
   SegMaskOverlayPlugin(const SegMaskOverlayPlugin&) = delete;
   SegMaskOverlayPlugin& operator=(const SegMaskOverlayPlugin&) = delete;
 
-  /// Frees the device buffer, if any frame needed one.
+  /// Frees the device memory, if any frame needed some.
   ~SegMaskOverlayPlugin() override;
 
   /// "SegMaskOverlayPlugin", the name under which the factory is registered.
@@ -61,8 +61,8 @@ class SegMaskOverlayPlugin final : public RenderBase {
   void setConfig(std::string json) override;
 
   /// Draws the frame's detections into the writable copy of its picture. Leaves the picture alone when there
-  /// is nothing to draw or no memory on the device; when an upload fails, what was queued before it stays
-  /// drawn.
+  /// is nothing to draw or no memory on the device. What remains when the device fails later is said by the
+  /// compositor.
   ///
   /// Throws std::runtime_error when the picture has no readable or no writable form, std::bad_alloc, and
   /// whatever the host's own code throws: resolver, picture pool, cloneDetached, render target, mapping.
@@ -72,25 +72,20 @@ class SegMaskOverlayPlugin final : public RenderBase {
   friend struct SegMaskOverlayPluginPeer;  // gives the tests access to the fields
 
   void skipFrame(uint64_t frame_id, const seg_mask::FrameDetections& frame, uint64_t now_ns);
-  bool reserveMaskBuffer(std::size_t bytes);
-  void drawItems(const RenderContext& ctx, render_base::FrameSize size,
-                 const std::vector<seg_mask::OverlayItem>& items);
 
   IRenderBackend* backend_ = nullptr;  ///< not owned
   mutable std::string uuid_;           ///< filled by the first getUuid
   bool debug_ = false;
   float alpha_ = seg_mask_cfg::kAlpha.initial;     ///< weight of the mask colour, 0 to 1
   float min_score_ = seg_mask::kMinScore.initial;  ///< detections below it are not drawn
-  void* d_mask_buf_ = nullptr;  ///< device memory for one frame-sized mask, one byte a pixel; only grows
-  std::size_t d_mask_buf_bytes_ = 0;
-  uint64_t dbg_frame_count_ = 0;         ///< consecutive frames without detections
-  uint64_t dbg_next_log_ns_ = 0;         ///< steady clock; from then on a line is due on time
-  uint64_t dbg_log_interval_ms_ = 2000;  ///< between two lines that are due on time
-  uint64_t dbg_log_every_n_ = 60;        ///< a line every so many skipped frames; 0 turns that rule off
+  uint64_t dbg_frame_count_ = 0;                   ///< consecutive frames without detections
+  uint64_t dbg_next_log_ns_ = 0;                   ///< steady clock; from then on a line is due on time
+  uint64_t dbg_log_interval_ms_ = 2000;            ///< between two lines that are due on time
+  uint64_t dbg_log_every_n_ = 60;  ///< a line every so many skipped frames; 0 turns that rule off
   int32_t max_overlay_dets_ =
       seg_mask::kMaxOverlayDets.initial;  ///< the most detections gathered per frame; below 1 counts as 1
 
-  render_base::KnownMapping known_mapping_;                  ///< the mapping that this instance made last
-  seg_mask::MaskArena mask_arena_;                           ///< the frame's mask bits
-  std::unique_ptr<seg_mask_overlay::FrameMask> frame_mask_;  ///< the host's one frame-sized mask
+  render_base::KnownMapping known_mapping_;                   ///< the mapping that this instance made last
+  seg_mask::MaskArena mask_arena_;                            ///< the frame's mask bits
+  std::unique_ptr<seg_mask_overlay::Compositor> compositor_;  ///< made by the first frame that draws
 };

@@ -10,8 +10,7 @@ struct SegMaskOverlayPluginPeer {
   bool& debug() { return plugin.debug_; }
   float& alpha() { return plugin.alpha_; }
   float& minScore() { return plugin.min_score_; }
-  void*& deviceMask() { return plugin.d_mask_buf_; }
-  std::size_t& deviceMaskBytes() { return plugin.d_mask_buf_bytes_; }
+  const seg_mask_overlay::Compositor* compositor() { return plugin.compositor_.get(); }
   uint64_t& skippedFrames() { return plugin.dbg_frame_count_; }
   uint64_t& nextLogNs() { return plugin.dbg_next_log_ns_; }
   uint64_t& logIntervalMs() { return plugin.dbg_log_interval_ms_; }

@@ -19,6 +19,7 @@ function(seg_mask_install target)
 endfunction()
 
 seg_mask_install(seg_mask_overlay)
+seg_mask_install(seg_mask_overlay_fused)
 if(SEG_MASK_BUILD_TOOLS)
   seg_mask_install(segmask)
   seg_mask_install(zelvo_tools)

@@ -78,8 +78,8 @@ class FusedBlock {
 
   /// A bit for each pixel of the block that lies within `rect`: the upper row's two, then the lower row's.
   RENDER_HOST_DEVICE unsigned pixelsWithin(const LumaRect& rect) const {
-    const unsigned columns = (x_ >= rect.x0 && x_ <= rect.x1 ? 1U : 0U) |
-                             (x_ + 1 >= rect.x0 && x_ + 1 <= rect.x1 ? 2U : 0U);
+    const unsigned columns =
+        (x_ >= rect.x0 && x_ <= rect.x1 ? 1U : 0U) | (x_ + 1 >= rect.x0 && x_ + 1 <= rect.x1 ? 2U : 0U);
     return (y_ >= rect.y0 && y_ <= rect.y1 ? columns : 0U) |
            (y_ + 1 >= rect.y0 && y_ + 1 <= rect.y1 ? columns << 2U : 0U);
   }

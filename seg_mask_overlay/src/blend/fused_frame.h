@@ -31,8 +31,8 @@ RENDER_HOST_DEVICE constexpr LumaRect coverRect(const LumaRect& luma) {
   return {luma.x0 & ~1, luma.y0 & ~1, luma.x1, luma.y1};
 }
 
-/// Lists of items, one for each tile of a grid over the frame. The list of a tile has the numbers of all items
-/// whose coverRect meets it, in the order of drawing.
+/// Lists of items, one for each tile of a grid over the frame. The list of a tile has the numbers of all
+/// items whose coverRect meets it, in the order of drawing.
 struct TileLists {
   int firstColumn, firstRow;  ///< of the grid's first tile, in tiles from the frame's corner
   int columns, rows;          ///< tiles of the grid
@@ -54,8 +54,8 @@ struct FusedFrame {
   const FusedItem* items;  ///< in the order of drawing
   const int32_t* maps;
   const uint8_t* bits;
-  std::size_t bitsSize;  ///< bytes
-  TileLists tiles;       ///< where the device wants them (fusedNeedsTiles)
+  std::size_t bitsSize;    ///< bytes
+  TileLists tiles;         ///< where the device wants them (fusedNeedsTiles)
   unsigned char* scratch;  ///< fusedScratchBytes(size) bytes that the drawing may write
 };
 

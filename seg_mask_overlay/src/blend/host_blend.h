@@ -4,6 +4,9 @@
 // the rectangle that are not drawn may be written too, with their old value. So two threads must not draw
 // overlapping rectangles, even if the masks do not overlap.
 
+#include <optional>
+
+#include "blend/BlendTable.h"
 #include "blend/launch_geometry.h"
 #include "blend/simd_blend.h"
 
@@ -21,5 +24,22 @@ void blendLuma(unsigned char* plane, int pitch, const unsigned char* mask, int m
 void blendChroma(unsigned char* plane, int pitch, const unsigned char* mask, int maskPitch, ChromaRect rect,
                  unsigned char colorU, unsigned char colorV, float alpha,
                  const SimdTarget* target = fastestSimdTarget());
+
+/// How one channel of a colour is blended with one weight.
+struct ChannelBlend {
+  BlendTable table;
+  std::optional<BlendFit> fit;  ///< of the table, if there is one
+};
+
+ChannelBlend makeChannelBlend(unsigned char color, float alpha, const SimdTarget* target);
+
+/// Blend the samples that mask bytes select, or spans (simd_blend.h), by `target` where that and a fit are
+/// there and the rows are long enough, otherwise by the tables.
+void blendLumaRows(const MaskedRows& area, const ChannelBlend& y, const SimdTarget* target);
+void blendChromaRows(const MaskedRows& area, const ChannelBlend& u, const ChannelBlend& v,
+                     const SimdTarget* target);
+void blendLumaSpans(const SpannedRows& area, const ChannelBlend& y, const SimdTarget* target);
+void blendChromaSpans(const SpannedRows& area, const ChannelBlend& u, const ChannelBlend& v,
+                      const SimdTarget* target);
 
 }  // namespace seg_mask_overlay

@@ -139,6 +139,13 @@ HWY_INLINE BytesVec corrections(BytesVec old, const Fits& fits) {
   return hn::VecFromMask(bytes, hn::TestBit(fits.correctionsAround(old), bit));
 }
 
+template <bool kHasCorrections, class Fits>
+HWY_INLINE BytesVec blended(BytesVec old, const Fits& fits) {
+  const BytesVec result = onLine(old, fits);
+  if constexpr (kHasCorrections) return hn::Sub(result, corrections(old, fits));
+  return result;
+}
+
 /// Blends the bytes at `samples` whose `cover` is not 0.
 template <bool kHasCorrections, class Fits>
 HWY_INLINE void blendVector(unsigned char* samples, BytesVec cover, const Fits& fits) {
@@ -146,9 +153,7 @@ HWY_INLINE void blendVector(unsigned char* samples, BytesVec cover, const Fits& 
   const auto undrawn = hn::Eq(cover, hn::Zero(bytes));
   if (hn::AllTrue(bytes, undrawn)) return;
   const BytesVec old = hn::LoadU(bytes, samples);
-  BytesVec blended = onLine(old, fits);
-  if constexpr (kHasCorrections) blended = hn::Sub(blended, corrections(old, fits));
-  hn::StoreU(hn::IfThenElse(undrawn, old, blended), bytes, samples);
+  hn::StoreU(hn::IfThenElse(undrawn, old, blended<kHasCorrections>(old, fits)), bytes, samples);
 }
 
 template <class Cover, bool kHasCorrections, class Fits>
@@ -166,6 +171,42 @@ HWY_INLINE void blendRows(const MaskedRows& area, int maskRows, const Fits& fits
     const auto done = hn::FirstN(bytes, x - tail);
     blendVector<kHasCorrections>(samples + tail, hn::IfThenZeroElse(done, cover.from(tail)), fits);
   }
+}
+
+/// Asks for the bytes of a span some rows ahead: in a frame that no cache holds, its rows lie too far apart
+/// for the processor to find the next one by itself.
+HWY_INLINE void prefetchSpan(const unsigned char* row, std::ptrdiff_t pitch, Span span) {
+  constexpr int kRowsAhead = 8;  // fewer come too late, more leave the first cache before they are read
+  constexpr int kCacheLine = 64;
+  const unsigned char* const ahead = row + kRowsAhead * pitch;
+  for (int x = span.from & -kCacheLine; x < span.to; x += kCacheLine) __builtin_prefetch(ahead + x, 1);
+}
+
+/// Blends a span in all rows: whole vectors from its beginning, then what remains of it by one more vector,
+/// which lies within the row and of which only that remainder is drawn, because a byte is blended once.
+template <bool kHasCorrections, class Fits>
+HWY_INLINE void blendSpan(const SpannedRows& area, Span span, const Fits& fits) {
+  const Bytes bytes;
+  const int lanes = static_cast<int>(hn::Lanes(bytes));
+  const int whole = span.from + (span.to - span.from) / lanes * lanes;
+  const int last = whole + lanes <= area.bytes ? whole : area.bytes - lanes;
+  const auto remainder = hn::AndNot(hn::FirstN(bytes, static_cast<std::size_t>(whole - last)),
+                                    hn::FirstN(bytes, static_cast<std::size_t>(span.to - last)));
+  unsigned char* row = area.samples;
+  for (int i = 0; i < area.rows; ++i, row += area.pitch) {
+    prefetchSpan(row, area.pitch, span);
+    for (int x = span.from; x < whole; x += lanes) {
+      hn::StoreU(blended<kHasCorrections>(hn::LoadU(bytes, row + x), fits), bytes, row + x);
+    }
+    if (whole == span.to) continue;
+    const BytesVec old = hn::LoadU(bytes, row + last);
+    hn::StoreU(hn::IfThenElse(remainder, blended<kHasCorrections>(old, fits), old), bytes, row + last);
+  }
+}
+
+template <bool kHasCorrections, class Fits>
+HWY_INLINE void blendSpans(const SpannedRows& area, const Fits& fits) {
+  for (int i = 0; i < area.count; ++i) blendSpan<kHasCorrections>(area, area.spans[i], fits);
 }
 
 #if HWY_NATIVE_FMA
@@ -215,6 +256,28 @@ HWY_ATTR bool blendChromaRows(const MaskedRows& area, const BlendFit& u, const B
   return true;
 }
 
+HWY_ATTR bool blendLumaSpans(const SpannedRows& area, const BlendFit& fit) {
+  if (static_cast<std::size_t>(area.bytes) < hn::Lanes(Bytes())) return false;
+  const LumaFits fits(fit);
+  if (fit.hasCorrections()) {
+    blendSpans<true>(area, fits);
+  } else {
+    blendSpans<false>(area, fits);
+  }
+  return true;
+}
+
+HWY_ATTR bool blendChromaSpans(const SpannedRows& area, const BlendFit& u, const BlendFit& v) {
+  if (static_cast<std::size_t>(area.bytes) < hn::Lanes(Bytes())) return false;
+  const ChromaFits fits(u, v);
+  if (u.hasCorrections() || v.hasCorrections()) {
+    blendSpans<true>(area, fits);
+  } else {
+    blendSpans<false>(area, fits);
+  }
+  return true;
+}
+
 }  // namespace HWY_NAMESPACE
 }  // namespace seg_mask_overlay
 HWY_AFTER_NAMESPACE();
@@ -230,17 +293,20 @@ SimdTargetList findSimdTargets() {
   // The compiler may use the other extensions together with AVX2.
   if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2") &&
       __builtin_cpu_supports("fma")) {
-    found.add({"AVX2", N_AVX2::makeTable, N_AVX2::blendLumaRows, N_AVX2::blendChromaRows});
+    found.add({"AVX2", N_AVX2::makeTable, N_AVX2::blendLumaRows, N_AVX2::blendChromaRows,
+               N_AVX2::blendLumaSpans, N_AVX2::blendChromaSpans});
   }
 #endif
 #if HWY_TARGETS & HWY_SSSE3
   if (__builtin_cpu_supports("ssse3")) {
-    found.add({"SSSE3", N_SSSE3::makeTable, N_SSSE3::blendLumaRows, N_SSSE3::blendChromaRows});
+    found.add({"SSSE3", N_SSSE3::makeTable, N_SSSE3::blendLumaRows, N_SSSE3::blendChromaRows,
+               N_SSSE3::blendLumaSpans, N_SSSE3::blendChromaSpans});
   }
 #endif
 #if HWY_TARGETS & HWY_NEON
   // Every 64-bit Arm processor has NEON.
-  found.add({"NEON", N_NEON::makeTable, N_NEON::blendLumaRows, N_NEON::blendChromaRows});
+  found.add({"NEON", N_NEON::makeTable, N_NEON::blendLumaRows, N_NEON::blendChromaRows,
+             N_NEON::blendLumaSpans, N_NEON::blendChromaSpans});
 #endif
   return found;
 }

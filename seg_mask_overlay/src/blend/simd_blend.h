@@ -19,13 +19,31 @@ struct MaskedRows {
   int rows;
 };
 
+/// Bytes of a row, `to` excluded.
+struct Span {
+  int from, to;
+};
+
+/// Rows of bytes of which the same spans are drawn in each.
+struct SpannedRows {
+  unsigned char* samples;  ///< the first byte of the first row
+  std::ptrdiff_t pitch;    ///< from one row to the next
+  int bytes;               ///< of a row; those between the spans may be written as they were
+  int rows;
+  const Span* spans;  ///< not empty, in order, apart from each other
+  int count;
+};
+
 /// One generation of SIMD instructions. The blends draw nothing and return false where a row is shorter than
-/// a vector. A row of chroma lies under two rows of the mask, and its even bytes are U, its odd ones V.
+/// a vector. The even bytes of a row of chroma are U, its odd ones V; it lies under two rows of the mask, and
+/// its spans begin and end at even bytes.
 struct SimdTarget {
   const char* name;
   BlendTable (*makeTable)(unsigned char color, float alpha);  ///< what makeBlendTable does
   bool (*blendLuma)(const MaskedRows& area, const BlendFit& fit);
   bool (*blendChroma)(const MaskedRows& area, const BlendFit& u, const BlendFit& v);
+  bool (*blendLumaSpans)(const SpannedRows& area, const BlendFit& fit);
+  bool (*blendChromaSpans)(const SpannedRows& area, const BlendFit& u, const BlendFit& v);
 };
 
 /// Up to two targets, the fastest first. Making the list allocates nothing, because a stream makes it in a

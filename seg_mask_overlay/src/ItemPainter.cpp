@@ -21,6 +21,12 @@ std::size_t coverBytes(int frameWidth) {
   return static_cast<std::size_t>(frameWidth) + 1;
 }
 
+bool ascendsByOne(const int32_t* map, int from, int to) {
+  int x = from;
+  while (x < to && map[x + 1] == map[x] + 1) ++x;
+  return x == to;
+}
+
 /// Appends a span to those of a row, or widens the last one that it touches.
 void append(Span span, Span* spans, int& count) {
   if (count > 0 && spans[count - 1].to >= span.from) {
@@ -47,6 +53,7 @@ ItemPainter::ItemPainter(const FusedFrame& frame, const FusedItem& item, const C
       columns_(frame.maps + item.columns),
       rows_(frame.maps + item.rows),
       columnsPerMaskColumn_(static_cast<double>(frame.size.width) / item.maskWidth),
+      showsEachColumn_(ascendsByOne(columns_, cover_.x0, cover_.x1)),
       expanded_(frame.scratch + 2 * coverBytes(frame.size.width)) {
   covers_[0].bytes = frame.scratch;
   covers_[1].bytes = frame.scratch + coverBytes(frame.size.width);
@@ -126,6 +133,10 @@ void ItemPainter::readBytes(const PackedRow& row, RowCover& cover) const {
     sampleRow(whole, columns_ + cover_.x0, static_cast<std::size_t>(count), cover.bytes);
     return;
   }
+  if (showsEachColumn_) {
+    expandRow(row, cover.bytes);
+    return;
+  }
   expandRow(row, expanded_);
   const int32_t* const columns = columns_ + cover_.x0;
   for (int i = 0; i < count; ++i) cover.bytes[i] = expanded_[columns[i] - first];
@@ -160,8 +171,7 @@ void ItemPainter::drawLuma(int from, int to, const RowCover& cover) const {
 }
 
 SpannedRows ItemPainter::chromaArea(int from, int to, const Span* spans, int count) const {
-  unsigned char* const samples =
-      frame_.uvPlane + sampleOffset(from, frame_.uvPitch, 2 * item_.chroma.x0);
+  unsigned char* const samples = frame_.uvPlane + sampleOffset(from, frame_.uvPitch, 2 * item_.chroma.x0);
   return {samples, frame_.uvPitch, chromaWidth(), to - from, spans, count};
 }
 
@@ -173,8 +183,9 @@ void ItemPainter::drawChroma(int from, int to, const RowCover& cover) const {
   if (cover.isSpans) {
     blendChromaSpans(area, blend_.u, blend_.v, target_);
   } else {
-    blendChromaRows({area.samples, area.pitch, cover.bytes, 0, static_cast<std::size_t>(area.bytes), area.rows},
-                    blend_.u, blend_.v, target_);
+    blendChromaRows(
+        {area.samples, area.pitch, cover.bytes, 0, static_cast<std::size_t>(area.bytes), area.rows}, blend_.u,
+        blend_.v, target_);
   }
 }
 

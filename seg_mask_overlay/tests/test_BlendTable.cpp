@@ -30,7 +30,8 @@ Fits fitsAt(float alpha) {
     const std::optional<BlendFit> fit = fitTable(table, alpha);
     if (!fit) continue;
     ++found.all;
-    if (fit->hasCorrections()) ++found.corrected;
+    EXPECT_EQ(fit->hasCorrections, (fit->corrections != std::array<uint8_t, 32>()));
+    if (fit->hasCorrections) ++found.corrected;
     for (unsigned old = 0; old < 256; ++old) {
       EXPECT_EQ(byFit(*fit, old), table[old]) << "alpha " << alpha << ", colour " << color << ", old " << old;
     }

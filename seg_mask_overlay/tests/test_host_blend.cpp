@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "blend/host_blend.h"
+#include "blend/nv12_blend.h"
 #include "blend/scalar_blend.h"
 #include "gpu/LaunchCase.h"
 
@@ -121,6 +122,58 @@ TEST_P(HostBlend, DrawsNothingInAnEmptyRectangle) {
     blendChroma(samples.data(), 8, mask.data(), 8, rect, 7, 7, 1.0F, GetParam());
   }
   EXPECT_EQ(samples, Memory(64, 100));
+}
+
+/// Up to eight random spans of a row, in order and apart, that begin and end at multiples of `step`.
+std::vector<Span> randomSpans(int bytes, int step, std::mt19937& random) {
+  std::vector<Span> spans;
+  int from = 0;
+  while (spans.size() < 8) {
+    from += step * static_cast<int>(random() % 12);
+    const int to = from + step * (1 + static_cast<int>(random() % (random() % 3 == 0 ? 80 : 10)));
+    if (to > bytes) break;
+    spans.push_back({from, to});
+    from = to + step;
+  }
+  return spans;
+}
+
+// Rows of every length, with bytes around them that must stay.
+TEST_P(HostBlend, DrawsTheSpansOfRowsAndNoOtherByte) {
+  constexpr int kRows = 3;
+  constexpr int kAround = 5;
+  std::mt19937 random(5);
+  for (const float alpha : {0.45F, 0.1F, 1.0F, -1.0F}) {
+    const ChannelBlend u = makeChannelBlend(200, alpha, GetParam());
+    const ChannelBlend v = makeChannelBlend(31, alpha, GetParam());
+    for (int bytes = 2; bytes <= 200; bytes += 2) {
+      const bool isLuma = bytes % 4 == 0;
+      const int width = isLuma ? bytes - 1 : bytes;
+      const std::vector<Span> spans = randomSpans(width, isLuma ? 1 : 2, random);
+      const int pitch = width + 2 * kAround;
+      Memory before(static_cast<std::size_t>(kRows * pitch));
+      for (unsigned char& byte : before) byte = static_cast<unsigned char>(random());
+
+      Memory expected = before;
+      for (int row = 0; row < kRows; ++row) {
+        for (const Span span : spans) {
+          for (int x = span.from; x < span.to; ++x) {
+            const auto at = static_cast<std::size_t>(row * pitch + kAround + x);
+            expected[at] = blendByte(before[at], isLuma || x % 2 == 0 ? 200 : 31, alpha);
+          }
+        }
+      }
+      Memory drawn = before;
+      const SpannedRows area{drawn.data() + kAround,        pitch, width, kRows, spans.data(),
+                             static_cast<int>(spans.size())};
+      if (isLuma) {
+        blendLumaSpans(area, u, GetParam());
+      } else {
+        blendChromaSpans(area, u, v, GetParam());
+      }
+      ASSERT_EQ(drawn, expected) << "alpha " << alpha << ", " << width << " bytes, luma " << isLuma;
+    }
+  }
 }
 
 TEST(SimdTarget, MakeTheSameTables) {

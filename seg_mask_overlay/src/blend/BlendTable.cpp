@@ -49,9 +49,10 @@ std::optional<BlendFit> fitTable(const BlendTable& table, float alpha) {
     const auto sum = static_cast<uint16_t>(rises[old] + start);
     missing[old] = static_cast<uint8_t>(table[old] - static_cast<uint8_t>(sum >> 8));
   }
-  if (*std::max_element(missing.begin(), missing.end()) > 1) return std::nullopt;
+  const uint8_t most = *std::max_element(missing.begin(), missing.end());
+  if (most > 1) return std::nullopt;
 
-  BlendFit fit{slope, start, {}};
+  BlendFit fit{slope, start, {}, most != 0};
   for (std::size_t i = 0; i < fit.corrections.size(); ++i) fit.corrections[i] = packed(&missing[8 * i]);
   return fit;
 }

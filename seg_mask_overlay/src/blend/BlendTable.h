@@ -22,9 +22,7 @@ struct BlendFit {
   uint16_t slope;
   uint16_t start;
   std::array<uint8_t, 32> corrections;
-
-  // NOLINTNEXTLINE(readability-container-size-empty): an array of 32 bytes is never empty
-  bool hasCorrections() const { return corrections != std::array<uint8_t, 32>(); }
+  bool hasCorrections;  ///< whether any bit of them is set
 };
 
 /// The fit that gives all 256 bytes of `table`, which was made for `alpha`. Nothing if there is none: for an

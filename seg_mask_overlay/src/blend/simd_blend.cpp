@@ -237,7 +237,7 @@ BlendTable makeTable(unsigned char color, float alpha) {
 HWY_ATTR bool blendLumaRows(const MaskedRows& area, const BlendFit& fit) {
   if (area.bytes < hn::Lanes(Bytes())) return false;
   const LumaFits fits(fit);
-  if (fit.hasCorrections()) {
+  if (fit.hasCorrections) {
     blendRows<LumaCover, true>(area, 1, fits);
   } else {
     blendRows<LumaCover, false>(area, 1, fits);
@@ -248,7 +248,7 @@ HWY_ATTR bool blendLumaRows(const MaskedRows& area, const BlendFit& fit) {
 HWY_ATTR bool blendChromaRows(const MaskedRows& area, const BlendFit& u, const BlendFit& v) {
   if (area.bytes < hn::Lanes(Bytes())) return false;
   const ChromaFits fits(u, v);
-  if (u.hasCorrections() || v.hasCorrections()) {
+  if (u.hasCorrections || v.hasCorrections) {
     blendRows<ChromaCover, true>(area, 2, fits);
   } else {
     blendRows<ChromaCover, false>(area, 2, fits);
@@ -259,7 +259,7 @@ HWY_ATTR bool blendChromaRows(const MaskedRows& area, const BlendFit& u, const B
 HWY_ATTR bool blendLumaSpans(const SpannedRows& area, const BlendFit& fit) {
   if (static_cast<std::size_t>(area.bytes) < hn::Lanes(Bytes())) return false;
   const LumaFits fits(fit);
-  if (fit.hasCorrections()) {
+  if (fit.hasCorrections) {
     blendSpans<true>(area, fits);
   } else {
     blendSpans<false>(area, fits);
@@ -270,7 +270,7 @@ HWY_ATTR bool blendLumaSpans(const SpannedRows& area, const BlendFit& fit) {
 HWY_ATTR bool blendChromaSpans(const SpannedRows& area, const BlendFit& u, const BlendFit& v) {
   if (static_cast<std::size_t>(area.bytes) < hn::Lanes(Bytes())) return false;
   const ChromaFits fits(u, v);
-  if (u.hasCorrections() || v.hasCorrections()) {
+  if (u.hasCorrections || v.hasCorrections) {
     blendSpans<true>(area, fits);
   } else {
     blendSpans<false>(area, fits);

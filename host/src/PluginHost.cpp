@@ -17,7 +17,6 @@ namespace segmask {
 namespace {
 
 constexpr char kPreferredClass[] = "SegMaskOverlayPlugin";
-constexpr char kDefaultFile[] = "libseg_mask_overlay.so";
 
 /// Held while class_loader loads or unloads.
 std::mutex& classLoaderMutex() {
@@ -29,7 +28,7 @@ std::mutex& classLoaderMutex() {
 fs::path ownFile() {
   Dl_info found{};
   void* object = nullptr;
-  const bool known = dladdr1(kDefaultFile, &found, &object, RTLD_DL_LINKMAP) != 0;
+  const bool known = dladdr1(kPreferredClass, &found, &object, RTLD_DL_LINKMAP) != 0;
   // The link map's name is empty for the program, while dli_fname would be the name by which it was started.
   const std::string library = known ? static_cast<const link_map*>(object)->l_name : "";
   std::error_code error;
@@ -62,12 +61,12 @@ std::string choose(const std::vector<std::string>& classes, const std::string& p
 
 }  // namespace
 
-std::string defaultPluginPath() {
+std::string defaultPluginPath(const char* pluginFile) {
   const fs::path folder = ownFile().parent_path();
   std::error_code ignored;
-  const fs::path beside = folder / kDefaultFile;
+  const fs::path beside = folder / pluginFile;
   if (fs::exists(beside, ignored)) return beside.string();
-  return (folder.parent_path() / "lib" / kDefaultFile).string();
+  return (folder.parent_path() / "lib" / pluginFile).string();
 }
 
 PluginHost::PluginHost(const std::string& path) {

@@ -71,6 +71,8 @@ TEST(DefaultPlugin, OfAProgramIsInTheLibBesideItsFolder) {
   const fs::path program = fs::read_symlink("/proc/self/exe");
   EXPECT_EQ(defaultPluginPath(), program.parent_path().parent_path() / "lib" / kPlugin);
   EXPECT_EQ(fs::canonical(defaultPluginPath()), fs::canonical(OVERLAY_PLUGIN));
+  EXPECT_EQ(defaultPluginPath(kFastPluginFile),
+            program.parent_path().parent_path() / "lib" / "libseg_mask_overlay_fused.so");
 }
 
 class DefaultPluginOfALibrary : public ::testing::Test {

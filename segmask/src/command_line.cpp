@@ -18,7 +18,7 @@ namespace {
 
 struct Options {
   RenderOptions render;
-  std::optional<std::string> inspectedPlugin;
+  PluginChoice inspectedPlugin;
 };
 
 /// CLI11's own range check would print the range of a double in its message.
@@ -28,6 +28,16 @@ const CLI::Validator kWholeNumber(
       return isDigits && text.size() < 19 ? std::string() : "'" + text + "' is not a whole number from 0 on";
     },
     "");
+
+void addPluginChoice(CLI::App& command, PluginChoice& plugin) {
+  CLI::Option* const file =
+      command.add_option("--plugin", plugin.file, "Plug-in library (default: the one beside this program)")
+          ->type_name("FILE.so");
+  command
+      .add_flag("--fast", plugin.fast,
+                "The plug-in library that draws the same bytes in one pass a frame, beside the default one")
+      ->excludes(file);
+}
 
 CLI::App* addRender(CLI::App& app, RenderOptions& options) {
   CLI::App* const render = app.add_subcommand("render", "Draw segmentation masks into a video");
@@ -55,8 +65,7 @@ CLI::App* addRender(CLI::App& app, RenderOptions& options) {
       ->add_option("--config", options.config,
                    "Configuration of the plug-in, a JSON object as text (see segmask inspect)")
       ->type_name("JSON");
-  render->add_option("--plugin", options.plugin, "Plug-in library (default: the one beside this program)")
-      ->type_name("FILE.so");
+  addPluginChoice(*render, options.plugin);
   render->add_flag("--debug", options.debug, "Let the plug-in and the libraries print diagnostics");
   render
       ->add_option("--lookback", options.lookback,
@@ -71,10 +80,9 @@ CLI::App* addRender(CLI::App& app, RenderOptions& options) {
   return render;
 }
 
-CLI::App* addInspect(CLI::App& app, std::optional<std::string>& plugin) {
+CLI::App* addInspect(CLI::App& app, PluginChoice& plugin) {
   CLI::App* const inspect = app.add_subcommand("inspect", "Show what a plug-in says of itself");
-  inspect->add_option("--plugin", plugin, "Plug-in library (default: the one beside this program)")
-      ->type_name("FILE.so");
+  addPluginChoice(*inspect, plugin);
   return inspect;
 }
 

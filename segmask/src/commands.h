@@ -4,6 +4,8 @@
 #include <optional>
 #include <string>
 
+#include "src/PluginChoice.h"
+
 namespace segmask {
 
 /// The program's exit codes. Scripts rely on these numbers.
@@ -18,7 +20,7 @@ struct RenderOptions {
   std::string detections;
   std::string output;
   std::optional<std::string> config;
-  std::optional<std::string> plugin;
+  PluginChoice plugin;
   std::optional<std::string> contactSheet;
   uint64_t lookback = 0;
   bool debug = false;
@@ -35,6 +37,6 @@ int render(const RenderOptions& options);
 
 /// Prints the classes of a plug-in library and its plug-in's name, payload types and configuration. Returns
 /// the exit code. Throws UserError.
-int inspect(const std::optional<std::string>& pluginPath);
+int inspect(const PluginChoice& choice);
 
 }  // namespace segmask

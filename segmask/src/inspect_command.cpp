@@ -15,8 +15,8 @@ std::string trimmed(const std::string& text) {
 
 }  // namespace
 
-int inspect(const std::optional<std::string>& pluginPath) {
-  const std::string path = pluginPath.value_or(defaultPluginPath());
+int inspect(const PluginChoice& choice) {
+  const std::string path = choice.path();
   PluginHost host(path);
   IRenderPlugin& plugin = host.plugin();
 

@@ -133,7 +133,7 @@ void warnOfRest(const FrameReader& reader, DetectionStream& detections, uint64_t
        " frames; this line and all after it were not used");
 }
 
-void printSummary(const RenderOptions& options, const Totals& totals) {
+void printSummary(const RenderOptions& options, const std::string& pluginPath, const Totals& totals) {
   std::cout << "frames        " << totals.frames << "\n"
             << "frames drawn  " << totals.framesDrawn << "\n"
             << "detections    " << totals.detections << "\n"
@@ -143,7 +143,7 @@ void printSummary(const RenderOptions& options, const Totals& totals) {
             << "slowest stage " << totals.stageTimes.slowestStage() << "\n"
             << "output        " << options.output << "\n";
   if (options.contactSheet) std::cout << "contact sheet " << *options.contactSheet << "\n";
-  std::cout << std::flush;
+  std::cout << "plug-in       " << pluginPath << "\n" << std::flush;
 }
 
 int reportEarlyInterrupt() {
@@ -151,7 +151,8 @@ int reportEarlyInterrupt() {
   return kExitInterrupted;
 }
 
-int finish(const RenderStages& stages, const RenderOptions& options, const Totals& totals) {
+int finish(const RenderStages& stages, const RenderOptions& options, const std::string& pluginPath,
+           const Totals& totals) {
   if (totals.frames == 0) {
     if (!Interrupt::requested()) throw UserError(options.input + ": holds no frame");
     return reportEarlyInterrupt();
@@ -162,7 +163,7 @@ int finish(const RenderStages& stages, const RenderOptions& options, const Total
   if (stages.sheet) stages.sheet->finish();
   stages.writer.commit();
   if (stages.sheet) stages.sheet->commit();
-  printSummary(options, totals);
+  printSummary(options, pluginPath, totals);
   if (!Interrupt::requested()) return kExitDone;
   std::cerr << "segmask: interrupted; the first " + std::to_string(totals.frames) + " frames are in " +
                    options.output + "\n"
@@ -200,14 +201,15 @@ int render(const RenderOptions& options) {
 
   // Declared before the plug-in, because the plug-in's backend must outlive it.
   FrameRenderer renderer(reader.format().width, reader.format().height);
-  PluginHost host(options.plugin.value_or(defaultPluginPath()));
+  const std::string pluginPath = options.plugin.path();
+  PluginHost host(pluginPath);
   setUp(host.plugin(), renderer, options);
 
   const std::unique_ptr<FrameWriter> writer = openFrameWriter(options.output, reader.format());
   std::unique_ptr<ContactSheet> sheet;
   if (options.contactSheet) sheet = std::make_unique<ContactSheet>(*options.contactSheet, reader.format());
   const RenderStages stages{reader, *inputs->detections, renderer, *writer, sheet.get()};
-  return finish(stages, options, renderWithProgress(stages, options, interrupt));
+  return finish(stages, options, pluginPath, renderWithProgress(stages, options, interrupt));
 }
 
 }  // namespace segmask

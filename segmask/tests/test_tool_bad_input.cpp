@@ -168,6 +168,7 @@ TEST_F(ToolBadInput, Plugins) {
   expectAdditionRefused({"--plugin", other}, other + ": holds no render plug-in");
   const std::string crowded = libraryPath("libsegmask_crowded_plugin.so");
   expectAdditionRefused({"--plugin", crowded}, crowded + ": holds several render plug-ins");
+  expectAdditionRefused({"--fast", "--plugin", crowded}, "--plugin excludes --fast");
 }
 
 TEST_F(ToolBadInput, AnExceptionThatLeavesRenderIsReportedWithItsFrame) {

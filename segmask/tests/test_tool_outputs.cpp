@@ -63,6 +63,31 @@ TEST_F(ToolOutputs, WhatNothingIsDrawnOnLeavesByteForByte) {
   }
 }
 
+TEST_F(ToolOutputs, EitherPluginDrawsTheSameBytesAndIsNamed) {
+  const std::string frames = noiseFrames(63, 47, kFrames);
+  const std::string input = folder_.write("in.nv12", frames);
+  const std::string detections = folder_.write(
+      "d.jsonl",
+      "{\"frame\":0,\"producer\":\"p\",\"detections\":[{\"x\":3,\"y\":5,\"w\":50,\"h\":40,\"score\":1,"
+      "\"class_info\":\"SEG1|4|2|pQ==\"},{\"x\":-9,\"y\":1,\"w\":40,\"h\":99,\"score\":1,\"class_id\":3,"
+      "\"class_info\":\"SEG1|2|2|Bw==\"}]}\n");
+  const auto renderWith = [&](const std::vector<std::string>& more, const std::string& output) {
+    std::vector<std::string> all{"--input",  input,      "--size",     "63x47",      "--detections",
+                                 detections, "--output", path(output), "--lookback", "20"};
+    all.insert(all.end(), more.begin(), more.end());
+    return render(all);
+  };
+  const std::string plain = renderWith({}, "plain.nv12");
+  const std::string fast = renderWith({"--fast"}, "fast.nv12");
+  EXPECT_NE(plain.find("\nplug-in       " + libraryPath("libseg_mask_overlay.so") + "\n"), std::string::npos)
+      << plain;
+  EXPECT_NE(fast.find("\nplug-in       " + libraryPath("libseg_mask_overlay_fused.so") + "\n"),
+            std::string::npos)
+      << fast;
+  EXPECT_TRUE(readFile(path("fast.nv12")) == readFile(path("plain.nv12")));
+  EXPECT_FALSE(readFile(path("plain.nv12")) == frames);
+}
+
 TEST_F(ToolOutputs, PlanarInputLeavesByteForByteToo) {
   const std::string frames = noiseFrames(63, 47, kFrames);
   renderRaw(63, 47, frames, "planar.y4m");

@@ -9,11 +9,17 @@
 
 namespace segmask {
 
+/// The two files that the plug-in comes as. They draw the same bytes: the first uploads a mask of the frame's
+/// size for each detection, the second all of a frame at once. A process may load one of them, because
+/// class_loader then knows the class by one library.
+inline constexpr char kPluginFile[] = "libseg_mask_overlay.so";
+inline constexpr char kFastPluginFile[] = "libseg_mask_overlay_fused.so";
+
 /// The path of the plug-in that belongs to the file that contains this code, a program or a library:
-/// libseg_mask_overlay.so in that file's folder if it exists there, else in ../lib relative to that folder,
-/// whether it exists or not. Links to the file are followed. Throws UserError when the folder cannot be
-/// found. Any thread may call it.
-std::string defaultPluginPath();
+/// `pluginFile` in that file's folder if it exists there, else in ../lib relative to that folder, whether it
+/// exists or not. Links to the file are followed. Throws UserError when the folder cannot be found. Any
+/// thread may call it.
+std::string defaultPluginPath(const char* pluginFile = kPluginFile);
 
 /// A loaded plug-in library and the instance made from it, together, because an instance must not outlive its
 /// library.

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "cudart_cpu/control.h"
+#include "test_support/DeviceCallsTest.h"
 #include "test_support/PartialFrames.h"
 #include "test_support/frame_check.h"
 #include "test_support/model/scene_frame.h"
@@ -55,6 +56,7 @@ class DeviceFaults : public plugin_test::PluginTest {
   // The calls of each frame of an instance that draws the steps in turn, the copy of its picture included.
   std::vector<Faults> callsOfEachFrame() {
     std::vector<Faults> frames;
+    cudaGetLastError();
     Host host;
     for (const Step& step : steps_) {
       Frame frame(step.scene, host.stream());
@@ -96,14 +98,19 @@ class DeviceFaults : public plugin_test::PluginTest {
     EXPECT_EQ(ctx.guard_active, ctx.guard.holds());
     EXPECT_EQ(ctx.guard_active, ctx.render_target != nullptr);
     EXPECT_EQ(ctx.guard_active, ctx.guard_backend != nullptr);
-    EXPECT_TRUE(step.partial.include(frame.pixels())) << "a plane has part of a detection\n" << step.scene;
+    const std::vector<uint8_t> pixels = frame.pixels();
+    EXPECT_TRUE(step.partial.include(pixels)) << "a plane has part of a detection\n" << step.scene;
+    if (!facts_.draws_one_by_one) {
+      EXPECT_TRUE(pixels == step.whole || pixels == step.scene.frame) << "part of the frame is drawn";
+    }
     EXPECT_TRUE(sameFrame(step.scene, step.scene.frame, frame.sourcePixels())) << "the source was drawn on";
   }
 
   // A new instance draws the steps. `count` of them, from `first` on, meet the faults; all the rest, and all
   // steps again afterwards, must be drawn as ever.
   void drawWith(const Faults& faults, std::size_t first, std::size_t count) {
-    const std::size_t before = cudart_cpu::liveAllocations().count;
+    const plugin_test::HeldOfDevice before;
+    cudaGetLastError();  // forgets those of other runs, because they may decide about calls
     failures_ = 0;
     kept_ = 0;
     {
@@ -118,10 +125,12 @@ class DeviceFaults : public plugin_test::PluginTest {
       for (const Step& step : steps_) expectDrawn(host, step);
     }
     EXPECT_GT(failures_, 0U) << "nothing failed";
-    EXPECT_EQ(cudart_cpu::liveAllocations().count, before + kept_) << "device memory leaked";
+    EXPECT_EQ(plugin_test::HeldOfDevice(),
+              (plugin_test::HeldOfDevice{before.device + kept_, before.pinned, before.events}))
+        << "something leaked";
   }
 
-  // The second frame needs a larger mask buffer than the first.
+  // The second frame needs more device memory than the first.
   const std::vector<Step> steps_ = {Step(covered(6, 4, 3)), Step(covered(40, 30, 2)), Step(covered(6, 4, 3))};
 
  private:
@@ -133,6 +142,7 @@ class DeviceFaults : public plugin_test::PluginTest {
     }
   }
 
+  const plugin_test::OverlayFacts& facts_ = plugin_test::overlayFacts();
   std::size_t failures_ = 0;
   std::size_t kept_ = 0;  // by the device, which failed to free it
   cudart_cpu::ScopedReset reset_;

@@ -19,6 +19,7 @@
 #include "cudart_cpu/control.h"
 #include "render_base/RenderBase.h"
 #include "test_support/Allocations.h"
+#include "test_support/DeviceCallsTest.h"
 #include "test_support/PartialFrames.h"
 #include "test_support/StderrCapture.h"
 #include "test_support/frame_check.h"
@@ -31,6 +32,7 @@
 namespace {
 
 using plugin_test::Frame;
+using plugin_test::HeldOfDevice;
 using plugin_test::sameFrame;
 using scene::Scene;
 using Bytes = std::vector<uint8_t>;
@@ -80,10 +82,10 @@ void forEachFailure(const std::function<void()>& work) {
   for (const auto fails : {Countdown::Fails::Once, Countdown::Fails::FromThenOn}) {
     const auto checked = [&work] {
       const long before = allocationsAlive();
-      const std::size_t before_on_device = cudart_cpu::liveAllocations().bytes;
+      const HeldOfDevice before_on_device;
       work();
       EXPECT_EQ(allocationsAlive(), before) << "memory leaked";
-      EXPECT_EQ(cudart_cpu::liveAllocations().bytes, before_on_device) << "device memory leaked";
+      EXPECT_EQ(HeldOfDevice(), before_on_device) << "leaked on the device";
     };
     EXPECT_GT(runWithEachFailure(operatorNew, checked, fails), 0) << "nothing was allocated";
   }
@@ -154,12 +156,40 @@ class PluginOutOfMemory : public ::testing::Test {
         EXPECT_TRUE(sameFrame(scene_, whole_, pixels));
       }
       EXPECT_TRUE(partial_.include(pixels)) << "a plane has part of a detection";
+      if (!facts_.draws_one_by_one && pixels != whole_) {
+        EXPECT_TRUE(sameFrame(scene_, scene_.frame, pixels)) << "part of the frame is drawn";
+      }
+      if (!finished && !facts_.draws_one_by_one) {
+        EXPECT_EQ(cudart_cpu::count(cudart_cpu::Call::cudaMemcpyAsync), 0U) << "queued though it failed";
+      }
       expectWholeViewOrNone(frame.context());
       plugin->render(frame.context());
       EXPECT_TRUE(sameFrame(scene_, whole_, frame.pixels())) << "drawn again";
       EXPECT_TRUE(sameFrame(scene_, scene_.frame, frame.sourcePixels())) << "the source was drawn on";
     }
     EXPECT_TRUE(sameFrame(scene_, whole_, drawnBy(*plugin, scene_))) << "the next frame";
+  }
+
+  // How many more allocations a frame takes than one whose detections lie outside, in the steady state.
+  long allocationsByDrawing(const Scene& scene) {
+    Scene outside = scene;
+    for (scene::Input& input : outside.inputs) {
+      for (scene::Detection& detection : input.detections) detection.x = scene.width;
+    }
+    const auto plugin = newPlugin();
+    configure(*plugin, scene.settings);
+    const auto allocationsOf = [&](const Scene& drawn) {
+      Frame frame(drawn, stream_.get());
+      frame.context().picture.ensureWritablePicShared();
+      const long before = allocationsMade();
+      plugin->render(frame.context());
+      const long made = allocationsMade() - before;
+      EXPECT_TRUE(sameFrame(drawn, model::expectedFrame(drawn), frame.pixels()));
+      return made;
+    };
+    allocationsOf(scene);
+    allocationsOf(outside);
+    return allocationsOf(scene) - allocationsOf(outside);
   }
 
   void tryFrame() {
@@ -169,6 +199,7 @@ class PluginOutOfMemory : public ::testing::Test {
   const Scene scene_ = crowdedScene();
   const Bytes whole_ = model::expectedFrame(scene_);
   const plugin_test::PartialFrames partial_{scene_};
+  const plugin_test::OverlayFacts& facts_ = plugin_test::overlayFacts();
   const StderrCapture captured_;
   const WatchedMatrices matrices_;
   plugin_test::PluginLibrary library_;
@@ -177,10 +208,10 @@ class PluginOutOfMemory : public ::testing::Test {
 
  private:
   // The device's own bookkeeping needs memory too; what becomes of a frame then is the device's failure.
-  static bool deviceFailed() {
+  bool deviceFailed() const {
     const auto uploads = cudart_cpu::count(cudart_cpu::Call::cudaMemcpyAsync);
     const auto launches = cudart_cpu::count(cudart_cpu::Call::cudaLaunchHostFunc);
-    return cudaGetLastError() != cudaSuccess || launches < 2 * uploads;
+    return cudaGetLastError() != cudaSuccess || launches < facts_.launches_an_upload * uploads;
   }
 
   void expectWholeViewOrNone(const RenderContext& ctx) {
@@ -218,13 +249,26 @@ TEST_F(PluginOutOfMemory, ALaunchWithoutMemoryIsSkippedAlone) {
     const bool finished = succeeds([&] { plugin->render(frame.context()); });
     const auto uploads = cudart_cpu::count(cudart_cpu::Call::cudaMemcpyAsync);
     const auto launches = cudart_cpu::count(cudart_cpu::Call::cudaLaunchHostFunc);
-    if (launches == 2 * uploads || cudaGetLastError() != cudaSuccess) return;
+    if (launches == facts_.launches_an_upload * uploads || cudaGetLastError() != cudaSuccess) return;
     EXPECT_TRUE(finished);
-    EXPECT_EQ(uploads, 4U);
-    EXPECT_EQ(launches, 7U);
+    EXPECT_EQ(uploads, facts_.uploads(4));
+    EXPECT_EQ(launches, facts_.launches(4) - 1);
     ++skipped;
   });
-  EXPECT_EQ(skipped, 8);  // luma and chroma of four detections
+  EXPECT_EQ(skipped, 4 * facts_.allocations_a_detection);  // for luma and for chroma, or for none
+}
+
+// Beyond what gathering, decoding and mapping take, which frames take whose detections lie outside. Masks of
+// several sizes may take their maps anew.
+TEST_F(PluginOutOfMemory, OnceEverythingHasGrownDrawingAllocatesForItsLaunchesAlone) {
+  Scene one_size = scene_;
+  for (scene::Input& input : one_size.inputs) {
+    for (scene::Detection& detection : input.detections) detection.mask = scene::chessMask(97, 61);
+  }
+  EXPECT_EQ(allocationsByDrawing(one_size), 4L * facts_.allocations_a_detection);
+  if (!facts_.keeps_frame_masks) {
+    EXPECT_EQ(allocationsByDrawing(scene_), 0);
+  }
 }
 
 // The pool says that it could not copy by giving nothing, for want of memory too. So the host's own function

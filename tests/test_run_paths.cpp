@@ -38,14 +38,16 @@ TEST(RunPaths, NameNoEmptyFolder) {
     const std::vector<std::string> folders = ElfFile(file).runPath();
     EXPECT_EQ(std::count(folders.begin(), folders.end(), ""), 0) << file;
   }
-  for (const char* name : {"libseg_mask_overlay.so", "libsw_core.so"}) {
+  for (const char* name : {"libseg_mask_overlay.so", "libseg_mask_overlay_fused.so", "libsw_core.so"}) {
     EXPECT_EQ(std::count(names.begin(), names.end(), name), 1) << name;
   }
 }
 
 TEST(RunPaths, LeadFromThePluginToItsNeighbours) {
-  const std::vector<std::string> folders = ElfFile(SEG_MASK_LIBRARIES "/libseg_mask_overlay.so").runPath();
-  EXPECT_EQ(std::count(folders.begin(), folders.end(), "$ORIGIN"), 1);
+  for (const char* plugin : {"/libseg_mask_overlay.so", "/libseg_mask_overlay_fused.so"}) {
+    const std::vector<std::string> folders = ElfFile(std::string(SEG_MASK_LIBRARIES) + plugin).runPath();
+    EXPECT_EQ(std::count(folders.begin(), folders.end(), "$ORIGIN"), 1) << plugin;
+  }
 }
 
 }  // namespace

@@ -5,11 +5,14 @@
 namespace seg_mask_overlay {
 namespace {
 
-/// Whether the event has come. A query that finds it has not may leave that answer as the thread's last
-/// error, where the host would take it for an error of its own.
+/// Whether the event has come. A query that finds it has not may replace the thread's last error by that
+/// answer, where the host would take it for an error of its own. It is cleared then; but an error of the
+/// host's could not be put back, so while there is one nothing is asked and the event counts as not come.
 bool hasCome(cudaEvent_t event) {
+  const cudaError_t before = cudaPeekAtLastError();
+  if (before != cudaSuccess && before != cudaErrorNotReady) return false;
   const cudaError_t answer = cudaEventQuery(event);
-  if (answer == cudaErrorNotReady && cudaPeekAtLastError() == cudaErrorNotReady) cudaGetLastError();
+  if (answer == cudaErrorNotReady && before == cudaSuccess) cudaGetLastError();
   return answer == cudaSuccess;
 }
 

@@ -1,5 +1,6 @@
 #include "test_support/plugin_harness.h"
 
+#include <cstdlib>
 #include <stdexcept>
 #include <utility>
 
@@ -21,7 +22,8 @@ void deliver(FrameContext& parts, const scene::Input& input) {
 }  // namespace
 
 std::string pluginPath() {
-  return SEG_MASK_PLUGIN_PATH;
+  const char* const path = std::getenv("SEG_MASK_PLUGIN");
+  return path ? path : SEG_MASK_PLUGIN_PATH;
 }
 
 bool deviceAvailable() {

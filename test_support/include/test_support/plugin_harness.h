@@ -19,7 +19,8 @@
 /// A host for tests: loads a plug-in as hosts do, and makes contexts from scenes.
 namespace plugin_test {
 
-/// The library file of the overlay plug-in.
+/// The library file of the overlay plug-in: libseg_mask_overlay.so, or the file that the environment variable
+/// SEG_MASK_PLUGIN names.
 std::string pluginPath();
 
 /// Which plug-in to load: the overlay, where a test says nothing else.

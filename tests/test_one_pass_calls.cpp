@@ -1,5 +1,5 @@
-// The calls of a library that uploads a frame in one piece: out of which memory it does, what it keeps of that,
-// and what the host finds of its questions.
+// The calls of a library that uploads a frame in one piece: out of which memory it does, what it keeps of
+// that, and what the host finds of its questions.
 
 #include <gtest/gtest.h>
 
@@ -59,7 +59,8 @@ class OnePassCalls : public plugin_test::DeviceCallsTest {
   }
 
   void expectNoneIsDrawn() {
-    for (const Queued& one : queued_) EXPECT_TRUE(sameFrame(one.scene, one.scene.frame, bytesNow(*one.frame)));
+    for (const Queued& one : queued_)
+      EXPECT_TRUE(sameFrame(one.scene, one.scene.frame, bytesNow(*one.frame)));
   }
 
   void expectAllAreDrawn() {
@@ -192,7 +193,11 @@ TEST_F(OnePassCalls, AFrameWhoseEndNothingTellsIsDrawnAndWaitedFor) {
   queue(4, {{Call::cudaEventRecord, 2}, {Call::cudaEventRecord, 3}});
   expectNoneIsDrawn();
   EXPECT_EQ(cudart_cpu::waitingCalls(), 0U);
+  cudart_cpu::recordCalls(true);
   host().plugin().destroyInstance();
+  EXPECT_EQ(namesOf(cudart_cpu::recordedCalls()),
+            (Names{"cudaDeviceSynchronize", "cudaEventSynchronize", "cudaEventDestroy",
+                   "cudaEventSynchronize", "cudaEventDestroy", "cudaFreeHost", "cudaFree"}));
   expectAllAreDrawn();
   EXPECT_EQ(cudart_cpu::heldWork(host().stream()), 0U);
   EXPECT_EQ(HeldOfDevice().pinned, before.pinned);

@@ -144,6 +144,11 @@ class PluginOutOfMemory : public ::testing::Test {
   void tryFrame(const std::function<void(RenderContext&)>& prepare) {
     const auto plugin = newPlugin();
     configure(*plugin, scene_.settings);
+    tryFrame(plugin, prepare);
+  }
+
+  void tryFrame(const plugin_test::PluginLibrary::Instance& plugin,
+                const std::function<void(RenderContext&)>& prepare) {
     {
       Frame frame(scene_, stream_.get());
       prepare(frame.context());
@@ -226,6 +231,24 @@ class PluginOutOfMemory : public ::testing::Test {
 
 TEST_F(PluginOutOfMemory, AFrameIsDrawnOrBadAllocLeavesAndTheNextOneIsDrawn) {
   forEachFailure([this] { tryFrame(); });
+}
+
+// What was outgrown is noted down to be freed later; a frame whose end nothing tells gives its buffer up too.
+TEST_F(PluginOutOfMemory, AFrameThatNeedsMoreDeviceMemoryThanTheLast) {
+  const Scene small = scene::oneProducer(2, 2, {scene::coverAll(2, 2)});
+  for (const bool untold : {false, true}) {
+    SCOPED_TRACE(untold);
+    forEachFailure([&] {
+      const auto plugin = newPlugin();
+      configure(*plugin, scene_.settings);
+      drawnBy(*plugin, small);
+      tryFrame(plugin, [untold](RenderContext& ctx) {
+        ctx.picture.ensureWritablePicShared();
+        if (untold) cudart_cpu::failCall(cudart_cpu::Call::cudaEventRecord, 1, cudaErrorUnknown);
+      });
+      cudart_cpu::clearFailures();
+    });
+  }
 }
 
 TEST_F(PluginOutOfMemory, NoMatrixOfAFrameIsAllocatedByOpenCv) {

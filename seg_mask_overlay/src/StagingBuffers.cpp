@@ -34,7 +34,8 @@ StagingBuffers::~StagingBuffers() {
 }
 
 StagingBuffers::Buffer* StagingBuffers::acquire(std::size_t bytes) {
-  outgrown_.reserve(outgrown_.size() + 1);  // for whichever step below gives a buffer's memory up
+  outgrown_.reserve(outgrown_.size() +
+                    2);  // growPinned may give a buffer's memory up, then guard the new one
   Buffer* const free = findFree();
   if (!free) {
     if (!prepareEvent(pageable_)) return nullptr;

@@ -30,9 +30,7 @@ struct OverlayFacts {
 
   int allocations_a_detection;  ///< of host memory, by drawing it once everything has grown
 
-  unsigned uploads(unsigned detections) const {
-    return draws_one_by_one || detections == 0 ? detections : 1;
-  }
+  unsigned uploads(unsigned detections) const { return draws_one_by_one || detections == 0 ? detections : 1; }
   unsigned launches(unsigned detections) const { return uploads(detections) * launches_an_upload; }
 };
 

@@ -27,61 +27,115 @@ void expectError(const std::string& text, const std::string& message, int index)
   EXPECT_EQ(errorOf(text), message + " (index " + std::to_string(index) + ") near \"" + text + "\"");
 }
 
+std::string reported(const SwString& json, unsigned long index) {
+  SwString error;
+  SwJsonDocument().reportError(error, json, index, "m");
+  return error;
+}
+
 }  // namespace
 
-TEST(SwJsonParser, NoValueBeforeTheEnd) {
-  expectError("", "Unexpected end of JSON input", 0);
-  expectError(" \t\n\v\f\r", "Unexpected end of JSON input", 6);
-  expectError("[ ", "Unexpected end of JSON input", 2);
-  expectError("[1,", "Unexpected end of JSON input", 3);
-  expectError("{\"a\":", "Unexpected end of JSON input", 5);
+/// Each message at each place that it can come from. The message names the rule; the number is where it
+/// points.
+TEST(SwJsonParser, WhatIsNotJsonGetsItsMessageWithIndexAndExcerpt) {
+  const struct {
+    std::string text;
+    const char* message;
+    int index;
+  } cases[] = {
+      {"", "Unexpected end of JSON input", 0},
+      {" \t\n\v\f\r", "Unexpected end of JSON input", 6},
+      {"[ ", "Unexpected end of JSON input", 2},
+      {"[1,", "Unexpected end of JSON input", 3},
+      {R"({"a":)", "Unexpected end of JSON input", 5},
+      {"?", "Invalid JSON token", 0},
+      {" +1", "Invalid JSON token", 1},
+      {"[,1]", "Invalid JSON token", 1},
+      {"[1,,]", "Invalid JSON token", 3},
+      {"\xC3\xA9", "Invalid JSON token", 0},
+      {std::string(1, '\0'), "Invalid JSON token", 0},
+      {"{", "Unterminated JSON object", 1},
+      {"{ ", "Unterminated JSON object", 2},
+      {R"({"a":1)", "Unterminated JSON object", 6},
+      {R"({"a":1,)", "Unterminated JSON object", 7},
+      {"{a:1}", "Expected string key in object", 1},
+      {"{,}", "Expected string key in object", 1},
+      {R"({"a" 1})", "Expected ':' after object key", 5},
+      {R"({"a")", "Expected ':' after object key", 4},
+      {R"({"a" )", "Expected ':' after object key", 5},
+      {R"({"a":1 2})", "Expected ',' or '}' in object", 7},
+      {R"({"a":1;})", "Expected ',' or '}' in object", 6},
+      {"[", "Unterminated JSON array", 1},
+      {"[1", "Unterminated JSON array", 2},
+      {"[1 ", "Unterminated JSON array", 3},
+      {"[1 2]", "Expected ',' or ']' in array", 3},
+      {"[1;2]", "Expected ',' or ']' in array", 2},
+      {"[1\xC2\xA0]", "Expected ',' or ']' in array", 2},
+      {"truex", "Invalid boolean literal", 5},
+      {"[fals]", "Invalid boolean literal", 5},
+      {"tRUE", "Invalid boolean literal", 4},
+      {"nul", "Invalid literal, expected 'null'", 3},
+      {"nulls", "Invalid literal, expected 'null'", 5},
+      {"-", "Expected digit in number literal", 1},
+      {"[-x]", "Expected digit in number literal", 2},
+      {"01", "Leading zeros are not allowed in JSON numbers", 1},
+      {"[-01]", "Leading zeros are not allowed in JSON numbers", 3},
+      {"1.", "Expected digit after decimal point", 2},
+      {"[1.e5]", "Expected digit after decimal point", 3},
+      {"1e", "Expected digit in exponent", 2},
+      {"1e+", "Expected digit in exponent", 3},
+      {"[1E-]", "Expected digit in exponent", 4},
+      {"1e+-1", "Expected digit in exponent", 3},
+      {"9223372036854775808", "Invalid integer number", 0},
+      {"[-9223372036854775809", "Invalid integer number", 1},
+      {"[1e400]", "Invalid floating-point number", 1},
+      {"1e-400", "Invalid floating-point number", 0},
+      {"4.9e-324", "Invalid floating-point number", 0},  // subnormal
+      {R"("a\)", "Invalid escape sequence in string", 3},
+      {R"("\x")", "Invalid escape character in string", 2},
+      {R"({"a\U":1})", "Invalid escape character in string", 4},
+      {std::string("\"\\\0\"", 4), "Invalid escape character in string", 2},
+      {R"("\u12")", "Incomplete Unicode escape sequence", 3},
+      {R"("\u)", "Incomplete Unicode escape sequence", 3},
+      {R"("\uD83D\uDE")", "Incomplete Unicode escape sequence", 9},
+      {R"("\uD83D\uDEg0")", "Invalid hex digit in Unicode escape", 11},
+      {R"("\uDE00")", "Unexpected low surrogate without leading high surrogate", 7},
+      {R"("\uDFFF")", "Unexpected low surrogate without leading high surrogate", 7},
+      {R"("\uD83D ")", "Missing low surrogate after high surrogate", 7},
+      {R"("\uD83D")", "Missing low surrogate after high surrogate", 7},
+      {R"("\uD83D)", "Missing low surrogate after high surrogate", 7},
+      {R"("\uDBFF\n")", "Missing low surrogate after high surrogate", 7},
+      {R"("\uD83D\u0041")", "Invalid low surrogate in Unicode escape", 13},
+      {R"("\uD83D\uD83D")", "Invalid low surrogate in Unicode escape", 13},
+      {R"("\uD83D\uE000")", "Invalid low surrogate in Unicode escape", 13},
+      {"\"a\tb\"", "Unescaped control character in string", 2},
+      {"\"\x1F\"", "Unescaped control character in string", 1},
+      {std::string("\"\0\"", 3), "Unescaped control character in string", 1},
+      {R"("abc)", "Unterminated string literal", 4},
+      {R"(")", "Unterminated string literal", 1},
+      {R"("abc\")", "Unterminated string literal", 6},
+  };
+  for (const auto& [text, message, index] : cases) expectError(text, message, index);
+  // The bytes beside each range of hexadecimal digits.
+  for (const char byte : {'/', ':', '@', 'G', '`', 'g', ' ', '"', '\xC3'}) {
+    expectError(std::string("\"\\u12") + byte + "4\"", "Invalid hex digit in Unicode escape", 5);
+  }
 }
 
-TEST(SwJsonParser, InvalidToken) {
-  expectError("?", "Invalid JSON token", 0);
-  expectError(" +1", "Invalid JSON token", 1);
-  expectError("[,1]", "Invalid JSON token", 1);
-  expectError("\xC3\xA9", "Invalid JSON token", 0);
-  expectError(std::string(1, '\0'), "Invalid JSON token", 0);
-}
-
-TEST(SwJsonParser, UnterminatedObject) {
-  expectError("{", "Unterminated JSON object", 1);
-  expectError("{ ", "Unterminated JSON object", 2);
-  expectError("{\"a\":1", "Unterminated JSON object", 6);
-  expectError("{\"a\":1,", "Unterminated JSON object", 7);
-}
-
-TEST(SwJsonParser, ObjectKeyMustBeAString) {
-  expectError("{a:1}", "Expected string key in object", 1);
-}
-
-TEST(SwJsonParser, ColonAfterTheKey) {
-  expectError("{\"a\" 1}", "Expected ':' after object key", 5);
-  expectError("{\"a\"", "Expected ':' after object key", 4);
-  expectError("{\"a\" ", "Expected ':' after object key", 5);
-}
-
-TEST(SwJsonParser, SeparatorInAnObject) {
-  expectError("{\"a\":1 2}", "Expected ',' or '}' in object", 7);
-}
-
-TEST(SwJsonParser, UnterminatedArray) {
-  expectError("[", "Unterminated JSON array", 1);
-  expectError("[1", "Unterminated JSON array", 2);
-  expectError("[1 ", "Unterminated JSON array", 3);
-}
-
-TEST(SwJsonParser, SeparatorInAnArray) {
-  expectError("[1 2]", "Expected ',' or ']' in array", 3);
-}
-
-TEST(SwJsonParser, BooleanWords) {
+TEST(SwJsonParser, ScalarsHaveTheirValues) {
   EXPECT_EQ(parsed("true"), SwJsonValue(true));
   EXPECT_EQ(parsed("false"), SwJsonValue(false));
-  expectError("truex", "Invalid boolean literal", 5);
-  expectError("[fals]", "Invalid boolean literal", 5);
-  expectError("tRUE", "Invalid boolean literal", 4);
+  EXPECT_EQ(parsed("null"), SwJsonValue());
+  EXPECT_EQ(parsed("0"), SwJsonValue(0));
+  EXPECT_EQ(parsed("-0"), SwJsonValue(0)) << "an Int, not a negative Double";
+  EXPECT_EQ(parsed("0.5"), SwJsonValue(0.5));
+  EXPECT_EQ(parsed("1E3"), SwJsonValue(1000.0));
+  EXPECT_EQ(parsed("25e-2"), SwJsonValue(0.25));
+  EXPECT_EQ(parsed("-1.5e+1"), SwJsonValue(-15.0));
+  EXPECT_EQ(parsed("9223372036854775807"), SwJsonValue(INT64_MAX));
+  EXPECT_EQ(parsed("-9223372036854775808"), SwJsonValue(INT64_MIN));
+  EXPECT_EQ(parsed("2.2250738585072014e-308"), SwJsonValue(2.2250738585072014e-308))
+      << "the least normal one";
 }
 
 TEST(SwJsonParser, AWordEndsAtTheFirstOtherByte) {
@@ -92,146 +146,33 @@ TEST(SwJsonParser, AWordEndsAtTheFirstOtherByte) {
   EXPECT_EQ(error, "");
 }
 
-TEST(SwJsonParser, NullWord) {
-  EXPECT_TRUE(parsed("null").isNull());
-  expectError("nul", "Invalid literal, expected 'null'", 3);
-  expectError("nulls", "Invalid literal, expected 'null'", 5);
-}
-
-TEST(SwJsonParser, DigitAfterAMinus) {
-  expectError("-", "Expected digit in number literal", 1);
-  expectError("[-x]", "Expected digit in number literal", 2);
-}
-
-TEST(SwJsonParser, LeadingZeros) {
-  expectError("01", "Leading zeros are not allowed in JSON numbers", 1);
-  expectError("-00", "Leading zeros are not allowed in JSON numbers", 2);
-  EXPECT_EQ(parsed("0"), SwJsonValue(0));
-  EXPECT_EQ(parsed("-0"), SwJsonValue(0)) << "an Int, not a negative Double";
-  EXPECT_EQ(parsed("0.5"), SwJsonValue(0.5));
-}
-
-TEST(SwJsonParser, DigitAfterAPoint) {
-  expectError("1.", "Expected digit after decimal point", 2);
-  expectError("[1.e5]", "Expected digit after decimal point", 3);
-}
-
-TEST(SwJsonParser, DigitInAnExponent) {
-  expectError("1e", "Expected digit in exponent", 2);
-  expectError("1e+", "Expected digit in exponent", 3);
-  expectError("[1E-]", "Expected digit in exponent", 4);
-  expectError("1e+-1", "Expected digit in exponent", 3);
-  EXPECT_EQ(parsed("1E3"), SwJsonValue(1000.0));
-  EXPECT_EQ(parsed("25e-2"), SwJsonValue(0.25));
-  EXPECT_EQ(parsed("-1.5e+1"), SwJsonValue(-15.0));
-}
-
-TEST(SwJsonParser, IntegersOutside64BitsAreErrors) {
-  expectError("9223372036854775808", "Invalid integer number", 0);
-  expectError("[-9223372036854775809", "Invalid integer number", 1);
-  EXPECT_EQ(parsed("9223372036854775807"), SwJsonValue(INT64_MAX));
-  EXPECT_EQ(parsed("-9223372036854775808"), SwJsonValue(INT64_MIN));
-}
-
-TEST(SwJsonParser, FloatingPointOutOfRangeIsAnErrorSubnormalsIncluded) {
-  expectError("[1e400]", "Invalid floating-point number", 1);
-  expectError("1e-400", "Invalid floating-point number", 0);
-  expectError("4.9e-324", "Invalid floating-point number", 0);
-  EXPECT_EQ(parsed("2.2250738585072014e-308"), SwJsonValue(2.2250738585072014e-308));
-}
-
-TEST(SwJsonParser, BackslashAtTheEnd) {
-  expectError("\"a\\", "Invalid escape sequence in string", 3);
-}
-
-TEST(SwJsonParser, UnknownEscapes) {
-  expectError("\"\\x\"", "Invalid escape character in string", 2);
-  expectError("{\"a\\U\":1}", "Invalid escape character in string", 4);
-  expectError(std::string("\"\\\0\"", 4), "Invalid escape character in string", 2);
-}
-
-TEST(SwJsonParser, IncompleteUnicodeEscapes) {
-  expectError("\"\\u12\"", "Incomplete Unicode escape sequence", 3);
-  expectError("\"\\u", "Incomplete Unicode escape sequence", 3);
-  expectError("\"\\uD83D\\uDE\"", "Incomplete Unicode escape sequence", 9);
-}
-
-TEST(SwJsonParser, HexDigitsOfUnicodeEscapes) {
-  expectError("\"\\u12G4\"", "Invalid hex digit in Unicode escape", 5);
-  expectError("\"\\uD83D\\uDEg0\"", "Invalid hex digit in Unicode escape", 11);
-  // The bytes beside each range of digits.
-  for (const char byte : {'/', ':', '@', 'G', '`', 'g', ' ', '"', '\xC3'}) {
-    expectError(std::string("\"\\u12") + byte + "4\"", "Invalid hex digit in Unicode escape", 5);
-  }
-  EXPECT_EQ(parsed("\"\\u00e9\\u00E9\"").text(), "\xC3\xA9\xC3\xA9");
-}
-
-TEST(SwJsonParser, LoneLowSurrogate) {
-  expectError("\"\\uDE00\"", "Unexpected low surrogate without leading high surrogate", 7);
-  expectError("\"\\uDFFF\"", "Unexpected low surrogate without leading high surrogate", 7);
-}
-
-TEST(SwJsonParser, HighSurrogateWithoutASecondEscape) {
-  expectError("\"\\uD83D \"", "Missing low surrogate after high surrogate", 7);
-  expectError("\"\\uD83D\"", "Missing low surrogate after high surrogate", 7);
-  expectError("\"\\uD83D", "Missing low surrogate after high surrogate", 7);
-  expectError("\"\\uDBFF\\n\"", "Missing low surrogate after high surrogate", 7);
-}
-
-TEST(SwJsonParser, HighSurrogateWithAnotherEscape) {
-  expectError("\"\\uD83D\\u0041\"", "Invalid low surrogate in Unicode escape", 13);
-  expectError("\"\\uD83D\\uD83D\"", "Invalid low surrogate in Unicode escape", 13);
-  expectError("\"\\uD83D\\uE000\"", "Invalid low surrogate in Unicode escape", 13);
-}
-
-TEST(SwJsonParser, RawControlBytesAreErrorsAndEscapedOnesAreNot) {
-  expectError("\"a\tb\"", "Unescaped control character in string", 2);
-  expectError("\"\x1F\"", "Unescaped control character in string", 1);
-  expectError(std::string("\"\0\"", 3), "Unescaped control character in string", 1);
-  EXPECT_EQ(parsed("\"a\\tb\"").text(), "a\tb");
-}
-
-TEST(SwJsonParser, UnterminatedString) {
-  expectError("\"abc", "Unterminated string literal", 4);
-  expectError("\"", "Unterminated string literal", 1);
-  expectError("\"abc\\\"", "Unterminated string literal", 6);
-}
-
-TEST(SwJsonParser, SimpleEscapes) {
-  EXPECT_EQ(parsed("\"\\\"\\\\\\/\\b\\f\\n\\r\\t\"").text(), "\"\\/\b\f\n\r\t");
-}
-
-TEST(SwJsonParser, UnicodeEscapesTakeEveryHexadecimalDigitOfEitherCase) {
-  EXPECT_EQ(parsed("\"\\u0123\"").text(), "\xC4\xA3");
-  EXPECT_EQ(parsed("\"\\u4567\"").text(), "\xE4\x95\xA7");
-  EXPECT_EQ(parsed("\"\\u89AB\\u89ab\"").text(), "\xE8\xA6\xAB\xE8\xA6\xAB");
-  EXPECT_EQ(parsed("\"\\uCDEF\\ucdef\"").text(), "\xEC\xB7\xAF\xEC\xB7\xAF");
-}
-
-TEST(SwJsonParser, UnicodeEscapesBecomeUtf8OfEveryLength) {
-  EXPECT_EQ(parsed("\"\\u007F\"").text(), "\x7F");
-  EXPECT_EQ(parsed("\"\\u0080\\u07FF\"").text(), "\xC2\x80\xDF\xBF");
-  EXPECT_EQ(parsed("\"\\u0800\\uFFFF\"").text(), "\xE0\xA0\x80\xEF\xBF\xBF");
-  EXPECT_EQ(parsed("\"\\uD83D\\uDE00\"").text(), "\xF0\x9F\x98\x80");
-  EXPECT_EQ(parsed("\"\\uD800\\uDC00\\uDBFF\\uDFFF\"").text(), "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF");
-  EXPECT_EQ(parsed("\"\\uD7FF\\uE000\"").text(), "\xED\x9F\xBF\xEE\x80\x80");
-}
-
-TEST(SwJsonParser, EscapedNulIsARealByte) {
-  EXPECT_EQ(parsed("\"a\\u0000b\"").text(), std::string("a\0b", 3));
-  EXPECT_TRUE(parsed("{\"\\u0000\":1}").object()->contains(std::string(1, '\0')));
-}
-
-TEST(SwJsonParser, BytesFrom0x80OnPassThrough) {
-  EXPECT_EQ(parsed("\"\x80\xC3\xA9\xFF\x7F\"").text(), "\x80\xC3\xA9\xFF\x7F");
+TEST(SwJsonParser, StringsHaveTheirBytes) {
+  const struct {
+    const char* json;
+    std::string text;
+  } cases[] = {
+      {R"("\"\\\/\b\f\n\r\t")", "\"\\/\b\f\n\r\t"},
+      {R"("\u0123")", "\xC4\xA3"},  // every digit, of either case
+      {R"("\u4567")", "\xE4\x95\xA7"},
+      {R"("\u89AB\u89ab")", "\xE8\xA6\xAB\xE8\xA6\xAB"},
+      {R"("\uCDEF\ucdef")", "\xEC\xB7\xAF\xEC\xB7\xAF"},
+      {R"("\u007F")", "\x7F"},  // UTF-8 of every length, and its ends
+      {R"("\u0080\u07FF")", "\xC2\x80\xDF\xBF"},
+      {R"("\u0800\uFFFF")", "\xE0\xA0\x80\xEF\xBF\xBF"},
+      {R"("\uD83D\uDE00")", "\xF0\x9F\x98\x80"},
+      {R"("\uD800\uDC00\uDBFF\uDFFF")", "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF"},
+      {R"("\uD7FF\uE000")", "\xED\x9F\xBF\xEE\x80\x80"},
+      {R"("a\u0000b")", std::string("a\0b", 3)},
+      {"\"\x80\xC3\xA9\xFF\x7F\"", "\x80\xC3\xA9\xFF\x7F"},  // all bytes from 0x80 on pass through
+  };
+  for (const auto& [json, text] : cases) EXPECT_EQ(parsed(json), SwJsonValue(text)) << json;
+  EXPECT_TRUE(parsed(R"({"\u0000":1})").object()->contains(std::string(1, '\0')));
 }
 
 TEST(SwJsonParser, TrailingCommas) {
   EXPECT_EQ(parsed("[1,2,]").array()->size(), 2U);
   EXPECT_EQ(parsed("{\"a\":1,}").object()->size(), 1U);
   EXPECT_EQ(parsed("[ 1 , ]").array()->size(), 1U);
-  expectError("[1,,]", "Invalid JSON token", 3);
-  expectError("{,}", "Expected string key in object", 1);
 }
 
 TEST(SwJsonParser, OfDuplicateKeysTheLastCounts) {
@@ -259,7 +200,6 @@ TEST(SwJsonParser, WhiteSpaceOfTheCLocaleIsSkippedEverywhere) {
   const std::string text = space + "{" + space + "\"a\"" + space + ":" + space + "[" + space + "1" + space +
                            "," + space + "2" + space + "]" + space + "}";
   EXPECT_EQ(parsed(text).object()->find("a")->array()->size(), 2U);
-  expectError("[1\xC2\xA0]", "Expected ',' or ']' in array", 2);
 }
 
 TEST(SwJsonParser, ExcerptReachesTwentyBytesEachWay) {
@@ -350,14 +290,29 @@ TEST(SwJsonParser, OnlyTheFirstErrorIsKept) {
   EXPECT_EQ(error, "earlier");
 }
 
-TEST(SwJsonParser, ReportErrorTakesAnyIndex) {
-  const auto reported = [](const SwString& text, unsigned long index) {
-    SwString error;
-    SwJsonDocument().reportError(error, text, index, "m");
-    return error.str();
-  };
+/// 2^31 - 1 is where an excerpt's bounds are cut, 2^32 where an int would start anew.
+TEST(SwJsonParser, ReportErrorTakesAnyIndexAndOneFarPastTheTextHasAnEmptyExcerpt) {
   EXPECT_EQ(reported("abc", 3), "m (index 3) near \"abc\"");
   EXPECT_EQ(reported("abc", 21), "m (index 21) near \"bc\"");
-  EXPECT_EQ(reported("abc", 1000), "m (index 1000) near \"\"");
-  EXPECT_EQ(reported("abc", ~0UL), "m (index 18446744073709551615) near \"\"");
+  const SwString json = std::string(64, 'x');
+  for (const unsigned long index : {85UL, 1000UL, 2147483647UL, 2147483648UL, 2147483667UL, 4294967296UL,
+                                    4294967321UL, ~0UL - 20, ~0UL - 19, ~0UL - 1, ~0UL}) {
+    EXPECT_EQ(reported(json, index), "m (index " + std::to_string(index) + ") near \"\"");
+  }
+  EXPECT_EQ(reported(json, 83), "m (index 83) near \"x\"");
+}
+
+/// Not among the tests that always run, because it takes 2 GiB:
+///   build/cpu/bin/core_SwJsonParser_test --gtest_also_run_disabled_tests --gtest_filter='*TwoGiB*'
+TEST(SwJsonParser, DISABLED_ExcerptsEndAtTwoGiB) {
+  std::string text = "[" + std::string(2147483647UL + 99, ' ') + "?";
+  EXPECT_EQ(errorOf(text), R"(Invalid JSON token (index 2147483747) near "")");
+
+  text.replace(2147483620, 27, "abcdefghijklmnopqrstuvwxyz0");  // up to, but not including, byte 2^31 - 1
+  const SwString json(std::move(text));
+  EXPECT_EQ(reported(json, 2147483647), R"(m (index 2147483647) near "hijklmnopqrstuvwxyz0")");
+  EXPECT_EQ(reported(json, 2147483660), R"(m (index 2147483660) near "uvwxyz0")");
+  for (const unsigned long index : {2147483667UL, 2147483700UL, 4294967321UL, ~0UL - 19, ~0UL}) {
+    EXPECT_EQ(reported(json, index), "m (index " + std::to_string(index) + R"() near "")");
+  }
 }

@@ -108,6 +108,7 @@ Texts parseOutcomes(const SwString& json) {
     } catch (const std::bad_alloc&) {
       return "no memory";
     }
+    EXPECT_TRUE(error.empty() || document.root().isNull()) << error.str();
     SwString text;
     document.generateJson(document.root(), text, false, 0, "");
     return error.empty() ? text : error;

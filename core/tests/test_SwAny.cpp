@@ -2,6 +2,7 @@
 
 #include <limits>
 #include <stdexcept>
+#include <tuple>
 
 #include "core/SwAny.h"
 #include "core/SwFlagSet.h"
@@ -77,11 +78,8 @@ void expectHolds(const T& value) {
 }  // namespace
 
 TEST(SwAny, IsEmptyByDefault) {
-  const SwAny any;
-  EXPECT_TRUE(any.isEmpty());
-  EXPECT_EQ(any.typeName(), "");
-  EXPECT_EQ(any.data(), nullptr);
-  EXPECT_EQ(any.toString(6), "");
+  expectEmpty(SwAny());
+  EXPECT_EQ(SwAny().toString(6), "");
 }
 
 TEST(SwAny, HoldsEveryInlineKind) {
@@ -123,14 +121,10 @@ TEST(SwAny, ConvertsImplicitlyFromExactTypesOnly) {
   EXPECT_FALSE((std::is_constructible_v<SwAny, int*>));
 }
 
-TEST(SwAny, ConstCharPointerIsNotOwned) {
-  const char* text = "text";
-  EXPECT_EQ(SwAny(text).get<const char*>(), text);
-}
-
-TEST(SwAny, ConstCharPointerSurvivesCopyAndConvert) {
+TEST(SwAny, ConstCharPointerIsNotOwnedAndSurvivesCopyAndConvert) {
   const char* text = "text";
   const SwAny any(text);
+  EXPECT_EQ(any.get<const char*>(), text);
   EXPECT_EQ(SwAny(any).get<const char*>(), text);
   const SwAny same = any.convert(SwAny::typeNameOf<const char*>());
   EXPECT_EQ(same.get<const char*>(), text) << "the very pointer";
@@ -180,7 +174,7 @@ TEST(SwAny, WrapsACopyOfAnObjectGivenByAddress) {
   EXPECT_EQ(SwAny::fromVoidPtr("i", &number).get<int>(), 7);
 }
 
-TEST(SwAny, WrappingANullAddressGivesTheNameWithoutStorage) {
+TEST(SwAny, WrappingANullAddressOrAnUnknownTypeGivesTheNameWithoutStorage) {
   SwAny any = SwAny::fromVoidPtr(SwAny::typeNameOf<SwString>(), nullptr);
   EXPECT_EQ(any.typeName(), SwAny::typeNameOf<SwString>());
   expectRuntimeError([&] { any.get<SwString>(); }, "Null storage in SwAny::get");
@@ -191,9 +185,6 @@ TEST(SwAny, WrappingANullAddressGivesTheNameWithoutStorage) {
   EXPECT_EQ(copy.data(), nullptr);
   any.clear();
   EXPECT_TRUE(any.isEmpty());
-}
-
-TEST(SwAny, WrappingOddNames) {
   const int number = 7;
   EXPECT_TRUE(SwAny::fromVoidPtr("i", nullptr).isEmpty());
   EXPECT_TRUE(SwAny::fromVoidPtr("", &number).isEmpty());
@@ -263,33 +254,28 @@ TEST_F(SwAnyPayload, AThrowingCopyChangesNothing) {
   EXPECT_EQ(Payload::alive, 2);
 }
 
-TEST(SwAny, ToStringOfAStringIsItsText) {
-  EXPECT_EQ(SwAny(SwString("a\"b")).toString(6), "a\"b");
-}
-
-TEST(SwAny, ToStringOfFloatingPointHasThePrecision) {
-  EXPECT_EQ(SwAny(0.45).toString(6), "0.45");
-  EXPECT_EQ(SwAny(1234567.0).toString(6), "1.23457e+06");
-  EXPECT_EQ(SwAny(0.45F).toString(10), "0.4499999881");
-  EXPECT_EQ(SwAny(1.0 / 3).toString(3), "0.333");
-  EXPECT_EQ(SwAny(1234.5678).toString(0), "1e+03");
-  EXPECT_EQ(SwAny(1234.5678).toString(-1), "1234.57");
-}
-
-TEST(SwAny, NumbersTakeAnyPrecision) {
-  const std::string allDigitsOfTenth = "0.1000000000000000055511151231257827021181583404541015625";
-  EXPECT_EQ(SwAny(0.1).toString(std::numeric_limits<int>::max()), allDigitsOfTenth);
-  EXPECT_EQ(SwAny(0.1).toString(1000000), allDigitsOfTenth);
-  EXPECT_EQ(SwAny(1.0 / 3).toString(0), "0.3");
-  EXPECT_EQ(SwAny(1.0 / 3).toString(-1), "0.333333");
-  EXPECT_EQ(SwAny(1.0 / 3).toString(std::numeric_limits<int>::min()), "0.333333");
-}
-
-TEST(SwAny, ToStringOfOthersGoesThroughTheirConversion) {
-  EXPECT_EQ(SwAny(7).toString(6), "7");
-  EXPECT_EQ(SwAny(true).toString(6), "true");
-  EXPECT_EQ(SwAny(std::string("s")).toString(6), "s");
-  EXPECT_EQ(SwAny::from(std::vector<std::string>{"a", "b"}).toString(6), "a,b");
+TEST(SwAny, ToStringIsTheTextOfTheConversionAndANumberInAnyPrecision) {
+  constexpr int kMost = std::numeric_limits<int>::max();
+  constexpr int kLeast = std::numeric_limits<int>::min();
+  const char* allDigitsOfTenth = "0.1000000000000000055511151231257827021181583404541015625";
+  const std::tuple<SwAny, int, const char*> cases[] = {
+      {SwString("a\"b"), 6, "a\"b"},
+      {7, 6, "7"},
+      {true, 6, "true"},
+      {std::string("s"), 6, "s"},
+      {SwAny::from(std::vector<std::string>{"a", "b"}), 6, "a,b"},
+      {0.45, 6, "0.45"},
+      {1234567.0, 6, "1.23457e+06"},
+      {0.45F, 10, "0.4499999881"},
+      {1.0 / 3, 3, "0.333"},
+      {1234.5678, 0, "1e+03"},
+      {1234.5678, -1, "1234.57"},
+      {1.0 / 3, 0, "0.3"},
+      {1.0 / 3, -1, "0.333333"},
+      {1.0 / 3, kLeast, "0.333333"},
+      {0.1, kMost, allDigitsOfTenth},
+      {0.1, 1000000, allDigitsOfTenth}};
+  for (const auto& [any, precision, text] : cases) EXPECT_EQ(any.toString(precision), text);
 }
 
 TEST(SwAny, ToStringWithoutAConversionIsEmptyAndSilent) {

@@ -2,6 +2,7 @@
 
 #include <limits>
 #include <thread>
+#include <utility>
 
 #include "core/SwAny.h"
 #include "core/SwList.h"
@@ -12,6 +13,7 @@ namespace {
 using Strings = std::vector<std::string>;
 using Bytes = std::vector<unsigned char>;
 using ByteList = SwList<unsigned char>;
+using Kind = SwJsonValue::Kind;
 
 template <typename To>
 To converted(const SwAny& any) {
@@ -36,22 +38,16 @@ class SwAnyConversions : public testing::Test {
 
 }  // namespace
 
-TEST_F(SwAnyConversions, Int7ToStringIs7) {
+TEST_F(SwAnyConversions, IntAndTextAndWhatIsNoneGivesZeroWithTheMessage) {
   EXPECT_EQ(toText(7), "7");
-}
-
-TEST_F(SwAnyConversions, IntAndText) {
   EXPECT_EQ(toText(std::numeric_limits<int>::min()), "-2147483648");
   EXPECT_EQ(fromText<int>(" 0b1_01 "), 5);
-}
-
-TEST_F(SwAnyConversions, TextThatIsNoIntGivesZeroWithTheMessage) {
   const StderrCapture captured;
   EXPECT_EQ(fromText<int>("abc"), 0);
   EXPECT_EQ(captured.text(), "Invalid int conversion in SwString: abc\n");
 }
 
-TEST_F(SwAnyConversions, UnsignedAndText) {
+TEST_F(SwAnyConversions, UnsignedAndTextAndWhatIsNoneGivesZeroSilently) {
   EXPECT_EQ(toText(4294967295U), "4294967295");
   EXPECT_EQ(toText(18446744073709551615UL), "18446744073709551615");
   EXPECT_EQ(fromText<unsigned int>(" 0x10 "), 16U);
@@ -59,9 +55,6 @@ TEST_F(SwAnyConversions, UnsignedAndText) {
   EXPECT_EQ(fromText<unsigned int>("\v010"), 8U);
   EXPECT_EQ(fromText<unsigned int>("4294967295"), 4294967295U);
   EXPECT_EQ(fromText<unsigned long>("18446744073709551615"), 18446744073709551615UL);
-}
-
-TEST_F(SwAnyConversions, TextThatIsNoUnsignedGivesZeroSilently) {
   const StderrCapture captured;
   for (const char* text : {"", "-1", " -5", "abc", "4294967296", "4294967297", "18446744073709551616"}) {
     EXPECT_EQ(fromText<unsigned int>(text), 0U) << text;
@@ -72,7 +65,7 @@ TEST_F(SwAnyConversions, TextThatIsNoUnsignedGivesZeroSilently) {
   EXPECT_EQ(captured.text(), "");
 }
 
-TEST_F(SwAnyConversions, LongAndText) {
+TEST_F(SwAnyConversions, LongAndTextAndWhatIsNoneGivesZeroSilently) {
   EXPECT_EQ(toText(-5L), "-5");
   EXPECT_EQ(fromText<long>("-0x10"), -16);
   EXPECT_EQ(fromText<long>("052"), 42);
@@ -80,9 +73,6 @@ TEST_F(SwAnyConversions, LongAndText) {
   EXPECT_EQ(fromText<long>("9223372036854775807"), INT64_MAX);
   EXPECT_EQ(fromText<long>("1_000"), 1) << "underscores are not removed";
   EXPECT_EQ(fromText<long>("0b11"), 0) << "binary literals are not read";
-}
-
-TEST_F(SwAnyConversions, TextThatIsNoLongGivesZeroSilently) {
   const StderrCapture captured;
   for (const char* text : {"", "abc", "9223372036854775808"}) EXPECT_EQ(fromText<long>(text), 0) << text;
   EXPECT_EQ(captured.text(), "");
@@ -114,23 +104,14 @@ TEST_F(SwAnyConversions, BoolAndText) {
   for (const char* text : {"1", "True", " true", "false", ""}) EXPECT_FALSE(fromText<bool>(text)) << text;
 }
 
-TEST_F(SwAnyConversions, StringsAAndBAreACommaBAndBack) {
+TEST_F(SwAnyConversions, ListsAndText) {
   EXPECT_EQ(toText(SwAny::from(Strings{"a", "b"})), "a,b");
-  EXPECT_EQ(fromText<Strings>("a,b"), (Strings{"a", "b"}));
-}
-
-TEST_F(SwAnyConversions, StringListAndText) {
-  EXPECT_EQ(fromText<Strings>(" a,,b "), (Strings{" a", "", "b "}));
   EXPECT_EQ(toText(SwAny::from(Strings{})), "");
-}
-
-TEST_F(SwAnyConversions, ByteListAndText) {
+  EXPECT_EQ(fromText<Strings>("a,b"), (Strings{"a", "b"}));
+  EXPECT_EQ(fromText<Strings>(" a,,b "), (Strings{" a", "", "b "}));
   EXPECT_EQ(toText(SwAny::from(ByteList{0x61, 0x00, 0xFF})), std::string("a\0\xFF", 3));
   EXPECT_EQ(fromText<ByteList>(" \xFF z "), (ByteList{0xFF, 0x20, 0x7A}));
-}
-
-TEST_F(SwAnyConversions, TextToBytesKeepsBlanks) {
-  EXPECT_EQ(fromText<Bytes>(SwString(" a\0\xFF", 4)), (Bytes{0x20, 0x61, 0x00, 0xFF}));
+  EXPECT_EQ(fromText<Bytes>(SwString(" a\0\xFF", 4)), (Bytes{0x20, 0x61, 0x00, 0xFF})) << "blanks are kept";
 }
 
 TEST_F(SwAnyConversions, StandardStringsAndText) {
@@ -138,14 +119,6 @@ TEST_F(SwAnyConversions, StandardStringsAndText) {
   EXPECT_EQ(toText(std::string("a\0b", 3)), std::string("a\0b", 3));
   EXPECT_EQ(toText("text"), "text");
   EXPECT_EQ(toText(static_cast<const char*>(nullptr)), "");
-}
-
-TEST_F(SwAnyConversions, CharPointersShareOneBuffer) {
-  const char* first = fromText<const char*>("first");
-  EXPECT_STREQ(first, "first");
-  const char* second = fromText<const char*>("other");
-  EXPECT_STREQ(second, "other");
-  EXPECT_EQ(first, second) << "one buffer, overwritten by the next conversion";
 }
 
 TEST_F(SwAnyConversions, CharPointersShareOneBufferAmongAllThreads) {
@@ -156,7 +129,7 @@ TEST_F(SwAnyConversions, CharPointersShareOneBufferAmongAllThreads) {
   EXPECT_STREQ(first, "other");
 }
 
-TEST_F(SwAnyConversions, JsonContainersToCompactText) {
+TEST_F(SwAnyConversions, JsonToCompactText) {
   SwJsonArray array;
   array.append(1);
   array.append(2.0);
@@ -165,28 +138,21 @@ TEST_F(SwAnyConversions, JsonContainersToCompactText) {
   object.insert("a", "x");
   EXPECT_EQ(toText(array), "[1,2]");
   EXPECT_EQ(toText(object), "{\"a\": \"x\",\"b\": [1,2]}");
-  EXPECT_EQ(toText(SwJsonValue(array)), "[1,2]");
-  EXPECT_EQ(toText(SwJsonValue(object)), "{\"a\": \"x\",\"b\": [1,2]}");
-}
-
-TEST_F(SwAnyConversions, JsonContainersWithoutStorageAreEmpty) {
-  EXPECT_EQ(toText(SwJsonValue::ofKind(SwJsonValue::Kind::Object)), "{}");
-  EXPECT_EQ(toText(SwJsonValue::ofKind(SwJsonValue::Kind::Array)), "[]");
-}
-
-TEST_F(SwAnyConversions, JsonStringToTextIsQuotedAndItsInnerQuoteEscaped) {
-  EXPECT_EQ(toText(SwJsonValue("a\"b")), "\"a\\\"b\"");
-}
-
-TEST_F(SwAnyConversions, JsonScalarsToText) {
-  EXPECT_EQ(toText(SwJsonValue(true)), "true");
-  EXPECT_EQ(toText(SwJsonValue(false)), "false");
-  EXPECT_EQ(toText(SwJsonValue(-42)), "-42");
-  EXPECT_EQ(toText(SwJsonValue()), "null");
-  EXPECT_EQ(toText(SwJsonValue(0.45)), "0.45");
-  EXPECT_EQ(toText(SwJsonValue(1.0 / 3)), "0.333333") << "six digits, unlike a double by itself";
-  EXPECT_EQ(toText(SwJsonValue(3.0)), "3");
-  EXPECT_EQ(toText(SwJsonValue(1e20)), "1e+20") << "not the generator's saturated integer";
+  const std::pair<SwJsonValue, const char*> cases[] = {
+      {array, "[1,2]"},
+      {object, "{\"a\": \"x\",\"b\": [1,2]}"},
+      {SwJsonValue::ofKind(Kind::Object), "{}"},
+      {SwJsonValue::ofKind(Kind::Array), "[]"},
+      {"a\"b", "\"a\\\"b\""},
+      {true, "true"},
+      {false, "false"},
+      {-42, "-42"},
+      {SwJsonValue(), "null"},
+      {0.45, "0.45"},
+      {3.0, "3"},
+      {1.0 / 3, "0.333333"},  // six digits, unlike a double by itself
+      {1e20, "1e+20"}};       // not the generator's saturated integer
+  for (const auto& [value, text] : cases) EXPECT_EQ(toText(value), text);
 }
 
 TEST_F(SwAnyConversions, ToTheHeldTypeIsACopy) {
@@ -202,12 +168,9 @@ TEST_F(SwAnyConversions, ToTheHeldTypeIsACopy) {
 TEST_F(SwAnyConversions, WithoutARuleTheMessageNamesBothTypes) {
   const StderrCapture captured;
   EXPECT_TRUE(SwAny(7).convert(SwAny::typeNameOf<SwJsonObject>()).isEmpty());
-  EXPECT_EQ(captured.text(), "No conversion rule registered from i to 12SwJsonObject\n");
   EXPECT_EQ(captured.writes(), 1);
-}
-
-TEST_F(SwAnyConversions, FromAnEmptyValueThereIsNoRule) {
-  const StderrCapture captured;
   EXPECT_TRUE(SwAny().convert("i").isEmpty());
-  EXPECT_EQ(captured.text(), "No conversion rule registered from  to i\n");
+  EXPECT_EQ(captured.text(),
+            "No conversion rule registered from i to 12SwJsonObject\n"
+            "No conversion rule registered from  to i\n");
 }

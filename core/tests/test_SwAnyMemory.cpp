@@ -63,21 +63,11 @@ void requireCompleteRegistries(const StderrCapture& messages) {
   REQUIRE(SwAny::getConversionRules() == registry_facts::conversionRules());
   REQUIRE(messages.text() == registry_facts::kMarker);
 
-  std::vector<SwAny> values{SwAny(1),
-                            SwAny(1U),
-                            SwAny(1L),
-                            SwAny(1UL),
-                            SwAny(1.0F),
-                            SwAny(1.0),
-                            SwAny(true),
-                            SwAny("1"),
-                            SwAny(std::string("1")),
-                            SwAny(SwString("1")),
-                            SwAny(SwJsonValue(1)),
-                            SwAny(SwJsonObject()),
-                            SwAny(SwJsonArray()),
-                            SwAny::from(std::vector<std::string>{"1"}),
-                            SwAny::from(SwList<unsigned char>{'1'})};
+  std::vector<SwAny> values{1, 1U, 1L, 1UL, 1.0F, 1.0, true, "1", std::string("1"), SwString("1")};
+  for (const SwAny& json : {SwAny(SwJsonValue(1)), SwAny(SwJsonObject()), SwAny(SwJsonArray())})
+    values.push_back(json);
+  values.push_back(SwAny::from(std::vector<std::string>{"1"}));
+  values.push_back(SwAny::from(SwList<unsigned char>{'1'}));
   REQUIRE(values.size() == SwAny::getConversionRules().size());
   for (const SwAny& value : values) {
     for (const std::string& target : SwAny::getConversionRules().at(value.typeName())) {
@@ -114,15 +104,9 @@ void expectRecovery(const Act& firstAct, int leastAllocations) {
 }  // namespace
 
 /// 50 entries of meta types, 26 converters and 15 sources of rules: each is an allocation at least.
-TEST(SwAnyMemory, AConversionThatCannotFillTheRegistryLeavesItToTheNext) {
+TEST(SwAnyMemory, WhatCannotFillTheRegistryLeavesItToTheNext) {
   expectRecovery([] { SwAny(7).convert("8SwString"); }, 91);
-}
-
-TEST(SwAnyMemory, AskingForTheRulesDoesToo) {
   expectRecovery([] { SwAny::getConversionRules(); }, 91);
-}
-
-TEST(SwAnyMemory, AMetaTypesValueDoesToo) {
   expectRecovery([] { SwAny any = SwString("text"); }, 91);
 }
 
@@ -139,41 +123,35 @@ TEST(SwAnyMemory, OneFailureAfterTheOtherEndsInCompleteRegistries) {
   EXPECT_EQ(outcome, kDone);
 }
 
+/// The first is the first act of its process.
 TEST(SwAnyMemory, MovingAndDestroyingNeedNone) {
-  const int outcome = outcomeOf([] {
+  const auto outcomeOfInlineValues = outcomeOf([] {
     operatorNew.start(0, Countdown::Fails::FromThenOn);
     const Failing failing(operatorNew);
-    {
-      SwAny empty;
-      SwAny number(7);
-      SwAny moved(std::move(number));
-      number = std::move(moved);
-      empty = std::move(moved);
-      REQUIRE(number.get<int>() == 7);
-      number.clear();
-    }
+    SwAny empty;
+    SwAny number(7);
+    SwAny moved(std::move(number));
+    number = std::move(moved);
+    empty = std::move(moved);
+    REQUIRE(number.get<int>() == 7);
+    number.clear();
     return kDone;
   });
-  EXPECT_EQ(outcome, kDone);
-}
-
-TEST(SwAnyMemory, MovingAndDestroyingAMetaTypeNeedNone) {
-  const int outcome = outcomeOf([] {
+  EXPECT_EQ(outcomeOfInlineValues, kDone);
+  const auto outcomeOfMetaTypes = outcomeOf([] {
     SwAny text = SwString("a text that is too long for the string's own buffer");
     SwAny names = SwAny::from(std::vector<std::string>{"a type whose name is too long for it, too"});
     const void* object = names.data();
     operatorNew.start(0, Countdown::Fails::FromThenOn);
     const Failing failing(operatorNew);
-    {
-      SwAny moved(std::move(names));
-      text = std::move(moved);
-      REQUIRE(text.data() == object);
-      text.clear();
-      REQUIRE(text.isEmpty());
-    }
+    SwAny moved(std::move(names));
+    text = std::move(moved);
+    REQUIRE(text.data() == object);
+    text.clear();
+    REQUIRE(text.isEmpty());
     return kDone;
   });
-  EXPECT_EQ(outcome, kDone);
+  EXPECT_EQ(outcomeOfMetaTypes, kDone);
 }
 
 TEST(SwAnyMemory, ARegistrationThatRunsOutCanBeRepeated) {

@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <limits>
+#include <utility>
 
 #include "core/SwString.h"
 #include "test_support/StderrCapture.h"
@@ -64,47 +65,27 @@ TEST(SwString, OrderComparesBytesAsUnsigned) {
   EXPECT_FALSE(SwString("\xC3") < SwString("z"));
 }
 
-TEST(SwString, TrimmedDropsBlanksTabsCrAndLf) {
+TEST(SwString, TrimmedDropsBlanksTabsCrAndLfAndNothingElse) {
   EXPECT_EQ(SwString(" \t\r\n x y \n\r\t ").trimmed(), "x y");
-}
-
-TEST(SwString, TrimmedKeepsVerticalTabsAndFormFeeds) {
   EXPECT_EQ(SwString("\v\v\v").trimmed(), "\v\v\v");
   EXPECT_EQ(SwString(" \fx\f ").trimmed(), "\fx\f");
-}
-
-TEST(SwString, TrimmedOfBlanksOnlyIsEmpty) {
   EXPECT_EQ(SwString(" \t\n\r").trimmed(), "");
 }
 
-TEST(SwString, MidOutsideTheStringIsEmpty) {
+TEST(SwString, MidIsEmptyOutsideTheStringAndTheRestForANegativeOrTooLargeLength) {
   const SwString string("abcde");
-  EXPECT_EQ(string.mid(-1, 3), "");
-  EXPECT_EQ(string.mid(10, 1), "");
-  EXPECT_EQ(string.mid(5, 1), "");
+  for (const int outside : {-1, 5, 10}) EXPECT_EQ(string.mid(outside, 3), "") << outside;
+  EXPECT_EQ(string.mid(2, -1), "cde");
+  EXPECT_EQ(string.mid(1, 3), "bcd");
+  EXPECT_EQ(string.mid(3, std::numeric_limits<int>::max()), "de");
+  EXPECT_EQ(string.mid(1, 0), "");
 }
 
-TEST(SwString, MidWithNegativeLengthIsTheRest) {
-  EXPECT_EQ(SwString("abcde").mid(2, -1), "cde");
-}
-
-TEST(SwString, MidPastTheEndIsTheRest) {
-  EXPECT_EQ(SwString("abcde").mid(1, 3), "bcd");
-  EXPECT_EQ(SwString("abcde").mid(3, std::numeric_limits<int>::max()), "de");
-  EXPECT_EQ(SwString("abcde").mid(1, 0), "");
-}
-
-TEST(SwString, ArgFillsTheFirstPlaceholderOnly) {
+TEST(SwString, ArgFillsTheFirstPlaceholderWhateverItsDigitAndNothingElse) {
   EXPECT_EQ(SwString("value %1 of %2").arg("a"), "value a of %2");
   EXPECT_EQ(SwString("value %1 of %2").arg("a").arg("b"), "value a of b");
-}
-
-TEST(SwString, ArgIgnoresTheDigitsValue) {
   EXPECT_EQ(SwString("%2 %1").arg("a"), "a %1");
   EXPECT_EQ(SwString("%10").arg("a"), "a0");
-}
-
-TEST(SwString, ArgWithoutPlaceholderChangesNothing) {
   EXPECT_EQ(SwString("100%").arg("a"), "100%");
   EXPECT_EQ(SwString("%x %%").arg("a"), "%x %%");
   EXPECT_EQ(SwString("%%1").arg("a"), "%a");
@@ -114,28 +95,31 @@ TEST(SwString, SplitKeepsEmptyPartsExceptTheLast) {
   EXPECT_EQ(SwString("a,,b").split(','), (Parts{"a", "", "b"}));
   EXPECT_EQ(SwString("a,b,").split(','), (Parts{"a", "b"}));
   EXPECT_EQ(SwString(",").split(','), (Parts{""}));
-}
-
-TEST(SwString, SplitOfEmptyAndUnseparatedStrings) {
   EXPECT_EQ(SwString("").split(','), Parts{});
   EXPECT_EQ(SwString("ab").split(','), (Parts{"ab"}));
 }
 
-TEST(SwString, ToIntReadsEveryBase) {
-  for (const char* text : {"42", " 42 ", "4_2", "0x2A", "0X2a", "052", "0b101010", "0B101010", "+42"}) {
-    EXPECT_EQ(intOf(text), 42) << text;
-  }
-  EXPECT_EQ(intOf("-0b1"), -1);
-  EXPECT_EQ(intOf("+0b1"), 1);
-  EXPECT_EQ(intOf("+0x2A"), 42);
-  EXPECT_EQ(intOf("+052"), 42);
-  EXPECT_EQ(intOf("-0x10"), -16);
-}
-
-TEST(SwString, ToIntIgnoresTrailingBytesOfAPlainNumber) {
-  EXPECT_EQ(intOf("12abc"), 12);
-  EXPECT_EQ(intOf("0x"), 0);
-  EXPECT_EQ(intOf("09"), 0);
+TEST(SwString, ToIntReadsEveryBaseAndIgnoresTrailingBytesOfAPlainNumber) {
+  const std::pair<const char*, int> cases[] = {{"42", 42},
+                                               {" 42 ", 42},
+                                               {"4_2", 42},
+                                               {"0x2A", 42},
+                                               {"0X2a", 42},
+                                               {"052", 42},
+                                               {"0b101010", 42},
+                                               {"0B101010", 42},
+                                               {"+42", 42},
+                                               {"-0b1", -1},
+                                               {"+0b1", 1},
+                                               {"+0x2A", 42},
+                                               {"+052", 42},
+                                               {"-0x10", -16},
+                                               {"12abc", 12},
+                                               {"0x", 0},
+                                               {"09", 0},
+                                               {"2147483647", 2147483647},
+                                               {"-2147483648", -2147483647 - 1}};
+  for (const auto& [text, value] : cases) EXPECT_EQ(intOf(text), value) << text;
 }
 
 /// "_ 0b1" has nothing to trim and so becomes " 0b1", which is no binary literal but a 0 and bytes after it;
@@ -148,11 +132,6 @@ TEST(SwString, NumbersAreTrimmedFirstAndFreedFromUnderscoresThen) {
   EXPECT_EQ(doubleOf("0b1 _"), 0.0);
   const StderrCapture captured;
   EXPECT_EQ(intOf("0b1 _", false), 0);
-}
-
-TEST(SwString, ToIntAcceptsTheLimitsOf32Bits) {
-  EXPECT_EQ(intOf("2147483647"), 2147483647);
-  EXPECT_EQ(intOf("-2147483648"), std::numeric_limits<int>::min());
 }
 
 TEST(SwString, ToIntFailsWithTheMessageAndTheOriginalText) {
@@ -180,24 +159,29 @@ TEST(SwString, ToIntTakesANullVerdict) {
   EXPECT_EQ(captured.text(), "Invalid int conversion in SwString: x\n");
 }
 
-TEST(SwString, ParseNumericDoubleReadsFractionsAndExponents) {
-  EXPECT_EQ(doubleOf("1.5"), 1.5);
-  EXPECT_EQ(doubleOf("1_000.5"), 1000.5);
-  EXPECT_EQ(doubleOf(" 1e3x "), 1000.0);
-  EXPECT_EQ(doubleOf("-2.5E-1"), -0.25);
-  EXPECT_EQ(doubleOf("+1.5"), 1.5);
-  EXPECT_EQ(doubleOf("+1e3"), 1000.0);
-}
-
-TEST(SwString, ParseNumericDoubleReadsIntegersOfEveryBase) {
-  EXPECT_EQ(doubleOf("0x10"), 16.0);
-  EXPECT_EQ(doubleOf("010"), 8.0);
-  EXPECT_EQ(doubleOf("-0b101"), -5.0);
-  EXPECT_EQ(doubleOf("+0b101"), 5.0);
-  EXPECT_EQ(doubleOf("+0x10"), 16.0);
-  EXPECT_EQ(doubleOf("+010"), 8.0);
-  EXPECT_EQ(doubleOf("+12abc"), 12.0);
-  EXPECT_EQ(doubleOf("12abc"), 12.0);
+TEST(SwString, ParseNumericDoubleReadsIntegersOfEveryBaseAndElseFloatingPoint) {
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  const std::pair<const char*, double> cases[] = {{"1.5", 1.5},
+                                                  {"1_000.5", 1000.5},
+                                                  {" 1e3x ", 1000.0},
+                                                  {"-2.5E-1", -0.25},
+                                                  {"+1.5", 1.5},
+                                                  {"+1e3", 1000.0},
+                                                  {"0x10", 16.0},
+                                                  {"010", 8.0},
+                                                  {"-0b101", -5.0},
+                                                  {"+0b101", 5.0},
+                                                  {"+0x10", 16.0},
+                                                  {"+010", 8.0},
+                                                  {"+12abc", 12.0},
+                                                  {"12abc", 12.0},
+                                                  {"99999999999999999999", 1e20},
+                                                  {"+99999999999999999999", 1e20},
+                                                  {"inf", kInfinity},
+                                                  {"+inf", kInfinity},
+                                                  {"0b", 0.0},
+                                                  {"0b12", 0.0}};  // the number at the literal's start
+  for (const auto& [text, value] : cases) EXPECT_EQ(doubleOf(text), value) << text;
 }
 
 TEST(SwString, ParseNumericDoubleReadsAHexadecimalWithAnEAsFloatingPoint) {
@@ -207,15 +191,6 @@ TEST(SwString, ParseNumericDoubleReadsAHexadecimalWithAnEAsFloatingPoint) {
   EXPECT_EQ(doubleOf("0xFF"), 255.0);
 }
 
-TEST(SwString, ParseNumericDoubleFallsBackToFloatingPoint) {
-  EXPECT_EQ(doubleOf("99999999999999999999"), 1e20);
-  EXPECT_EQ(doubleOf("inf"), std::numeric_limits<double>::infinity());
-  EXPECT_EQ(doubleOf("+inf"), std::numeric_limits<double>::infinity());
-  EXPECT_EQ(doubleOf("+99999999999999999999"), 1e20);
-  EXPECT_EQ(doubleOf("0b"), 0.0);
-  EXPECT_EQ(doubleOf("0b12"), 0.0) << "a malformed binary literal is read as the number at its start";
-}
-
 TEST(SwString, ParseNumericDoubleRefusesWithoutAMessage) {
   const StderrCapture captured;
   for (const char* text : {"", " \t", "_", "abc", "1e400", "1e-400", ".", "e5"}) expectNoDouble(text);
@@ -223,20 +198,16 @@ TEST(SwString, ParseNumericDoubleRefusesWithoutAMessage) {
   EXPECT_EQ(captured.text(), "");
 }
 
-TEST(SwString, ToFloatNarrowsAndReportsFailure) {
+TEST(SwString, ToFloatNarrowsAndToDoubleDoesNotAndBothReportFailure) {
   const StderrCapture captured;
   EXPECT_EQ(SwString("0.45").toFloat(), 0.45F);
   EXPECT_EQ(SwString("1e300").toFloat(), std::numeric_limits<float>::infinity());
+  EXPECT_EQ(SwString("0.45").toDouble(), 0.45);
   EXPECT_EQ(captured.text(), "");
   EXPECT_EQ(SwString(" x").toFloat(), 0.0F);
-  EXPECT_EQ(captured.text(), "Invalid float conversion in SwString:  x\n");
-}
-
-TEST(SwString, ToDoubleReportsFailure) {
-  const StderrCapture captured;
-  EXPECT_EQ(SwString("0.45").toDouble(), 0.45);
   EXPECT_EQ(SwString("").toDouble(), 0.0);
-  EXPECT_EQ(captured.text(), "Invalid double conversion in SwString: \n");
+  EXPECT_EQ(captured.text(),
+            "Invalid float conversion in SwString:  x\nInvalid double conversion in SwString: \n");
 }
 
 TEST(SwString, TheBytesOfATemporaryAreAValue) {

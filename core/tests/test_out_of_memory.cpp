@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <functional>
 #include <limits>
 #include <new>
@@ -373,23 +372,6 @@ TEST(OutOfMemory, ALineIsWrittenThoughTheLineFeedFindsNoMemory) {
   EXPECT_TRUE(succeeds([&line] { sw_diagnostics::writeLine(std::move(line)); }));
   EXPECT_TRUE(operatorNew.failed());
   EXPECT_EQ(captured.text(), "a line that fills its memory\n");
-}
-
-/// In a process of its own, in which nothing has made the library's tables yet.
-TEST(OutOfMemoryDeathTest, TheFirstValuesOfAProcessNeedNoMemory) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
-  const auto exitWithVerdict = [] {
-    operatorNew.start(0, Countdown::Fails::FromThenOn);
-    const bool succeeded = succeeds([] {
-      SwAny empty;
-      SwAny moved(std::move(empty));
-      SwAny number(7);
-      moved = std::move(number);
-      moved.clear();
-    });
-    std::exit(succeeded ? 0 : 1);
-  };
-  EXPECT_EXIT(exitWithVerdict(), testing::ExitedWithCode(0), "");
 }
 
 TEST(OutOfMemory, AnyOfEveryJsonType) {

@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <limits>
+#include <utility>
 
 #include "core/SwJsonDocument.h"
 
@@ -30,59 +31,43 @@ TEST(SwJsonGenerator, ScalarsOfEveryKind) {
   EXPECT_EQ(generated("a\"\n\x01/\xC3\xA9"), "\"a\\\"\\n\\u0001/\xC3\xA9\"");
 }
 
-TEST(SwJsonGenerator, DoublesWithAFractionHaveSixDigits) {
-  EXPECT_EQ(generated(0.1), "0.1");
-  EXPECT_EQ(generated(0.45), "0.45");
-  EXPECT_EQ(generated(1.0 / 3), "0.333333");
-  EXPECT_EQ(generated(1e-7), "1e-07");
-  EXPECT_EQ(generated(-1234567.5), "-1.23457e+06");
-}
-
-TEST(SwJsonGenerator, DoublesWithoutAFractionAreIntegers) {
-  EXPECT_EQ(generated(3.0), "3");
-  EXPECT_EQ(generated(-2.0), "-2");
-  EXPECT_EQ(generated(-0.0), "0");
-  EXPECT_EQ(generated(1e15), "1000000000000000");
+TEST(SwJsonGenerator, DoublesWithAFractionHaveSixDigitsAndOthersAreIntegersThatSaturateAt64Bits) {
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  const std::pair<double, const char*> cases[] = {
+      {0.1, "0.1"},
+      {0.45, "0.45"},
+      {1.0 / 3, "0.333333"},
+      {1e-7, "1e-07"},
+      {-1234567.5, "-1.23457e+06"},
+      {3.0, "3"},
+      {-2.0, "-2"},
+      {-0.0, "0"},
+      {1e15, "1000000000000000"},
+      {9223372036854774784.0, "9223372036854774784"},  // the largest double that fits
+      {9223372036854775808.0, "9223372036854775807"},
+      {-9223372036854775808.0, "-9223372036854775808"},
+      {1e300, "9223372036854775807"},
+      {-1e300, "-9223372036854775808"},
+      {kInfinity, "9223372036854775807"},
+      {-kInfinity, "-9223372036854775808"},
+      {std::nan(""), "nan"}};
+  for (const auto& [number, text] : cases) EXPECT_EQ(generated(number), text);
   EXPECT_TRUE(parsed(generated(2.0)).isInt());
 }
 
-TEST(SwJsonGenerator, DoublesBeyond64BitsSaturate) {
-  constexpr double kInfinity = std::numeric_limits<double>::infinity();
-  EXPECT_EQ(generated(9223372036854774784.0), "9223372036854774784") << "the largest double that fits";
-  EXPECT_EQ(generated(9223372036854775808.0), "9223372036854775807");
-  EXPECT_EQ(generated(-9223372036854775808.0), "-9223372036854775808");
-  EXPECT_EQ(generated(1e300), "9223372036854775807");
-  EXPECT_EQ(generated(-1e300), "-9223372036854775808");
-  EXPECT_EQ(generated(kInfinity), "9223372036854775807");
-  EXPECT_EQ(generated(-kInfinity), "-9223372036854775808");
-}
-
-TEST(SwJsonGenerator, NanPrintsAsAStreamDoes) {
-  EXPECT_EQ(generated(std::nan("")), "nan");
-}
-
-TEST(SwJsonGenerator, CompactTextHasABlankAfterTheColonOnly) {
+TEST(SwJsonGenerator, CompactTextHasABlankAfterTheColonOnlyEscapedKeysAndMembersInByteOrder) {
   EXPECT_EQ(generated(parsed("{\"a\":1,\"b\":[true,null]}")), "{\"a\": 1,\"b\": [true,null]}");
-}
-
-TEST(SwJsonGenerator, MembersComeInByteOrder) {
   EXPECT_EQ(generated(parsed("{\"b\":1,\"a\":2,\"B\":3}")), "{\"B\": 3,\"a\": 2,\"b\": 1}");
-}
-
-TEST(SwJsonGenerator, KeysAreEscaped) {
   EXPECT_EQ(generated(parsed("{\"a\\\"\\u0000\":1}")), "{\"a\\\"\\u0000\": 1}");
 }
 
-TEST(SwJsonGenerator, EmptyContainersAreTheSameInBothModes) {
+TEST(SwJsonGenerator, EmptyContainersTakeNoLinesInEitherMode) {
   for (const bool indented : {false, true}) {
     EXPECT_EQ(generated(SwJsonObject(), indented), "{}");
     EXPECT_EQ(generated(SwJsonArray(), indented), "[]");
     EXPECT_EQ(generated(SwJsonValue::ofKind(SwJsonValue::Kind::Object), indented), "{}");
     EXPECT_EQ(generated(SwJsonValue::ofKind(SwJsonValue::Kind::Array), indented), "[]");
   }
-}
-
-TEST(SwJsonGenerator, AnEmptyArrayUnderKeyAIndentedTakesOneLine) {
   EXPECT_EQ(generated(parsed("{\"a\":[]}"), true), "{\n  \"a\": []\n}");
 }
 

@@ -4,7 +4,7 @@
 
 #include "core/SwJsonArray.h"
 
-TEST(SwJsonArray, KeepsTheOrderOfAppending) {
+TEST(SwJsonArray, KeepsTheOrderOfAppendingAndAtPastTheEndThrows) {
   SwJsonArray array;
   EXPECT_TRUE(array.empty());
   array.reserve(2);
@@ -16,11 +16,7 @@ TEST(SwJsonArray, KeepsTheOrderOfAppending) {
   int sum = 0;
   for (const SwJsonValue& value : array) sum += static_cast<int>(value.integer());
   EXPECT_EQ(sum, 2);
-}
-
-TEST(SwJsonArray, AtPastTheEndThrows) {
-  const SwJsonArray array;
-  EXPECT_THROW(array.at(0), std::out_of_range);
+  EXPECT_THROW(array.at(2), std::out_of_range);
 }
 
 TEST(SwJsonArray, AppendsACopyOfItsOwnElement) {

@@ -3,40 +3,26 @@
 #include "core/SwJsonDocument.h"
 #include "test_support/StderrCapture.h"
 
-TEST(SwJsonDocument, RootIsNullBeforeTheFirstParse) {
-  EXPECT_TRUE(SwJsonDocument().root().isNull());
-}
-
-TEST(SwJsonDocument, LoadKeepsTheValueAndClearsTheMessage) {
+TEST(SwJsonDocument, LoadKeepsTheValueAndClearsTheMessageAndAFailedOneResetsTheRoot) {
   SwJsonDocument document;
   SwString error("old");
+  EXPECT_TRUE(document.root().isNull()) << "before the first parse";
   EXPECT_TRUE(document.loadFromJson(" {\"a\":1} \n\v", error));
   EXPECT_EQ(error, "");
   EXPECT_EQ(document.object()["a"].integer(), 1);
-}
-
-TEST(SwJsonDocument, AFailedLoadResetsTheRoot) {
-  SwJsonDocument document;
-  SwString error;
-  ASSERT_TRUE(document.loadFromJson("1", error));
   EXPECT_FALSE(document.loadFromJson("[1", error));
   EXPECT_EQ(error, "Unterminated JSON array (index 2) near \"[1\"");
   EXPECT_TRUE(document.root().isNull());
 }
 
 TEST(SwJsonDocument, TrailingCharactersFailButKeepTheRoot) {
-  SwJsonDocument document;
-  SwString error;
-  EXPECT_FALSE(document.loadFromJson("true false", error));
-  EXPECT_EQ(error, "Unexpected characters at the end of JSON.");
-  EXPECT_EQ(document.root(), SwJsonValue(true));
-}
-
-TEST(SwJsonDocument, ATrailingNulByteIsACharacter) {
-  SwJsonDocument document;
-  SwString error;
-  EXPECT_FALSE(document.loadFromJson(SwString("1\0", 2), error));
-  EXPECT_EQ(error, "Unexpected characters at the end of JSON.");
+  for (const SwString& text : {SwString("true false"), SwString("true\0", 5)}) {
+    SwJsonDocument document;
+    SwString error;
+    EXPECT_FALSE(document.loadFromJson(text, error));
+    EXPECT_EQ(error, "Unexpected characters at the end of JSON.");
+    EXPECT_EQ(document.root(), SwJsonValue(true));
+  }
 }
 
 TEST(SwJsonDocument, ObjectOfAnotherRootIsEmptyWithTheMessage) {

@@ -6,10 +6,27 @@
 
 #include "core/SwJsonObject.h"
 
-TEST(SwJsonObject, ValueOfAMissingKeyIsTheDefault) {
-  const SwJsonObject object;
-  EXPECT_TRUE(object.value("missing", SwJsonValue()).isNull());
-  EXPECT_EQ(object.value("missing", 7).integer(), 7);
+TEST(SwJsonObject, AMissingKeyHasTheDefaultOneSharedNullAndNoMember) {
+  const SwJsonObject first;
+  const SwJsonObject second;
+  EXPECT_TRUE(first.value("missing", SwJsonValue()).isNull());
+  EXPECT_EQ(first.value("missing", 7).integer(), 7);
+  EXPECT_TRUE(first["a"].isNull());
+  EXPECT_EQ(&first["a"], &second["b"]);
+  EXPECT_EQ(first.find("b"), nullptr);
+}
+
+TEST(SwJsonObject, InsertOverwritesFindGivesTheMemberItselfAndRemoveTellsWhetherThereWasOne) {
+  SwJsonObject object;
+  object.insert("a", 1);
+  object.insert("a", "two");
+  EXPECT_EQ(object.size(), 1U);
+  EXPECT_EQ(object["a"].text(), "two");
+  *object.find("a") = 3;
+  EXPECT_EQ(object["a"].integer(), 3);
+  EXPECT_TRUE(object.remove("a"));
+  EXPECT_FALSE(object.remove("a"));
+  EXPECT_TRUE(object.empty());
 }
 
 TEST(SwJsonObject, NullKeyIsTheEmptyKey) {
@@ -50,29 +67,6 @@ TEST(SwJsonObject, ValueIsACopy) {
   EXPECT_EQ((*object["inner"].object())["x"].integer(), 1);
 }
 
-TEST(SwJsonObject, IndexOfAMissingKeyIsOneSharedNull) {
-  const SwJsonObject first;
-  const SwJsonObject second;
-  EXPECT_TRUE(first["a"].isNull());
-  EXPECT_EQ(&first["a"], &second["b"]);
-}
-
-TEST(SwJsonObject, InsertOverwrites) {
-  SwJsonObject object;
-  object.insert("a", 1);
-  object.insert("a", "two");
-  EXPECT_EQ(object.size(), 1U);
-  EXPECT_EQ(object["a"].text(), "two");
-}
-
-TEST(SwJsonObject, RemoveTellsWhetherThereWasAMember) {
-  SwJsonObject object;
-  object.insert("a", 1);
-  EXPECT_TRUE(object.remove("a"));
-  EXPECT_FALSE(object.remove("a"));
-  EXPECT_TRUE(object.empty());
-}
-
 TEST(SwJsonObject, KeysStandInByteOrder) {
   SwJsonObject object;
   for (const char* key : {"\xC3\xA9", "b", "a", "B", "ab"}) object.insert(key, nullptr);
@@ -88,14 +82,6 @@ TEST(SwJsonObject, KeysMayHoldNulBytes) {
   EXPECT_TRUE(object.contains(key));
   EXPECT_FALSE(object.contains("a"));
   EXPECT_EQ(object.find(key)->integer(), 1);
-}
-
-TEST(SwJsonObject, FindGivesTheMemberItself) {
-  SwJsonObject object;
-  object.insert("a", 1);
-  *object.find("a") = 2;
-  EXPECT_EQ(object["a"].integer(), 2);
-  EXPECT_EQ(object.find("b"), nullptr);
 }
 
 TEST(SwJsonObject, AssignmentFromInsideTheObject) {

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <climits>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -61,28 +62,19 @@ const double kExtremes[] = {
 
 }  // namespace
 
-TEST(DoubleText, AroundTheSmallestNormalNumberTheVerdictIsStrtods) {
+TEST(DoubleText, AtTheEndsOfTheRangeAndHalfwayTheVerdictIsStrtods) {
   for (const char* token :
        {"2.2250738585072014e-308", "2.2250738585072013e-308", "2.2250738585072012e-308",
         "2.22507385850720113605740979670913197593481954635164564e-308", "2.2250738585072011e-308",
         "2.225073858507201e-308", "2.2250738585072019e-308", "1e-310", "1.5e-323", "4.9406564584124654e-324",
         "2.4703282292062327e-324", "2e-324", "1e-400", "-1e-310", "0.0", "-0.0", "0e5", "0.0e-999",
-        "2.2250738585072014e-308000"}) {
-    expectReadAsByStrtod(token);
-  }
-}
-
-TEST(DoubleText, AroundTheLargestNumberTheVerdictIsStrtods) {
-  for (const char* token : {"1.7976931348623157e308", "1.7976931348623158e308", "1.7976931348623159e308",
-                            "1.797693134862315807e308", "1.797693134862315808e308", "-1.8e308", "1e309",
-                            "0.17976931348623157e309", "1e99999999999999999999", "1e-99999999999999999999"}) {
-    expectReadAsByStrtod(token);
-  }
-}
-
-TEST(DoubleText, HalfwayCasesRoundAsStrtodDoes) {
-  for (const char* token :
-       {"9007199254740993.0", "9007199254740992.5", "9007199254740993.00000000000000000001",
+        "2.2250738585072014e-308000",
+        // The largest number.
+        "1.7976931348623157e308", "1.7976931348623158e308", "1.7976931348623159e308",
+        "1.797693134862315807e308", "1.797693134862315808e308", "-1.8e308", "1e309",
+        "0.17976931348623157e309", "1e99999999999999999999", "1e-99999999999999999999",
+        // Halfway between two numbers.
+        "9007199254740993.0", "9007199254740992.5", "9007199254740993.00000000000000000001",
         "0.500000000000000166533453693773481063544750213623046875", "5e-1", "3.518437208883201171875e13",
         "62.5364939768271845828"}) {
     expectReadAsByStrtod(token);
@@ -102,26 +94,8 @@ TEST(DoubleText, RandomNumbersAreReadAsByStrtod) {
 
 TEST(DoubleText, ExtremesAreWrittenAsByAStreamAtEveryPrecision) {
   for (const double value : kExtremes) {
-    for (const int precision : {-2147483647 - 1,
-                                -7,
-                                -1,
-                                0,
-                                1,
-                                2,
-                                6,
-                                10,
-                                15,
-                                17,
-                                40,
-                                100,
-                                308,
-                                325,
-                                700,
-                                766,
-                                767,
-                                768,
-                                1100,
-                                2000}) {
+    for (const int precision :
+         {INT_MIN, -7, -1, 0, 1, 2, 6, 10, 15, 17, 40, 100, 308, 325, 700, 766, 767, 768, 1100, 2000}) {
       EXPECT_EQ(SwAny(value).toString(precision), streamed(value, precision)) << precision;
     }
   }

@@ -196,13 +196,10 @@ TEST(KeyedJsonOutOfMemory, AQuotedValueWhoseDecryptionThrowsCannotBeDecrypted) {
             (Texts{"no memory", "[\"\"]", "Unable to decrypt string value (index 5) near \"[\"42\"]\""}));
 }
 
-TEST(KeyedJsonOutOfMemory, ABareTokenWhoseDecryptionThrowsIsAPlainLiteral) {
+TEST(KeyedJsonOutOfMemory, ABareTokenWhoseDecryptionThrowsIsAPlainLiteralOrElseANumberWithoutDigits) {
   for (const char* literal : {"42", "-1.5", "true", "false", "null"}) {
     EXPECT_EQ(parseOutcomes(literal), (Texts{"\"\"", literal}));
   }
-}
-
-TEST(KeyedJsonOutOfMemory, ABareTokenWhoseDecryptionThrowsAndThatIsNoLiteralIsANumberWithoutDigits) {
   EXPECT_EQ(parseOutcomes(kCipherText), (Texts{"\"\"", "\"" + kPlain.str() + "\"",
                                                "Expected digit in number literal (index 0) near \"" +
                                                    kCipherText.mid(0, 20).str() + "\""}));
@@ -266,40 +263,23 @@ TEST(EncryptionWipes, TheSearchFindsWhatIsNotWiped) {
   EXPECT_EQ(leftovers(kPlain, [] { std::string(kPlain.str()); }), 1);
 }
 
-TEST(EncryptionWipes, PlainTextIsGoneFromMemoryThatEncryptingGivesBack) {
-  SwString cipherText;
-  EXPECT_EQ(leftovers(kPlain, [&] { cipherText = kPlain.encryptAES("key"); }), 0);
-  EXPECT_EQ(cipherText, kCipherText);
-}
-
-TEST(EncryptionWipes, PlainTextIsGoneFromMemoryThatDecryptingGivesBack) {
-  SwString cipherText = kCipherText;
-  SwString plain;
-  EXPECT_EQ(leftovers(kPlain, [&] { plain = cipherText.decryptAES("key"); }), 0);
-  EXPECT_EQ(plain, kPlain);
-}
-
-TEST(EncryptionWipes, AKeyTakenAsItStandsIsGone) {
-  SwString cipherText;
-  SwString plain;
-  const auto encryptAndDecrypt = [&] {
-    cipherText = kPlain.encryptAES(kKey32);
-    plain = cipherText.decryptAES(kKey32);
-  };
-  EXPECT_EQ(leftovers(kKey32, encryptAndDecrypt), 0);
-  EXPECT_EQ(cipherText, kCipherText32);
-  EXPECT_EQ(plain, kPlain);
-}
-
-TEST(EncryptionWipes, ADigestIsGone) {
-  SwString cipherText;
-  SwString plain;
-  const auto encryptAndDecrypt = [&] {
-    cipherText = kPlain.encryptAES("key");
-    plain = cipherText.decryptAES("key");
-  };
-  EXPECT_EQ(leftovers(kDigest, encryptAndDecrypt), 0);
-  EXPECT_EQ(plain, kPlain);
+TEST(EncryptionWipes, PlainTextKeyAndDigestAreGoneFromMemoryThatEncryptingAndDecryptingGiveBack) {
+  const struct {
+    std::string secret;
+    SwString key;
+    SwString cipherText;
+  } cases[] = {{kPlain, "key", kCipherText}, {kDigest, "key", kCipherText}, {kKey32, kKey32, kCipherText32}};
+  for (const auto& [secretBytes, key, expected] : cases) {
+    SwString cipherText;
+    SwString plain;
+    const auto encryptAndDecrypt = [&, &itsKey = key] {
+      cipherText = kPlain.encryptAES(itsKey);
+      plain = cipherText.decryptAES(itsKey);
+    };
+    EXPECT_EQ(leftovers(secretBytes, encryptAndDecrypt), 0);
+    EXPECT_EQ(cipherText, expected);
+    EXPECT_EQ(plain, kPlain);
+  }
 }
 
 // --- keyed documents. Their texts are longer than what a string keeps in itself, unless a test says

@@ -16,34 +16,24 @@ double valueOf(const std::string& text) {
 
 }  // namespace
 
-TEST(NumberText, AcceptsWhatStodAccepts) {
+TEST(NumberText, AcceptsWhatStodAcceptsAndIgnoresTrailingBytes) {
   EXPECT_EQ(valueOf("0.25"), 0.25);
   EXPECT_EQ(valueOf(" \t\n\v\f\r+1.5"), 1.5);
   EXPECT_EQ(valueOf("-.5e1"), -5.0);
   EXPECT_EQ(valueOf("0x1p4"), 16.0);
   EXPECT_EQ(valueOf("-inf"), -std::numeric_limits<double>::infinity());
   EXPECT_TRUE(std::isnan(valueOf("nan")));
-}
-
-TEST(NumberText, IgnoresTrailingBytes) {
   EXPECT_EQ(valueOf("2.5abc"), 2.5);
   EXPECT_EQ(valueOf("1,5"), 1.0);
-  EXPECT_EQ(valueOf(std::string("3\0"
+  EXPECT_EQ(valueOf(std::string("3\000"
                                 "4",
                                 3)),
             3.0);
 }
 
-TEST(NumberText, RefusesTextWithoutANumber) {
-  for (const char* text : {"", " ", "abc", "+", ".", "e5", "--1"}) {
-    double value = -77.0;
-    EXPECT_FALSE(sw_number::toDouble(text, value)) << text;
-    EXPECT_EQ(value, -77.0) << text;
-  }
-}
-
-TEST(NumberText, RefusesMagnitudesOutOfRangeSubnormalsIncluded) {
-  for (const char* text : {"1e400", "-1e400", "1e-400", "4.9e-324", "1e-310"}) {
+TEST(NumberText, RefusesTextWithoutANumberAndMagnitudesOutOfRangeSubnormalsIncluded) {
+  for (const char* text :
+       {"", " ", "abc", "+", ".", "e5", "--1", "1e400", "-1e400", "1e-400", "4.9e-324", "1e-310"}) {
     double value = -77.0;
     EXPECT_FALSE(sw_number::toDouble(text, value)) << text;
     EXPECT_EQ(value, -77.0) << text;

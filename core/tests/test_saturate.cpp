@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdint>
 
 #include "core/saturate.h"
@@ -24,13 +25,10 @@ float toSinglePrecision(double value) {
 
 }  // namespace
 
-TEST(Saturate, TruncatesTowardZero) {
+TEST(Saturate, TruncatesTowardZeroStopsAtTheLimitsAndMakesNanZero) {
   EXPECT_EQ(saturate<int64_t>(2.9), 2);
   EXPECT_EQ(saturate<int64_t>(-2.9), -2);
   EXPECT_EQ(saturate<uint8_t>(255.9), 255);
-}
-
-TEST(Saturate, StopsAtTheLimits) {
   EXPECT_EQ(saturate<int64_t>(9223372036854775808.0), INT64_MAX);
   EXPECT_EQ(saturate<int64_t>(-9223372036854775808.0), INT64_MIN);
   EXPECT_EQ(saturate<int64_t>(9223372036854774784.0), 9223372036854774784);
@@ -40,18 +38,16 @@ TEST(Saturate, StopsAtTheLimits) {
   EXPECT_EQ(saturate<int32_t>(-2147483648.5), INT32_MIN);
   EXPECT_EQ(saturate<uint8_t>(256.0), 255);
   EXPECT_EQ(saturate<uint8_t>(-1.0), 0);
-}
-
-TEST(Saturate, NanIsZero) {
   EXPECT_EQ(saturate<int64_t>(kNan), 0);
 }
 
-TEST(ToSinglePrecision, RoundsToTheNearestFloat) {
+TEST(ToSinglePrecision, RoundsToTheNearestFloatAndBeyondTheRangeToInfinity) {
   EXPECT_EQ(toSinglePrecision(0.45), 0.45F);
+  EXPECT_EQ(toSinglePrecision(-16777219.0), -16777220.0F);
+  EXPECT_EQ(toSinglePrecision(0x1.000003p-127), 0x1.000004p-127F)
+      << "three quarters between two subnormal floats";
+  EXPECT_TRUE(std::signbit(toSinglePrecision(-0x1p-150)));
   EXPECT_TRUE(std::isnan(toSinglePrecision(kNan)));
-}
-
-TEST(ToSinglePrecision, BeyondTheRangeIsInfinity) {
   constexpr float kMax = std::numeric_limits<float>::max();
   constexpr float kInf = std::numeric_limits<float>::infinity();
   EXPECT_EQ(toSinglePrecision(1e300), kInf);

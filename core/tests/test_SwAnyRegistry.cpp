@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <functional>
 #include <thread>
@@ -26,6 +27,8 @@ struct Other {
   {
     const StderrCapture captured;
     operation();
+    const std::string& text = captured.text();
+    if (captured.writes() != std::count(text.begin(), text.end(), '\n')) std::abort();  // a line is one write
     for (std::size_t at = captured.text().find(kMarker); at != std::string::npos;
          at = captured.text().find(kMarker, at + 1)) {
       ++fillings;

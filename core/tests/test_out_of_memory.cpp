@@ -237,35 +237,25 @@ TEST(OutOfMemory, TheDocumentsObject) {
   expectMakes<SwJsonObject>(*document.root().object(), [&] { return document.object(); });
 }
 
-TEST(OutOfMemory, CopyingAValueLeavesTheTargetAsItWas) {
+TEST(OutOfMemory, CopyingAValueOrAContainerLeavesTheTargetAsItWas) {
   expectCopies<SwJsonValue>(parsed(kDocument), "a text that stood there before");
   expectCopies<SwJsonValue>("a text that needs memory", parsed(kDocument));
   expectCopies<SwJsonValue>(parsed(kDocument), parsed("[[\"what stood there before\"]]"));
-}
-
-/// Below the level down to which containers copy their own members, a walk takes over.
-TEST(OutOfMemory, CopyingADeepValueLeavesTheTargetAsItWas) {
+  // Below the level down to which containers copy their own members, a walk takes over.
   const std::string opening(12, '[');
   const std::string closing(12, ']');
   expectCopies(parsed(opening + kDocument + "," + kDocument + closing),
                SwJsonValue("what stood there before"));
-}
-
-TEST(OutOfMemory, CopyingAContainerLeavesTheTargetAsItWas) {
   const SwJsonValue value = parsed(kDocument);
   expectCopies<SwJsonObject>(*value.object(), objectWith("what stood there before", 1));
   expectCopies<SwJsonArray>(*value.object()->begin()->second.array(), SwJsonArray());
 }
 
-TEST(OutOfMemory, AValueFromTextAndContainers) {
+TEST(OutOfMemory, AValueFromTextAndContainersAndComparingThem) {
   const SwJsonValue value = parsed(kDocument);
   expectMakes<SwJsonValue>("a text that needs memory",
                            [] { return SwJsonValue("a text that needs memory"); });
   expectMakes<SwJsonValue>(value, [&value] { return SwJsonValue(*value.object()); });
-}
-
-TEST(OutOfMemory, ComparingGivesTheRightAnswerOrNone) {
-  const SwJsonValue value = parsed(kDocument);
   const SwJsonValue equal = value;
   forEachFailure([&] { succeeds([&] { EXPECT_TRUE(value == equal); }); });
 }
@@ -374,7 +364,7 @@ TEST(OutOfMemory, ALineIsWrittenThoughTheLineFeedFindsNoMemory) {
   EXPECT_EQ(captured.text(), "a line that fills its memory\n");
 }
 
-TEST(OutOfMemory, AnyOfEveryJsonType) {
+TEST(OutOfMemory, AnyOfEveryJsonTypeOfTextsAndOfLists) {
   const SwJsonValue value = parsed(kDocument);
   const std::string text = generated(value);
   expectAnyWorks(value, text);
@@ -382,9 +372,6 @@ TEST(OutOfMemory, AnyOfEveryJsonType) {
   expectAnyWorks(*parsed("[" + kDocument + "]").array(), "[" + text + "]");
   expectAnyWorks(SwJsonValue("a text that needs memory"), "\"a text that needs memory\"");
   expectAnyWorks(SwString("a text that needs memory"), "a text that needs memory");
-}
-
-TEST(OutOfMemory, AnyOfTextsAndLists) {
   expectAnyWorks(std::string("a text that needs memory"), "a text that needs memory");
   expectAnyWorks(std::vector<std::string>{"a text that needs memory", "b"}, "a text that needs memory,b");
   expectAnyWorks(SwList<unsigned char>(kDocument.begin(), kDocument.end()), kDocument);

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <utility>
 
 #include "detection/class_color.h"
 
@@ -53,19 +54,12 @@ TEST(ClassColor, TheLargestResultsAreCutTo255) {
   EXPECT_EQ(toYuv({0, 0, 0}), (YuvColor{0, 128, 128}));
 }
 
-TEST(ClassColor, Class20And0ShareAColour) {
-  EXPECT_EQ(classColor(20), classColor(0));
-  EXPECT_EQ(classColor(41), classColor(1));
-}
-
-TEST(ClassColor, ANegativeClassCountsByItsAbsoluteValue) {
-  EXPECT_EQ(classColor(-3), toYuv(kPalette[3]));
-  EXPECT_EQ(classColor(-23), toYuv(kPalette[3]));
-}
-
-TEST(ClassColor, TheSmallestClassTakesEntry8) {
-  EXPECT_EQ(classColor(std::numeric_limits<int32_t>::min()), toYuv(kPalette[8]));
-  EXPECT_EQ(classColor(std::numeric_limits<int32_t>::max()), toYuv(kPalette[7]));
+TEST(ClassColor, AClassTakesTheEntryOfItsAbsoluteValueModulo20) {
+  using Limits = std::numeric_limits<int32_t>;
+  const std::pair<int32_t, std::size_t> cases[] = {
+      {20, 0}, {41, 1}, {-3, 3}, {-23, 3}, {Limits::min(), 8}, {Limits::max(), 7}};
+  for (const auto& [class_id, entry] : cases)
+    EXPECT_EQ(classColor(class_id), toYuv(kPalette[entry])) << class_id;
 }
 
 }  // namespace

@@ -60,17 +60,41 @@ TEST(CollectDetections, MissingMembersReadAs0AndTheTextAsNull) {
   EXPECT_EQ(detection.class_info, "null");
 }
 
-TEST(CollectDetections, AnIntegerKeepsItsLow32Bits) {
-  EXPECT_EQ(detectionOf("\"x\": 4294967297").x, 1);
-  EXPECT_EQ(detectionOf("\"x\": 2147483648").x, kMin);
-  EXPECT_EQ(detectionOf("\"x\": -2147483649").x, kMax);
-}
-
-TEST(CollectDetections, AFloatingValueIsCutTowardZeroAndSaturates) {
-  EXPECT_EQ(detectionOf("\"x\": 2.9").x, 2);
-  EXPECT_EQ(detectionOf("\"x\": -2.9").x, -2);
-  EXPECT_EQ(detectionOf("\"x\": 1e300").x, kMax);
-  EXPECT_EQ(detectionOf("\"x\": -1e300").x, kMin);
+TEST(CollectDetections, AMemberIsReadByTheRuleOfItsKind) {
+  const std::pair<const char*, int32_t>
+      numbers[] = {{"4294967297", 1},
+                   {"2147483648", kMin},
+                   {"-2147483649", kMax},  // an integer keeps its low 32 bits
+                   {"2.9", 2},
+                   {"-2.9", -2},
+                   {"1e300", kMax},
+                   {"-1e300", kMin},  // a floating value is cut and saturates
+                   {"true", 1},
+                   {"false", 0},
+                   {"\"7\"", 0},
+                   {"[7]", 0},
+                   {"null", 0}};
+  for (const auto& [value, number] : numbers) {
+    const std::string text(value);
+    const DetView read = detectionOf("\"x\": " + text + ", \"y\": " + text + ", \"w\": " + text +
+                                     ", \"h\": " + text + ", \"class_id\": " + text);
+    for (const int32_t field : {read.x, read.y, read.w, read.h, read.class_id})
+      EXPECT_EQ(field, number) << value;
+  }
+  const std::pair<const char*, float> scores[] = {// Halfway between two floats but for its last bit: rounded
+                                                  // once it goes up, by way of a double it would tie down.
+                                                  {"36028799166447617", 36028801313931264.0F},
+                                                  {"2", 2.0F},
+                                                  {"1e300", std::numeric_limits<float>::infinity()},
+                                                  {"true", 1.0F},
+                                                  {"false", 0.0F},
+                                                  {"\"1\"", 0.0F}};
+  for (const auto& [value, score] : scores)
+    EXPECT_EQ(detectionOf("\"score\": " + std::string(value)).score, score) << value;
+  const std::pair<const char*, const char*> texts[] = {
+      {"42", "42"}, {"null", "null"}, {"[\"SEG1|\"]", "{}"}, {"\"\"", ""}};
+  for (const auto& [value, text] : texts)
+    EXPECT_EQ(detectionOf("\"class_info\": " + std::string(value)).class_info, text);
 }
 
 TEST(CollectDetections, AValueThatIsNoNumberReadsAs0) {
@@ -86,48 +110,13 @@ TEST(CollectDetections, AValueThatIsNoNumberReadsAs0) {
   EXPECT_EQ(list[0].x, 0);
 }
 
-TEST(CollectDetections, ABooleanReadsAs1Or0AndOtherKindsAs0) {
-  const DetView detection =
-      detectionOf("\"x\": true, \"y\": false, \"w\": \"7\", \"h\": [7], \"class_id\": null, \"score\": true");
-  EXPECT_EQ(detection.x, 1);
-  EXPECT_EQ(detection.y, 0);
-  EXPECT_EQ(detection.w, 0);
-  EXPECT_EQ(detection.h, 0);
-  EXPECT_EQ(detection.class_id, 0);
-  EXPECT_EQ(detection.score, 1.0F);
-  EXPECT_EQ(detectionOf("\"score\": false").score, 0.0F);
-  EXPECT_EQ(detectionOf("\"score\": \"1\"").score, 0.0F);
-}
-
-TEST(CollectDetections, AnIntegerScoreGoesFrom64BitsToFloatDirectly) {
-  // Halfway between two floats but for its last bit: rounded once it goes up, by way of a double it would tie
-  // down.
-  EXPECT_EQ(detectionOf("\"score\": 36028799166447617").score, 36028801313931264.0F);
-  EXPECT_EQ(detectionOf("\"score\": 2").score, 2.0F);
-}
-
-TEST(CollectDetections, AScoreBeyondSinglePrecisionIsInfinite) {
-  EXPECT_EQ(detectionOf("\"score\": 1e300").score, std::numeric_limits<float>::infinity());
-}
-
-TEST(CollectDetections, TextIsWhatTheValuePrints) {
-  EXPECT_EQ(detectionOf("\"class_info\": 42").class_info, "42");
-  EXPECT_EQ(detectionOf("\"class_info\": null").class_info, "null");
-  EXPECT_EQ(detectionOf("\"class_info\": [\"SEG1|\"]").class_info, "{}");
-  EXPECT_EQ(detectionOf("\"class_info\": \"\"").class_info, "");
-}
-
-TEST(CollectDetections, DetectionsThatAreAnObjectOrAbsentYieldNone) {
-  EXPECT_EQ(countIn("{\"detections\": {\"x\": 1}}"), 0U);
-  EXPECT_EQ(countIn("{\"detections\": \"[{}]\"}"), 0U);
-  EXPECT_EQ(countIn("{\"detections\": null}"), 0U);
-  EXPECT_EQ(countIn("{\"Detections\": [{}]}"), 0U);
-  EXPECT_EQ(countIn("{}"), 0U);
-}
-
-TEST(CollectDetections, ElementsThatAreNoObjectsArePassedOverAndDoNotCount) {
-  EXPECT_EQ(countIn("{\"detections\": [1, null, \"a\", [{}], true]}"), 0U);
-  EXPECT_EQ(countIn("{\"detections\": [1, {}, 2, {}]}", 2), 2U);
+TEST(CollectDetections, WhatIsNoArrayYieldsNoneAndElementsThatAreNoObjectsDoNotCount) {
+  for (const char* payload :
+       {R"({"detections": {"x": 1}})", R"({"detections": "[{}]"})", R"({"detections": null})",
+        R"({"Detections": [{}]})", "{}", R"({"detections": [1, null, "a", [{}], true]})"}) {
+    EXPECT_EQ(countIn(payload), 0U) << payload;
+  }
+  EXPECT_EQ(countIn(R"({"detections": [1, {}, 2, {}]})", 2), 2U);
 }
 
 TEST(CollectDetections, TheCapKeepsTheEarlierOnes) {
@@ -145,9 +134,10 @@ struct Gathering : plugin_test::FrameContext {
   RenderProducerTypeView view;
   std::list<RenderInput> viewed;
 
-  Gathering() { ctx.frame_id = 9; }
-
-  void list(const std::string& producer) { view.producers.push_back(producer); }
+  explicit Gathering(std::vector<std::string> producers) {
+    ctx.frame_id = 9;
+    view.producers = std::move(producers);
+  }
 
   RenderInput& add(const std::string& producer, SwAny payload) {
     viewed.emplace_back().payload = std::move(payload);
@@ -172,9 +162,7 @@ struct Gathering : plugin_test::FrameContext {
 };
 
 TEST(GatherDetections, OrderIsProducersThenInputsThenElements) {
-  Gathering g;
-  g.list("b");
-  g.list("a");
+  Gathering g({"b", "a"});
   g.add("a", Gathering::payload({5}));
   g.add("b", Gathering::payload({1, 2}));
   g.add("b", Gathering::payload({3}));
@@ -182,11 +170,7 @@ TEST(GatherDetections, OrderIsProducersThenInputsThenElements) {
 }
 
 TEST(GatherDetections, AbsentEmptyAndFruitlessProducersAreMissingAndAnEmptyIdIsNot) {
-  Gathering g;
-  g.list("absent");
-  g.list("empty");
-  g.list("fruitless");
-  g.list("");
+  Gathering g({"absent", "empty", "fruitless", ""});
   g.view.inputsByProducer["empty"] = {};
   g.add("", Gathering::payload({1}));
   g.add("fruitless", Gathering::payload({}));
@@ -197,10 +181,7 @@ TEST(GatherDetections, AbsentEmptyAndFruitlessProducersAreMissingAndAnEmptyIdIsN
 }
 
 TEST(GatherDetections, OnceTheCapIsReachedLaterProducersAreNeitherLookedUpNorCounted) {
-  Gathering g;
-  g.list("a");
-  g.list("b");
-  g.list("absent");
+  Gathering g({"a", "b", "absent"});
   g.add("a", Gathering::payload({1, 2, 3}));
   g.add("b", Gathering::payload({4})).uses_lookback = true;
   const FrameDetections frame = g.gather(2);
@@ -210,34 +191,21 @@ TEST(GatherDetections, OnceTheCapIsReachedLaterProducersAreNeitherLookedUpNorCou
   EXPECT_EQ(g.resolved_frames.size(), 1U);
 }
 
-TEST(GatherDetections, TheCapRunsAcrossInputsAndProducers) {
-  Gathering g;
-  g.list("a");
-  g.list("b");
+TEST(GatherDetections, TheCapRunsAcrossInputsAndProducersAndAllInputsOfTheLastOneAreResolved) {
+  Gathering g({"a", "b"});
   g.add("a", Gathering::payload({1, 2}));
-  g.add("b", Gathering::payload({3}));
-  g.add("b", Gathering::payload({4, 5}));
+  g.add("b", Gathering::payload({3, 4}));
+  g.add("b", Gathering::payload({5}));
   EXPECT_EQ(Gathering::xs(g.gather(4)), (std::vector<int>{1, 2, 3, 4}));
-}
-
-TEST(GatherDetections, AllInputsOfTheProducerThatReachesTheCapAreResolved) {
-  Gathering g;
-  g.list("a");
-  g.add("a", Gathering::payload({1, 2}));
-  g.add("a", Gathering::payload({3}));
-  EXPECT_EQ(Gathering::xs(g.gather(1)), std::vector<int>{1});
-  EXPECT_EQ(g.resolved_frames.size(), 2U);
+  EXPECT_EQ(g.resolved_frames.size(), 3U);
 }
 
 TEST(GatherDetections, LookbackCountsOncePerProducerAndNullInputsArePassedOver) {
-  Gathering g;
-  g.list("a");
-  g.list("b");
+  Gathering g({"a", "b", "c"});
   g.add("a", Gathering::payload({})).uses_lookback = true;
   g.add("a", Gathering::payload({})).uses_lookback = true;
   g.add("b", Gathering::payload({1}));
   g.view.inputsByProducer["b"].insert(g.view.inputsByProducer["b"].begin(), nullptr);
-  g.list("c");
   g.add("c", Gathering::payload({2})).uses_lookback = true;
   const FrameDetections frame = g.gather();
   EXPECT_EQ(frame.lookback, 2U);
@@ -246,15 +214,13 @@ TEST(GatherDetections, LookbackCountsOncePerProducerAndNullInputsArePassedOver) 
 }
 
 TEST(GatherDetections, AProducerOfNullInputsAloneIsMissing) {
-  Gathering g;
-  g.list("a");
+  Gathering g({"a"});
   g.view.inputsByProducer["a"] = {nullptr};
   EXPECT_EQ(g.gather().missing, 1U);
 }
 
 TEST(GatherDetections, TheResolverGetsTheInputsFrameOrTheContextsWhenThatIs0) {
-  Gathering g;
-  g.list("a");
+  Gathering g({"a"});
   g.add("a", Gathering::payload({1})).frame_id = 4;
   g.add("a", Gathering::payload({1}));
   g.gather();
@@ -262,8 +228,7 @@ TEST(GatherDetections, TheResolverGetsTheInputsFrameOrTheContextsWhenThatIs0) {
 }
 
 TEST(GatherDetections, WithoutResolverCallableOrPayloadNothingIsRead) {
-  Gathering g;
-  g.list("a");
+  Gathering g({"a"});
   g.add("a", SwAny());
   EXPECT_EQ(g.gather().missing, 1U);
   EXPECT_TRUE(g.resolved_frames.empty());
@@ -276,8 +241,7 @@ TEST(GatherDetections, WithoutResolverCallableOrPayloadNothingIsRead) {
 }
 
 TEST(GatherDetections, TextPayloadsAreParsedAndOtherOnesAreEmpty) {
-  Gathering g;
-  g.list("a");
+  Gathering g({"a"});
   g.add("a", SwAny(SwString("{\"detections\": [{\"x\": 6}]}")));
   g.add("a", SwAny(SwString("hello")));
   g.add("a", SwAny(7));
@@ -285,37 +249,28 @@ TEST(GatherDetections, TextPayloadsAreParsedAndOtherOnesAreEmpty) {
 }
 
 /// A payload type whose conversion to JSON throws what no exception handler would expect.
-struct Poisoned {};
+struct Poisoned {
+  bool takes_all_memory = false;
+};
 
-TEST(GatherDetections, APayloadWhoseConversionThrowsContributesNothingAndTheFrameGoesOn) {
+TEST(GatherDetections, APayloadWhoseConversionThrowsContributesNothingButLackOfMemoryPassesThrough) {
   SwAny::registerMetaType<Poisoned>();
-  SwAny::registerConversion<Poisoned, SwJsonObject>([](const Poisoned&) -> SwJsonObject { throw 42; });
-  Gathering g;
-  g.list("a");
-  g.list("b");
+  SwAny::registerConversion<Poisoned, SwJsonObject>([](const Poisoned& poisoned) -> SwJsonObject {
+    if (poisoned.takes_all_memory) throw std::bad_alloc();
+    throw 42;
+  });
+  Gathering g({"a", "b"});
   g.add("a", SwAny::from(Poisoned()));
   g.add("b", Gathering::payload({1}));
   const FrameDetections frame = g.gather();
   EXPECT_EQ(Gathering::xs(frame), std::vector<int>{1});
   EXPECT_EQ(frame.missing, 1U);
-}
-
-/// A payload type whose conversion finds no memory.
-struct Ravenous {};
-
-TEST(GatherDetections, LackOfMemoryInAConversionPassesThrough) {
-  SwAny::registerMetaType<Ravenous>();
-  SwAny::registerConversion<Ravenous, SwJsonObject>(
-      [](const Ravenous&) -> SwJsonObject { throw std::bad_alloc(); });
-  Gathering g;
-  g.list("a");
-  g.add("a", SwAny::from(Ravenous()));
+  g.add("b", SwAny::from(Poisoned{true}));
   EXPECT_THROW(g.gather(), std::bad_alloc);
 }
 
 TEST(GatherDetections, WhatTheResolverThrowsIsTheHostsToSee) {
-  Gathering g;
-  g.list("a");
+  Gathering g({"a"});
   g.add("a", Gathering::payload({1}));
   g.resolver.resolve = [](uint64_t, const SwAny&) -> SwAny { throw std::out_of_range("the host's own"); };
   EXPECT_THROW(g.gather(), std::out_of_range);
@@ -335,10 +290,7 @@ TEST(CollectDetections, TheOutcomesNameElementsThatAreNoObjectsAndThoseOverTheCa
 }
 
 TEST(GatherDetections, OutcomesOfInputsBeyondTheCapAreToldAndChangeNothingElse) {
-  Gathering g;
-  g.list("a");
-  g.list("b");
-  g.list("absent");
+  Gathering g({"a", "b", "absent"});
   const RenderInput* first = &g.add("a", Gathering::payload({1, 2, 3}));
   const RenderInput* second = &g.add("b", Gathering::payload({4}));
   std::vector<InputOutcomes> outcomes;
@@ -353,7 +305,7 @@ TEST(GatherDetections, OutcomesOfInputsBeyondTheCapAreToldAndChangeNothingElse) 
 }
 
 TEST(GatherDetections, TheListIsReservedForTheCapUpFront) {
-  Gathering g;
+  Gathering g({});
   EXPECT_GE(g.gather(37).detections.capacity(), 37U);
 }
 

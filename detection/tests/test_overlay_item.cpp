@@ -41,17 +41,11 @@ struct OverlayItemTest : testing::Test {
   }
 };
 
-TEST_F(OverlayItemTest, AScoreEqualToTheThresholdIsDrawnAndOneBelowIsNot) {
+TEST_F(OverlayItemTest, AScoreBelowTheThresholdIsNotDrawnAndOneThatIsNoNumberIs) {
   EXPECT_EQ(items({detectionOf(0.3F)}, 0.3F).size(), 1U);
   EXPECT_TRUE(items({detectionOf(std::nextafter(0.3F, 0.0F))}, 0.3F).empty());
-}
-
-TEST_F(OverlayItemTest, AScoreThatIsNoNumberIsNotFilteredOut) {
-  EXPECT_EQ(items({detectionOf(kNan)}, 1.0F).size(), 1U);
-}
-
-TEST_F(OverlayItemTest, ANegativeScoreIsBelowTheDefaultThreshold) {
   EXPECT_TRUE(items({detectionOf(-0.1F)}, 0.0F).empty());
+  EXPECT_EQ(items({detectionOf(kNan)}, 1.0F).size(), 1U);
 }
 
 TEST_F(OverlayItemTest, AnEmptyOrInvalidMaskTextDropsTheDetectionAlone) {
@@ -90,14 +84,11 @@ TEST_F(OverlayItemTest, TheOutcomeNamesTheFirstRuleThatDropsADetection) {
   EXPECT_EQ(fault.problem, MaskTextFault::Problem::NotPositive);
 }
 
-TEST_F(OverlayItemTest, DrawnPixelsAreThoseOfTheMaskWithinBoxAndFrame) {
+TEST_F(OverlayItemTest, DrawnPixelsAreThoseOfTheMaskWithinBoxAndFrameAndWithoutAnyTheReasonIsTold) {
   const DrawnPixels whole = drawnOf({-5, -5, 100, 100});
   EXPECT_EQ(whole.outcome, Outcome::Drawn);
   EXPECT_EQ(whole.count, 4U);
   EXPECT_EQ(drawnOf({1, 0, 2, 1}).count, 2U);
-}
-
-TEST_F(OverlayItemTest, ABoxOutsideAndABoxWithoutAPixelOfTheMaskAreToldApart) {
   EXPECT_EQ(drawnOf({4, 0, 9, 9}).outcome, Outcome::BoxOutside);
   EXPECT_EQ(drawnOf({0, 0, 0, 2}).outcome, Outcome::BoxOutside);
   EXPECT_EQ(drawnOf({0, 1, 4, 1}).outcome, Outcome::NoPixelInBox);
@@ -105,14 +96,9 @@ TEST_F(OverlayItemTest, ABoxOutsideAndABoxWithoutAPixelOfTheMaskAreToldApart) {
 }
 
 TEST_F(OverlayItemTest, PixelsAreCountedOnTheScaledMask) {
-  const std::vector<OverlayItem> drawn = items({[] {
-                                                 DetView detection = detectionOf(1, "SEG1|2|1|AQ==");
-                                                 detection.w = 100;
-                                                 detection.h = 100;
-                                                 return detection;
-                                               }()},
-                                               0);
-  EXPECT_EQ(countDrawnPixels(drawn.at(0), {10, 6}).count, 30U);  // the left half
+  DetView detection = detectionOf(1, "SEG1|2|1|AQ==");
+  detection.w = detection.h = 100;
+  EXPECT_EQ(countDrawnPixels(items({detection}, 0).at(0), {10, 6}).count, 30U);  // the left half
 }
 
 TEST_F(OverlayItemTest, MasksOfOneFrameDoNotOverlapInTheArena) {

@@ -18,14 +18,10 @@ TEST(PackMask, TheFirstPixelIsTheLowestBitAndAnyNonZeroByteIsInside) {
   EXPECT_EQ(mask.bits, (std::vector<uint8_t>{0b10001101, 0b1}));
 }
 
-TEST(PackMask, RowsFollowEachOtherWithoutPaddingWhateverTheStride) {
+TEST(PackMask, RowsFollowEachOtherWithoutPaddingWhateverTheStrideEvenFromTheBottomUp) {
   const std::vector<unsigned char> pixels{1, 0, 1, 9, 9, 0, 1, 0, 9, 9, 1, 1, 1};
   EXPECT_EQ(packMask(pixels.data(), 3, 3, 5).bits, (std::vector<uint8_t>{0b11010101, 0b1}));
-}
-
-TEST(PackMask, RowsMayLieFromTheBottomUp) {
-  const std::vector<unsigned char> pixels{1, 1, 0, 0};
-  EXPECT_EQ(packMask(pixels.data() + 2, 2, 2, -2).bits, std::vector<uint8_t>{0b1100});
+  EXPECT_EQ(packMask(pixels.data() + 10, 3, 3, -5).bits, (std::vector<uint8_t>{0b01010111, 0b1}));
 }
 
 TEST(PackMask, EveryWidthGivesWhatPackingPixelByPixelGives) {
@@ -43,17 +39,11 @@ TEST(PackMask, EveryWidthGivesWhatPackingPixelByPixelGives) {
   }
 }
 
-TEST(EncodeMaskText, FourPixelsInsideAndFourOutsideAreTheDocumentedText) {
+TEST(EncodeMaskText, BitsRunOnFromRowToRowAndBytesBehindTheMaskAreLeftOut) {
   EXPECT_EQ(encodeMaskText(MaskBits{4, 2, {0x0F}}), "SEG1|4|2|Dw==");
-}
-
-TEST(EncodeMaskText, BitsRunOnFromRowToRow) {
+  EXPECT_EQ(encodeMaskText(MaskBits{4, 2, {0x0F, 0xFF}}), "SEG1|4|2|Dw==");
   const std::vector<unsigned char> pixels{1, 0, 0, 0, 0, 255, 0, 0, 0, 7};  // bits 0, 5 and 9: bytes 21 02
   EXPECT_EQ(encodeMaskText(packMask(pixels.data(), 5, 2, 5)), "SEG1|5|2|IQI=");
-}
-
-TEST(EncodeMaskText, BytesBehindTheMaskAreLeftOut) {
-  EXPECT_EQ(encodeMaskText(MaskBits{4, 2, {0x0F, 0xFF}}), "SEG1|4|2|Dw==");
 }
 
 TEST(EncodeMaskText, DecodingGivesTheMaskBackForEveryLengthOfData) {

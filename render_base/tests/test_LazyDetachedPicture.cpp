@@ -4,6 +4,7 @@
 #include <atomic>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "render_base/LazyDetachedPicture.h"
@@ -36,6 +37,14 @@ class FakePool : public zelvo::ZelvoPicturePool {
   SharedPicture result_;
 };
 
+/// With a source.
+struct Detachable : LazyDetachedPicture {
+  Detachable() {
+    source = emptyPicture();
+    sourceId = 1;
+  }
+};
+
 std::string failureOf(LazyDetachedPicture& picture) {
   try {
     picture.ensureWritablePicShared();
@@ -46,9 +55,7 @@ std::string failureOf(LazyDetachedPicture& picture) {
 }
 
 TEST(LazyDetachedPicture, ASecondCallReturnsTheSamePictureWithoutAskingAgain) {
-  LazyDetachedPicture picture;
-  picture.source = emptyPicture();
-  picture.sourceId = 1;
+  Detachable picture;
   const auto pool = std::make_shared<FakePool>(emptyPicture());
   picture.pool = pool;
   int callbacks = 0;
@@ -65,39 +72,9 @@ TEST(LazyDetachedPicture, ASecondCallReturnsTheSamePictureWithoutAskingAgain) {
   EXPECT_EQ(callbacks, 0);
 }
 
-TEST(LazyDetachedPicture, NoPoolAndNoCallableThrowsCloneDetachedFailed) {
-  LazyDetachedPicture picture;
-  picture.source = emptyPicture();
-  picture.sourceId = 1;
+TEST(LazyDetachedPicture, WithoutAnybodyWhoCopiesItThrowsAndALaterCallTriesAgain) {
+  Detachable picture;
   EXPECT_EQ(failureOf(picture), "LazyDetachedPicture cloneDetached failed");
-  EXPECT_EQ(picture.writable, nullptr);
-}
-
-TEST(LazyDetachedPicture, APoolThatGivesNothingFallsBackToTheCallable) {
-  LazyDetachedPicture picture;
-  picture.source = emptyPicture();
-  picture.sourceId = 77;
-  picture.sourceName = "yard";
-  const auto pool = std::make_shared<FakePool>(nullptr);
-  picture.pool = pool;
-  const SharedPicture copy = emptyPicture();
-  std::string name;
-  uint64_t id = 0;
-  picture.cloneDetached = [&](const std::string& askedName, uint64_t askedId) {
-    name = askedName;
-    id = askedId;
-    return copy;
-  };
-  EXPECT_EQ(picture.ensureWritablePicShared(), copy);
-  EXPECT_EQ(pool->calls, 1);
-  EXPECT_EQ(name, "yard");
-  EXPECT_EQ(id, 77U);
-}
-
-TEST(LazyDetachedPicture, ACallableThatYieldsNothingThrowsAndALaterCallTriesAgain) {
-  LazyDetachedPicture picture;
-  picture.source = emptyPicture();
-  picture.sourceId = 1;
   SharedPicture result;
   picture.cloneDetached = [&](const std::string&, uint64_t) { return result; };
   EXPECT_EQ(failureOf(picture), "LazyDetachedPicture cloneDetached failed");
@@ -106,17 +83,26 @@ TEST(LazyDetachedPicture, ACallableThatYieldsNothingThrowsAndALaterCallTriesAgai
   EXPECT_EQ(picture.ensureWritablePicShared(), result);
 }
 
-TEST(LazyDetachedPicture, AnEmptySourceNameReachesTheCallableAsASlash) {
-  LazyDetachedPicture picture;
-  picture.source = emptyPicture();
-  picture.sourceId = 1;
-  std::string name;
-  picture.cloneDetached = [&](const std::string& asked, uint64_t) {
-    name = asked;
-    return emptyPicture();
-  };
-  picture.ensureWritablePicShared();
-  EXPECT_EQ(name, "/");
+TEST(LazyDetachedPicture, APoolThatGivesNothingFallsBackToTheCallableWhichGetsASlashForNoName) {
+  for (const auto& [sourceName, asked] : {std::pair("yard", "yard"), std::pair("", "/")}) {
+    Detachable picture;
+    picture.sourceId = 77;
+    picture.sourceName = sourceName;
+    const auto pool = std::make_shared<FakePool>(nullptr);
+    picture.pool = pool;
+    const SharedPicture copy = emptyPicture();
+    std::string name;
+    uint64_t id = 0;
+    picture.cloneDetached = [&](const std::string& askedName, uint64_t askedId) {
+      name = askedName;
+      id = askedId;
+      return copy;
+    };
+    EXPECT_EQ(picture.ensureWritablePicShared(), copy);
+    EXPECT_EQ(pool->calls, 1);
+    EXPECT_EQ(name, asked);
+    EXPECT_EQ(id, 77U);
+  }
 }
 
 TEST(LazyDetachedPicture, Id0WithASourceThrowsNoIdAndWithNeitherTheSourceIsMissedFirst) {
@@ -129,9 +115,16 @@ TEST(LazyDetachedPicture, Id0WithASourceThrowsNoIdAndWithNeitherTheSourceIsMisse
   EXPECT_EQ(failureOf(picture), "LazyDetachedPicture has no source picture id");
 }
 
-TEST(LazyDetachedPicture, AWritablePictureServesThoughTheSourceIsGone) {
+TEST(LazyDetachedPicture, TheReadablePictureIsTheCopyWhichServesThoughTheSourceIsGoneAndBeforeThatTheSource) {
   LazyDetachedPicture picture;
+  EXPECT_FALSE(picture.hasSource());
+  EXPECT_EQ(picture.readable(), nullptr);
+  picture.source = emptyPicture();
+  EXPECT_TRUE(picture.hasSource());
+  EXPECT_EQ(picture.readable(), picture.source);
   picture.writable = emptyPicture();
+  EXPECT_EQ(picture.readable(), picture.writable);
+  picture.source = nullptr;
   EXPECT_EQ(picture.ensureWritablePicShared(), picture.writable);
 }
 
@@ -145,20 +138,7 @@ bool isFree(std::mutex& mutex) {
   return free;
 }
 
-TEST(LazyDetachedPicture, TheMutexIsFreeWhileTheCopyIsMade) {
-  LazyDetachedPicture picture;
-  picture.source = emptyPicture();
-  picture.sourceId = 1;
-  bool wasFree = false;
-  picture.cloneDetached = [&](const std::string&, uint64_t) {
-    wasFree = isFree(picture.mutex);
-    return emptyPicture();
-  };
-  picture.ensureWritablePicShared();
-  EXPECT_TRUE(wasFree);
-}
-
-/// A callable that notes at each copy of it whether the picture's mutex is free.
+/// A callable that notes at each copy of it, and at its call, whether the picture's mutex is free.
 struct NotingCopier {
   LazyDetachedPicture& picture;
   std::vector<bool>& wasFree;
@@ -168,24 +148,23 @@ struct NotingCopier {
     wasFree.push_back(isFree(picture.mutex));
   }
 
-  SharedPicture operator()(const std::string&, uint64_t) const { return emptyPicture(); }
+  SharedPicture operator()(const std::string&, uint64_t) const {
+    wasFree.push_back(isFree(picture.mutex));
+    return emptyPicture();
+  }
 };
 
-TEST(LazyDetachedPicture, WhatTheCopyNeedsIsTakenUnderTheMutex) {
-  LazyDetachedPicture picture;
-  picture.source = emptyPicture();
-  picture.sourceId = 1;
+TEST(LazyDetachedPicture, WhatTheCopyNeedsIsTakenUnderTheMutexWhichIsFreeWhileTheCopyIsMade) {
+  Detachable picture;
   std::vector<bool> wasFree;
   picture.cloneDetached = NotingCopier(picture, wasFree);
   wasFree.clear();
   picture.ensureWritablePicShared();
-  EXPECT_EQ(wasFree, std::vector<bool>{false});
+  EXPECT_EQ(wasFree, (std::vector<bool>{false, true}));
 }
 
 TEST(LazyDetachedPicture, ACopyThatCameTooLateEndsOnceTheMutexIsFree) {
-  LazyDetachedPicture picture;
-  picture.source = emptyPicture();
-  picture.sourceId = 1;
+  Detachable picture;
   std::vector<bool> wasFree;
   const SharedPicture earlier = emptyPicture();
   picture.cloneDetached = [&](const std::string&, uint64_t) {
@@ -200,9 +179,7 @@ TEST(LazyDetachedPicture, ACopyThatCameTooLateEndsOnceTheMutexIsFree) {
 }
 
 TEST(LazyDetachedPicture, OfTwoCallersAtOnceTheFirstToPublishWinsForBoth) {
-  LazyDetachedPicture picture;
-  picture.source = emptyPicture();
-  picture.sourceId = 1;
+  Detachable picture;
   // Whoever copies waits until both do, so that both have found the picture not detached.
   std::atomic<int> copying{0};
   picture.cloneDetached = [&](const std::string&, uint64_t) {
@@ -225,9 +202,7 @@ constexpr int kRounds = 200;
 // The preset tsan looks for races in these.
 TEST(LazyDetachedPicture, EightThreadsReadAndDetachOneAndGetOneCopy) {
   for (int round = 0; round < kRounds; ++round) {
-    LazyDetachedPicture picture;
-    picture.source = emptyPicture();
-    picture.sourceId = 1;
+    Detachable picture;
     picture.pool = std::make_shared<zelvo::ZelvoPicturePool>();
     const zelvo::ZelvoPicture* const source = picture.source.get();
     std::array<SharedPicture, kThreads> readBefore;
@@ -254,9 +229,7 @@ TEST(LazyDetachedPicture, EightThreadsReadAndDetachOneAndGetOneCopy) {
 TEST(LazyDetachedPicture, OfEightThreadsThoseWhoseCopyFailsThrowAndTheOthersGetOnePicture) {
   unsigned failures = 0;
   for (int round = 0; round < kRounds; ++round) {
-    LazyDetachedPicture picture;
-    picture.source = emptyPicture();
-    picture.sourceId = 1;
+    Detachable picture;
     std::atomic<int> asked{0};
     picture.cloneDetached = [&](const std::string&, uint64_t) {
       return asked++ < 3 ? nullptr : emptyPicture();
@@ -275,17 +248,6 @@ TEST(LazyDetachedPicture, OfEightThreadsThoseWhoseCopyFailsThrowAndTheOthersGetO
     }
   }
   EXPECT_EQ(failures, 3U * kRounds);
-}
-
-TEST(LazyDetachedPicture, TheReadablePictureIsTheCopyAndBeforeThatTheSource) {
-  LazyDetachedPicture picture;
-  EXPECT_FALSE(picture.hasSource());
-  EXPECT_EQ(picture.readable(), nullptr);
-  picture.source = emptyPicture();
-  EXPECT_TRUE(picture.hasSource());
-  EXPECT_EQ(picture.readable(), picture.source);
-  picture.writable = emptyPicture();
-  EXPECT_EQ(picture.readable(), picture.writable);
 }
 
 }  // namespace

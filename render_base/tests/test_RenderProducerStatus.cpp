@@ -15,66 +15,41 @@ int32_t mergedCode(int32_t first, int32_t later) {
 }
 
 TEST(RenderProducerStatus, KeyIsTheIdAndTheNameWhereThereIsNone) {
-  RenderProducerStatus status;
-  EXPECT_EQ(providerKey(status), "");
-  status.producer_name = "name";
-  EXPECT_EQ(providerKey(status), "name");
-  status.producer_id = "id";
-  EXPECT_EQ(providerKey(status), "id");
-
-  RenderInput input;
-  input.producer_name = "name";
-  EXPECT_EQ(providerKey(input), "name");
-  input.producer_id = "id";
-  EXPECT_EQ(providerKey(input), "id");
+  const auto check = [](auto record) {
+    EXPECT_EQ(providerKey(record), "");
+    record.producer_name = "name";
+    EXPECT_EQ(providerKey(record), "name");
+    record.producer_id = "id";
+    EXPECT_EQ(providerKey(record), "id");
+  };
+  check(RenderProducerStatus());
+  check(RenderInput());
 }
 
-TEST(RenderProducerStatus, Codes2And3MergeTo3InEitherOrder) {
-  EXPECT_EQ(mergedCode(2, 3), 3);
-  EXPECT_EQ(mergedCode(3, 2), 3);
-}
-
-TEST(RenderProducerStatus, Codes4Then7Keep4AndCodes7Then4Give4) {
-  EXPECT_EQ(mergedCode(4, 7), 4);
-  EXPECT_EQ(mergedCode(7, 4), 4);
-}
-
-TEST(RenderProducerStatus, CodePrecedenceIs0Then1Then3Then2Then4) {
-  const int32_t order[] = {0, 1, 3, 2, 4};
+TEST(RenderProducerStatus, CodePrecedenceIs0Then1Then3Then2Then4AndThenUnknownOnesOfWhichTheStoredIsKept) {
+  const int32_t order[] = {0, 1, 3, 2, 4, 7, -1};
   for (int high = 0; high < 5; ++high) {
-    for (int low = high; low < 5; ++low) {
+    for (int low = high; low < 7; ++low) {
       EXPECT_EQ(mergedCode(order[high], order[low]), order[high]);
       EXPECT_EQ(mergedCode(order[low], order[high]), order[high]);
     }
   }
-}
-
-TEST(RenderProducerStatus, AnUnknownStoredCodeIsKeptAgainstAnotherUnknownOne) {
   EXPECT_EQ(mergedCode(9, 7), 9);
   EXPECT_EQ(mergedCode(-1, 5), -1);
-  EXPECT_EQ(mergedCode(-1, 4), 4);
-  EXPECT_EQ(mergedCode(0, -1), 0);
 }
 
-TEST(RenderProducerStatus, FirstValue0Then7Then9Gives7AndMaxValue5Then2Gives5) {
+TEST(RenderProducerStatus, FirstValue0Then7Then9Gives7AndTheLargestMaxValueCountsComparedUnsigned) {
   RenderProducerStatus status;
   RenderProducerStatus report;
   status.maxValue = 5;
   report.firstValue = 7;
   report.maxValue = 2;
   mergeProducerStatus(status, report);
-  report.firstValue = 9;
-  mergeProducerStatus(status, report);
-  EXPECT_EQ(status.firstValue, 7U);
   EXPECT_EQ(status.maxValue, 5U);
-}
-
-TEST(RenderProducerStatus, MaxValueComparesUnsigned) {
-  RenderProducerStatus status;
-  status.maxValue = 1;
-  RenderProducerStatus report;
+  report.firstValue = 9;
   report.maxValue = 0x80000000U;
   mergeProducerStatus(status, report);
+  EXPECT_EQ(status.firstValue, 7U);
   EXPECT_EQ(status.maxValue, 0x80000000U);
 }
 

@@ -2,6 +2,7 @@
 
 #include <limits>
 #include <string>
+#include <utility>
 
 #include "render_base/geometry.h"
 
@@ -57,30 +58,15 @@ TEST(Geometry, ARectangleOutsideOnAnySideComesOutEmpty) {
   EXPECT_FALSE(clampToFrame({5, 5, 5, 5}, 20, 10).empty());   // one pixel
 }
 
-TEST(ClipBox, ABoxInsideKeepsItsPixels) {
-  EXPECT_EQ(clipped({2, 3, 4, 5}, 100, 50), "2,3 to 5,7");
-}
-
-TEST(ClipBox, ABoxLargerThanTheFrameIsClippedToIt) {
-  EXPECT_EQ(clipped({-10, -10, 1000, 1000}, 100, 50), "0,0 to 99,49");
-}
-
-TEST(ClipBox, ABoxThatEndsAtTheEdgeIsWhole) {
-  EXPECT_EQ(clipped({90, 40, 10, 10}, 100, 50), "90,40 to 99,49");
-}
-
-TEST(ClipBox, ABoxWhollyOutsideDrawsNothing) {
-  EXPECT_EQ(clipped({-10, 0, 10, 10}, 100, 50), "nothing");
-  EXPECT_EQ(clipped({0, -10, 10, 10}, 100, 50), "nothing");
-  EXPECT_EQ(clipped({100, 0, 10, 10}, 100, 50), "nothing");
-  EXPECT_EQ(clipped({0, 50, 10, 10}, 100, 50), "nothing");
-}
-
-TEST(ClipBox, ADimensionOf0OrLessDrawsNothing) {
-  EXPECT_EQ(clipped({5, 5, 0, 10}, 100, 50), "nothing");
-  EXPECT_EQ(clipped({5, 5, 10, 0}, 100, 50), "nothing");
-  EXPECT_EQ(clipped({5, 5, -3, 10}, 100, 50), "nothing");
-  EXPECT_EQ(clipped({5, 5, kMin, kMin}, 100, 50), "nothing");
+TEST(ClipBox, GivesThePartInTheFrameIfAny) {
+  const std::pair<Box, const char*> cases[] = {
+      {{2, 3, 4, 5}, "2,3 to 5,7"},         {{-10, -10, 1000, 1000}, "0,0 to 99,49"},
+      {{90, 40, 10, 10}, "90,40 to 99,49"}, {{-10, 0, 10, 10}, "nothing"},
+      {{0, -10, 10, 10}, "nothing"},        {{100, 0, 10, 10}, "nothing"},
+      {{0, 50, 10, 10}, "nothing"},         {{5, 5, 0, 10}, "nothing"},
+      {{5, 5, 10, 0}, "nothing"},           {{5, 5, -3, 10}, "nothing"},
+      {{5, 5, kMin, kMin}, "nothing"}};
+  for (const auto& [box, part] : cases) EXPECT_EQ(clipped(box, 100, 50), part);
 }
 
 TEST(ClipBox, XPlusWNeverWraps) {

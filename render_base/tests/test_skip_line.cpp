@@ -9,20 +9,10 @@ namespace {
 
 constexpr uint64_t kNever = std::numeric_limits<uint64_t>::max();
 
-TEST(SkipLine, TheFirstFrameOfARunIsDueAndTheSecondIsNot) {
-  EXPECT_TRUE(isSkipLineDue({1, 60, kNever}, 0));
-  EXPECT_FALSE(isSkipLineDue({2, 60, kNever}, 0));
-}
-
-TEST(SkipLine, EveryNthFrameIsDueUnlessNIs0) {
-  EXPECT_FALSE(isSkipLineDue({59, 60, kNever}, 0));
-  EXPECT_TRUE(isSkipLineDue({60, 60, kNever}, 0));
-  EXPECT_FALSE(isSkipLineDue({61, 60, kNever}, 0));
-  EXPECT_TRUE(isSkipLineDue({120, 60, kNever}, 0));
-  EXPECT_FALSE(isSkipLineDue({60, 0, kNever}, 0));
-}
-
-TEST(SkipLine, ALineIsDueOnTimeFromItsNanosecondOn) {
+TEST(SkipLine, TheFirstFrameOfARunEveryNthAndOneWhoseTimeHasComeAreDue) {
+  for (const uint64_t due : {1U, 60U, 120U}) EXPECT_TRUE(isSkipLineDue({due, 60, kNever}, 0)) << due;
+  for (const uint64_t notDue : {2U, 59U, 61U}) EXPECT_FALSE(isSkipLineDue({notDue, 60, kNever}, 0)) << notDue;
+  EXPECT_FALSE(isSkipLineDue({60, 0, kNever}, 0)) << "no frame is the 0th";
   EXPECT_FALSE(isSkipLineDue({2, 60, 1000}, 999));
   EXPECT_TRUE(isSkipLineDue({2, 60, 1000}, 1000));
   EXPECT_TRUE(isSkipLineDue({2, 60, 1000}, 1001));

@@ -87,15 +87,11 @@ class DefaultPluginOfALibrary : public ::testing::Test {
   TempFolder folder_;
 };
 
-TEST_F(DefaultPluginOfALibrary, IsTheOneBesideTheLibrary) {
-  folder_.write("lib/libseg_mask_overlay.so", "");
-  folder_.write("modules/libseg_mask_overlay.so", "");
-  EXPECT_EQ(defaultOf(path("modules/host.so")), path("modules/libseg_mask_overlay.so"));
-}
-
-TEST_F(DefaultPluginOfALibrary, OrElseInTheLibBesideItsFolder) {
+TEST_F(DefaultPluginOfALibrary, IsTheOneBesideTheLibraryOrElseInTheLibBesideItsFolder) {
   folder_.write("lib/libseg_mask_overlay.so", "");
   EXPECT_EQ(defaultOf(path("modules/host.so")), path("lib/libseg_mask_overlay.so"));
+  folder_.write("modules/libseg_mask_overlay.so", "");
+  EXPECT_EQ(defaultOf(path("modules/host.so")), path("modules/libseg_mask_overlay.so"));
 }
 
 TEST_F(DefaultPluginOfALibrary, IsLookedForWhereTheLibraryLiesAndNotALinkToIt) {

@@ -44,34 +44,23 @@ class ProducerInputsTest : public ::testing::Test {
   using Texts = std::vector<std::string>;
 };
 
-TEST_F(ProducerInputsTest, NothingIsReportedBeforeAnybodyWasSeen) {
+TEST_F(ProducerInputsTest, WithoutLookbackAProducerThatWasSeenIsReportedButHasNoInput) {
   ProducerInputs inputs(0);
   inputs.advance(0, {});
   EXPECT_EQ(inputsOf(inputs), Texts{});
   EXPECT_EQ(statusesOf(inputs), Texts{});
-}
-
-TEST_F(ProducerInputsTest, ProducersStandInTheOrderOfTheirFirstAppearance) {
-  ProducerInputs inputs(0);
-  inputs.advance(0, {line("b", 1)});
-  inputs.advance(1, {line("a", 2), line("c", 3), line("b", 4)});
-  EXPECT_EQ(inputsOf(inputs), (Texts{"b:1:4", "a:1:2", "c:1:3"}));
-  EXPECT_EQ(statusesOf(inputs), (Texts{"b:0", "a:0", "c:0"}));
-}
-
-TEST_F(ProducerInputsTest, SeveralLinesOfOneProducerAreSeveralInputs) {
-  ProducerInputs inputs(0);
-  inputs.advance(4, {line("p", 1), line("q", 2), line("p", 3)});
-  EXPECT_EQ(inputsOf(inputs), (Texts{"p:4:1", "p:4:3", "q:4:2"}));
-  EXPECT_EQ(statusesOf(inputs), (Texts{"p:0", "q:0"}));
-}
-
-TEST_F(ProducerInputsTest, WithoutLookbackAProducerIsReportedButHasNoInput) {
-  ProducerInputs inputs(0);
-  inputs.advance(0, {line("p")});
-  inputs.advance(1, {});
+  inputs.advance(1, {line("p")});
+  inputs.advance(2, {});
   EXPECT_EQ(inputsOf(inputs), Texts{});
   EXPECT_EQ(statusesOf(inputs), (Texts{"p:4"}));
+}
+
+TEST_F(ProducerInputsTest, ProducersStandInTheOrderOfTheirFirstAppearanceEachWithAllItsLines) {
+  ProducerInputs inputs(0);
+  inputs.advance(0, {line("b", 1)});
+  inputs.advance(1, {line("a", 2), line("c", 3), line("b", 4), line("a", 5)});
+  EXPECT_EQ(inputsOf(inputs), (Texts{"b:1:4", "a:1:2", "a:1:5", "c:1:3"}));
+  EXPECT_EQ(statusesOf(inputs), (Texts{"b:0", "a:0", "c:0"}));
 }
 
 TEST_F(ProducerInputsTest, LookbackServesTheLastLinesForThatManyFrames) {
@@ -89,19 +78,12 @@ TEST_F(ProducerInputsTest, LookbackServesTheLastLinesForThatManyFrames) {
   EXPECT_EQ(inputsOf(inputs), (Texts{"p:4:5"}));
 }
 
-TEST_F(ProducerInputsTest, ANewLineReplacesAllOlderOnes) {
-  ProducerInputs inputs(5);
-  inputs.advance(0, {line("p", 1), line("p", 2)});
-  inputs.advance(1, {line("p", 3)});
-  inputs.advance(2, {});
-  EXPECT_EQ(inputsOf(inputs), (Texts{"p:1:3*"}));
-}
-
-TEST_F(ProducerInputsTest, LookbackCountsFramesThatWereLeftOutToo) {
+TEST_F(ProducerInputsTest, ANewLineReplacesAllOlderOnesAndLookbackCountsFramesThatWereLeftOutToo) {
   ProducerInputs inputs(3);
-  inputs.advance(10, {line("p", 1)});
+  inputs.advance(9, {line("p", 1), line("p", 2)});
+  inputs.advance(10, {line("p", 3)});
   inputs.advance(13, {});
-  EXPECT_EQ(inputsOf(inputs), (Texts{"p:10:1*"}));
+  EXPECT_EQ(inputsOf(inputs), (Texts{"p:10:3*"}));
   inputs.advance(14, {});
   EXPECT_EQ(inputsOf(inputs), Texts{});
 }

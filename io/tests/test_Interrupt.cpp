@@ -22,23 +22,15 @@ bool isReadable(int fd) {
   return poll(&waited, 1, 0) == 1;
 }
 
-TEST(Interrupt, ASignalIsAWish) {
-  const Interrupt interrupt;
-  EXPECT_FALSE(Interrupt::requested());
-  EXPECT_FALSE(isReadable(Interrupt::descriptor()));
-  raise(SIGINT);
-  EXPECT_TRUE(Interrupt::requested());
-  EXPECT_TRUE(isReadable(Interrupt::descriptor()));
-}
-
-TEST(Interrupt, ANewOneStartsWithoutAWish) {
-  {
+TEST(Interrupt, ASignalIsAWishAndANewOneStartsWithoutAny) {
+  for (const int signal : {SIGINT, SIGTERM}) {
     const Interrupt interrupt;
-    raise(SIGTERM);
+    EXPECT_FALSE(Interrupt::requested());
+    EXPECT_FALSE(isReadable(Interrupt::descriptor()));
+    raise(signal);
+    EXPECT_TRUE(Interrupt::requested());
+    EXPECT_TRUE(isReadable(Interrupt::descriptor()));
   }
-  const Interrupt interrupt;
-  EXPECT_FALSE(Interrupt::requested());
-  EXPECT_FALSE(isReadable(Interrupt::descriptor()));
 }
 
 TEST(Interrupt, ARequestIsAWishTooAndLeavesTheSignalsTheirFirstTime) {

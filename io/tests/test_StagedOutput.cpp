@@ -21,28 +21,19 @@ void put(const std::string& path, const std::string& text) {
   std::ofstream(path) << text;
 }
 
-TEST(StagedOutput, AppearsAtTheCommitAndLeavesNothingElse) {
-  const TempFolder folder;
-  {
-    StagedOutput output(folder.path("out.mp4"));
-    put(output.path(), "new");
-    EXPECT_FALSE(std::filesystem::exists(folder.path("out.mp4")));
-    output.commit();
-    EXPECT_EQ(readFile(folder.path("out.mp4")), "new");
+TEST(StagedOutput, AppearsAtTheCommitAndWithoutOneTheOldFileStaysAndLeavesNothingElse) {
+  for (const bool commits : {false, true}) {
+    const TempFolder folder;
+    folder.write("out.mp4", "old");
+    {
+      StagedOutput output(folder.path("out.mp4"));
+      put(output.path(), "new");
+      EXPECT_EQ(readFile(folder.path("out.mp4")), "old");
+      if (commits) output.commit();
+    }
+    EXPECT_EQ(readFile(folder.path("out.mp4")), commits ? "new" : "old");
+    EXPECT_EQ(folder.names(), (Names{"out.mp4"}));
   }
-  EXPECT_EQ(folder.names(), (Names{"out.mp4"}));
-}
-
-TEST(StagedOutput, WithoutACommitTheOldFileStays) {
-  const TempFolder folder;
-  folder.write("out.mp4", "old");
-  {
-    const StagedOutput output(folder.path("out.mp4"));
-    put(output.path(), "new");
-    EXPECT_EQ(readFile(folder.path("out.mp4")), "old");
-  }
-  EXPECT_EQ(folder.names(), (Names{"out.mp4"}));
-  EXPECT_EQ(readFile(folder.path("out.mp4")), "old");
 }
 
 TEST(StagedOutput, MovesAllFilesOfASequence) {
@@ -133,6 +124,7 @@ TEST(StagedOutput, LeavesWhatALivingProcessHolds) {
   makeOld(std::filesystem::path(living.path()).parent_path(), kOverAnHour);
   { const StagedOutput next(folder.path("out.mp4")); }
   EXPECT_EQ(readFile(living.path()), "half");
+  EXPECT_FALSE(std::filesystem::exists(folder.path("out.mp4")));
   living.commit();
   EXPECT_EQ(readFile(folder.path("out.mp4")), "half");
 }

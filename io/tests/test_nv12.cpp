@@ -9,7 +9,7 @@ namespace {
 
 using Bytes = std::vector<unsigned char>;
 
-TEST(Nv12Layout, OddSidesRoundUpInTheChromaPlane) {
+TEST(Nv12Layout, OddSidesRoundUpInTheChromaPlaneAndTheLargestDoNotOverflow) {
   const Nv12Layout even{4, 2};
   EXPECT_EQ(even.lumaBytes(), 8U);
   EXPECT_EQ(even.chromaBytes(), 4U);
@@ -19,42 +19,30 @@ TEST(Nv12Layout, OddSidesRoundUpInTheChromaPlane) {
   EXPECT_EQ(odd.chromaRowBytes(), 6U);
   EXPECT_EQ(odd.frameBytes(), 15U + 12U);
   EXPECT_EQ((Nv12Layout{1, 1}.frameBytes()), 3U);
-}
-
-TEST(Nv12Layout, LargestSizesDoNotOverflow) {
   EXPECT_EQ((Nv12Layout{65535, 65535}.frameBytes()),
             std::size_t{65535} * 65535 + std::size_t{2} * 32768 * 32768);
 }
 
-TEST(CopyRows, LeavesWhatLiesBetweenTheRows) {
+TEST(CopyRows, ReadsRowsEvenFromTheBottomUpAndLeavesWhatLiesBetweenThem) {
   const Bytes from{1, 2, 9, 3, 4, 9};
   Bytes to(8, 0);
   copyRows({from.data(), 3}, {to.data(), 4}, 2, 2);
   EXPECT_EQ(to, (Bytes{1, 2, 0, 0, 3, 4, 0, 0}));
+  copyRows({from.data() + 3, -3}, {to.data(), 4}, 2, 2);
+  EXPECT_EQ(to, (Bytes{3, 4, 0, 0, 1, 2, 0, 0}));
 }
 
-TEST(CopyRows, ReadsRowsThatAreStoredFromTheBottomUp) {
-  const Bytes from{3, 4, 1, 2};
-  Bytes to(4, 0);
-  copyRows({from.data() + 2, -2}, {to.data(), 2}, 2, 2);
-  EXPECT_EQ(to, (Bytes{1, 2, 3, 4}));
-}
-
-TEST(InterleaveChroma, PairsUAndV) {
+TEST(InterleaveChroma, PairsUAndVAndDeinterleavingTakesThemApartAgain) {
   const Bytes u{1, 2, 3, 0, 4, 5, 6, 0};
   const Bytes v{11, 12, 13, 14, 15, 16};
-  Bytes uv(12, 0);
-  interleaveChroma({u.data(), 4}, {v.data(), 3}, {uv.data(), 6}, 3, 2);
-  EXPECT_EQ(uv, (Bytes{1, 11, 2, 12, 3, 13, 4, 14, 5, 15, 6, 16}));
-}
-
-TEST(DeinterleaveChroma, TakesThemApartAgain) {
-  const Bytes uv{1, 11, 2, 12, 0, 0, 3, 13, 4, 14, 0, 0};
-  Bytes u(4, 0);
-  Bytes v(6, 0);
-  deinterleaveChroma({uv.data(), 6}, {u.data(), 2}, {v.data(), 3}, 2, 2);
-  EXPECT_EQ(u, (Bytes{1, 2, 3, 4}));
-  EXPECT_EQ(v, (Bytes{11, 12, 0, 13, 14, 0}));
+  Bytes uv(16, 0);
+  interleaveChroma({u.data(), 4}, {v.data(), 3}, {uv.data(), 8}, 3, 2);
+  EXPECT_EQ(uv, (Bytes{1, 11, 2, 12, 3, 13, 0, 0, 4, 14, 5, 15, 6, 16, 0, 0}));
+  Bytes uAgain(8, 0);
+  Bytes vAgain(6, 0);
+  deinterleaveChroma({uv.data(), 8}, {uAgain.data(), 4}, {vAgain.data(), 3}, 3, 2);
+  EXPECT_EQ(uAgain, u);
+  EXPECT_EQ(vAgain, v);
 }
 
 }  // namespace

@@ -85,30 +85,18 @@ struct MappedPicture : testing::Test {
   }
 };
 
-TEST_F(MappedPicture, TheFirstPassMapsATargetOfTheWritablePicture) {
+TEST_F(MappedPicture, TheFirstPassMapsATargetOfTheWritablePictureAndASecondOfTheSameBackendKeepsBoth) {
+  EXPECT_TRUE(mapWritablePicture(ctx, a, kSize, known));
+  const zelvo::RenderTarget* target = ctx.render_target.get();
   EXPECT_TRUE(mapWritablePicture(ctx, a, kSize, known));
   EXPECT_EQ(events, Events{"map a"});
   EXPECT_EQ(ctx.picture.writable, copy);
-  EXPECT_EQ(a.lastTarget, ctx.render_target.get());
+  EXPECT_EQ(a.lastTarget, target);
+  EXPECT_EQ(ctx.render_target.get(), target);
   EXPECT_TRUE(ctx.guard_active);
   EXPECT_TRUE(ctx.guard.holds());
   EXPECT_EQ(ctx.guard_backend, &a);
   EXPECT_EQ(ctx.planes.yPitch, 4);
-}
-
-TEST_F(MappedPicture, ASecondPassOfTheSameBackendKeepsGuardAndTarget) {
-  mapWritablePicture(ctx, a, kSize, known);
-  const zelvo::RenderTarget* target = ctx.render_target.get();
-  EXPECT_TRUE(mapWritablePicture(ctx, a, kSize, known));
-  EXPECT_EQ(events, Events{"map a"});
-  EXPECT_EQ(ctx.render_target.get(), target);
-}
-
-TEST_F(MappedPicture, APassOfAnotherBackendReleasesTheGuardBeforeItMaps) {
-  mapWritablePicture(ctx, a, kSize, known);
-  EXPECT_TRUE(mapWritablePicture(ctx, b, kSize, known));
-  EXPECT_EQ(events, (Events{"map a", "unmap a", "map b"}));
-  EXPECT_EQ(ctx.guard_backend, &b);
 }
 
 TEST_F(MappedPicture, AnotherBackendsMappingIsReleasedStepByStep) {
@@ -129,28 +117,22 @@ TEST_F(MappedPicture, AnotherBackendsMappingIsReleasedStepByStep) {
   };
   EXPECT_TRUE(mapWritablePicture(ctx, b, kSize, known));
   EXPECT_EQ(events, (Events{"map a", "unmap a", "target ends", "map b"}));
+  EXPECT_EQ(ctx.guard_backend, &b);
 }
 
-TEST_F(MappedPicture, TheNewTargetIsThereWhenTheOldOneEnds) {
+TEST_F(MappedPicture, TheNewTargetIsThereWhenTheOldOneEndsAndTheBackendIsNamedWhenTheOldGuardDoes) {
   mapWritablePicture(ctx, a, kSize, known);
   ctx.guard_active = false;
   const zelvo::RenderTarget* seen = nullptr;
   watchTarget([this, &seen] { seen = ctx.render_target.get(); });
-  EXPECT_TRUE(mapWritablePicture(ctx, b, kSize, known));
-  EXPECT_NE(seen, nullptr);
-  EXPECT_EQ(seen, b.lastTarget);
-  EXPECT_EQ(events, (Events{"map a", "target ends", "map b", "unmap a"}));
-}
-
-TEST_F(MappedPicture, TheContextNamesTheBackendWhenTheOldGuardEndsAndIsActiveAfterThat) {
-  mapWritablePicture(ctx, a, kSize, known);
-  ctx.guard_active = false;
   a.onUnmap = [this] {
     EXPECT_EQ(ctx.guard_backend, &b);
     EXPECT_FALSE(ctx.guard_active);
   };
   EXPECT_TRUE(mapWritablePicture(ctx, b, kSize, known));
-  EXPECT_EQ(events, (Events{"map a", "map b", "unmap a"}));
+  EXPECT_NE(seen, nullptr);
+  EXPECT_EQ(seen, b.lastTarget);
+  EXPECT_EQ(events, (Events{"map a", "target ends", "map b", "unmap a"}));
   EXPECT_TRUE(ctx.guard_active);
   a.onUnmap = nullptr;
 }
@@ -163,19 +145,21 @@ TEST_F(MappedPicture, AMappingThatNamesNoBackendIsReleasedBeforeTheNextOne) {
   EXPECT_EQ(ctx.guard_backend, &a);
 }
 
+/// Each of the ways in which planes can be invalid.
+const std::function<void(IRenderBackend::MappedPlanes&)> kSpoilers[] = {
+    [](auto& planes) { planes.y = nullptr; }, [](auto& planes) { planes.uv = nullptr; },
+    [](auto& planes) { planes.yPitch = 0; },  [](auto& planes) { planes.uvPitch = 0; },
+    [](auto& planes) { planes.yPitch = -1; }, [](auto& planes) { planes.uvPitch = -1; }};
+
 TEST_F(MappedPicture, AnActiveGuardWithInvalidPlanesIsReplacedAfterTheNewMapping) {
-  for (int way = 0; way < 4; ++way) {
-    events.clear();
+  for (const auto& spoil : kSpoilers) {
     ctx.guard_active = false;
     ctx.guard = IRenderBackend::Guard();
     mapWritablePicture(ctx, a, kSize, known);
-    if (way == 0) ctx.planes.y = nullptr;
-    if (way == 1) ctx.planes.uv = nullptr;
-    if (way == 2) ctx.planes.yPitch = 0;
-    if (way == 3) ctx.planes.uvPitch = -1;
+    spoil(ctx.planes);
     events.clear();
     EXPECT_TRUE(mapWritablePicture(ctx, a, kSize, known));
-    EXPECT_EQ(events, (Events{"map a", "unmap a"})) << way;
+    EXPECT_EQ(events, (Events{"map a", "unmap a"})) << &spoil - kSpoilers;
     EXPECT_EQ(ctx.planes.uvPitch, 2);
   }
 }
@@ -242,7 +226,7 @@ TEST_F(MappedPicture, APictureWithoutARenderTargetMapsNothingAndDropsTheOldTarge
   EXPECT_EQ(events, Events{});
 }
 
-TEST_F(MappedPicture, ACopySmallerThanTheFrameIsNotMapped) {
+TEST_F(MappedPicture, ACopySmallerThanTheFrameIsNotMappedAndALargerOneIs) {
   for (const FrameSize size : {FrameSize{3, 2}, FrameSize{4, 1}, FrameSize{3, 3}, FrameSize{5, 1}}) {
     ctx.picture.writable = nullptr;
     copy = std::make_shared<zelvo::ZelvoPicture>(size.width, size.height);
@@ -250,10 +234,7 @@ TEST_F(MappedPicture, ACopySmallerThanTheFrameIsNotMapped) {
     EXPECT_EQ(ctx.render_target, nullptr);
   }
   EXPECT_EQ(events, Events{});
-}
-
-TEST_F(MappedPicture, ALargerCopyIsMapped) {
-  copy = std::make_shared<zelvo::ZelvoPicture>(5, 3);
+  ctx.picture.writable = std::make_shared<zelvo::ZelvoPicture>(5, 3);
   EXPECT_TRUE(mapWritablePicture(ctx, a, kSize, known));
 }
 
@@ -269,19 +250,14 @@ TEST_F(MappedPicture, APictureWithoutARenderTargetLeavesAnActiveGuardWithInvalid
   EXPECT_EQ(ctx.guard_backend, &a);
 }
 
-TEST_F(MappedPicture, WhatDetachingThrowsPassesThrough) {
-  ctx.picture.sourceId = 0;
-  EXPECT_THROW(mapWritablePicture(ctx, a, kSize, known), std::runtime_error);
-  EXPECT_EQ(events, Events{});
-}
-
-TEST_F(MappedPicture, WhenDetachingThrowsTheTargetOfTheLastPassStays) {
+TEST_F(MappedPicture, WhatDetachingThrowsPassesThroughAndTheTargetOfTheLastPassStays) {
   mapWritablePicture(ctx, a, kSize, known);
   const zelvo::RenderTarget* target = ctx.render_target.get();
   ctx.guard_active = false;
   ctx.picture.writable = nullptr;
   ctx.picture.sourceId = 0;
   EXPECT_THROW(mapWritablePicture(ctx, a, kSize, known), std::runtime_error);
+  EXPECT_EQ(events, Events{"map a"});
   EXPECT_NE(target, nullptr);
   EXPECT_EQ(ctx.render_target.get(), target);
   EXPECT_EQ(ctx.guard_backend, &a);

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "io/UserError.h"
 #include "video/PngPattern.h"
 
@@ -7,11 +9,12 @@ namespace segmask {
 namespace {
 
 TEST(PngPattern, NumbersFiles) {
-  EXPECT_EQ(PngPattern("a/b_%04d.png").fileName(7), "b_0007.png");
-  EXPECT_EQ(PngPattern("b_%04d.png").fileName(123456), "b_123456.png");
-  EXPECT_EQ(PngPattern("%d.png").fileName(0), "0.png");
-  EXPECT_EQ(PngPattern("f%3ix.png").fileName(5), "f  5x.png");
-  EXPECT_EQ(PngPattern("100%%_%d.png").fileName(5), "100%_5.png");
+  const std::tuple<const char*, uint64_t, const char*> cases[] = {{"a/b_%04d.png", 7, "b_0007.png"},
+                                                                  {"b_%04d.png", 123456, "b_123456.png"},
+                                                                  {"%d.png", 0, "0.png"},
+                                                                  {"f%3ix.png", 5, "f  5x.png"},
+                                                                  {"100%%_%d.png", 5, "100%_5.png"}};
+  for (const auto& [pattern, number, name] : cases) EXPECT_EQ(PngPattern(pattern).fileName(number), name);
 }
 
 TEST(PngPattern, RefusesNamesWithoutExactlyOneIntegerConversion) {
@@ -23,15 +26,11 @@ TEST(PngPattern, RefusesNamesWithoutExactlyOneIntegerConversion) {
 
 TEST(PngPattern, RecognisesTheNamesItMakes) {
   const PngPattern pattern("b_%04d.png");
-  EXPECT_TRUE(pattern.matches("b_0007.png"));
-  EXPECT_TRUE(pattern.matches("b_12345.png"));
-  EXPECT_FALSE(pattern.matches("b_007.png"));
-  EXPECT_FALSE(pattern.matches("b_00007.png"));
-  EXPECT_FALSE(pattern.matches("b_.png"));
-  EXPECT_FALSE(pattern.matches("b_ 007.png"));
-  EXPECT_FALSE(pattern.matches("c_0007.png"));
-  EXPECT_FALSE(pattern.matches("b_0007.jpg"));
-  EXPECT_FALSE(pattern.matches("b_99999999999999999999999.png"));
+  for (const char* name : {"b_0007.png", "b_12345.png"}) EXPECT_TRUE(pattern.matches(name)) << name;
+  for (const char* name : {"b_007.png", "b_00007.png", "b_.png", "b_ 007.png", "c_0007.png", "b_0007.jpg",
+                           "b_99999999999999999999999.png"}) {
+    EXPECT_FALSE(pattern.matches(name)) << name;
+  }
   EXPECT_TRUE(PngPattern("f%3i.png").matches("f  5.png"));
 }
 

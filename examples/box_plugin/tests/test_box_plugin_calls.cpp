@@ -1,5 +1,5 @@
 #include "cudart_cpu/control.h"
-#include "tests/box_host.h"
+#include "tests/box_fixture.h"
 
 namespace {
 
@@ -10,50 +10,47 @@ class BoxPluginCalls : public BoxPluginTest {
  protected:
   void SetUp() override {
     BoxPluginTest::SetUp();
-    frame_.emplace(4, 4, R"({"x": 0, "y": 0, "w": 4, "h": 4})", stream_);
-    frame_->context.picture.ensureWritablePicShared();
+    frame_.emplace(sceneOf(4, 4, {box(0, 0, 4, 4)}), host_->stream());
+    frame_->context().picture.ensureWritablePicShared();
     cudart_cpu::resetCounters();
   }
 
-  void TearDown() override {
-    frame_.reset();
-    BoxPluginTest::TearDown();
-  }
+  void TearDown() override { frame_.reset(); }
+
+  std::string picture() const { return lettersOf(frame_->pixels(), 4, 4); }
 
   cudart_cpu::ScopedReset reset_;
-  std::optional<Frame> frame_;
+  std::optional<plugin_test::Frame> frame_;
 };
-
-const Picture kOutline = {{"aaaa", "a..a", "a..a", "aaaa"}, {"aa", "aa"}};
 
 TEST_F(BoxPluginCalls, QueuesFillsOnTheMappedStreamAndNeverWaits) {
   cudart_cpu::recordCalls(true);
-  cudart_cpu::hold(stream_);
-  plugin_->render(frame_->context);
+  cudart_cpu::hold(host_->stream());
+  host_->render(*frame_);
   const std::vector<cudart_cpu::RecordedCall> calls = cudart_cpu::recordedCalls();
   // Each of the four edges: its luma, and U and V of its one line of chroma samples.
   EXPECT_EQ(calls.size(), 12U);
   for (const cudart_cpu::RecordedCall& call : calls) {
     EXPECT_EQ(call.call, Call::cudaMemset2DAsync);
-    EXPECT_EQ(call.stream, stream_);
+    EXPECT_EQ(call.stream, host_->stream());
     EXPECT_EQ(call.result, cudaSuccess);
   }
-  EXPECT_EQ(cudart_cpu::heldWork(stream_), 12U);
-  cudart_cpu::release(stream_);
-  EXPECT_EQ(frame_->picture(), kOutline);
+  EXPECT_EQ(cudart_cpu::heldWork(host_->stream()), 12U);
+  cudart_cpu::release(host_->stream());
+  EXPECT_EQ(picture(), "aaaa/a..a/a..a/aaaa aa/aa");
 }
 
 TEST_F(BoxPluginCalls, ASkippedFrameMakesNoCall) {
-  Frame empty(4, 4, "", stream_);
+  plugin_test::Frame empty(sceneOf(4, 4, {}), host_->stream());
   cudart_cpu::resetCounters();
-  plugin_->render(empty.context);
+  host_->render(empty);
   EXPECT_EQ(cudart_cpu::totalCalls(), 0U);
 }
 
 TEST_F(BoxPluginCalls, AFillThatTheDeviceRefusesIsLeftOut) {
   cudart_cpu::failCall(Call::cudaMemset2DAsync, 1, cudaErrorLaunchFailure);  // the upper edge's luma
-  EXPECT_NO_THROW(plugin_->render(frame_->context));
-  EXPECT_EQ(frame_->picture(), (Picture{{"a..a", "a..a", "a..a", "aaaa"}, {"aa", "aa"}}));
+  EXPECT_NO_THROW(host_->render(*frame_));
+  EXPECT_EQ(picture(), "a..a/a..a/a..a/aaaa aa/aa");
 }
 
 }  // namespace

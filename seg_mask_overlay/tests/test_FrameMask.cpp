@@ -29,33 +29,27 @@ std::string rows(const unsigned char* mask, int width, int height) {
   return text;
 }
 
-TEST(FrameMask, AMaskOfTheFramesOwnSizeKeepsItsPixels) {
+/// One after another, of which nothing may be left.
+TEST(FrameMask, ShowsForEachPixelTheMasksNearestOne) {
+  const struct {
+    MaskBits mask;
+    int width;
+    int height;
+    const char* expected;
+  } cases[] = {
+      {{3, 2, {0b101001}}, 3, 2, "#../#.#"},  // the frame's own size
+      {{2, 1, {0b01}}, 6, 2, "###.../###..."},
+      {{3, 1, {0b101}}, 5, 1, "##..#"},  // floor(x * 3 / 5) = 0 0 1 1 2
+      {{5, 1, {0b01010}}, 3, 1, ".##"},  // floor(x * 5 / 3) = 0 1 3
+      {{1, 1, {1}}, 8, 1, "########"},
+      {{1, 1, {0}}, 2, 2, "../.."},
+      {{2, 2, {0b1111}}, 2, 2, "##/##"},
+      {{2, 2, {0b0001}}, 2, 2, "#./.."},
+  };
   FrameMask frame;
-  EXPECT_EQ(rows(frame.fill(MaskBits{3, 2, {0b101001}}, 3, 2), 3, 2), "#../#.#");
-}
-
-TEST(FrameMask, ATwoByOneMaskCoversTheLeftHalfOfAFullHdFrameWithItsLeftPixel) {
-  FrameMask frame;
-  const unsigned char* mask = frame.fill(MaskBits{2, 1, {0b01}}, 1920, 1080);
-  for (int y = 0; y < 1080; ++y) {
-    for (int x = 0; x < 1920; ++x) ASSERT_EQ(mask[y * 1920 + x], x < 960 ? 255 : 0) << x << ", " << y;
+  for (const auto& [mask, width, height, expected] : cases) {
+    EXPECT_EQ(rows(frame.fill(mask, width, height), width, height), expected);
   }
-}
-
-TEST(FrameMask, ThreeColumnsBecomeFiveAndFiveBecomeThreeByNearestNeighbour) {
-  FrameMask frame;
-  // 3 columns to 5: floor(x * 3 / 5) = 0 0 1 1 2.
-  EXPECT_EQ(rows(frame.fill(MaskBits{3, 1, {0b101}}, 5, 1), 5, 1), "##..#");
-  // 5 columns to 3: floor(x * 5 / 3) = 0 1 3.
-  EXPECT_EQ(rows(frame.fill(MaskBits{5, 1, {0b01010}}, 3, 1), 3, 1), ".##");
-}
-
-TEST(FrameMask, OneMaskAfterAnotherLeavesNothingOfTheFirst) {
-  FrameMask frame;
-  frame.fill(MaskBits{1, 1, {1}}, 8, 8);
-  EXPECT_EQ(rows(frame.fill(MaskBits{1, 1, {0}}, 2, 2), 2, 2), "../..");
-  frame.fill(MaskBits{2, 2, {0b1111}}, 2, 2);
-  EXPECT_EQ(rows(frame.fill(MaskBits{2, 2, {0b0001}}, 2, 2), 2, 2), "#./..");
 }
 
 // --- against cv::resize itself
@@ -125,10 +119,11 @@ TEST(FrameMask, RandomSizesAreScaledAsCvResizeDoes) {
 }
 
 TEST(FrameMask, TheSizesOfRealFramesAreScaledAsCvResizeDoes) {
-  const cv::Size kSizes[][2] = {
-      {{160, 160}, {1920, 1080}},   {{640, 640}, {1920, 1080}},  {{1920, 1080}, {1920, 1080}},
-      {{1920, 1080}, {1280, 720}},  {{1280, 720}, {1920, 1080}}, {{1920, 720}, {1920, 1080}},
-      {{1280, 1080}, {1920, 1080}}, {{160, 160}, {3840, 2160}},  {{1023, 577}, {1366, 768}}};
+  const cv::Size kSizes[][2] = {{{160, 160}, {1920, 1080}},   {{640, 640}, {1920, 1080}},
+                                {{1920, 1080}, {1920, 1080}}, {{1920, 1080}, {1280, 720}},
+                                {{1280, 720}, {1920, 1080}},  {{1920, 720}, {1920, 1080}},
+                                {{2, 1}, {1920, 1080}},       {{1280, 1080}, {1920, 1080}},
+                                {{160, 160}, {3840, 2160}},   {{1023, 577}, {1366, 768}}};
   std::mt19937 random(2);
   FrameMask frame;
   for (const auto& [mask, size] : kSizes) {

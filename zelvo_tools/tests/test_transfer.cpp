@@ -9,16 +9,13 @@ using zelvo::ZelvoPicture;
 
 class Transfer : public DeviceTest {};
 
-TEST(PackedBytes, CountOddSidesUpToWholeChromaPairs) {
+TEST(PackedBytes, CountOddSidesUpToWholeChromaPairsAndAreNoneWithoutASide) {
   EXPECT_EQ(packedNv12Bytes(1, 1), 1u + 2u);
   EXPECT_EQ(packedNv12Bytes(2, 2), 4u + 2u);
   EXPECT_EQ(packedNv12Bytes(3, 5), 15u + 3u * 4u);
   EXPECT_EQ(packedNv12Bytes(4, 3), 12u + 2u * 4u);
   EXPECT_EQ(packedNv12Bytes(1920, 1080), 1920u * 1080u * 3u / 2u);
   EXPECT_EQ(packedNv12Bytes(std::numeric_limits<int>::max(), 1), 2147483647u + 2147483648u);
-}
-
-TEST(PackedBytes, AreNoneWithoutASide) {
   EXPECT_EQ(packedNv12Bytes(0, 0), 0u);
   EXPECT_EQ(packedNv12Bytes(0, 8), 0u);
   EXPECT_EQ(packedNv12Bytes(8, -1), 0u);

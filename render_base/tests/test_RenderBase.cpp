@@ -2,26 +2,18 @@
 
 #include <utility>
 
-#include "render_base/RenderBase.h"
-#include "render_base/RenderContext.h"
 #include "test_support/FrameContext.h"
+#include "test_support/IdlePlugin.h"
 
 namespace {
 
 using Texts = std::vector<std::string>;
 
-class PlainPlugin : public RenderBase {
+class PlainPlugin : public IdlePlugin {
  public:
   explicit PlainPlugin(Texts types) : types_(std::move(types)) {}
 
-  const char* getName() const override { return "PlainPlugin"; }
-  std::string getUuid() const override { return "plain"; }
   Texts input_types() const override { return types_; }
-  void enableDebug(bool) override {}
-  bool init(const RenderInit&) override { return true; }
-  std::string getConfigList() override { return {}; }
-  void setConfig(std::string) override {}
-  void render(RenderContext&) override {}
 
  private:
   Texts types_;

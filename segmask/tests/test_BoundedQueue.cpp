@@ -43,17 +43,11 @@ TEST(BoundedQueue, AnErrorComesAfterTheThingsBeforeIt) {
   EXPECT_THROW(queue.pop(), std::runtime_error);
 }
 
-TEST(BoundedQueue, OnlyTheFirstEndCounts) {
-  BoundedQueue<int> queue(1);
-  queue.close();
-  queue.close(std::make_exception_ptr(std::runtime_error("late")));
-  EXPECT_EQ(queue.pop(), std::nullopt);
-}
-
-TEST(BoundedQueue, NothingGoesInAfterTheEnd) {
+TEST(BoundedQueue, OnlyTheFirstEndCountsAndNothingGoesInAfterIt) {
   BoundedQueue<int> closed(2);
   closed.push(1);
   closed.close();
+  closed.close(std::make_exception_ptr(std::runtime_error("late")));
   EXPECT_FALSE(closed.push(2));
   EXPECT_EQ(closed.pop(), 1);
   EXPECT_EQ(closed.pop(), std::nullopt);

@@ -17,10 +17,12 @@ std::vector<uint64_t> pickOf(uint64_t frames, std::size_t count) {
 
 using Frames = std::vector<uint64_t>;
 
-TEST(SpreadChoice, PicksAllWhenThereAreFew) {
+TEST(SpreadChoice, PicksAllWhenThereAreFewAndAsManyAsAreWanted) {
   EXPECT_EQ(pickOf(0, 4), Frames{});
   EXPECT_EQ(pickOf(1, 4), (Frames{0}));
   EXPECT_EQ(pickOf(4, 4), (Frames{0, 1, 2, 3}));
+  EXPECT_EQ(pickOf(100, 0), Frames{});
+  EXPECT_EQ(pickOf(100, 1).size(), 1U);
 }
 
 TEST(SpreadChoice, SpreadsOverTheWholeVideoWhateverItsLength) {
@@ -35,11 +37,6 @@ TEST(SpreadChoice, SpreadsOverTheWholeVideoWhateverItsLength) {
       EXPECT_LE(picked[at + 1] - picked[at], frames / 2) << frames;
     }
   }
-}
-
-TEST(SpreadChoice, PicksOneOrNone) {
-  EXPECT_EQ(pickOf(100, 0), Frames{});
-  EXPECT_EQ(pickOf(100, 1).size(), 1U);
 }
 
 }  // namespace

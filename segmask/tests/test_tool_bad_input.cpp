@@ -90,32 +90,22 @@ TEST_F(ToolBadInput, SizesThatAreMissingMalformedOrDoNotFit) {
   expectInputRefused(path("in.nv12"), path("in.nv12") + ": raw frames need --size");
   const std::vector<std::string> rest{"--input",          path("in.nv12"), "--detections",
                                       path("good.jsonl"), "--output",      path("out.nv12")};
-  for (const char* size : {"16", "16x", "axb", "0x8", "-16x8", "16x8x8", "99999999999x8"}) {
+  for (const auto& [size, what] : {std::pair("-16x8", std::string("--size: '-16x8' is not WIDTHxHEIGHT")),
+                                   std::pair("16x9", path("in.nv12") + ": --size 16x9 does not fit")}) {
     std::vector<std::string> arguments = rest;
     arguments.push_back(std::string("--size=") + size);
-    expectRefused(arguments, std::string("--size: '") + size + "' is not WIDTHxHEIGHT");
+    expectRefused(arguments, what);
   }
-  std::vector<std::string> arguments = rest;
-  arguments.insert(arguments.end(), {"--size", "16x9"});
-  expectRefused(arguments, path("in.nv12") + ": --size 16x9 does not fit");
   folder_.write("v.y4m", "YUV4MPEG2 W2 H2 F25:1 Ip A0:0 C420jpeg\nFRAME\nabcdef");
   expectRefused({"--input", path("v.y4m"), "--size", "2x2", "--detections", path("good.jsonl"), "--output",
                  path("out.nv12")},
                 path("v.y4m") + ": --size is for raw .nv12 input");
 }
 
+// Each of a line's mistakes is DetectionStream's to find.
 TEST_F(ToolBadInput, DetectionLines) {
   const std::string good = fullMaskLine(0, "p");
-  expectDetectionsRefused(good + "{\"frame\": 1\n", "2: not JSON: ");
   expectDetectionsRefused(good + "\n\n{} {}\n", "4: not JSON: Unexpected characters");
-  expectDetectionsRefused(good + "[]\n", "2: not a JSON object");
-  expectDetectionsRefused(good + "{\"producer\": \"p\"}\n", "2: no \"frame\"");
-  expectDetectionsRefused(good + "{\"frame\": \"1\", \"producer\": \"p\"}\n",
-                          "2: \"frame\" is not a whole number");
-  expectDetectionsRefused(good + "{\"frame\": 1}\n", "2: no \"producer\"");
-  expectDetectionsRefused(good + "{\"frame\": 1, \"producer\": []}\n", "2: \"producer\" is not a name");
-  expectDetectionsRefused(good + "{\"frame\": 1, \"producer\": \"p\", \"detections\": 3}\n",
-                          "2: \"detections\" is not an array");
   // Late, when frames have been drawn and written.
   expectDetectionsRefused(good + fullMaskLine(4, "p") + fullMaskLine(2, "p"),
                           "3: frame 2 comes after frame 4");
@@ -138,8 +128,6 @@ TEST_F(ToolBadInput, Outputs) {
   expectOutputRefused(path("out.avi"), "unknown output ending '.avi'");
   expectOutputRefused(path("out"), "unknown output ending ''");
   expectOutputRefused(path("out.png"), "a PNG sequence needs exactly one integer conversion");
-  expectOutputRefused(path("out_%d_%d.png"), "a PNG sequence needs exactly one integer conversion");
-  expectOutputRefused(path("out_%s.png"), "a PNG sequence needs exactly one integer conversion");
   expectOutputRefused(path("none/out.mp4"), "cannot write into the folder");
   expectOutputRefused(path("in.nv12"), "--output would replace --input");
   std::filesystem::create_directory(path("folder.mp4"));

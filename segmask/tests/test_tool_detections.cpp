@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "test_support/TempFolder.h"
 #include "test_support/frames.h"
 #include "tests/run_tool.h"
@@ -17,18 +19,24 @@ constexpr unsigned char kV = 227;
 
 class ToolDetections : public ::testing::Test {
  protected:
+  std::vector<std::string> good(const std::string& config) const {
+    return {"render",
+            "--input",
+            folder_.path("in.nv12"),
+            "--size",
+            "32x16",
+            "--detections",
+            folder_.path("d.jsonl"),
+            "--output",
+            folder_.path("out.nv12"),
+            "--config",
+            config};
+  }
+
   ToolResult render(const std::string& detections, const std::vector<std::string>& more = {}) const {
-    std::vector<std::string> arguments{"render",
-                                       "--input",
-                                       folder_.write("in.nv12", flatFrames(kWidth, kHeight, kFrames)),
-                                       "--size",
-                                       "32x16",
-                                       "--detections",
-                                       folder_.write("d.jsonl", detections),
-                                       "--output",
-                                       folder_.path("out.nv12"),
-                                       "--config",
-                                       "{\"alpha\": 1}"};
+    folder_.write("in.nv12", flatFrames(kWidth, kHeight, kFrames));
+    folder_.write("d.jsonl", detections);
+    std::vector<std::string> arguments = good("{\"alpha\": 1}");
     arguments.insert(arguments.end(), more.begin(), more.end());
     return runTool(arguments);
   }
@@ -76,11 +84,7 @@ TEST_F(ToolDetections, LookbackPaintsTheFramesAfterThem) {
 TEST_F(ToolDetections, TheConfigurationReachesThePlugin) {
   EXPECT_EQ(render(fullMaskLine(0, "p"), {"--config", "{\"alpha\": 1, \"min_score\": 0.95}"}).exitCode, 2)
       << "an option given twice is a mistake";
-  const ToolResult result =
-      runTool({"render", "--input", folder_.path("in.nv12"), "--size", "32x16", "--detections",
-               folder_.path("d.jsonl"), "--output", folder_.path("out.nv12"), "--config",
-               "{\"alpha\": 1, \"min_score\": 0.95}"});
-  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_EQ(runTool(good("{\"alpha\": 1, \"min_score\": 0.95}")).exitCode, 0);
   EXPECT_EQ(paintedFrames(), Frames{});
 }
 
@@ -93,27 +97,19 @@ TEST_F(ToolDetections, LinesPastTheEndAreMentionedOnce) {
   EXPECT_EQ(paintedFrames(), (Frames{7}));
 }
 
-TEST_F(ToolDetections, TheFallbackLineCountsProducersSeenSoFar) {
-  const std::string nothing = "{\"frame\": 2, \"producer\": \"p\", \"detections\": []}\n";
-  const ToolResult result = render(fullMaskLine(0, "p") + fullMaskLine(1, "q") + nothing, {"--debug"});
-  EXPECT_EQ(result.exitCode, 0);
-  const std::string line =
-      "[SegMask][Fallback] frame=2 decision=skip providers_missing=2 providers_using_lookback=0\n";
-  EXPECT_NE(result.err.find(line), std::string::npos) << result.err;
-}
-
-TEST_F(ToolDetections, TheFallbackLineCountsLookback) {
+TEST_F(ToolDetections, TheFallbackLineCountsProducersSeenSoFarAndLookback) {
   const std::string nothing = "{\"frame\": 0, \"producer\": \"p\", \"detections\": []}\n";
-  const ToolResult result = render(nothing + fullMaskLine(1, "q") + "{\"frame\": 2, \"producer\": \"q\"}\n",
-                                   {"--debug", "--lookback", "3"});
-  EXPECT_EQ(result.exitCode, 0);
-  // In frame 0 only p is known; in frame 2 it looks back.
-  EXPECT_NE(result.err.find("frame=0 decision=skip providers_missing=1 providers_using_lookback=0\n"),
-            std::string::npos)
-      << result.err;
-  EXPECT_NE(result.err.find("frame=2 decision=skip providers_missing=2 providers_using_lookback=1\n"),
-            std::string::npos)
-      << result.err;
+  const std::string lines = nothing + fullMaskLine(1, "q") + "{\"frame\": 2, \"producer\": \"q\"}\n";
+  for (const auto& [lookback, looksBack] : {std::pair("0", "0"), std::pair("3", "1")}) {
+    const ToolResult result = render(lines, {"--debug", "--lookback", lookback});
+    EXPECT_EQ(result.exitCode, 0);
+    // In frame 0 only p is known; in frame 2 it looks back, if it may.
+    for (const std::string& line :
+         {std::string("0 decision=skip providers_missing=1 providers_using_lookback=0\n"),
+          std::string("2 decision=skip providers_missing=2 providers_using_lookback=") + looksBack + "\n"}) {
+      EXPECT_NE(result.err.find("[SegMask][Fallback] frame=" + line), std::string::npos) << result.err;
+    }
+  }
 }
 
 }  // namespace

@@ -114,13 +114,6 @@ TEST_F(ToolOutputs, VideosDecodeToTheSameNumberOfFrames) {
   }
 }
 
-TEST_F(ToolOutputs, AnExistingOutputIsReplaced) {
-  folder_.write("out.nv12", "old and of another size");
-  const std::string frames = noiseFrames(8, 8, 2);
-  renderRaw(8, 8, frames, "out.nv12");
-  EXPECT_TRUE(readFile(path("out.nv12")) == frames);
-}
-
 TEST_F(ToolOutputs, PngSequencesAreNumberedByFrame) {
   renderRaw(63, 47, flatFrames(63, 47, kFrames), "f_%03d.png");
   std::vector<std::string> expected{"d.jsonl"};

@@ -3,21 +3,14 @@
 
 #include <class_loader/register_macro.hpp>
 
-#include "render_base/RenderBase.h"
+#include "test_support/IdlePlugin.h"
 
 #define IDLE_TEXT_OF(name) #name
 #define IDLE_TEXT(name) IDLE_TEXT_OF(name)
 
-class IDLE_PLUGIN : public RenderBase {
+class IDLE_PLUGIN : public IdlePlugin {
  public:
   const char* getName() const override { return IDLE_TEXT(IDLE_PLUGIN); }
-  std::string getUuid() const override { return "idle"; }
-  std::vector<std::string> input_types() const override { return {}; }
-  void enableDebug(bool) override {}
-  bool init(const RenderInit&) override { return true; }
-  std::string getConfigList() override { return "{}"; }
-  void setConfig(std::string) override {}
-  void render(RenderContext&) override {}
 };
 
 CLASS_LOADER_REGISTER_CLASS(IDLE_PLUGIN, IRenderPlugin)

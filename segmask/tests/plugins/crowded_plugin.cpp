@@ -2,18 +2,7 @@
 
 #include <class_loader/register_macro.hpp>
 
-#include "render_base/RenderBase.h"
-
-class IdlePlugin : public RenderBase {
- public:
-  std::string getUuid() const override { return "idle"; }
-  std::vector<std::string> input_types() const override { return {}; }
-  void enableDebug(bool) override {}
-  bool init(const RenderInit&) override { return true; }
-  std::string getConfigList() override { return "{}"; }
-  void setConfig(std::string) override {}
-  void render(RenderContext&) override {}
-};
+#include "test_support/IdlePlugin.h"
 
 class FirstPlugin : public IdlePlugin {
  public:

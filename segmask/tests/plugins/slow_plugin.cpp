@@ -5,16 +5,11 @@
 #include <cstdlib>
 #include <thread>
 
-#include "render_base/RenderBase.h"
+#include "test_support/IdlePlugin.h"
 
-class SlowPlugin : public RenderBase {
+class SlowPlugin : public IdlePlugin {
  public:
   const char* getName() const override { return "SlowPlugin"; }
-  std::string getUuid() const override { return "slow"; }
-  std::vector<std::string> input_types() const override { return {}; }
-  void enableDebug(bool) override {}
-  bool init(const RenderInit&) override { return true; }
-  std::string getConfigList() override { return "{}"; }
   void setConfig(std::string text) override {
     const std::size_t colon = text.find(':');
     if (colon != std::string::npos) frameTime_ = std::chrono::milliseconds(std::atoi(&text[colon + 1]));

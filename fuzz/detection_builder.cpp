@@ -15,27 +15,23 @@ namespace {
 
 // About where a 32-bit or a 64-bit number ends, and what is no number.
 SwJsonValue extremeNumber(FuzzInput& input) {
-  static const std::array<SwJsonValue, 20> kNumbers{2147483647L,
-                                                    2147483648L,
-                                                    -2147483648L,
-                                                    -2147483649L,
-                                                    4294967295L,
-                                                    4294967301L,
-                                                    -4294967297L,
-                                                    std::numeric_limits<long>::max(),
-                                                    std::numeric_limits<long>::min(),
-                                                    2147483647.5,
-                                                    2147483648.0,
-                                                    -2147483648.5,
-                                                    -2147483649.0,
-                                                    9223372036854775808.0,
-                                                    -1e300,
-                                                    3.4028235677973366e38,
-                                                    std::numeric_limits<double>::infinity(),
-                                                    -std::numeric_limits<double>::infinity(),
-                                                    std::numeric_limits<double>::quiet_NaN(),
-                                                    -0.0};
-  return kNumbers[input.below(20)];
+  using Long = std::numeric_limits<long>;
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  constexpr std::array<long, 9> kWhole{2147483647L, 2147483648L,  -2147483648L, -2147483649L, 4294967295L,
+                                       4294967301L, -4294967297L, Long::max(),  Long::min()};
+  constexpr std::array<double, 11> kDoubles{2147483647.5,
+                                            2147483648.0,
+                                            -2147483648.5,
+                                            -2147483649.0,
+                                            9223372036854775808.0,
+                                            -1e300,
+                                            3.4028235677973366e38,
+                                            kInfinity,
+                                            -kInfinity,
+                                            std::numeric_limits<double>::quiet_NaN(),
+                                            -0.0};
+  const unsigned at = input.below(20);
+  return at < kWhole.size() ? SwJsonValue(kWhole[at]) : SwJsonValue(kDoubles[at - kWhole.size()]);
 }
 
 SwJsonValue buildNumber(FuzzInput& input) {

@@ -209,23 +209,14 @@ std::string expectedText(const Model& model, int asked) {
   return textOf(model).value_or("");
 }
 
+template <std::size_t... Index>
+std::array<Model, sizeof...(Index)> allOf(std::index_sequence<Index...>) {
+  return {Model(std::in_place_index<Index>)...};
+}
+
+// A zero or an empty value of each type, in the order of the variant.
 const std::array<Model, 16>& oneOfEach() {
-  static const std::array<Model, 16> models{std::monostate(),
-                                            false,
-                                            0,
-                                            0L,
-                                            0.0F,
-                                            0.0,
-                                            0U,
-                                            0UL,
-                                            std::string(),
-                                            Bytes(),
-                                            SwString(),
-                                            Texts(),
-                                            ByteList(),
-                                            SwJsonValue(),
-                                            SwJsonObject(),
-                                            SwJsonArray()};
+  static const std::array<Model, 16> models = allOf(std::make_index_sequence<std::variant_size_v<Model>>());
   return models;
 }
 

@@ -64,30 +64,10 @@ class RandomText {
   }
 
   std::string string() {
-    static const std::vector<std::string> pieces{"a",
-                                                 "b",
-                                                 "",
-                                                 "\\n",
-                                                 "\\u0041",
-                                                 "\\u00e9",
-                                                 "\\uD83D\\uDE00",
-                                                 "\xC3\xA9",
-                                                 "\\u20AC",
-                                                 "\\\\",
-                                                 "\\\"",
-                                                 "a longer piece",
-                                                 "\\/",
-                                                 "plain text",
-                                                 "\\u0000",
-                                                 "z",
-                                                 "\\uD83D",
-                                                 "\\uDE00",
-                                                 "\\u12",
-                                                 "\\x",
-                                                 "\t",
-                                                 "0123456789abcd",
-                                                 "\xFF",
-                                                 "{"};
+    static const std::vector<std::string> pieces{
+        "a",       "b",       "",         "\\uD83D\\uDE00", "\\n",     "\\/",     "z",       "a longer piece",
+        "\\\\",    "\\\"",    "\xC3\xA9", "plain text",     "\\u0041", "\\u00e9", "\\u20AC", "\\u0000",
+        "\\uD83D", "\\uDE00", "\\u12",    "0123456789abcd", "\\x",     "\t",      "\xFF",    "{"};
     std::string text = "\"";
     for (unsigned count = below(4); count > 0; --count) {
       // The last eight are broken more often than not: rarely, or no text would be whole.

@@ -4,24 +4,10 @@
 #include <limits>
 #include <utility>
 
-#include "core/SwJsonDocument.h"
+#include "tests/json_text.h"
 
-namespace {
-
-SwJsonValue parsed(const SwString& text) {
-  SwJsonDocument document;
-  SwString error;
-  EXPECT_TRUE(document.loadFromJson(text, error)) << error.str();
-  return document.root();
-}
-
-std::string generated(const SwJsonValue& value, bool indented = false, int level = 0) {
-  SwString out;
-  SwJsonDocument().generateJson(value, out, indented, level, "");
-  return out;
-}
-
-}  // namespace
+using json_text::generated;
+using json_text::parsed;
 
 TEST(SwJsonGenerator, ScalarsOfEveryKind) {
   EXPECT_EQ(generated(nullptr), "null");
@@ -63,16 +49,16 @@ TEST(SwJsonGenerator, CompactTextHasABlankAfterTheColonOnlyEscapedKeysAndMembers
 
 TEST(SwJsonGenerator, EmptyContainersTakeNoLinesInEitherMode) {
   for (const bool indented : {false, true}) {
-    EXPECT_EQ(generated(SwJsonObject(), indented), "{}");
-    EXPECT_EQ(generated(SwJsonArray(), indented), "[]");
-    EXPECT_EQ(generated(SwJsonValue::ofKind(SwJsonValue::Kind::Object), indented), "{}");
-    EXPECT_EQ(generated(SwJsonValue::ofKind(SwJsonValue::Kind::Array), indented), "[]");
+    EXPECT_EQ(generated(SwJsonObject(), "", indented), "{}");
+    EXPECT_EQ(generated(SwJsonArray(), "", indented), "[]");
+    EXPECT_EQ(generated(SwJsonValue::ofKind(SwJsonValue::Kind::Object), "", indented), "{}");
+    EXPECT_EQ(generated(SwJsonValue::ofKind(SwJsonValue::Kind::Array), "", indented), "[]");
   }
-  EXPECT_EQ(generated(parsed("{\"a\":[]}"), true), "{\n  \"a\": []\n}");
+  EXPECT_EQ(generated(parsed("{\"a\":[]}"), "", true), "{\n  \"a\": []\n}");
 }
 
 TEST(SwJsonGenerator, IndentedTextHasOneMemberALine) {
-  EXPECT_EQ(generated(parsed("{\"a\":[1,{\"b\":2}],\"c\":3}"), true),
+  EXPECT_EQ(generated(parsed("{\"a\":[1,{\"b\":2}],\"c\":3}"), "", true),
             "{\n"
             "  \"a\": [\n"
             "    1,\n"
@@ -85,9 +71,9 @@ TEST(SwJsonGenerator, IndentedTextHasOneMemberALine) {
 }
 
 TEST(SwJsonGenerator, IndentationStartsAtTheLevel) {
-  EXPECT_EQ(generated(parsed("[1]"), true, 2), "[\n      1\n    ]");
-  EXPECT_EQ(generated(parsed("[1]"), true, -5), "[\n  1\n]");
-  EXPECT_EQ(generated(parsed("[1]"), false, 2), "[1]");
+  EXPECT_EQ(generated(parsed("[1]"), "", true, 2), "[\n      1\n    ]");
+  EXPECT_EQ(generated(parsed("[1]"), "", true, -5), "[\n  1\n]");
+  EXPECT_EQ(generated(parsed("[1]"), "", false, 2), "[1]");
 }
 
 TEST(SwJsonGenerator, AppendsToTheText) {
@@ -99,5 +85,5 @@ TEST(SwJsonGenerator, AppendsToTheText) {
 TEST(SwJsonGenerator, GeneratedTextParsesBackToTheSameValue) {
   const SwJsonValue value = parsed("{\"a\":[1,-2,0.5,\"x\\ny\",true,null,{}],\"b\":{\"c\":[[]]}}");
   EXPECT_EQ(parsed(generated(value)), value);
-  EXPECT_EQ(parsed(generated(value, true)), value);
+  EXPECT_EQ(parsed(generated(value, "", true)), value);
 }

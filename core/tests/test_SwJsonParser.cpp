@@ -2,18 +2,12 @@
 
 #include <string>
 
-#include "core/SwJsonDocument.h"
+#include "tests/json_text.h"
 
 namespace {
 
-SwJsonValue parsed(const SwString& text) {
-  SwString error;
-  unsigned long index = 0;
-  SwJsonValue value = SwJsonDocument().parseJson(text, index, "", error);
-  EXPECT_EQ(error, "") << text.str();
-  EXPECT_EQ(index, text.size()) << text.str();
-  return value;
-}
+using json_text::parsed;
+using json_text::repeated;
 
 std::string errorOf(const SwString& text) {
   SwString error;
@@ -99,13 +93,16 @@ TEST(SwJsonParser, WhatIsNotJsonGetsItsMessageWithIndexAndExcerpt) {
       {R"("\u)", "Incomplete Unicode escape sequence", 3},
       {R"("\uD83D\uDE")", "Incomplete Unicode escape sequence", 9},
       {R"("\uD83D\uDEg0")", "Invalid hex digit in Unicode escape", 11},
+      {R"("\uDC00")", "Unexpected low surrogate without leading high surrogate", 7},
       {R"("\uDE00")", "Unexpected low surrogate without leading high surrogate", 7},
       {R"("\uDFFF")", "Unexpected low surrogate without leading high surrogate", 7},
+      {R"("\uD800 ")", "Missing low surrogate after high surrogate", 7},
       {R"("\uD83D ")", "Missing low surrogate after high surrogate", 7},
       {R"("\uD83D")", "Missing low surrogate after high surrogate", 7},
       {R"("\uD83D)", "Missing low surrogate after high surrogate", 7},
       {R"("\uDBFF\n")", "Missing low surrogate after high surrogate", 7},
       {R"("\uD83D\u0041")", "Invalid low surrogate in Unicode escape", 13},
+      {R"("\uD83D\uDBFF")", "Invalid low surrogate in Unicode escape", 13},
       {R"("\uD83D\uD83D")", "Invalid low surrogate in Unicode escape", 13},
       {R"("\uD83D\uE000")", "Invalid low surrogate in Unicode escape", 13},
       {"\"a\tb\"", "Unescaped control character in string", 2},
@@ -216,11 +213,6 @@ TEST(SwJsonParser, ExcerptReachesTwentyBytesEachWay) {
 
 /// Sizes at which time that grows with the square of the length would be hours.
 TEST(SwJsonParser, LongTextsOfOneThingAreReadToTheirEnd) {
-  const auto repeated = [](const std::string& text, int count) {
-    std::string result;
-    for (int i = 0; i < count; ++i) result += text;
-    return result;
-  };
   EXPECT_EQ(parsed("\"" + repeated("\\n", 2000000) + "\"").text().size(), 2000000U);
   EXPECT_EQ(parsed("[" + repeated("1.5 ,", 500000) + "]").array()->size(), 500000U);
   EXPECT_EQ(parsed(std::string(10000000, ' ') + "1").integer(), 1);

@@ -6,22 +6,19 @@
 #include <utility>
 
 #include "core/SwAny.h"
-#include "core/SwJsonDocument.h"
 #include "core/render_payload.h"
 #include "core/swcfg.h"
 #include "test_support/Allocations.h"
 #include "test_support/SmallStack.h"
+#include "tests/json_text.h"
 
 namespace {
 
-constexpr std::size_t kDepth = 1000000;
+using json_text::generated;
+using json_text::parsed;
+using json_text::repeated;
 
-std::string repeated(const std::string& text, std::size_t count) {
-  std::string result;
-  result.reserve(text.size() * count);
-  for (std::size_t i = 0; i < count; ++i) result += text;
-  return result;
-}
+constexpr std::size_t kDepth = 1000000;
 
 /// In the form in which the generator writes them.
 const std::string kArrays = repeated("[", kDepth) + repeated("]", kDepth);
@@ -29,16 +26,6 @@ const std::string kObjects = repeated("{\"k\": ", kDepth) + "1" + repeated("}", 
 const std::string kMixed = repeated("[{\"k\": ", kDepth / 2) + "1" + repeated("}]", kDepth / 2);
 const std::string kWithSiblings = repeated("[1,[2],{\"a\": [3],\"k\": ", kDepth / 2) + "4" +
                                   repeated(",\"z\": {\"y\": 5}},6,[7]]", kDepth / 2);
-
-SwJsonValue parsed(const std::string& text) {
-  SwJsonDocument document;
-  SwString error;
-  unsigned long index = 0;
-  SwJsonValue value = document.parseJson(text, index, "", error);
-  EXPECT_EQ(error, "");
-  EXPECT_EQ(index, text.size());
-  return value;
-}
 
 /// Follows the last array element or the member "k" down and changes what stands at the bottom.
 void changeBottom(SwJsonValue& root) {
@@ -57,9 +44,7 @@ void exerciseDeepTree(const std::string& text) {
   runOnSmallStack([&text] {
     SwJsonValue tree = parsed(text);
 
-    SwString out;
-    SwJsonDocument().generateJson(tree, out, false, 0, "");
-    EXPECT_TRUE(out == text) << "the generated text differs";
+    EXPECT_TRUE(generated(tree) == text) << "the generated text differs";
 
     SwJsonValue copy(tree);
     EXPECT_TRUE(copy == tree);
@@ -130,9 +115,7 @@ TEST(SwJsonTree, BuildingAroundAMovedTreeDoesNotCopyIt) {
       object.insert("k", std::move(tree));
       tree = std::move(object);
     }
-    SwString out;
-    SwJsonDocument().generateJson(tree, out, false, 0, "");
-    EXPECT_TRUE(out == kObjects);
+    EXPECT_TRUE(generated(tree) == kObjects);
   });
 }
 
@@ -200,9 +183,7 @@ TEST(SwJsonTree, DeepTreesAreGeneratedAndParsedUnderAKey) {
       SwJsonDocument document;
       SwString error;
       ASSERT_TRUE(document.loadFromJson(text, error, key)) << error.str();
-      SwString out;
-      document.generateJson(document.root(), out, false, 0, key);
-      EXPECT_TRUE(out == text) << "the generated text differs";
+      EXPECT_TRUE(generated(document.root(), key) == text) << "the generated text differs";
     });
   }
 }

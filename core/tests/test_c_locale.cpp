@@ -15,12 +15,14 @@
 #include <thread>
 
 #include "core/SwAny.h"
-#include "core/SwJsonDocument.h"
 #include "core/number_text.h"
 #include "core/swcfg.h"
 #include "test_support/StderrCapture.h"
+#include "tests/json_text.h"
 
 namespace {
+
+using json_text::generated;
 
 constexpr const char* kComma = "de_DE.UTF-8";
 constexpr const char* kLatin = "de_DE.ISO-8859-1";
@@ -38,12 +40,6 @@ std::string errorOf(const SwString& json) {
   SwJsonDocument document;
   SwString error;
   return document.loadFromJson(json, error) ? "none" : error.str();
-}
-
-std::string compactText(const SwJsonValue& value, const SwString& key = "") {
-  SwString text;
-  SwJsonDocument().generateJson(value, text, false, 0, key);
-  return text;
 }
 
 template <typename To>
@@ -93,7 +89,7 @@ void expectJsonWritesNumbers() {
   SwJsonArray numbers;
   for (const double number : {1234.5, 0.1, 1e-7, -1234567.5, 12345678901.0, 1e300}) numbers.append(number);
   numbers.append(1234567);
-  EXPECT_EQ(compactText(numbers), "[1234.5,0.1,1e-07,-1.23457e+06,12345678901,9223372036854775807,1234567]");
+  EXPECT_EQ(generated(numbers), "[1234.5,0.1,1e-07,-1.23457e+06,12345678901,9223372036854775807,1234567]");
 
   EXPECT_EQ(SwJsonValue(1234567.5).toString(), "1234567.500000");
   EXPECT_EQ(SwJsonValue(0.45).toString(), "0.450000");
@@ -108,7 +104,7 @@ void expectKeyedDocumentsKeepNumbers() {
   object.insert("text", "1234.25");
   object.insert("texts", "1,5");
   const auto encrypted = [&key](const char* plain) { return SwString(plain).encryptAES(key).str(); };
-  const std::string text = compactText(object, key);
+  const std::string text = generated(object, key);
   EXPECT_EQ(text, "{\"double\": " + encrypted("1234.5") + ",\"int\": " + encrypted("1234567") +
                       ",\"text\": \"" + encrypted("1234.25") + "\",\"texts\": \"" + encrypted("1,5") + "\"}");
 
@@ -193,7 +189,7 @@ void expectOrderOfBytes() {
   EXPECT_EQ(SwString("\xC3\xA4x").mid(1, 2), "\xA4x");
   SwJsonObject object;
   for (const char* key : {"\xE4", "b", "A", "a", "B"}) object.insert(key, 1);
-  EXPECT_EQ(compactText(object), "{\"A\": 1,\"B\": 1,\"a\": 1,\"b\": 1,\"\xE4\": 1}");
+  EXPECT_EQ(generated(object), "{\"A\": 1,\"B\": 1,\"a\": 1,\"b\": 1,\"\xE4\": 1}");
   EXPECT_EQ(SwJsonValue::escapeString("\xA0\xE4\x85/\x7F"), "\xA0\xE4\x85/\x7F");
 }
 

@@ -9,11 +9,13 @@
 #include <string>
 #include <utility>
 
-#include "core/SwJsonDocument.h"
 #include "test_support/SmallStack.h"
 #include "test_support/StderrCapture.h"
+#include "tests/json_text.h"
 
 namespace {
+
+using json_text::repeated;
 
 const SwString kKey = "key";
 
@@ -30,12 +32,7 @@ const std::string kDecryptionError =
     "Decryption error: Invalid data size for AES-ECB (must be multiple of 16).\n";
 
 SwJsonValue parsed(const SwString& text, const SwString& key = kKey) {
-  SwString error;
-  unsigned long index = 0;
-  SwJsonValue value = SwJsonDocument().parseJson(text, index, key, error);
-  EXPECT_EQ(error, "") << text.str();
-  EXPECT_EQ(index, text.size()) << text.str();
-  return value;
+  return json_text::parsed(text, key);
 }
 
 /// For texts so short that the message quotes all of them.
@@ -55,9 +52,7 @@ SwJsonValue fromQuoted(const SwString& plain) {
 }
 
 std::string generated(const SwJsonValue& value, const SwString& key = kKey, bool indented = false) {
-  SwString out;
-  SwJsonDocument().generateJson(value, out, indented, 0, key);
-  return out;
+  return json_text::generated(value, key, indented);
 }
 
 SwJsonValue arrayOf(std::initializer_list<SwJsonValue> elements) {
@@ -68,12 +63,6 @@ SwJsonValue arrayOf(std::initializer_list<SwJsonValue> elements) {
 
 SwJsonValue roundTripped(const SwJsonValue& value) {
   return parsed(generated(value));
-}
-
-std::string repeated(const std::string& text, int count) {
-  std::string result;
-  for (int i = 0; i < count; ++i) result += text;
-  return result;
 }
 
 }  // namespace

@@ -10,34 +10,24 @@
 #include <vector>
 
 #include "core/SwAny.h"
-#include "core/SwJsonDocument.h"
 #include "core/SwList.h"
 #include "core/diagnostics.h"
 #include "core/render_payload.h"
 #include "core/swcfg.h"
 #include "test_support/Allocations.h"
 #include "test_support/StderrCapture.h"
+#include "tests/json_text.h"
 
 namespace {
+
+using json_text::generated;
+using json_text::parsed;
 
 /// Texts of more than 15 bytes, which no string keeps in itself, in every place that can hold one.
 const std::string kDocument =
     "{\"a key that needs memory\": [1, -2.5, true, null, \"a text that needs memory\", {}, [[]], "
     "\"\\u00e9\\n and so does one with escapes\"], \"another key of the same length\": {\"k\": "
     "{\"a third one, down below\": 1234567890123}}, \"b\": 0.333333}";
-
-SwJsonValue parsed(const std::string& text, const SwString& key = "") {
-  SwJsonDocument document;
-  SwString error;
-  EXPECT_TRUE(document.loadFromJson(text, error, key)) << error.str();
-  return document.root();
-}
-
-std::string generated(const SwJsonValue& value, const SwString& key = "") {
-  SwString out;
-  SwJsonDocument().generateJson(value, out, false, 0, key);
-  return out;
-}
 
 /// Whether `operation` had the memory it needs. Nothing but std::bad_alloc may leave it.
 bool succeeds(const std::function<void()>& operation) {

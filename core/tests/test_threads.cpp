@@ -10,10 +10,13 @@
 #include <vector>
 
 #include "core/SwAny.h"
-#include "core/SwJsonDocument.h"
 #include "core/render_payload.h"
+#include "tests/json_text.h"
 
 namespace {
+
+using json_text::generated;
+using json_text::parsed;
 
 void onFourThreads(const std::function<void()>& work) {
   constexpr int kThreads = 4;
@@ -30,25 +33,12 @@ void onFourThreads(const std::function<void()>& work) {
 
 const std::string kText = "{\"a\": [1,0.5,true,\"text\"],\"b\": {\"c\": \"\"}}";
 
-SwJsonValue parsed(const SwString& text, const SwString& key) {
-  SwJsonDocument document;
-  SwString error;
-  EXPECT_TRUE(document.loadFromJson(text, error, key)) << error.str();
-  return document.root();
-}
-
-std::string generated(const SwJsonValue& value, const SwString& key) {
-  SwString out;
-  SwJsonDocument().generateJson(value, out, false, 0, key);
-  return out;
-}
-
 }  // namespace
 
 TEST(Threads, EachParsesAndGeneratesItsOwnDocument) {
   onFourThreads([] {
-    const SwJsonValue value = parsed(kText, "");
-    EXPECT_EQ(generated(value, ""), kText);
+    const SwJsonValue value = parsed(kText);
+    EXPECT_EQ(generated(value), kText);
     EXPECT_EQ(parsed(generated(value, "key"), "key"), value);
   });
 }
@@ -70,13 +60,13 @@ TEST(Threads, EachConvertsItsOwnValues) {
 }
 
 TEST(Threads, AllReadOneTree) {
-  const SwJsonValue value = parsed(kText, "");
+  const SwJsonValue value = parsed(kText);
   const SwAny any = value;
   onFourThreads([&] {
     const SwJsonObject& object = *value.object();
     EXPECT_TRUE(object["no such member"].isNull());
     EXPECT_EQ(object["b"], object.value("b", SwJsonValue()));
-    EXPECT_EQ(generated(value, ""), kText);
+    EXPECT_EQ(generated(value), kText);
     EXPECT_EQ(any.get<SwJsonValue>(), value);
     EXPECT_EQ(SwAny(any).toString(6), kText);
   });

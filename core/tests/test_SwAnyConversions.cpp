@@ -13,7 +13,6 @@ namespace {
 using Strings = std::vector<std::string>;
 using Bytes = std::vector<unsigned char>;
 using ByteList = SwList<unsigned char>;
-using Kind = SwJsonValue::Kind;
 
 template <typename To>
 To converted(const SwAny& any) {
@@ -138,20 +137,14 @@ TEST_F(SwAnyConversions, JsonToCompactText) {
   object.insert("a", "x");
   EXPECT_EQ(toText(array), "[1,2]");
   EXPECT_EQ(toText(object), "{\"a\": \"x\",\"b\": [1,2]}");
+  EXPECT_EQ(toText(SwJsonValue(array)), "[1,2]");
+  EXPECT_EQ(toText(SwJsonValue(object)), "{\"a\": \"x\",\"b\": [1,2]}");
+  EXPECT_EQ(toText(SwJsonValue::ofKind(SwJsonValue::Kind::Object)), "{}");
+  EXPECT_EQ(toText(SwJsonValue::ofKind(SwJsonValue::Kind::Array)), "[]");
+  // A double has six digits, unlike one by itself, and 1e20 is not the generator's saturated integer.
   const std::pair<SwJsonValue, const char*> cases[] = {
-      {array, "[1,2]"},
-      {object, "{\"a\": \"x\",\"b\": [1,2]}"},
-      {SwJsonValue::ofKind(Kind::Object), "{}"},
-      {SwJsonValue::ofKind(Kind::Array), "[]"},
-      {"a\"b", "\"a\\\"b\""},
-      {true, "true"},
-      {false, "false"},
-      {-42, "-42"},
-      {SwJsonValue(), "null"},
-      {0.45, "0.45"},
-      {3.0, "3"},
-      {1.0 / 3, "0.333333"},  // six digits, unlike a double by itself
-      {1e20, "1e+20"}};       // not the generator's saturated integer
+      {"a\"b", "\"a\\\"b\""}, {true, "true"}, {false, "false"},      {-42, "-42"},   {nullptr, "null"},
+      {0.45, "0.45"},         {3.0, "3"},     {1.0 / 3, "0.333333"}, {1e20, "1e+20"}};
   for (const auto& [value, text] : cases) EXPECT_EQ(toText(value), text);
 }
 

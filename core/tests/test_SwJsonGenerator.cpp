@@ -18,26 +18,16 @@ TEST(SwJsonGenerator, ScalarsOfEveryKind) {
 }
 
 TEST(SwJsonGenerator, DoublesWithAFractionHaveSixDigitsAndOthersAreIntegersThatSaturateAt64Bits) {
-  constexpr double kInfinity = std::numeric_limits<double>::infinity();
   const std::pair<double, const char*> cases[] = {
-      {0.1, "0.1"},
-      {0.45, "0.45"},
-      {1.0 / 3, "0.333333"},
-      {1e-7, "1e-07"},
-      {-1234567.5, "-1.23457e+06"},
-      {3.0, "3"},
-      {-2.0, "-2"},
-      {-0.0, "0"},
-      {1e15, "1000000000000000"},
-      {9223372036854774784.0, "9223372036854774784"},  // the largest double that fits
-      {9223372036854775808.0, "9223372036854775807"},
-      {-9223372036854775808.0, "-9223372036854775808"},
-      {1e300, "9223372036854775807"},
-      {-1e300, "-9223372036854775808"},
-      {kInfinity, "9223372036854775807"},
-      {-kInfinity, "-9223372036854775808"},
-      {std::nan(""), "nan"}};
+      {0.1, "0.1"}, {0.45, "0.45"}, {1.0 / 3, "0.333333"}, {1e-7, "1e-07"},      {-1234567.5, "-1.23457e+06"},
+      {3.0, "3"},   {-2.0, "-2"},   {-0.0, "0"},           {std::nan(""), "nan"}};
   for (const auto& [number, text] : cases) EXPECT_EQ(generated(number), text);
+  EXPECT_EQ(generated(1e15), "1000000000000000");
+  EXPECT_EQ(generated(9223372036854774784.0), "9223372036854774784") << "the largest double that fits";
+  for (const double large : {9223372036854775808.0, 1e300, std::numeric_limits<double>::infinity()}) {
+    EXPECT_EQ(generated(large), "9223372036854775807");
+    EXPECT_EQ(generated(-large), "-9223372036854775808");
+  }
   EXPECT_TRUE(parsed(generated(2.0)).isInt());
 }
 

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "tests/json_text.h"
 
@@ -29,90 +31,52 @@ std::string reported(const SwString& json, unsigned long index) {
 
 }  // namespace
 
-/// Each message at each place that it can come from. The message names the rule; the number is where it
-/// points.
+/// Each message, which names the rule, with the texts that it is for and the place in each that it points to.
 TEST(SwJsonParser, WhatIsNotJsonGetsItsMessageWithIndexAndExcerpt) {
-  const struct {
-    std::string text;
-    const char* message;
-    int index;
-  } cases[] = {
-      {"", "Unexpected end of JSON input", 0},
-      {" \t\n\v\f\r", "Unexpected end of JSON input", 6},
-      {"[ ", "Unexpected end of JSON input", 2},
-      {"[1,", "Unexpected end of JSON input", 3},
-      {R"({"a":)", "Unexpected end of JSON input", 5},
-      {"?", "Invalid JSON token", 0},
-      {" +1", "Invalid JSON token", 1},
-      {"[,1]", "Invalid JSON token", 1},
-      {"[1,,]", "Invalid JSON token", 3},
-      {"\xC3\xA9", "Invalid JSON token", 0},
-      {std::string(1, '\0'), "Invalid JSON token", 0},
-      {"{", "Unterminated JSON object", 1},
-      {"{ ", "Unterminated JSON object", 2},
-      {R"({"a":1)", "Unterminated JSON object", 6},
-      {R"({"a":1,)", "Unterminated JSON object", 7},
-      {"{a:1}", "Expected string key in object", 1},
-      {"{,}", "Expected string key in object", 1},
-      {R"({"a" 1})", "Expected ':' after object key", 5},
-      {R"({"a")", "Expected ':' after object key", 4},
-      {R"({"a" )", "Expected ':' after object key", 5},
-      {R"({"a":1 2})", "Expected ',' or '}' in object", 7},
-      {R"({"a":1;})", "Expected ',' or '}' in object", 6},
-      {"[", "Unterminated JSON array", 1},
-      {"[1", "Unterminated JSON array", 2},
-      {"[1 ", "Unterminated JSON array", 3},
-      {"[1 2]", "Expected ',' or ']' in array", 3},
-      {"[1;2]", "Expected ',' or ']' in array", 2},
-      {"[1\xC2\xA0]", "Expected ',' or ']' in array", 2},
-      {"truex", "Invalid boolean literal", 5},
-      {"[fals]", "Invalid boolean literal", 5},
-      {"tRUE", "Invalid boolean literal", 4},
-      {"nul", "Invalid literal, expected 'null'", 3},
-      {"nulls", "Invalid literal, expected 'null'", 5},
-      {"-", "Expected digit in number literal", 1},
-      {"[-x]", "Expected digit in number literal", 2},
-      {"01", "Leading zeros are not allowed in JSON numbers", 1},
-      {"[-01]", "Leading zeros are not allowed in JSON numbers", 3},
-      {"1.", "Expected digit after decimal point", 2},
-      {"[1.e5]", "Expected digit after decimal point", 3},
-      {"1e", "Expected digit in exponent", 2},
-      {"1e+", "Expected digit in exponent", 3},
-      {"[1E-]", "Expected digit in exponent", 4},
-      {"1e+-1", "Expected digit in exponent", 3},
-      {"9223372036854775808", "Invalid integer number", 0},
-      {"[-9223372036854775809", "Invalid integer number", 1},
-      {"[1e400]", "Invalid floating-point number", 1},
-      {"1e-400", "Invalid floating-point number", 0},
-      {"4.9e-324", "Invalid floating-point number", 0},  // subnormal
-      {R"("a\)", "Invalid escape sequence in string", 3},
-      {R"("\x")", "Invalid escape character in string", 2},
-      {R"({"a\U":1})", "Invalid escape character in string", 4},
-      {std::string("\"\\\0\"", 4), "Invalid escape character in string", 2},
-      {R"("\u12")", "Incomplete Unicode escape sequence", 3},
-      {R"("\u)", "Incomplete Unicode escape sequence", 3},
-      {R"("\uD83D\uDE")", "Incomplete Unicode escape sequence", 9},
-      {R"("\uD83D\uDEg0")", "Invalid hex digit in Unicode escape", 11},
-      {R"("\uDC00")", "Unexpected low surrogate without leading high surrogate", 7},
-      {R"("\uDE00")", "Unexpected low surrogate without leading high surrogate", 7},
-      {R"("\uDFFF")", "Unexpected low surrogate without leading high surrogate", 7},
-      {R"("\uD800 ")", "Missing low surrogate after high surrogate", 7},
-      {R"("\uD83D ")", "Missing low surrogate after high surrogate", 7},
-      {R"("\uD83D")", "Missing low surrogate after high surrogate", 7},
-      {R"("\uD83D)", "Missing low surrogate after high surrogate", 7},
-      {R"("\uDBFF\n")", "Missing low surrogate after high surrogate", 7},
-      {R"("\uD83D\u0041")", "Invalid low surrogate in Unicode escape", 13},
-      {R"("\uD83D\uDBFF")", "Invalid low surrogate in Unicode escape", 13},
-      {R"("\uD83D\uD83D")", "Invalid low surrogate in Unicode escape", 13},
-      {R"("\uD83D\uE000")", "Invalid low surrogate in Unicode escape", 13},
-      {"\"a\tb\"", "Unescaped control character in string", 2},
-      {"\"\x1F\"", "Unescaped control character in string", 1},
-      {std::string("\"\0\"", 3), "Unescaped control character in string", 1},
-      {R"("abc)", "Unterminated string literal", 4},
-      {R"(")", "Unterminated string literal", 1},
-      {R"("abc\")", "Unterminated string literal", 6},
+  using Places = std::vector<std::pair<std::string, int>>;
+  const std::pair<const char*, Places> cases[] = {
+      {"Unexpected end of JSON input", {{"", 0}, {" \t\n\v\f\r", 6}, {"[ ", 2}, {"[1,", 3}, {R"({"a":)", 5}}},
+      {"Invalid JSON token",
+       {{"?", 0}, {" +1", 1}, {"[,1]", 1}, {"[1,,]", 3}, {"\xC3\xA9", 0}, {std::string(1, '\0'), 0}}},
+      {"Unterminated JSON object", {{"{", 1}, {"{ ", 2}, {R"({"a":1)", 6}, {R"({"a":1,)", 7}}},
+      {"Expected string key in object", {{"{a:1}", 1}, {"{,}", 1}}},
+      {"Expected ':' after object key", {{R"({"a" 1})", 5}, {R"({"a")", 4}, {R"({"a" )", 5}}},
+      {"Expected ',' or '}' in object", {{R"({"a":1 2})", 7}, {R"({"a":1;})", 6}}},
+      {"Unterminated JSON array", {{"[", 1}, {"[1", 2}, {"[1 ", 3}}},
+      {"Expected ',' or ']' in array", {{"[1 2]", 3}, {"[1;2]", 2}, {"[1\xC2\xA0]", 2}}},
+      {"Invalid boolean literal", {{"truex", 5}, {"[fals]", 5}, {"tRUE", 4}}},
+      {"Invalid literal, expected 'null'", {{"nul", 3}, {"nulls", 5}}},
+      {"Expected digit in number literal", {{"-", 1}, {"[-x]", 2}}},
+      {"Leading zeros are not allowed in JSON numbers", {{"01", 1}, {"[-01]", 3}}},
+      {"Expected digit after decimal point", {{"1.", 2}, {"[1.e5]", 3}}},
+      {"Expected digit in exponent", {{"1e", 2}, {"1e+", 3}, {"[1E-]", 4}, {"1e+-1", 3}}},
+      {"Invalid integer number", {{"9223372036854775808", 0}, {"[-9223372036854775809", 1}}},
+      {"Invalid floating-point number", {{"[1e400]", 1}, {"1e-400", 0}, {"4.9e-324", 0}}},
+      {"Invalid escape sequence in string", {{R"("a\)", 3}}},
+      {"Invalid escape character in string",
+       {{R"("\x")", 2}, {R"({"a\U":1})", 4}, {std::string("\"\\\0\"", 4), 2}}},
+      {"Incomplete Unicode escape sequence", {{R"("\u12")", 3}, {R"("\u)", 3}, {R"("\uD83D\uDE")", 9}}},
+      {"Invalid hex digit in Unicode escape", {{R"("\uD83D\uDEg0")", 11}}},
+      {"Unexpected low surrogate without leading high surrogate",
+       {{R"("\uDC00")", 7}, {R"("\uDE00")", 7}, {R"("\uDFFF")", 7}}},
+      {"Missing low surrogate after high surrogate",
+       {{R"("\uD800 ")", 7},
+        {R"("\uD83D ")", 7},
+        {R"("\uD83D")", 7},
+        {R"("\uD83D)", 7},
+        {R"("\uDBFF\n")", 7}}},
+      {"Invalid low surrogate in Unicode escape",
+       {{R"("\uD83D\u0041")", 13},
+        {R"("\uD83D\uDBFF")", 13},
+        {R"("\uD83D\uD83D")", 13},
+        {R"("\uD83D\uE000")", 13}}},
+      {"Unescaped control character in string",
+       {{"\"a\tb\"", 2}, {"\"\x1F\"", 1}, {std::string("\"\0\"", 3), 1}}},
+      {"Unterminated string literal", {{R"("abc)", 4}, {R"(")", 1}, {R"("abc\")", 6}}},
   };
-  for (const auto& [text, message, index] : cases) expectError(text, message, index);
+  for (const auto& [message, places] : cases) {
+    for (const auto& [text, index] : places) expectError(text, message, index);
+  }
   // The bytes beside each range of hexadecimal digits.
   for (const char byte : {'/', ':', '@', 'G', '`', 'g', ' ', '"', '\xC3'}) {
     expectError(std::string("\"\\u12") + byte + "4\"", "Invalid hex digit in Unicode escape", 5);

@@ -59,27 +59,15 @@ TEST(Settings, ANumberIsClampedToTheRangeOfItsSetting) {
 }
 
 TEST(Settings, ANumberMayBeANumberABooleanOrATextAndOtherKindsAreIgnored) {
-  const std::pair<const char*, float> cases[] = {{"2", 1.0F},
-                                                 {"-0.5", 0.0F},
-                                                 {"1e300", 1.0F},
-                                                 {"0.25", 0.25F},
-                                                 {"0.9999999999", 1.0F},  // narrowed after the clamp
-                                                 {"true", 1.0F},
-                                                 {"false", 0.0F},
-                                                 {"\"0.25\"", 0.25F},
-                                                 {"\" 0.25 and more\"", 0.25F},
-                                                 {"\"0x1p-2\"", 0.25F},
-                                                 {"\"nan\"", 1.0F},
-                                                 {"\"inf\"", 1.0F},
-                                                 {"\"-inf\"", 0.0F},
-                                                 {"\"abc\"", kUnset},
-                                                 {"\"\"", kUnset},
-                                                 {"\"1e999\"", kUnset},
-                                                 {"null", kUnset},
-                                                 {"[0.5]", kUnset},
-                                                 {"{}", kUnset},
-                                                 {"-0.0", 0.0F}};
+  const std::pair<const char*, float> cases[] = {
+      {"2", 1.0F},       {"-0.5", 0.0F},        {"1e300", 1.0F},     {"0.25", 0.25F},
+      {"true", 1.0F},    {"false", 0.0F},       {"\"0.25\"", 0.25F}, {"\"0x1p-2\"", 0.25F},
+      {"\"nan\"", 1.0F}, {"\"inf\"", 1.0F},     {"\"-inf\"", 0.0F},  {"\"abc\"", kUnset},
+      {"\"\"", kUnset},  {"\"1e999\"", kUnset}, {"null", kUnset},    {"[0.5]", kUnset},
+      {"{}", kUnset},    {"-0.0", 0.0F}};
   for (const auto& [value, alpha] : cases) EXPECT_EQ(alphaOf(value), alpha) << value;
+  EXPECT_EQ(alphaOf("0.9999999999"), 1.0F) << "narrowed after the clamp";
+  EXPECT_EQ(alphaOf("\" 0.25 and more\""), 0.25F);
   EXPECT_FALSE(std::signbit(alphaOf("-0.0")));
   const SwJsonObject configuration =
       parseConfiguration("{\"alpha\": null, \"min_score\": 0.5, \"max_overlay_dets\": 7}").value();

@@ -120,19 +120,6 @@ std::optional<std::string> textOf(const Model& model) {
       model);
 }
 
-Texts partsOf(const std::string& text) {
-  Texts parts{""};
-  for (const char byte : text) {
-    if (byte == ',') {
-      parts.emplace_back();
-    } else {
-      parts.back() += byte;
-    }
-  }
-  if (parts.back().empty()) parts.pop_back();
-  return parts;
-}
-
 std::uint64_t unsignedOf(const std::string& text, std::uint64_t max) {
   const std::string trimmed = reference::trimmed(text);
   if (!trimmed.empty() && trimmed[0] == '-') return 0;
@@ -171,7 +158,7 @@ std::optional<Model> fromText(const std::string& text, const std::string& target
   }
   if (target == SwAny::typeNameOf<std::string>()) return text;
   if (target == SwAny::typeNameOf<Bytes>()) return Bytes(text.begin(), text.end());
-  if (target == SwAny::typeNameOf<Texts>()) return partsOf(text);
+  if (target == SwAny::typeNameOf<Texts>()) return reference::partsOf(text, ',');
   if (target == SwAny::typeNameOf<ByteList>()) {
     const std::string trimmed = reference::trimmed(text);
     return ByteList(trimmed.begin(), trimmed.end());
@@ -254,7 +241,7 @@ Model readModel(FuzzInput& input) {
       return Bytes(bytes.begin(), bytes.end());
     }
     case 9:
-      return partsOf(input.piece());
+      return reference::partsOf(input.piece(), ',');
     case 10: {
       const std::string bytes = input.piece();
       return ByteList(bytes.begin(), bytes.end());

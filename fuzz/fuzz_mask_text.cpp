@@ -3,7 +3,6 @@
 // sizes it names. One FrameMask serves all steps, so what it keeps from the one before is tried too.
 
 #include <cerrno>
-#include <opencv2/imgproc.hpp>
 #include <vector>
 
 #include "fuzz/FuzzInput.h"
@@ -14,6 +13,7 @@
 #include "src/FrameMask.h"
 #include "test_support/model/mask.h"
 #include "test_support/scalar_base64.h"
+#include "test_support/scalar_frame_mask.h"
 
 namespace {
 
@@ -23,12 +23,6 @@ using seg_mask_overlay::FrameMask;
 
 // Ends a text within a program. No rule of mask texts knows it.
 constexpr char kEndOfText = '\xFF';
-
-cv::Mat pixelsOf(const model::Mask& mask) {
-  cv::Mat pixels(mask.height, mask.width, CV_8UC1);
-  for (std::size_t i = 0; i < mask.inside.size(); ++i) pixels.data[i] = mask.inside[i] ? 255 : 0;
-  return pixels;
-}
 
 void checkBits(const std::optional<MaskBits>& actual, const std::optional<model::Mask>& expected) {
   fuzz::check(actual.has_value() == expected.has_value(), "whether the text is a mask");
@@ -40,9 +34,8 @@ void checkBits(const std::optional<MaskBits>& actual, const std::optional<model:
   }
 }
 
-void checkFrame(FrameMask& frame, const MaskBits& mask, const cv::Mat& pixels, Size size) {
-  cv::Mat expected;
-  cv::resize(pixels, expected, cv::Size(size.width, size.height), 0, 0, cv::INTER_NEAREST);
+void checkFrame(FrameMask& frame, const MaskBits& mask, Size size) {
+  const cv::Mat expected = seg_mask::scalarFrameMask(mask, size.width, size.height);
   const unsigned char* const actual = frame.fill(mask, size.width, size.height);
   const std::string is(reinterpret_cast<const char*>(actual), expected.total());
   const std::string shouldBe(reinterpret_cast<const char*>(expected.data), expected.total());
@@ -80,10 +73,7 @@ void step(FuzzInput& input, FrameMask& frame) {
   checkBits(mask, expected);
   fuzz::check(kind != 1 || mask, "a good text is a mask");
   if (!mask) return;
-  const cv::Mat pixels = pixelsOf(*expected);
-  checkFrame(frame, *mask, pixels, first);
-  checkFrame(frame, *mask, pixels, second);
-  checkFrame(frame, *mask, pixels, {mask->width, mask->height});
+  for (const Size size : {first, second, Size{mask->width, mask->height}}) checkFrame(frame, *mask, size);
 }
 
 }  // namespace

@@ -30,23 +30,8 @@ std::string filled(const std::string& text, const std::string& value) {
   return text;
 }
 
-std::vector<std::string> partsOf(const std::string& text, char separator) {
-  std::vector<std::string> parts;
-  std::string part;
-  for (const char byte : text) {
-    if (byte == separator) {
-      parts.push_back(part);
-      part.clear();
-    } else {
-      part += byte;
-    }
-  }
-  if (!part.empty()) parts.push_back(part);
-  return parts;
-}
-
 void checkSplit(const SwString& text, char separator) {
-  const std::vector<std::string> expected = partsOf(text, separator);
+  const std::vector<std::string> expected = reference::partsOf(text, separator);
   const std::vector<SwString> parts = text.split(separator);
   fuzz::check(parts.size() == expected.size(), "the number of parts");
   for (std::size_t i = 0; i < parts.size(); ++i) fuzz::checkEqual(parts[i], expected[i], "a part");

@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "fuzz/fuzz_target.h"
+#include "test_support/scene.h"
 
 namespace reference {
 namespace {
@@ -61,13 +62,7 @@ std::string aesKeyFor(const std::string& key) {
 }  // namespace
 
 std::string base64Encode(const std::string& bytes) {
-  std::string bits;
-  for (const char byte : bytes) appendBits(bits, static_cast<unsigned char>(byte), 8);
-  while (bits.size() % 6 != 0) bits += '0';
-  std::string text;
-  for (std::size_t at = 0; at < bits.size(); at += 6) text += kAlphabet[valueOf(bits.substr(at, 6))];
-  while (text.size() % 4 != 0) text += '=';
-  return text;
+  return scene::base64({bytes.begin(), bytes.end()});
 }
 
 std::string base64Decode(const std::string& text) {

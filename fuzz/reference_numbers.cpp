@@ -110,6 +110,21 @@ std::string trimmed(const std::string& text) {
   return text.substr(first, end - first);
 }
 
+std::vector<std::string> partsOf(const std::string& text, char separator) {
+  std::vector<std::string> parts;
+  std::string part;
+  for (const char byte : text) {
+    if (byte == separator) {
+      parts.push_back(part);
+      part.clear();
+    } else {
+      part += byte;
+    }
+  }
+  if (!part.empty()) parts.push_back(part);
+  return parts;
+}
+
 std::optional<std::int64_t> signedPrefix(const std::string& text, unsigned base, std::size_t& consumed) {
   const Magnitude magnitude = readMagnitude(text, base);
   const std::optional<std::int64_t> value = asSigned(magnitude);

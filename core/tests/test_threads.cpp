@@ -3,14 +3,12 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <functional>
 #include <string>
-#include <thread>
-#include <vector>
 
 #include "core/SwAny.h"
 #include "core/render_payload.h"
+#include "test_support/StartTogether.h"
 #include "tests/json_text.h"
 
 namespace {
@@ -19,16 +17,9 @@ using json_text::generated;
 using json_text::parsed;
 
 void onFourThreads(const std::function<void()>& work) {
-  constexpr int kThreads = 4;
-  std::atomic<int> ready{0};
-  std::vector<std::thread> threads;
-  for (int i = 0; i < kThreads; ++i) {
-    threads.emplace_back([&work, &ready] {
-      for (++ready; ready < kThreads;) std::this_thread::yield();
-      for (int round = 0; round < 2000; ++round) work();
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
+  startTogether(4, [&work](unsigned) {
+    for (int round = 0; round < 2000; ++round) work();
+  });
 }
 
 const std::string kText = "{\"a\": [1,0.5,true,\"text\"],\"b\": {\"c\": \"\"}}";

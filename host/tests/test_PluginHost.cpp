@@ -3,11 +3,11 @@
 
 #include <atomic>
 #include <filesystem>
-#include <thread>
 #include <vector>
 
 #include "host/PluginHost.h"
 #include "io/UserError.h"
+#include "test_support/StartTogether.h"
 #include "test_support/TempFolder.h"
 
 namespace fs = std::filesystem;
@@ -41,27 +41,20 @@ TEST(PluginHost, HoldsThePluginOfALibrary) {
 
 // class_loader itself may be called by one thread at a time.
 TEST(PluginHost, SeveralThreadsLoadAndUnloadAtOnce) {
-  constexpr int kThreads = 8;
-  constexpr int kRounds = 50;
-  std::atomic<int> ready{0};
-  std::atomic<int> loaded{0};
+  constexpr unsigned kThreads = 8;
+  constexpr unsigned kRounds = 50;
+  std::atomic<unsigned> loaded{0};
   std::vector<std::string> errors(kThreads);
-  std::vector<std::thread> threads;
-  for (int i = 0; i < kThreads; ++i) {
-    threads.emplace_back([&, i] {
-      ++ready;
-      while (ready < kThreads) std::this_thread::yield();
-      try {
-        for (int round = 0; round < kRounds; ++round) {
-          PluginHost host(idlePlugins()[static_cast<std::size_t>(i + round) % idlePlugins().size()]);
-          if (host.plugin().getUuid() == "idle") ++loaded;
-        }
-      } catch (const std::exception& error) {
-        errors[static_cast<std::size_t>(i)] = error.what();
+  startTogether(kThreads, [&](unsigned i) {
+    try {
+      for (unsigned round = 0; round < kRounds; ++round) {
+        PluginHost host(idlePlugins()[(i + round) % idlePlugins().size()]);
+        if (host.plugin().getUuid() == "idle") ++loaded;
       }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
+    } catch (const std::exception& error) {
+      errors[i] = error.what();
+    }
+  });
   EXPECT_EQ(errors, std::vector<std::string>(kThreads));
   EXPECT_EQ(loaded, kThreads * kRounds);
 }

@@ -7,7 +7,20 @@
 namespace scene {
 namespace {
 
-// Bytes that a terminal would swallow are shown as hexadecimal escapes.
+const char* formName(PayloadForm form) {
+  switch (form) {
+    case PayloadForm::object:
+      return "object";
+    case PayloadForm::text:
+      return "text";
+    case PayloadForm::absent:
+      break;
+  }
+  return "absent";
+}
+
+}  // namespace
+
 std::string printable(const std::string& text) {
   std::string out;
   for (const char c : text) {
@@ -22,20 +35,6 @@ std::string printable(const std::string& text) {
   }
   return out;
 }
-
-const char* formName(PayloadForm form) {
-  switch (form) {
-    case PayloadForm::object:
-      return "object";
-    case PayloadForm::text:
-      return "text";
-    case PayloadForm::absent:
-      break;
-  }
-  return "absent";
-}
-
-}  // namespace
 
 std::size_t frameBytes(int width, int height) {
   const auto luma = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);

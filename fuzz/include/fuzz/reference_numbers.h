@@ -4,9 +4,10 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
-/// The number rules of SwString once more, step by step and without a thought for speed, to compare with.
-/// Nothing here calls the library. The process must be in the "C" locale.
+/// The rules of SwString for numbers and parts once more, step by step and without a thought for speed, to
+/// compare with. Nothing here calls the library. The process must be in the "C" locale.
 namespace reference {
 
 /// What isspace accepts in the "C" locale.
@@ -15,6 +16,9 @@ bool isDigit(char byte);
 
 /// Without spaces, tabs, line feeds and carriage returns around it.
 std::string trimmed(const std::string& text);
+
+/// What stands between the separators; nothing for an empty last part.
+std::vector<std::string> partsOf(const std::string& text, char separator);
 
 /// An integer at the start of the text, white space before it skipped. Base 0 stands for automatic. Nothing
 /// if there is none or it is out of range. `consumed` is then 0.

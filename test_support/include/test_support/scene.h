@@ -70,6 +70,9 @@ std::vector<uint8_t> patternFrame(int width, int height);
 
 std::string base64(const std::vector<uint8_t>& bytes);
 
+/// The text with a backslash, and what a terminal would swallow, as hexadecimal escapes.
+std::string printable(const std::string& text);
+
 /// The mask text of `width` x `height` pixels, row by row.
 std::string maskText(int width, int height, const std::vector<bool>& inside);
 

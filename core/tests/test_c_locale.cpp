@@ -13,6 +13,7 @@
 #include <locale>
 #include <sstream>
 #include <thread>
+#include <utility>
 
 #include "core/SwAny.h"
 #include "core/number_text.h"
@@ -56,12 +57,10 @@ void expectStringsReadNumbers() {
   EXPECT_EQ(value, 1.0);
   EXPECT_FALSE(sw_number::toDouble(",5", value));
 
-  EXPECT_EQ(parsedDouble("1000.5"), 1000.5);
-  EXPECT_EQ(parsedDouble("1_000.5"), 1000.5);
-  EXPECT_EQ(parsedDouble("-2.5e-1"), -0.25);
-  EXPECT_EQ(parsedDouble("1,5"), 1.0);
-  EXPECT_EQ(parsedDouble("1.234.567"), 1.234);
-  EXPECT_EQ(parsedDouble("1e-310"), -1.0) << "the C library calls it out of range";
+  const std::pair<const char*, double> numbers[] = {
+      {"1000.5", 1000.5}, {"1_000.5", 1000.5},  {"-2.5e-1", -0.25},
+      {"1,5", 1.0},       {"1.234.567", 1.234}, {"1e-310", -1.0}};  // out of range, the C library says
+  for (const auto& [text, number] : numbers) EXPECT_EQ(parsedDouble(text), number) << text;
   EXPECT_EQ(SwString("1234567").toInt(nullptr), 1234567);
   EXPECT_EQ(SwString("1.234").toInt(nullptr), 1);
   EXPECT_EQ(SwString("0.75").toFloat(), 0.75F);
@@ -119,15 +118,16 @@ void expectKeyedDocumentsKeepNumbers() {
 }
 
 void expectAnyWritesNumbers() {
-  EXPECT_EQ(convertedTo<SwString>(1234567), "1234567");
-  EXPECT_EQ(convertedTo<SwString>(4000000000U), "4000000000");
-  EXPECT_EQ(convertedTo<SwString>(-1234567890123L), "-1234567890123");
-  EXPECT_EQ(convertedTo<SwString>(18446744073709551615UL), "18446744073709551615");
-  EXPECT_EQ(convertedTo<SwString>(0.45F), "0.4499999881");
-  EXPECT_EQ(convertedTo<SwString>(1234567.25), "1234567.25");
-  EXPECT_EQ(convertedTo<SwString>(true), "true");
-  EXPECT_EQ(convertedTo<SwString>(SwJsonValue(1234.5)), "1234.5");
-  EXPECT_EQ(convertedTo<SwString>(SwJsonValue(1234567)), "1234567");
+  const std::pair<SwAny, const char*> texts[] = {{1234567, "1234567"},
+                                                 {4000000000U, "4000000000"},
+                                                 {-1234567890123L, "-1234567890123"},
+                                                 {18446744073709551615UL, "18446744073709551615"},
+                                                 {0.45F, "0.4499999881"},
+                                                 {1234567.25, "1234567.25"},
+                                                 {true, "true"},
+                                                 {SwJsonValue(1234.5), "1234.5"},
+                                                 {SwJsonValue(1234567), "1234567"}};
+  for (const auto& [number, text] : texts) EXPECT_EQ(convertedTo<SwString>(number), text);
   SwJsonArray array;
   array.append(1234.5);
   EXPECT_EQ(convertedTo<SwString>(array), "[1234.5]");

@@ -1,12 +1,12 @@
 #!/usr/bin/env python3
 """Times the plug-in beside the Python libraries that draw masks, on the CPU: one frame, the same masks.
 
-    bench/peers.py PROGRAM LIBRARY RESULTS
+    bench/peers.py PROGRAM RESULTS LIBRARY...
 
-PROGRAM is bench/time_render.cpp's, LIBRARY the plug-in, and RESULTS the JSON file to write (scripts/bench --peers gives them,
-and the Python that has the libraries). People of about 200x400 stand on a dark grey frame of 1920x1080; their masks of 160x160
-span the frame. Ours gets them as text and draws into NV12; the others get boolean masks of the frame's size and draw into RGB.
-Before anything is timed, each must have changed exactly the masks' pixels.
+PROGRAM is bench/time_render.cpp's, RESULTS the JSON file to write, and each LIBRARY one of the plug-in (scripts/bench --peers
+gives them, and the Python that has the others). People of about 200x400 stand on a dark grey frame of 1920x1080; their masks
+of 160x160 span the frame. Ours get them as text and draw into NV12; the others get boolean masks of the frame's size and draw
+into RGB. Before anything is timed, each must have changed exactly the masks' pixels, and ours the same bytes.
 """
 
 import base64
@@ -89,23 +89,30 @@ def require_drawn(who, crowd, before, after, color):
 
 
 class Ours:
-    """The plug-in, drawing one crowd; a process for every round."""
+    """The plug-in's libraries, drawing one crowd; a process for each of them and every round."""
 
-    def __init__(self, program, library, folder, crowd):
-        paths = {name: str(folder / name) for name in ("frame.nv12", "payload.json", "drawn.nv12")}
-        self.drawn = paths["drawn.nv12"]
-        self.command = [program, library, str(WIDTH), str(HEIGHT), paths["frame.nv12"], paths["payload.json"],
-                        "1", self.drawn]
+    def __init__(self, program, libraries, folder, crowd):
+        frame, payload, self.drawn = (str(folder / name) for name in ("frame.nv12", "payload.json", "drawn.nv12"))
+        self.commands = {
+            pathlib.Path(library).name: [program, library, str(WIDTH), str(HEIGHT), frame, payload, "1", self.drawn]
+            for library in libraries}
         luma = grey_frame()
-        pathlib.Path(paths["frame.nv12"]).write_bytes(luma.tobytes() + bytes([128]) * (luma.size // 2))
-        pathlib.Path(paths["payload.json"]).write_text(crowd.payload)
-        self.time()
+        pathlib.Path(frame).write_bytes(luma.tobytes() + bytes([128]) * (luma.size // 2))
+        pathlib.Path(payload).write_text(crowd.payload)
         red, green, blue = crowd.colors[0]
-        drawn = np.fromfile(self.drawn, dtype=np.uint8)[: luma.size].reshape(HEIGHT, WIDTH, 1)
-        require_drawn("the plug-in", crowd, luma[..., None], drawn, [0.299 * red + 0.587 * green + 0.114 * blue])
+        color = [0.299 * red + 0.587 * green + 0.114 * blue]
+        pictures = {library: self.picture(library) for library in self.commands}
+        for library, picture in pictures.items():
+            require_drawn(library, crowd, luma[..., None], picture[: luma.size].reshape(HEIGHT, WIDTH, 1), color)
+        if len({picture.tobytes() for picture in pictures.values()}) != 1:
+            sys.exit(f"peers: {' and '.join(pictures)} draw differently")
 
-    def time(self):
-        ended = subprocess.run(self.command, capture_output=True, text=True, check=False)
+    def picture(self, library):
+        self.time(library)
+        return np.fromfile(self.drawn, dtype=np.uint8)
+
+    def time(self, library):
+        ended = subprocess.run(self.commands[library], capture_output=True, text=True, check=False)
         if ended.returncode != 0:
             sys.exit(f"peers: {ended.stderr}")
         return json.loads(ended.stdout)[0]
@@ -236,52 +243,65 @@ def checked(peer, crowd):
     return drawing
 
 
-def measure(program, library, peers, count, threads):
-    """The median milliseconds of ours, and by peer's name and number of threads of the others. In every round each has its turn,
-    draws twice, and the second time counts."""
+def measure(program, libraries, peers, count, threads):
+    """The median milliseconds, by name of ours, and by peer's name and number of threads of the others. In every round each has
+    its turn, draws twice, and the second time counts."""
     crowd = Crowd(count)
-    ours, theirs = [], {(peer.name, n): [] for peer in peers for n in threads}
     with tempfile.TemporaryDirectory() as folder:
-        plugin = Ours(program, library, pathlib.Path(folder), crowd)
+        plugin = Ours(program, libraries, pathlib.Path(folder), crowd)
+        ours, theirs = {library: [] for library in plugin.commands}, {(peer.name, n): [] for peer in peers for n in threads}
         drawings = {peer.name: checked(peer, crowd) for peer in peers}
         for _ in range(ROUNDS):
-            ours.append(plugin.time())
+            for library, times in ours.items():
+                times.append(plugin.time(library))
             for (name, n), times in theirs.items():
                 use_threads(n)
                 drawings[name].draw()
                 times.append(milliseconds(drawings[name].draw))
-    return statistics.median(ours), {key: statistics.median(times) for key, times in theirs.items()}
+    return tuple({key: statistics.median(times) for key, times in all_times.items()} for all_times in (ours, theirs))
+
+
+def installed_versions():
+    """Of the peers' libraries that are installed."""
+    versions = {}
+    for name in VERSIONS:
+        try:
+            versions[name] = importlib.metadata.version(name)
+        except importlib.metadata.PackageNotFoundError:
+            pass
+    return versions
 
 
 def main():
-    program, library, results = sys.argv[1:]
+    program, results, *libraries = sys.argv[1:]
     threads = sorted({1, len(os.sched_getaffinity(0))})
     peers, missing = without_missing(PEERS)
-    ours = {}
     rows = {peer.name: {"name": peer.name, "frame-sized": peer.frame_sized, "leaves out": peer.leaves_out, "milliseconds": {}}
             for peer in peers}
+    ours = {pathlib.Path(library).name: {} for library in libraries}
     for count in COUNTS:
         print(f"peers: {count} masks", flush=True)
-        ours[count], theirs = measure(program, library, peers, count, threads)
+        own, theirs = measure(program, libraries, peers, count, threads)
+        for library, times in ours.items():
+            times[count] = own[library]
         for name, row in rows.items():
             row["milliseconds"][count] = {n: theirs[name, n] for n in threads}
-    installed = {name: importlib.metadata.version(name) for name in VERSIONS}
     pathlib.Path(results).write_text(json.dumps({
         "ours": ours, "peers": list(rows.values()), "missing": missing, "threads": threads,
-        "versions": {"Python": platform.python_version(), **installed}, "rounds": ROUNDS}, indent=1))
+        "versions": {"Python": platform.python_version(), **installed_versions()}, "rounds": ROUNDS}, indent=1))
 
 
 if __name__ == "__main__":
     if len(sys.argv) == 2 and sys.argv[1] in ("-h", "--help"):
         print(__doc__, end="")
         sys.exit(0)
-    if len(sys.argv) != 4:
-        print("peers: needs three arguments (see --help)", file=sys.stderr)
+    if len(sys.argv) < 4:
+        print("peers: needs at least three arguments (see --help)", file=sys.stderr)
         sys.exit(2)
     # Before ultralytics is imported: it looks for updates and keeps settings, in the home folder if not told otherwise.
     os.environ.setdefault("YOLO_OFFLINE", "true")
     os.environ.setdefault("YOLO_VERBOSE", "false")
-    os.environ.setdefault("YOLO_CONFIG_DIR", str(pathlib.Path(sys.argv[3]).resolve().parent))
+    os.environ.setdefault("YOLO_CONFIG_DIR", str(pathlib.Path(sys.argv[2]).resolve().parent))
     import numpy as np
 
     main()

@@ -4,7 +4,8 @@
     bench/plots.py RESULTS_FOLDER PICTURES_FOLDER
 
 RESULTS_FOLDER is as in report.py. Writes render.svg (a frame beside its floor and OpenCV), render_detections.svg and
-render_sizes.svg (how an item's time grows). The same figures give the same bytes.
+render_sizes.svg (how an item's time grows), one_pass_detections.svg and one_pass_sizes.svg (drawing with frame-sized masks and
+in one pass). The same figures give the same bytes.
 """
 
 import pathlib
@@ -17,12 +18,15 @@ matplotlib.rcParams.update({"svg.hashsalt": "segmask", "font.size": 10, "axes.gr
                             "axes.spines.top": False, "axes.spines.right": False})
 import matplotlib.pyplot as plt  # noqa: E402
 
-from report import DETECTIONS, ITEMS_A_SIZE, SIZES, Results  # noqa: E402
+from report import COUNTS, DETECTIONS, FRAMES, ITEMS_A_SIZE, SIZES, Results  # noqa: E402
 
 # Told apart without colours too.
 OURS = {"color": "#0b6e4f", "marker": "o", "label": "render"}
 FLOOR = {"color": "#6c757d", "marker": "s", "linestyle": "--", "label": "floor"}
 OPENCV = {"color": "#c1440e", "marker": "^", "linestyle": ":", "label": "OpenCV"}
+COMPOSITORS = {"frame_mask": OURS | {"label": "frame masks"},
+               "fused": {"color": "#1d5fa6", "marker": "D", "linestyle": "-.", "label": "one pass"},
+               "memcpy": FLOOR | {"label": "memcpy of the covered bytes"}}
 
 
 def figure(title, xlabel, ylabel):
@@ -45,12 +49,20 @@ def plain_numbers(axis, ticks, labels=None):
     axis.set_minor_formatter(matplotlib.ticker.NullFormatter())
 
 
+def pixels(sizes):
+    return [int(width) * int(height) for width, height in (size.split("x") for size in sizes)]
+
+
+def size_ticks(axes, sizes):
+    plain_numbers(axes.xaxis, pixels(sizes), sizes)
+    axes.tick_params(axis="x", rotation=20)
+
+
 def plot_render(results, path):
-    counts = (1, 10, 30, 100)
     axes = figure("A frame of 1920x1080", "detections", "milliseconds")
     for name, style in (("OpenCV", OPENCV), ("ours", OURS), ("floor", FLOOR)):
-        axes.loglog(counts, [results[f"render/{count}/{name}"] / 1e6 for count in counts], **style)
-    plain_numbers(axes.xaxis, counts)
+        axes.loglog(COUNTS, [results[f"render/{count}/{name}"] / 1e6 for count in COUNTS], **style)
+    plain_numbers(axes.xaxis, COUNTS)
     plain_numbers(axes.yaxis, (0.1, 1, 10, 100))
     save(axes, path)
 
@@ -66,12 +78,28 @@ def plot_detections(results, path):
 
 def plot_sizes(results, path):
     axes = figure("An item's time, 10 detections", "frame", "microseconds")
-    pixels = [int(width) * int(height) for width, height in (size.split("x") for size in SIZES)]
     for name, style in (("ours", OURS), ("floor", FLOOR | {"label": "fill and copy"})):
-        axes.loglog(pixels, [results[f"size/{size}/{name}"] / ITEMS_A_SIZE / 1e3 for size in SIZES], **style)
-    plain_numbers(axes.xaxis, pixels, SIZES)
+        axes.loglog(pixels(SIZES), [results[f"size/{size}/{name}"] / ITEMS_A_SIZE / 1e3 for size in SIZES], **style)
+    size_ticks(axes, SIZES)
     plain_numbers(axes.yaxis, (10, 100, 1000))
-    axes.tick_params(axis="x", rotation=20)
+    save(axes, path)
+
+
+def plot_one_pass_detections(results, path):
+    axes = figure("Drawing a frame of 1920x1080, boxes of 200x400", "detections", "milliseconds")
+    for name, style in COMPOSITORS.items():
+        axes.loglog(COUNTS, [results[f"warm/1920x1080/people{count}/{name}"] / 1e6 for count in COUNTS], **style)
+    plain_numbers(axes.xaxis, COUNTS)
+    plain_numbers(axes.yaxis, (0.01, 0.1, 1, 10))
+    save(axes, path)
+
+
+def plot_one_pass_sizes(results, path):
+    axes = figure("Drawing 30 boxes of 200x400", "frame", "milliseconds")
+    for name, style in COMPOSITORS.items():
+        axes.loglog(pixels(FRAMES), [results[f"warm/{frame}/people30/{name}"] / 1e6 for frame in FRAMES], **style)
+    size_ticks(axes, FRAMES)
+    plain_numbers(axes.yaxis, (0.1, 1, 10))
     save(axes, path)
 
 
@@ -84,6 +112,9 @@ def main():
     growth = Results(results / "render_growth.json")
     plot_detections(growth, pictures / "render_detections.svg")
     plot_sizes(growth, pictures / "render_sizes.svg")
+    compositors = Results(results / "compositors.json")
+    plot_one_pass_detections(compositors, pictures / "one_pass_detections.svg")
+    plot_one_pass_sizes(compositors, pictures / "one_pass_sizes.svg")
 
 
 if __name__ == "__main__":

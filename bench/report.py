@@ -15,6 +15,7 @@ import re
 import subprocess
 import sys
 
+COUNTS = (1, 10, 30, 100)  # of detections in a frame
 NANOSECONDS = {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}
 
 
@@ -133,7 +134,7 @@ def blend_table(results):
 
 def render_table(results):
     rows = []
-    for count in (1, 10, 30, 100):
+    for count in COUNTS:
         ours, floor, peer = (results[f"render/{count}/{name}"] for name in ("ours", "floor", "OpenCV"))
         rows.append([str(count), readable(ours), readable(ours / count), readable(floor / count), f"{ours / floor:.2f} (≤ 1.5)",
                      readable(peer), f"{peer / ours:.2f} (≥ 4)"])
@@ -159,6 +160,69 @@ def sizes_table(results):
     return table(["frame", "an item", "its fill and copy", "ratio", "beside 1920x1080"], rows)
 
 
+# What bench_compositors draws: sizes of frames, and the scenes by their names.
+FRAMES = ("640x360", "1280x720", "1920x1080", "3840x2160")
+SCENES = {**{f"people{count}": f"{count} of 200x400" for count in COUNTS}, "mixed30": "30 as in photographs"}
+
+# By what is timed: the benchmarks, and how many times faster one pass must be in each of FRAMES.
+ONE_PASS_TARGETS = {
+    "drawing, boxes of 200x400, warm": ("warm/{}/people30", (1.2, 3.5, 7, 18)),
+    "drawing, boxes of 200x400, cold": ("cold/{}/people30", (1.2, 3.5, 6, 18)),
+    "drawing, boxes as in photographs, warm": ("warm/{}/mixed30", (3, 7, 8, 15)),
+    "a whole `render`, boxes of 200x400": ("render/{}/people30", (1.2, 3, 5, 12)),
+    "a whole `render`, boxes as in photographs": ("render/{}/mixed30", (2.5, 5, 6, 12)),
+}
+
+
+def both(results, name):
+    """The times with frame-sized masks and in one pass."""
+    return results[f"{name}/frame_mask"], results[f"{name}/fused"]
+
+
+def one_pass_table(results):
+    """The ratios beside their targets, then the times."""
+    ratios, times = [], []
+    for what, (name, targets) in ONE_PASS_TARGETS.items():
+        pairs = [both(results, name.format(frame)) for frame in FRAMES]
+        ratios.append([what, *(f"{masks / fused:.1f} (≥ {target})" for (masks, fused), target in zip(pairs, targets))])
+        times.append([what, *(f"{readable(masks)} : {readable(fused)}" for masks, fused in pairs)])
+    return "\n\n".join(table(["", *FRAMES], rows) for rows in (ratios, times))
+
+
+def one_pass_copy_table(results):
+    rows = []
+    for frame in FRAMES:
+        for scene, boxes in SCENES.items():
+            cells = [frame, boxes]
+            for cache in ("warm", "cold"):
+                name = f"{cache}/{frame}/{scene}"
+                masks, fused = both(results, name)
+                copy = results[f"{name}/memcpy"]
+                target = " (≤ 1.5)" if name == "cold/1920x1080/people30" else ""
+                cells += [readable(masks), readable(fused), readable(copy), f"{fused / copy:.2f}{target}"]
+            rows.append(cells)
+    columns = ["frame masks", "one pass", "memcpy", "one pass : memcpy"]
+    return table(["frame", "boxes", *(f"{cache}: {column}" for cache in ("warm", "cold") for column in columns)], rows)
+
+
+def one_pass_decode_table(results):
+    rows = []
+    for scene, boxes in SCENES.items():
+        pairs = [both(results, f"decode/{frame}/{scene}") for frame in FRAMES]
+        rows.append([boxes, *(f"{readable(masks)} : {readable(fused)} ({masks / fused:.1f})" for masks, fused in pairs)])
+    return table(["boxes", *FRAMES], rows)
+
+
+def one_pass_masks_table(results):
+    rows = []
+    for name in results.times:
+        match = re.fullmatch(r"mask/(.*)/(.*)/(.*)/fused", name)
+        if match:
+            masks, fused = both(results, name.removesuffix("/fused"))
+            rows.append([*match.groups(), readable(masks), readable(fused), f"{masks / fused:.2f} (≥ 0.97)"])
+    return table(["frame", "masks", "boxes", "frame masks", "one pass", "ratio"], sorted(rows))
+
+
 def machine():
     processor = re.search(r"model name\s*:\s*(.*)", pathlib.Path("/proc/cpuinfo").read_text())
     compiler = subprocess.run(["c++", "--version"], capture_output=True, text=True, check=True).stdout.splitlines()[0]
@@ -167,29 +231,39 @@ def machine():
             f"{f' at {int(mhz[1]) / 1000:.1f} GHz' if mhz else ''}, one thread; {compiler}; `-O2 -DNDEBUG`.")
 
 
+# How many times the time of a library the fastest peer must take, by whether that is given masks of the frame's size.
+PEERS_TARGETS = {(True, "libseg_mask_overlay.so"): " (≥ 5)", (False, "libseg_mask_overlay_fused.so"): " (≥ 20)"}
+
+
 def peers_table(measured):
-    """Milliseconds a frame; of each peer with the number of threads that was fastest."""
+    """Milliseconds a frame; of each peer with the number of threads that was fastest. The multiples are of the first library."""
     def milliseconds(time):
         return f"{time:.0f}" if time >= 1000 else f"{time:.3g}"
 
-    ours, count_of_target, target = measured["ours"], "30", 5
-    rows = [["ours", *map(milliseconds, ours.values()), "1", "nothing"]]
-    ratios = {True: {}, False: {}}
+    def cell(time, count):
+        return f"{milliseconds(time)} ({time / ours[first][count]:.{1 if time >= ours[first][count] else 2}f})"
+
+    ours, count_of_targets = measured["ours"], "30"
+    first = next(iter(ours))
+    rows = [[f"ours, `{name}`", *(cell(time, count) if name != first else milliseconds(time) for count, time in times.items()),
+             "1", "nothing"] for name, times in ours.items()]
+    fastest = {}  # by whether it is given masks of the frame's size: time at that count, name
     for peer in measured["peers"]:
-        best = {count: min((time, threads) for threads, time in peer["milliseconds"][count].items()) for count in ours}
-        times = [f"{milliseconds(best[count][0])} ({best[count][0] / ours[count]:.1f})" for count in ours]
-        rows.append([peer["name"], *times, ", ".join(best[count][1] for count in ours), peer["leaves out"]])
-        ratios[peer["frame-sized"]][peer["name"]] = best[count_of_target][0] / ours[count_of_target]
+        best = {count: min((time, threads) for threads, time in peer["milliseconds"][count].items()) for count in ours[first]}
+        rows.append([peer["name"], *(cell(time, count) for count, (time, _) in best.items()),
+                     ", ".join(threads for _, threads in best.values()), peer["leaves out"]])
+        candidate = best[count_of_targets][0], peer["name"]
+        fastest[peer["frame-sized"]] = min(candidate, fastest.get(peer["frame-sized"], candidate))
     for name, reason in measured["missing"].items():
-        rows.append([name, *("" for _ in ours), "", f"could not be measured: {reason}"])
-    counts = [f"{count} mask{'s' if count != '1' else ''}" for count in ours]
+        rows.append([name, *("" for _ in ours[first]), "", f"could not be measured: {reason}"])
+    counts = [f"{count} mask{'s' if count != '1' else ''}" for count in ours[first]]
     lines = [table(["", *counts, "threads", "leaves out"], rows)]
     for frame_sized, given in ((True, "masks of the frame's size"), (False, "masks cut to their boxes beforehand")):
-        if ratios[frame_sized]:
-            name, ratio = min(ratios[frame_sized].items(), key=lambda item: item[1])
-            goal = f" (≥ {target})" if frame_sized else ""
-            lines.append(f"The fastest that is given {given}, at {count_of_target} masks: {name}, "
-                         f"{ratio:.1f} times the time of ours{goal}.")
+        if frame_sized in fastest:
+            time, name = fastest[frame_sized]
+            multiples = (f"{time / times[count_of_targets]:.1f} times the time of `{library}`"
+                         + PEERS_TARGETS.get((frame_sized, library), "") for library, times in ours.items())
+            lines.append(f"The fastest that is given {given}, at {count_of_targets} masks: {name}, {' and '.join(multiples)}.")
     versions = ", ".join(f"{name} {version}" for name, version in measured["versions"].items())
     lines.append(f"{machine()} The others: {versions}; with {' and '.join(map(str, measured['threads']))} threads. "
                  f"Medians of {measured['rounds']} rounds.")
@@ -214,6 +288,7 @@ def main():
         sys.exit(__doc__.strip())
     folder, document = pathlib.Path(sys.argv[1]), pathlib.Path(sys.argv[2])
     json_results = Results(folder / "json.json")
+    compositors = Results(folder / "compositors.json")
     write_tables(document, {
         "machine": machine(),
         "json payload": json_table(json_results, "payload"),
@@ -224,6 +299,10 @@ def main():
         "render": render_table(Results(folder / "render.json")),
         "render detections": detections_table(Results(folder / "render_growth.json")),
         "render sizes": sizes_table(Results(folder / "render_growth.json")),
+        "one pass": one_pass_table(compositors),
+        "one pass and memcpy": one_pass_copy_table(compositors),
+        "one pass and decoding": one_pass_decode_table(compositors),
+        "one pass and masks": one_pass_masks_table(compositors),
         "frame mask": frame_mask_table(Results(folder / "frame_mask.json")),
     })
 

@@ -15,7 +15,7 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 
 # `fast` is fastest with 2 threads at 30 masks and with 1 otherwise.
 MEASURED = {
-    "ours": {"1": 0.5, "30": 10.0},
+    "ours": {"libseg_mask_overlay.so": {"1": 0.5, "30": 10.0}, "libseg_mask_overlay_fused.so": {"1": 0.125, "30": 1.0}},
     "peers": [
         {"name": "slow", "frame-sized": True, "leaves out": "much",
          "milliseconds": {"1": {"1": 5.0, "2": 6.0}, "30": {"1": 1234.0, "2": 2000.0}}},
@@ -36,22 +36,25 @@ class PeersTable(unittest.TestCase):
         with mock.patch("report.machine", return_value="On a machine."):
             self.lines = report.peers_table(MEASURED).splitlines()
 
-    def test_has_a_row_each_with_the_best_time_and_its_ratio_to_ours(self):
-        self.assertEqual(self.lines[:7], [
+    def test_has_a_row_each_with_the_best_time_and_its_ratio_to_the_first_of_ours(self):
+        self.assertEqual(self.lines[:8], [
             "|  | 1 mask | 30 masks | threads | leaves out |",
             "| --- | --- | --- | --- | --- |",
-            "| ours | 0.5 | 10 | 1 | nothing |",
+            "| ours, `libseg_mask_overlay.so` | 0.5 | 10 | 1 | nothing |",
+            "| ours, `libseg_mask_overlay_fused.so` | 0.125 (0.25) | 1 (0.10) | 1 | nothing |",
             "| slow | 5 (10.0) | 1234 (123.4) | 1, 1 | much |",
             "| fast | 1 (2.0) | 61 (6.1) | 1, 2 | more |",
-            "| cut | 0.25 (0.5) | 25 (2.5) | 1, 1 | most |",
+            "| cut | 0.25 (0.50) | 25 (2.5) | 1, 1 | most |",
             "| absent |  |  |  | could not be measured: no such library |",
         ])
 
-    def test_states_the_best_at_30_masks_beside_the_target(self):
+    def test_states_the_best_at_30_masks_beside_the_targets_of_both_libraries(self):
         self.assertIn("The fastest that is given masks of the frame's size, at 30 masks: fast, "
-                      "6.1 times the time of ours (≥ 5).", self.lines)
+                      "6.1 times the time of `libseg_mask_overlay.so` (≥ 5) and "
+                      "61.0 times the time of `libseg_mask_overlay_fused.so`.", self.lines)
         self.assertIn("The fastest that is given masks cut to their boxes beforehand, at 30 masks: cut, "
-                      "2.5 times the time of ours.", self.lines)
+                      "2.5 times the time of `libseg_mask_overlay.so` and "
+                      "25.0 times the time of `libseg_mask_overlay_fused.so` (≥ 20).", self.lines)
 
     def test_names_machine_versions_threads_and_rounds(self):
         self.assertEqual(self.lines[-1],

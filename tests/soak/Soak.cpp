@@ -1,5 +1,6 @@
 #include "soak/Soak.h"
 
+#include <algorithm>
 #include <sstream>
 
 #include "cudart_cpu/control.h"
@@ -8,6 +9,7 @@
 #include "test_support/frame_check.h"
 #include "test_support/model/fallback_line.h"
 #include "test_support/model/scene_frame.h"
+#include "test_support/overlay_facts.h"
 #include "zelvo/ZelvoPicture.h"
 
 namespace soak {
@@ -28,6 +30,15 @@ void planFailure(const FramePlan& plan) {
     default:
       return;
   }
+}
+
+/// Whether one of the calls failed that planFailure lets fail.
+bool oneHasFailed(const std::vector<cudart_cpu::RecordedCall>& calls) {
+  return std::any_of(calls.begin(), calls.end(), [](const cudart_cpu::RecordedCall& made) {
+    const bool may = made.call == Call::cudaMalloc || made.call == Call::cudaMemcpyAsync ||
+                     made.call == Call::cudaLaunchHostFunc;
+    return may && made.result != cudaSuccess;
+  });
 }
 
 /// The same for the model.
@@ -70,6 +81,7 @@ void Soak::load() {
   pool_ = std::make_shared<zelvo::ZelvoPicturePool>();
   host_.emplace();
   expected_ = model::Plugin();
+  buffer_ = model::MaskBuffer();
   last_line_.reset();
   ++figures_.reloads;
 }
@@ -87,6 +99,7 @@ void Soak::beginPhase() {
   height_ = dice_.between(1, kLargestSide);
   figures_.sizes.set(static_cast<std::size_t>((width_ - 1) * kLargestSide + height_ - 1));
   if (dice_.oneIn(2)) switchDebugging();
+  cudaGetLastError();  // as a host that looks after its errors now and then
 }
 
 void Soak::switchDebugging() {
@@ -178,18 +191,23 @@ Outcome Soak::render(Frame& frame, const FramePlan& plan) {
   Outcome outcome;
   calls_until_throw_ = plan.trouble == Trouble::throwingResolver ? plan.nth : 0;
   planFailure(plan);
+  cudart_cpu::resetCounters();
+  cudart_cpu::recordCalls(true);
   try {
     host_->render(frame);
   } catch (const std::runtime_error& error) {
     outcome.thrown = error.what();
   }
+  cudart_cpu::recordCalls(false);
   cudart_cpu::clearFailures();
+  outcome.call_failed = oneHasFailed(cudart_cpu::recordedCalls());
   outcome.line = takeOverlayLines();
   return outcome;
 }
 
 // `pixels` are the picture's bytes before the pass, and then those after it; `picture` keeps them mapped.
-Outcome Soak::modelled(const FramePlan& plan, model::Picture& picture, std::vector<uint8_t>& pixels) {
+Outcome Soak::modelled(const FramePlan& plan, bool call_failed, model::Picture& picture,
+                       std::vector<uint8_t>& pixels) {
   const model::SceneRecords records(plan.scene);
   unsigned resolved = 0;
   model::Host given;
@@ -212,9 +230,14 @@ Outcome Soak::modelled(const FramePlan& plan, model::Picture& picture, std::vect
   };
   Outcome outcome;
   model::DeviceCalls calls = callsOf(plan);
+  model::OneByOne one_by_one(buffer_, calls);
+  model::AllAtOnce all_at_once;
+  model::Compositor* compositor = &all_at_once;
+  if (plugin_test::overlayFacts().draws_one_by_one) compositor = &one_by_one;
   const uint64_t skipped = expected_.skipped;
   try {
-    outcome.line = model::pass(given, expected_, picture, calls);
+    outcome.line = model::pass(given, expected_, picture, *compositor);
+    all_at_once.finish(!call_failed);
   } catch (const std::runtime_error& error) {
     outcome.thrown = error.what();
   }
@@ -229,7 +252,7 @@ void Soak::pass(Frame& frame, const FramePlan& plan, model::Picture& picture, st
   initialise(plan, maps_nothing);
   const Outcome outcome = render(frame, plan);
   const std::vector<uint8_t> before = pixels;
-  const Outcome expected = modelled(plan, picture, pixels);
+  const Outcome expected = modelled(plan, outcome.call_failed, picture, pixels);
   if (outcome.thrown != expected.thrown)
     fail(plan, "it threw '" + outcome.thrown + "', not '" + expected.thrown + "'");
   if (!outcome.thrown.empty()) ++figures_.thrown;

@@ -30,6 +30,7 @@ inline constexpr int kLargestSide = 64;
 struct Outcome {
   std::string line;
   std::string thrown;
+  bool call_failed = false;  ///< one of the device's calls
 };
 
 /// What a soak did, for its summary. It takes no more memory however much that was.
@@ -80,7 +81,8 @@ class Soak {
             std::vector<uint8_t>& pixels);
   void initialise(const FramePlan& plan, IRenderBackend& maps_nothing);
   Outcome render(plugin_test::Frame& frame, const FramePlan& plan);
-  Outcome modelled(const FramePlan& plan, model::Picture& picture, std::vector<uint8_t>& pixels);
+  Outcome modelled(const FramePlan& plan, bool call_failed, model::Picture& picture,
+                   std::vector<uint8_t>& pixels);
   std::string takeOverlayLines();
   [[noreturn]] void fail(const FramePlan& plan, const std::string& what) const;
 
@@ -90,7 +92,8 @@ class Soak {
   unsigned long other_lines_ = 0;
   std::shared_ptr<zelvo::ZelvoPicturePool> pool_;
   std::optional<plugin_test::Host> host_;
-  model::Plugin expected_;  ///< the instance, as the model has it
+  model::Plugin expected_;    ///< the instance, as the model has it
+  model::MaskBuffer buffer_;  ///< what it keeps on the device, if that is a frame-sized mask
   std::chrono::nanoseconds now_{0};
   std::optional<std::chrono::nanoseconds> last_line_;
   int left_in_phase_ = 0;

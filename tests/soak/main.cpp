@@ -11,6 +11,7 @@
 #include "cudart_cpu/control.h"
 #include "soak/ResidentMemory.h"
 #include "soak/Soak.h"
+#include "test_support/overlay_facts.h"
 #include "test_support/process_facts.h"
 
 namespace {
@@ -40,11 +41,15 @@ constexpr bool kUnloads = true;
 struct Holdings {
   std::size_t files;
   cudart_cpu::LiveAllocations device;
+  std::size_t pinned;
+  std::size_t events;
   std::size_t heap;
 };
 
 Holdings holdings() {
-  return {process_facts::openFiles(), cudart_cpu::liveAllocations(), process_facts::allocatedBytes()};
+  return {process_facts::openFiles(), cudart_cpu::liveAllocations(),
+          cudart_cpu::livePinnedAllocations().count, cudart_cpu::liveEvents(),
+          process_facts::allocatedBytes()};
 }
 
 /// The plug-in must leave nothing behind each time that it goes.
@@ -57,6 +62,10 @@ std::vector<std::string> leftBehind(const Holdings& before, const Holdings& now)
   if (now.device.count != 0) {
     left.push_back("device memory is left: " + std::to_string(now.device.count) + " allocations, " +
                    std::to_string(now.device.bytes) + " bytes");
+  }
+  if (now.pinned != 0 || now.events != 0) {
+    left.push_back(std::to_string(now.pinned) + " page-locked buffers and " + std::to_string(now.events) +
+                   " events are left");
   }
   if (kUnloads && process_facts::isMapped(plugin_test::pluginPath()))
     left.push_back("the library is still mapped");
@@ -111,7 +120,7 @@ void printFigures(const Soak& soak, const Holdings& before, const Holdings& midd
 }
 
 int run(uint64_t frames, unsigned seed) {
-  std::printf("soak: %lu frames, seed %u\n", frames, seed);
+  std::printf("soak: %lu frames, seed %u, %s\n", frames, seed, plugin_test::overlayFacts().file);
   std::fflush(stdout);
   std::vector<std::string> faults;
   Soak soak(seed);

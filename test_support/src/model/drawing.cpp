@@ -40,25 +40,38 @@ std::vector<Item> drawableItems(const std::vector<scene::Detection>& detections,
   return items;
 }
 
-void draw(const Planes& frame, const std::vector<Item>& items, float alpha, MaskBuffer& buffer,
-          DeviceCalls& calls) {
-  if (!reserve(static_cast<std::size_t>(frame.width) * static_cast<std::size_t>(frame.height), buffer, calls))
+void OneByOne::draw(const Planes& frame, const std::vector<Item>& items, float alpha) {
+  if (!reserve(static_cast<std::size_t>(frame.width) * static_cast<std::size_t>(frame.height), buffer_,
+               calls_))
     return;
   for (const Item& item : items) {
     const std::optional<Rectangle> part = visiblePart(item.detection, frame.width, frame.height);
     if (!part) continue;
-    if (!calls.succeeds(Call::upload)) return;
+    if (!calls_.succeeds(Call::upload)) return;
     const Colour colour = classColour(item.detection.class_id);
-    if (calls.succeeds(Call::launch)) drawLuma(frame, item.mask, *part, colour.y, alpha);
-    if (hasChroma(frame, *part) && calls.succeeds(Call::launch))
+    if (calls_.succeeds(Call::launch)) drawLuma(frame, item.mask, *part, colour.y, alpha);
+    if (hasChroma(frame, *part) && calls_.succeeds(Call::launch))
       drawChroma(frame, item.mask, *part, colour, alpha);
   }
+}
+
+void AllAtOnce::draw(const Planes& frame, const std::vector<Item>& items, float alpha) {
+  frame_ = frame;
+  alpha_ = alpha;
+  for (const Item& item : items) {
+    if (visiblePart(item.detection, frame.width, frame.height)) items_.push_back(item);
+  }
+}
+
+void AllAtOnce::finish(bool could) {
+  if (could && isDue()) model::draw(frame_, items_, alpha_);
+  items_.clear();
 }
 
 void draw(const Planes& frame, const std::vector<Item>& items, float alpha) {
   MaskBuffer buffer;
   DeviceCalls calls;
-  draw(frame, items, alpha, buffer, calls);
+  OneByOne(buffer, calls).draw(frame, items, alpha);
 }
 
 }  // namespace model

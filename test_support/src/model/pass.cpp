@@ -55,7 +55,7 @@ bool map(const Host& host, const Plugin& plugin, Picture& picture) {
 
 }  // namespace
 
-std::string pass(const Host& host, Plugin& plugin, Picture& picture, DeviceCalls& calls) {
+std::string pass(const Host& host, Plugin& plugin, Picture& picture, Compositor& compositor) {
   if (plugin.backend == nullptr || !host.source) return "";
   const Gathering frame = gather(host.producers, plugin.settings.cap, host.deliver);
   if (frame.detections.empty()) return skip(host, plugin, frame);
@@ -66,7 +66,7 @@ std::string pass(const Host& host, Plugin& plugin, Picture& picture, DeviceCalls
   if (isEmpty(*readable)) return "";
   const std::vector<Item> items = drawableItems(frame.detections, plugin.settings.min_score);
   if (!items.empty() && map(host, plugin, picture))
-    draw(picture.planes, items, plugin.settings.alpha, plugin.buffer, calls);
+    compositor.draw(picture.planes, items, plugin.settings.alpha);
   return "";
 }
 

@@ -10,7 +10,7 @@
 
 namespace model {
 
-/// The calls that a pass makes of the device's runtime.
+/// The calls that OneByOne makes of the device's runtime.
 enum class Call { allocate, free, upload, launch };
 
 /// Those of one pass, some of which fail.
@@ -50,11 +50,49 @@ struct Item {
 /// Those of the detections whose score is not below the least one, and whose mask text is a mask.
 std::vector<Item> drawableItems(const std::vector<scene::Detection>& detections, float min_score);
 
-/// Draws the items into the frame, as far as the calls succeed.
-void draw(const Planes& frame, const std::vector<Item>& items, float alpha, MaskBuffer& buffer,
-          DeviceCalls& calls);
+/// What a pass hands its items over to: the libraries of the plug-in draw the same bytes in different ways,
+/// and fail in different ways.
+class Compositor {
+ public:
+  Compositor() = default;
+  Compositor(const Compositor&) = delete;
+  Compositor& operator=(const Compositor&) = delete;
+  virtual ~Compositor() = default;
 
-/// The same where nothing fails.
+  virtual void draw(const Planes& frame, const std::vector<Item>& items, float alpha) = 0;
+};
+
+/// Uploads and launches item by item. What was drawn before a call fails stays.
+class OneByOne final : public Compositor {
+ public:
+  OneByOne(MaskBuffer& buffer, DeviceCalls& calls) : buffer_(buffer), calls_(calls) {}
+
+  void draw(const Planes& frame, const std::vector<Item>& items, float alpha) override;
+
+ private:
+  MaskBuffer& buffer_;
+  DeviceCalls& calls_;
+};
+
+/// Draws all items of a frame or none. Which calls it makes depends on how the items are packed, so it is
+/// told what has come of them.
+class AllAtOnce final : public Compositor {
+ public:
+  void draw(const Planes& frame, const std::vector<Item>& items, float alpha) override;
+
+  /// Whether the pass has come to drawing with items that lie within the frame.
+  bool isDue() const { return !items_.empty(); }
+
+  /// Ends the pass. The items that are due are drawn if the device could.
+  void finish(bool could);
+
+ private:
+  Planes frame_;
+  std::vector<Item> items_;  ///< those in sight
+  float alpha_ = 0;
+};
+
+/// Draws the items into the frame where nothing fails.
 void draw(const Planes& frame, const std::vector<Item>& items, float alpha);
 
 }  // namespace model

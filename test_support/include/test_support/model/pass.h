@@ -37,7 +37,6 @@ struct Plugin {
   scene::Settings settings;
   bool debug = false;
   uint64_t skipped = 0;  ///< frames of the run
-  MaskBuffer buffer;
 };
 
 /// What a context keeps of its picture from pass to pass.
@@ -55,6 +54,6 @@ struct Picture {
 
 /// One pass. Gives the line that it writes, if any. Throws what render throws; everything is then as the pass
 /// leaves it.
-std::string pass(const Host& host, Plugin& plugin, Picture& picture, DeviceCalls& calls);
+std::string pass(const Host& host, Plugin& plugin, Picture& picture, Compositor& compositor);
 
 }  // namespace model

@@ -46,7 +46,8 @@ class FrameMaskCalls final : public fuzz::LibraryCalls {
     fuzz::check((memory_.deviceMask() != nullptr) == buffer_.there, "whether there is a buffer");
     fuzz::check(memory_.deviceMaskBytes() == buffer_.bytes, "the buffer's bytes");
     cudart_cpu::clearFailures();
-    if (pass_.calls.failed(model::Call::free) != 0) cudaFree(bufferBefore_);  // which the plug-in has given up
+    if (pass_.calls.failed(model::Call::free) != 0)
+      cudaFree(bufferBefore_);  // which the plug-in has given up
     pass_.calls = model::DeviceCalls();
   }
 

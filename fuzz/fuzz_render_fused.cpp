@@ -18,7 +18,7 @@ using cudart_cpu::RecordedCall;
 
 // What may fail. The call that forgets an error is made only while a stream is behind.
 constexpr std::array<Call, 8> kRuntimeCalls{
-    Call::cudaMalloc,      Call::cudaHostAlloc,  Call::cudaMemcpyAsync,    Call::cudaLaunchHostFunc,
+    Call::cudaMalloc,      Call::cudaHostAlloc,  Call::cudaMemcpyAsync,     Call::cudaLaunchHostFunc,
     Call::cudaEventRecord, Call::cudaEventQuery, Call::cudaPeekAtLastError, Call::cudaEventCreateWithFlags};
 
 // The calls of a pass, taken one by one from the front.

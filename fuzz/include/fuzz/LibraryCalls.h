@@ -9,8 +9,8 @@ class SegMaskOverlayPlugin;
 
 namespace fuzz {
 
-/// How a library of the plug-in draws, as the fuzzer of render has to know it: which device calls a pass makes,
-/// and what is drawn when some of them fail.
+/// How a library of the plug-in draws, as the fuzzer of render has to know it: which device calls a pass
+/// makes, and what is drawn when some of them fail.
 class LibraryCalls {
  public:
   LibraryCalls() = default;
@@ -27,8 +27,8 @@ class LibraryCalls {
   /// What the model hands the pass's items over to.
   virtual model::Compositor& compositor() = 0;
 
-  /// After the pass of the plug-in and that of the model: ends the process if the calls that were recorded are
-  /// not what they have to be, and lets the model draw what it has not drawn yet.
+  /// After the pass of the plug-in and that of the model: ends the process if the calls that were recorded
+  /// are not what they have to be, and lets the model draw what it has not drawn yet.
   virtual void finish() = 0;
 };
 

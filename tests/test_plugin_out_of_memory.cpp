@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -249,6 +250,36 @@ TEST_F(PluginOutOfMemory, AFrameThatNeedsMoreDeviceMemoryThanTheLast) {
       cudart_cpu::clearFailures();
     });
   }
+}
+
+// Ten sizes take twenty maps, more than any library keeps. They are asked for again from the last one on, so
+// that what a failure leaves in the place of an older one is met there.
+TEST_F(PluginOutOfMemory, FramesWhoseMaskSizesComeAndGo) {
+  const auto sizesFrom = [](int least) {
+    Scene scene = scene::oneProducer(6, 4, {});
+    for (int i = 0; i < 10; ++i) {
+      scene.inputs[0].detections.push_back(scene::coverAll(6, 4, i));
+      scene.inputs[0].detections.back().mask = scene::chessMask(least + i, least + 20 + i);
+    }
+    return scene;
+  };
+  const Scene first = sizesFrom(1);
+  const Scene second = sizesFrom(50);
+  Scene again = first;
+  std::reverse(again.inputs[0].detections.begin(), again.inputs[0].detections.end());
+  const Bytes whole_again = model::expectedFrame(again);
+  const Bytes whole_second = model::expectedFrame(second);
+  forEachFailure([&] {
+    const auto plugin = newPlugin();
+    drawnBy(*plugin, first);
+    {
+      Frame frame(second, stream_.get());
+      frame.context().picture.ensureWritablePicShared();
+      succeeds([&] { plugin->render(frame.context()); });
+    }
+    EXPECT_TRUE(sameFrame(again, whole_again, drawnBy(*plugin, again)));
+    EXPECT_TRUE(sameFrame(second, whole_second, drawnBy(*plugin, second)));
+  });
 }
 
 TEST_F(PluginOutOfMemory, NoMatrixOfAFrameIsAllocatedByOpenCv) {

@@ -151,9 +151,9 @@ TEST_F(Packer, PacksWholeBytesOfRowsThatBeginAmidOne) {
 TEST_F(Packer, SharesMapsAmongItemsOfTheSameMaskSize) {
   const MaskBits square = countingMask(8, 8);
   const MaskBits wide = countingMask(16, 4);
-  pack(frameOf(16, 16), {{square, {2, 4, 2, 2}, {}},
+  pack(frameOf(16, 16), {{square, {8, 10, 4, 2}, {}},
                          {wide, {0, 0, 2, 2}, {}},
-                         {square, {8, 10, 4, 2}, {}},
+                         {square, {2, 4, 2, 2}, {}},
                          {wide, {6, 0, 2, 4}, {}}});
   const FusedItem* const items = packed_.items;
   EXPECT_EQ(items[0].columns, items[0].rows);

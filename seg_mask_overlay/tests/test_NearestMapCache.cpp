@@ -7,8 +7,7 @@
 namespace seg_mask_overlay {
 namespace {
 
-// The maps of one frame pixel for each mask pixel are told apart by their lengths; a map that is still there
-// lies where it lay.
+// A map that is still there lies where it lay.
 class MapCache : public testing::Test {
  protected:
   const int* dataOf(int dimension) { return cache_.get(dimension, dimension).maskPixels().data(); }
@@ -31,17 +30,21 @@ TEST_F(MapCache, KeepsAsManyAsItSays) {
   }
 }
 
-// A map that is made anew takes the place of the one that was used longest ago; the others stay where they
-// are.
 TEST_F(MapCache, LetsTheOneGoThatWasUsedLongestAgo) {
   constexpr int kMaps = static_cast<int>(NearestMapCache::kMaps);
   std::vector<const int*> data(1);
-  for (int i = 1; i <= kMaps; ++i) data.push_back(dataOf(100 * i));
-  dataOf(100);  // so that the second one is the oldest
-  dataOf(100 * (kMaps + 1));
-  EXPECT_EQ(dataOf(100), data[1]);
-  for (int i = 3; i <= kMaps; ++i) EXPECT_EQ(dataOf(100 * i), data[static_cast<std::size_t>(i)]) << i;
-  EXPECT_EQ(cache_.get(200, 200).maskPixels().size(), 200U);
+  for (int i = 1; i <= kMaps; ++i) data.push_back(dataOf(10 * i));
+  dataOf(10);
+  dataOf(30);  // so that the second and the fourth are the oldest
+  dataOf(10 * (kMaps + 1));
+  dataOf(10 * (kMaps + 2));
+  std::vector<std::vector<int>> taken;  // the memory of those that went, so that none lies there again
+  for (int i = 1; i <= kMaps; ++i) taken.emplace_back(10 * i);
+  for (int i = 1; i <= kMaps; ++i) {
+    if (i == 2 || i == 4) continue;
+    EXPECT_EQ(dataOf(10 * i), data[static_cast<std::size_t>(i)]) << i;
+  }
+  EXPECT_EQ(cache_.get(20, 20).maskPixels().size(), 20U);
 }
 
 }  // namespace

@@ -109,6 +109,11 @@ TEST_F(Tiles, OfTheLargestCrowdKeepWithinIt) {
   for (uint32_t i = 0; i < 4096; ++i) ASSERT_EQ(listOf(7, 4)[i], i);
 }
 
+TEST_F(Tiles, StayAsSmallAsTheListsAllowToTheEntry) {
+  builder_.build(std::vector<FusedItem>(TileListBuilder::kMaxEntries / 2, boxOf(0, 0, 40, 1)));
+  expectGrid(0, 0, 2, 1, 0);
+}
+
 TEST_F(Tiles, EndAtOneWhenNothingHelps) {
   builder_.build(std::vector<FusedItem>(TileListBuilder::kMaxEntries + 1, boxOf(0, 0, 40, 1)));
   expectGrid(0, 0, 1, 1, 1);

@@ -9,7 +9,7 @@
 
 namespace seg_mask_overlay {
 
-/// Reads through the read-only data path on the device.
+/// Reads through the read-only data path on the device, what no thread of the launch writes.
 template <class T>
 RENDER_HOST_DEVICE T readOnly(const T* address) {
 #ifdef __CUDA_ARCH__
@@ -17,6 +17,12 @@ RENDER_HOST_DEVICE T readOnly(const T* address) {
 #else
   return *address;
 #endif
+}
+
+/// The same for a LumaRect or ChromaRect.
+template <class Rect>
+RENDER_HOST_DEVICE Rect readOnlyRect(const Rect* rect) {
+  return {readOnly(&rect->x0), readOnly(&rect->y0), readOnly(&rect->x1), readOnly(&rect->y1)};
 }
 
 /// A block of 2x2 luma pixels and their chroma sample: bytes in registers, written back where they were
@@ -35,14 +41,15 @@ class FusedBlock {
 
   /// Blends one item into the block and rounds to bytes.
   RENDER_HOST_DEVICE void draw(const FusedItem& item) {
-    const unsigned covered = coveredPixels(item);
+    const LumaRect luma = readOnlyRect(&item.luma);
+    const unsigned covered = coveredPixels(item, luma);
     if (covered == 0) return;
-    const unsigned drawn = covered & pixelsWithin(item.luma);
+    const unsigned drawn = covered & pixelsWithin(luma);
     for (unsigned i = 0; i < 4; ++i) {
-      if ((drawn >> i & 1U) != 0) luma_[i] = blendByte(luma_[i], item.colorY, frame_.alpha);
+      if ((drawn >> i & 1U) != 0) luma_[i] = blendByte(luma_[i], readOnly(&item.colorY), frame_.alpha);
     }
     drawn_ |= drawn;
-    const ChromaRect& chroma = item.chroma;
+    const ChromaRect chroma = readOnlyRect(&item.chroma);
     const int cx = x_ >> 1;
     const int cy = y_ >> 1;
     if (cx < chroma.x0 || cx >= chroma.x1 || cy < chroma.y0 || cy >= chroma.y1) return;
@@ -50,8 +57,8 @@ class FusedBlock {
       u_ = chromaSample()[0];
       v_ = chromaSample()[1];
     }
-    u_ = blendByte(u_, item.colorU, frame_.alpha);
-    v_ = blendByte(v_, item.colorV, frame_.alpha);
+    u_ = blendByte(u_, readOnly(&item.colorU), frame_.alpha);
+    v_ = blendByte(v_, readOnly(&item.colorV), frame_.alpha);
     drawn_ |= kChroma;
   }
 
@@ -86,17 +93,17 @@ class FusedBlock {
 
   /// A bit for each pixel of the block that the item's mask has, in the order of pixelsWithin. Outside of
   /// coverRect there are neither maps nor bits to read.
-  RENDER_HOST_DEVICE unsigned coveredPixels(const FusedItem& item) const {
-    const unsigned there = pixelsWithin(coverRect(item.luma));
+  RENDER_HOST_DEVICE unsigned coveredPixels(const FusedItem& item, const LumaRect& luma) const {
+    const unsigned there = pixelsWithin(coverRect(luma));
     unsigned covered = 0;
     for (int row = 0; row < 2; ++row) {
       if ((there >> (2 * row) & 3U) == 0) continue;
-      const int64_t start =
-          item.firstBit + int64_t{readOnly(frame_.maps + item.rows + y_ + row)} * item.maskWidth;
+      const int64_t maskRow = readOnly(frame_.maps + readOnly(&item.rows) + y_ + row);
+      const int64_t start = readOnly(&item.firstBit) + maskRow * readOnly(&item.maskWidth);
       for (int column = 0; column < 2; ++column) {
         const int pixel = 2 * row + column;
         if ((there >> pixel & 1U) == 0) continue;
-        const int64_t bit = start + readOnly(frame_.maps + item.columns + x_ + column);
+        const int64_t bit = start + readOnly(frame_.maps + readOnly(&item.columns) + x_ + column);
         covered |= (readOnly(frame_.bits + (bit >> 3)) >> (bit & 7) & 1U) << pixel;
       }
     }

@@ -1,51 +1,11 @@
 #pragma once
 
-// The kernels for the host: their own text, cut from the CUDA source when the tests are built
-// (kernels_text.cmake), so that their bodies, index arithmetic and bounds are run and not a copy of them. For
-// one source file of a program.
-
-#include <tuple>
-#include <utility>
+// The text of the two kernels that draw one item (host_threads.h).
 
 #include "blend/launch_geometry.h"
 #include "blend/nv12_blend.h"
-#include "tests/cuda/launch_recorder.h"
-
-namespace {
-
-/// What a kernel finds out about the thread that runs it.
-thread_local launch_recorder::Extent blockIdx, blockDim, threadIdx;
-
-}  // namespace
+#include "tests/cuda/host_threads.h"
 
 #define __global__
 #include "segmask_kernels.inc"
 #undef __global__
-
-namespace host_kernels {
-
-template <class... P, std::size_t... I>
-std::tuple<P...> argumentsOf(const launch_recorder::Launch& launch, std::index_sequence<I...>) {
-  return {launch.argument<P>(I)...};
-}
-
-/// The arguments of a recorded launch, as `kernel` takes them.
-template <class... P>
-std::tuple<P...> argumentsOf(const launch_recorder::Launch& launch, void (*kernel)(P...)) {
-  static_cast<void>(kernel);
-  return argumentsOf<P...>(launch, std::index_sequence_for<P...>());
-}
-
-/// Runs threads of a recorded launch of `kernel`: a function of a block's index and a thread's in its block.
-template <class... P>
-auto threadsOf(const launch_recorder::Launch& launch, void (*kernel)(P...)) {
-  return [kernel, blockSize = launch.block, arguments = argumentsOf(launch, kernel)](
-             const launch_recorder::Extent& block, const launch_recorder::Extent& thread) {
-    blockIdx = block;
-    blockDim = blockSize;
-    threadIdx = thread;
-    std::apply(kernel, arguments);
-  };
-}
-
-}  // namespace host_kernels

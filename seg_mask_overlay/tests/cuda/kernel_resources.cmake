@@ -1,10 +1,8 @@
 # Compiles the CUDA source with ptxas's report and fails unless each kernel lives in registers alone: no stack frame, no
 # spills, no local and no shared memory. Prints the registers of each kernel.
 #
-#   cmake -DNVCC=nvcc -DSOURCE=file.cu -DINCLUDES="dir;..." -DOPTIONS="option;..." -DARCHITECTURES="87-real;..."
-#     -DOUTPUT=file -P kernel_resources.cmake
-
-set(kernels segmask_uv_kernel segmask_y_kernel)
+#   cmake -DNVCC=nvcc -DSOURCE=file.cu -DKERNELS="name;..." -DINCLUDES="dir;..." -DOPTIONS="option;..."
+#     -DARCHITECTURES="87-real;..." -DOUTPUT=file -P kernel_resources.cmake
 
 set(targets)
 foreach(architecture IN LISTS ARCHITECTURES)
@@ -35,17 +33,18 @@ list(LENGTH entries found)
 list(LENGTH all_entries found_in_all)
 list(LENGTH all_frames found_frames)
 list(LENGTH ARCHITECTURES expected)
-math(EXPR expected "2 * ${expected}")
+list(LENGTH KERNELS kernels)
+math(EXPR expected "${kernels} * ${expected}")
 # A frame without a kernel is that of a function which was not inlined.
 if(expected EQUAL 0 OR NOT found EQUAL expected OR NOT found_in_all EQUAL expected OR NOT found_frames EQUAL expected)
   message(FATAL_ERROR
-    "expected two kernels for each of [${ARCHITECTURES}], ${expected} in all, with a stack frame each; "
+    "expected [${KERNELS}] for each of [${ARCHITECTURES}], ${expected} in all, with a stack frame each; "
     "found ${found} of ${found_in_all} entries, ${found_frames} frames:\n${report}")
 endif()
 
 foreach(architecture IN LISTS ARCHITECTURES)
   string(REPLACE "-real" "" architecture "${architecture}")
-  foreach(kernel IN LISTS kernels)
+  foreach(kernel IN LISTS KERNELS)
     if(NOT report MATCHES
         "'[^\n']*${kernel}[^\n']*' for 'sm_${architecture}'\n[^\n]*\n *${frame}\n[^\n]*${usage}")
       message(FATAL_ERROR "no resources of ${kernel} for sm_${architecture} in:\n${report}")

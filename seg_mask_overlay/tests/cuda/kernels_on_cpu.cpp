@@ -17,6 +17,7 @@
 #include <utility>
 #include <vector>
 
+#include "tests/cuda/host_fused_kernel.h"
 #include "tests/cuda/host_kernels.h"
 
 // What the subset of the runtime's header that we use on the CPU leaves out, as compilers pass it.
@@ -71,6 +72,9 @@ Work lumaWork(const Launch& launch, void** arguments) {
 }
 Work chromaWork(const Launch& launch, void** arguments) {
   return workOf(launch, segmask_uv_kernel, arguments);
+}
+Work fusedWork(const Launch& launch, void** arguments) {
+  return workOf(launch, segmask_fused_kernel, arguments);
 }
 
 /// Kernels by their host function, for each registered image. Never destroyed: libraries unregister late.
@@ -150,6 +154,7 @@ void __cudaRegisterFunction(void** image, const char* hostFunction, char* /*devi
   Registry::Kernels& kernels = registry().images[image];
   if (std::strstr(symbol, "segmask_y_kernel") != nullptr) kernels[hostFunction] = lumaWork;
   if (std::strstr(symbol, "segmask_uv_kernel") != nullptr) kernels[hostFunction] = chromaWork;
+  if (std::strstr(symbol, "segmask_fused_kernel") != nullptr) kernels[hostFunction] = fusedWork;
 }
 
 char __cudaInitModule(void** /*image*/) {

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <map>
 #include <memory>
 #include <utility>
@@ -221,6 +222,67 @@ cudaError_t __cudaLaunchKernel(cudaKernel_t handle, dim3 grid, dim3 block, void*
                                std::size_t sharedBytes, cudaStream_t stream) {
   called(__func__);
   return launch(reinterpret_cast<const KnownKernel*>(handle), grid, block, arguments, sharedBytes, stream);
+}
+
+// Memory of the device and of the host is the host's; a copy is made at the call, which is before any launch
+// is run.
+cudaError_t cudaMalloc(void** address, std::size_t size) {
+  called(__func__);
+  *address = std::malloc(size);
+  return *address != nullptr ? cudaSuccess : failed(cudaErrorMemoryAllocation);
+}
+
+cudaError_t cudaFree(void* address) {
+  called(__func__);
+  std::free(address);
+  return cudaSuccess;
+}
+
+cudaError_t cudaHostAlloc(void** address, std::size_t size, unsigned /*flags*/) {
+  called(__func__);
+  *address = std::malloc(size);
+  return *address != nullptr ? cudaSuccess : failed(cudaErrorMemoryAllocation);
+}
+
+cudaError_t cudaFreeHost(void* address) {
+  called(__func__);
+  std::free(address);
+  return cudaSuccess;
+}
+
+cudaError_t cudaMemcpyAsync(void* to, const void* from, std::size_t size, cudaMemcpyKind /*kind*/,
+                            cudaStream_t /*stream*/) {
+  called(__func__);
+  std::memcpy(to, from, size);
+  return cudaSuccess;
+}
+
+// Events come at once.
+cudaError_t cudaEventCreateWithFlags(cudaEvent_t* event, unsigned /*flags*/) {
+  called(__func__);
+  *event = static_cast<cudaEvent_t>(std::malloc(1));
+  return *event != nullptr ? cudaSuccess : failed(cudaErrorMemoryAllocation);
+}
+
+cudaError_t cudaEventDestroy(cudaEvent_t event) {
+  called(__func__);
+  std::free(event);
+  return cudaSuccess;
+}
+
+cudaError_t cudaEventRecord(cudaEvent_t /*event*/, cudaStream_t /*stream*/) {
+  called(__func__);
+  return cudaSuccess;
+}
+
+cudaError_t cudaEventQuery(cudaEvent_t /*event*/) {
+  called(__func__);
+  return cudaSuccess;
+}
+
+cudaError_t cudaEventSynchronize(cudaEvent_t /*event*/) {
+  called(__func__);
+  return cudaSuccess;
 }
 
 // What a launcher may be tempted to call, and is not to.

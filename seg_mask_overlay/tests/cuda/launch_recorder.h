@@ -1,8 +1,9 @@
 #pragma once
 
-// Stands in for the CUDA runtime's launch calls, so that a compiled CUDA source can be linked and run where
-// there is no GPU: nothing is executed, every call is written down. It answers the calls that CUDA 12's
-// compiler generates for a launch and those of CUDA 13's. For one thread at a time.
+// Stands in for the CUDA runtime, so that a compiled CUDA source can be linked and run where there is no GPU:
+// no kernel is executed, every call is written down. It answers the calls that CUDA 12's compiler generates
+// for a launch and those of CUDA 13's, and what drawing a frame calls besides, with memory of the host in
+// place of the device's. For one thread at a time.
 
 #include <cstddef>
 #include <cstring>

@@ -32,12 +32,20 @@ Bits word(Bits bits) {
 Bits half(Bits bits) {
   return static_cast<std::uint16_t>(bits);
 }
+/// Of a predicate, which a number may stand for too: 0 or 1.
+Bits truth(Bits bits) {
+  return Bits{bits != 0};
+}
 Bits extended(Bits bits) {
   return static_cast<Bits>(std::int64_t{asInt(bits)});
 }
 
-const unsigned char* byteAt(Bits address) {
-  return reinterpret_cast<const unsigned char*>(address);
+/// The value of that type at an address, the bits above it zero.
+template <class T>
+Bits at(Bits address) {
+  T value;
+  std::memcpy(&value, reinterpret_cast<const void*>(address), sizeof value);
+  return static_cast<Bits>(value);
 }
 
 /// The integer part; what does not fit becomes the nearest number that does, a NaN 0.
@@ -49,29 +57,49 @@ Bits cutToUnsigned(float value) {
 // What the compilers use for these kernels, no more.
 const std::map<std::string_view, Compute>& computations() {
   static const std::map<std::string_view, Compute> all = {
-      {"ld.param.u8", [](Bits a, Bits, Bits) { return a; }},
-      {"ld.param.u32", [](Bits a, Bits, Bits) { return a; }},
-      {"ld.param.u64", [](Bits a, Bits, Bits) { return a; }},
-      {"ld.param.f32", [](Bits a, Bits, Bits) { return a; }},
-      {"ld.global.u8", [](Bits a, Bits, Bits) { return Bits{*byteAt(a)}; }},
-      {"ld.global.nc.u8", [](Bits a, Bits, Bits) { return Bits{*byteAt(a)}; }},
+      {"ld.param.u8", [](Bits a, Bits, Bits) { return at<uint8_t>(a); }},
+      {"ld.param.u32", [](Bits a, Bits, Bits) { return at<uint32_t>(a); }},
+      {"ld.param.u64", [](Bits a, Bits, Bits) { return at<uint64_t>(a); }},
+      {"ld.param.f32", [](Bits a, Bits, Bits) { return at<uint32_t>(a); }},
+      {"ld.global.u8", [](Bits a, Bits, Bits) { return at<uint8_t>(a); }},
+      {"ld.global.nc.u8", [](Bits a, Bits, Bits) { return at<uint8_t>(a); }},
+      {"ld.global.nc.u32", [](Bits a, Bits, Bits) { return at<uint32_t>(a); }},
+      {"ld.global.nc.s32", [](Bits a, Bits, Bits) { return at<uint32_t>(a); }},
+      {"ld.global.nc.s64", [](Bits a, Bits, Bits) { return at<uint64_t>(a); }},
       {"mov.u16", [](Bits a, Bits, Bits) { return half(a); }},
       {"mov.u32", [](Bits a, Bits, Bits) { return word(a); }},
+      {"mov.pred", [](Bits a, Bits, Bits) { return truth(a); }},
       {"mov.f32", [](Bits a, Bits, Bits) { return a; }},
       {"cvta.to.global.u64", [](Bits a, Bits, Bits) { return a; }},
       {"cvt.u16.u32", [](Bits a, Bits, Bits) { return half(a); }},
+      {"cvt.u32.u64", [](Bits a, Bits, Bits) { return word(a); }},
+      {"cvt.u64.u32", [](Bits a, Bits, Bits) { return word(a); }},
       {"cvt.s64.s32", [](Bits a, Bits, Bits) { return extended(a); }},
       {"cvt.rn.f32.u16", [](Bits a, Bits, Bits) { return bitsOf(static_cast<float>(half(a))); }},
       {"cvt.rzi.u32.f32", [](Bits a, Bits, Bits) { return cutToUnsigned(asFloat(a)); }},
       {"add.s32", [](Bits a, Bits b, Bits) { return word(a + b); }},
       {"add.s64", [](Bits a, Bits b, Bits) { return a + b; }},
       {"mul.lo.s64", [](Bits a, Bits b, Bits) { return a * b; }},
+      {"mul.wide.u32", [](Bits a, Bits b, Bits) { return word(a) * word(b); }},
       {"mul.wide.s32", [](Bits a, Bits b, Bits) { return extended(a) * extended(b); }},
       {"mad.lo.s32", [](Bits a, Bits b, Bits c) { return word(a * b + c); }},
       {"and.b16", [](Bits a, Bits b, Bits) { return half(a & b); }},
+      {"and.b32", [](Bits a, Bits b, Bits) { return word(a & b); }},
       {"or.b32", [](Bits a, Bits b, Bits) { return word(a | b); }},
-      {"or.pred", [](Bits a, Bits b, Bits) { return a | b; }},
+      {"and.pred", [](Bits a, Bits b, Bits) { return truth(a) & truth(b); }},
+      {"or.pred", [](Bits a, Bits b, Bits) { return truth(a) | truth(b); }},
+      {"xor.pred", [](Bits a, Bits b, Bits) { return truth(a) ^ truth(b); }},
+      {"not.pred", [](Bits a, Bits, Bits) { return truth(a) ^ 1; }},
+      {"selp.b32", [](Bits a, Bits b, Bits c) { return word(c != 0 ? a : b); }},
+      {"selp.u32", [](Bits a, Bits b, Bits c) { return word(c != 0 ? a : b); }},
       {"shl.b32", [](Bits a, Bits b, Bits) { return b < 32 ? word(a << b) : 0; }},
+      {"shl.b64", [](Bits a, Bits b, Bits) { return b < 64 ? a << b : 0; }},
+      {"shr.u32", [](Bits a, Bits b, Bits) { return b < 32 ? word(a) >> b : 0; }},
+      // The sign comes in from above.
+      {"shr.s32",
+       [](Bits a, Bits b, Bits) { return word(static_cast<Bits>(asInt(a) >> std::min(b, Bits{31}))); }},
+      {"shr.s64", [](Bits a, Bits b,
+                     Bits) { return static_cast<Bits>(static_cast<int64_t>(a) >> std::min(b, Bits{63})); }},
       {"add.rn.f32", [](Bits a, Bits b, Bits) { return bitsOf(asFloat(a) + asFloat(b)); }},
       {"sub.rn.f32", [](Bits a, Bits b, Bits) { return bitsOf(asFloat(a) - asFloat(b)); }},
       {"mul.rn.f32", [](Bits a, Bits b, Bits) { return bitsOf(asFloat(a) * asFloat(b)); }},
@@ -79,6 +107,13 @@ const std::map<std::string_view, Compute>& computations() {
        [](Bits a, Bits b, Bits c) { return bitsOf(std::fma(asFloat(a), asFloat(b), asFloat(c))); }},
       {"setp.eq.s16", [](Bits a, Bits b, Bits) { return Bits{half(a) == half(b)}; }},
       {"setp.ne.s16", [](Bits a, Bits b, Bits) { return Bits{half(a) != half(b)}; }},
+      {"setp.eq.b32", [](Bits a, Bits b, Bits) { return Bits{word(a) == word(b)}; }},
+      {"setp.eq.s32", [](Bits a, Bits b, Bits) { return Bits{word(a) == word(b)}; }},
+      {"setp.ne.s32", [](Bits a, Bits b, Bits) { return Bits{word(a) != word(b)}; }},
+      {"setp.lt.s32", [](Bits a, Bits b, Bits) { return Bits{asInt(a) < asInt(b)}; }},
+      {"setp.le.s32", [](Bits a, Bits b, Bits) { return Bits{asInt(a) <= asInt(b)}; }},
+      {"setp.lt.u32", [](Bits a, Bits b, Bits) { return Bits{word(a) < word(b)}; }},
+      {"setp.ge.u32", [](Bits a, Bits b, Bits) { return Bits{word(a) >= word(b)}; }},
       {"setp.ge.s32", [](Bits a, Bits b, Bits) { return Bits{asInt(a) >= asInt(b)}; }},
       {"setp.gt.s32", [](Bits a, Bits b, Bits) { return Bits{asInt(a) > asInt(b)}; }},
       {"setp.ge.f32", [](Bits a, Bits b, Bits) { return Bits{asFloat(a) >= asFloat(b)}; }},
@@ -158,7 +193,19 @@ void Kernel::readStatement(std::string statement) {
   const std::string operation = cutOff(statement, ' ');
   std::vector<std::string> operands;
   while (!statement.empty()) operands.push_back(cutOff(statement, ','));
-  readInstruction(instruction, operation, operands);
+  constexpr std::string_view kTwo = ".v2";
+  const std::size_t two = operation.find(kTwo);
+  if (two == std::string::npos) {
+    readInstruction(instruction, operation, operands);
+    instructions_.push_back(instruction);
+    return;
+  }
+  // Two words side by side: "{%r1", "%r2}" and where the first one is.
+  const std::string each = std::string(operation).erase(two, kTwo.size());
+  readInstruction(instruction, each, {operands.at(0).substr(1), operands.at(2)});
+  instructions_.push_back(instruction);
+  readInstruction(instruction, each, {cutOff(operands.at(1), '}'), operands.at(2)});
+  instruction.operands[0].number += sizeof(uint32_t);
   instructions_.push_back(instruction);
 }
 
@@ -191,16 +238,16 @@ void Kernel::readInstruction(Instruction& instruction, std::string_view operatio
   }
 }
 
-/// "%r1", "%tid.x", "17", "0f3F800000" (the bits of a number), "[%rd1]", "[%rd1+1]" or "[name_param_2]".
+/// "%r1", "%tid.x", "17", "0f3F800000" (the bits of a number), "[%rd1]", "[%rd1+1]", "[name_param_2]" or
+/// "[name_param_2+8]".
 Operand Kernel::operandNamed(const std::string& text) {
   if (text[0] == '[') {
     constexpr std::string_view kParameter = "_param_";
     std::string address = text.substr(1, text.size() - 2);
-    const std::size_t parameter = address.rfind(kParameter);
-    if (parameter != std::string::npos) {
-      return {registerNamed(parameterName(std::stoul(address.substr(parameter + kParameter.size())))), 0};
-    }
-    const std::string base = cutOff(address, '+');
+    std::string base = cutOff(address, '+');
+    const std::size_t parameter = base.rfind(kParameter);
+    if (parameter != std::string::npos)
+      base = parameterName(std::stoul(base.substr(parameter + kParameter.size())));
     return {registerNamed(base), address.empty() ? 0 : std::stoull(address)};
   }
   if (text[0] == '%') return {registerNamed(text), 0};
@@ -225,10 +272,8 @@ std::vector<Bits> Kernel::registersFor(const launch_recorder::Launch& launch) co
   preset("%ntid.x", launch.block.x);
   preset("%ntid.y", launch.block.y);
   for (std::size_t i = 0; i < launch.parameters.size(); ++i) {
-    Bits value = 0;
-    std::memcpy(&value, launch.parameterBlock.data() + launch.parameters[i].offset,
-                launch.parameters[i].size);
-    preset(parameterName(i), value);
+    const char* const argument = launch.parameterBlock.data() + launch.parameters[i].offset;
+    preset(parameterName(i), reinterpret_cast<Bits>(argument));
   }
   return registers;
 }

@@ -43,7 +43,8 @@ class Kernel {
   /// named.
   Kernel(std::string_view text, const std::string& name);
 
-  /// What every thread of a launch of this kernel begins with. Addresses among the arguments are the host's.
+  /// What every thread of a launch of this kernel begins with, among it where the arguments are, in `launch`.
+  /// Addresses among the arguments are the host's.
   std::vector<Bits> registersFor(const launch_recorder::Launch& launch) const;
 
   /// Runs one thread, which begins with `registers`.

@@ -7,12 +7,7 @@
 
 #include <algorithm>
 #include <climits>
-#include <fstream>
-#include <functional>
-#include <iterator>
-#include <limits>
 #include <ostream>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -22,61 +17,12 @@
 #include "tests/cuda/host_kernels.h"
 #include "tests/cuda/launch_recorder.h"
 #include "tests/cuda/ptx_kernel.h"
+#include "tests/cuda/replay.h"
 
 namespace {
 
-using launch_recorder::Extent;
-using launch_recorder::Launch;
+using namespace replay;
 using seg_mask_overlay::LumaRect;
-
-using Random = std::mt19937;
-
-int between(Random& random, int low, int high) {
-  return std::uniform_int_distribution<int>(low, high)(random);
-}
-
-unsigned char randomByte(Random& random) {
-  return static_cast<unsigned char>(between(random, 0, 255));
-}
-
-/// Rows of bytes with gaps between them, and more bytes before and after.
-class Plane {
- public:
-  Plane() = default;
-  Plane(int width, int height, int pitch)
-      : width_(width),
-        height_(height),
-        pitch_(pitch),
-        bytes_(2 * kSurround + static_cast<std::size_t>(pitch) * static_cast<std::size_t>(height)) {}
-
-  int pitch() const { return pitch_; }
-  unsigned char* data() { return bytes_.data() + kSurround; }
-  std::vector<unsigned char>& bytes() { return bytes_; }
-  const std::vector<unsigned char>& bytes() const { return bytes_; }
-
-  void fillAtRandom(Random& random) {
-    for (unsigned char& byte : bytes_) byte = randomByte(random);
-  }
-
-  /// Calls handle(byte) for each byte that is not one of a row's `width`.
-  template <class Handle>
-  void forEachOutside(Handle handle) {
-    for (std::size_t i = 0; i < bytes_.size(); ++i) {
-      if (!isInside(i)) handle(bytes_[i]);
-    }
-  }
-
-  bool isInside(std::size_t index) const {
-    if (index < kSurround || index >= bytes_.size() - kSurround) return false;
-    return static_cast<int>((index - kSurround) % static_cast<std::size_t>(pitch_)) < width_;
-  }
-
- private:
-  static constexpr std::size_t kSurround = 160;
-
-  int width_ = 0, height_ = 0, pitch_ = 1;
-  std::vector<unsigned char> bytes_;
-};
 
 /// A call of the launcher.
 struct Scene {
@@ -101,30 +47,6 @@ std::ostream& operator<<(std::ostream& out, const Scene& scene) {
              << ", rectangle " << scene.rect.x0 << ", " << scene.rect.y0 << ", " << scene.rect.x1 << ", "
              << scene.rect.y1 << ", color " << +scene.colorY << ", " << +scene.colorU << ", " << +scene.colorV
              << ", alpha " << scene.alpha;
-}
-
-float randomAlpha(Random& random) {
-  using Limits = std::numeric_limits<float>;
-  const float special[] = {0.0F,
-                           -0.0F,
-                           1.0F,
-                           0.45F,
-                           0.5F,
-                           Limits::denorm_min(),
-                           -Limits::denorm_min(),
-                           Limits::min() / 2,
-                           1.0F + Limits::epsilon(),
-                           1.5F,
-                           1000.0F,
-                           Limits::max(),
-                           -0.25F,
-                           -Limits::max(),
-                           Limits::quiet_NaN(),
-                           Limits::infinity(),
-                           -Limits::infinity()};
-  const int kinds = static_cast<int>(std::size(special));
-  const int kind = between(random, 0, 2 * kinds);
-  return kind < kinds ? special[kind] : std::uniform_real_distribution<float>(0.0F, 1.0F)(random);
 }
 
 /// From one corner to another of a line of `size` samples: within it, across its ends, beside it, or a single
@@ -203,64 +125,20 @@ bool isLuma(const Launch& launch) {
   return launch.kernel.find("segmask_y_kernel(") != std::string::npos;
 }
 
-using RunThread = std::function<void(const Extent& block, const Extent& thread)>;
-
 /// Runs threads of a launch through the kernels' own text.
 RunThread threadOfText(const Launch& launch) {
   if (isLuma(launch)) return host_kernels::threadsOf(launch, segmask_y_kernel);
   return host_kernels::threadsOf(launch, segmask_uv_kernel);
 }
 
-ptx::Kernel compiledKernel(const std::string& name) {
-  std::ifstream file(SEG_MASK_PTX);
-  const std::string text{std::istreambuf_iterator<char>(file), {}};
-  return {text, name};
-}
-
 /// Runs threads of a launch through the instructions that the compiler made.
 RunThread threadOfPtx(const Launch& launch) {
-  static const ptx::Kernel luma = compiledKernel("segmask_y_kernel");
-  static const ptx::Kernel chroma = compiledKernel("segmask_uv_kernel");
+  static const ptx::Kernel luma = compiledKernel(SEG_MASK_PTX, "segmask_y_kernel");
+  static const ptx::Kernel chroma = compiledKernel(SEG_MASK_PTX, "segmask_uv_kernel");
   const ptx::Kernel& kernel = isLuma(launch) ? luma : chroma;
   return [&kernel, registers = kernel.registersFor(launch)](const Extent& block, const Extent& thread) {
     kernel.run(registers, block, thread);
   };
-}
-
-/// One thread of a launch.
-struct Thread {
-  Extent block, thread;
-};
-
-/// All threads of a launch, block by block.
-std::vector<Thread> threadsOf(const Launch& launch) {
-  std::vector<Thread> threads;
-  const auto forEach = [](const Extent& size, auto handle) {
-    for (unsigned z = 0; z < size.z; ++z) {
-      for (unsigned y = 0; y < size.y; ++y) {
-        for (unsigned x = 0; x < size.x; ++x) handle(Extent{x, y, z});
-      }
-    }
-  };
-  forEach(launch.grid, [&](const Extent& block) {
-    forEach(launch.block, [&](const Extent& thread) { threads.push_back({block, thread}); });
-  });
-  return threads;
-}
-
-/// What the threads run.
-struct Code {
-  const char* name;
-  RunThread (*threadOf)(const Launch& launch);
-};
-
-void PrintTo(const Code& code, std::ostream* out) {
-  *out << code.name;
-}
-
-void run(const Code& code, const Launch& launch, const std::vector<Thread>& threads) {
-  const RunThread runThread = code.threadOf(launch);
-  for (const auto& [block, thread] : threads) runThread(block, thread);
 }
 
 void drawByThreads(const Code& code, Scene& scene) {
@@ -381,28 +259,13 @@ Launch showingWrites(Launch launch, Plane& plane) {
   return launch;
 }
 
-void expectNoByteWrittenTwice(const Code& code, const Launch& recorded, Plane plane) {
-  const Launch launch = showingWrites(recorded, plane);
-  const RunThread runThread = code.threadOf(launch);
-  std::vector<unsigned char>& bytes = plane.bytes();
-  std::vector<bool> written(bytes.size());
-  for (const auto& [block, thread] : threadsOf(launch)) {
-    runThread(block, thread);
-    for (auto at = bytes.begin(); (at = std::find(at, bytes.end(), 255)) != bytes.end(); *at = 0) {
-      const auto index = static_cast<std::size_t>(at - bytes.begin());
-      ASSERT_FALSE(written[index]) << "byte " << index << " is written by two threads";
-      ASSERT_TRUE(plane.isInside(index)) << "byte " << index << " is no sample";
-      written[index] = true;
-    }
-  }
-}
-
 TEST_P(CudaReplay, NoThreadWritesWhatAnotherWrites) {
   unsigned launches = 0;
   forEachScene(20, [&](Scene scene) {
     scene.launch();
     for (const Launch& launch : launch_recorder::launches()) {
-      expectNoByteWrittenTwice(code(), launch, isLuma(launch) ? scene.luma : scene.chroma);
+      Plane plane = isLuma(launch) ? scene.luma : scene.chroma;
+      expectNoByteWrittenTwice(code(), showingWrites(launch, plane), {&plane});
       ++launches;
     }
   });

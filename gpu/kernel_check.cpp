@@ -4,8 +4,6 @@
 #include <cuda_runtime.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <iostream>
 #include <memory>
 #include <random>
 #include <sstream>
@@ -15,17 +13,17 @@
 
 #include "gpu/DeviceBytes.h"
 #include "gpu/LaunchCase.h"
+#include "gpu/check_program.h"
 
 namespace {
 
 using gpu_check::DeviceBytes;
+using gpu_check::Effort;
 using gpu_check::LaunchCase;
 using gpu_check::MaskKind;
 using gpu_check::Stream;
 using render_base::LumaRect;
 using Bytes = std::vector<unsigned char>;
-
-constexpr int kSkipped = 77;  // what CTest is told to read as "skipped"
 
 struct Difference : std::runtime_error {
   using std::runtime_error::runtime_error;
@@ -53,14 +51,6 @@ void check(const LaunchCase& launch, Bytes bytes, cudaStream_t stream) {
   gpu_check::blendOnHost(launch, bytes);
   requireSame(launch, bytes, device.download(stream));
 }
-
-/// The amount of work: fewer cases under a checker that slows each one down.
-struct Effort {
-  unsigned seed;
-  bool quick;
-
-  int of(int full) const { return quick ? full / 20 : full; }
-};
 
 constexpr MaskKind kMasks[] = {MaskKind::random, MaskKind::sparse, MaskKind::full};
 
@@ -239,69 +229,15 @@ int itemsInFlight(const Effort& effort) {
   return rounds * static_cast<int>(instances.size());
 }
 
-/// Whether all is equal; says so, or what is not.
-bool run(const Effort& effort) {
-  const struct {
-    const char* name;
-    int (*body)(const Effort&);
-  } checks[] = {
-      {"every rectangle of a small frame", everyRectangle},
-      {"every byte under every colour at every weight", everyByte},
-      {"random rectangles, pitches, odd sizes and weights", randomSmallFrames},
-      {"planes that end with their memory", exactAllocations},
-      {"large frames", largeFrames},
-      {"items in flight on eight streams", itemsInFlight},
-  };
-  int failed = 0;
-  int cases = 0;
-  for (const auto& check : checks) {
-    try {
-      const int done = check.body(effort);
-      std::cout << "ok      " << check.name << ", " << done << " cases\n";
-      cases += done;
-    } catch (const std::exception& error) {
-      std::cout << "FAILED  " << check.name << " (seed " << effort.seed << "): " << error.what() << '\n';
-      ++failed;
-    }
-  }
-  if (failed == 0) std::cout << "host and device agree in all " << cases << " cases\n";
-  return failed == 0;
-}
-
-constexpr char kUsage[] =
-    "usage: kernel_check [--quick] [--seed N]\n"
-    "Draws with the device and with the host and compares every byte.\n"
-    "  --quick   a twentieth of the random cases and few large ones, for compute-sanitizer\n"
-    "  --seed N  another choice of random cases (1 is the default)\n"
-    "Exit code: 0 all equal, 1 a difference or a CUDA error, 2 bad arguments, 77 no CUDA device\n";
-
 }  // namespace
 
 int main(int argc, char** argv) {
-  Effort effort{1, false};
-  for (int i = 1; i < argc; ++i) {
-    const std::string argument = argv[i];
-    if (argument == "--help" || argument == "-h") {
-      std::cout << kUsage;
-      return 0;
-    }
-    if (argument == "--quick") {
-      effort.quick = true;
-    } else if (argument == "--seed" && i + 1 < argc) {
-      char* end = nullptr;
-      effort.seed = static_cast<unsigned>(std::strtoul(argv[++i], &end, 10));
-      if (*end == '\0' && end != argv[i]) continue;
-      std::cerr << "kernel_check: --seed: '" << argv[i] << "' is no number\n";
-      return 2;
-    } else {
-      std::cerr << "kernel_check: unknown argument '" << argument << "'\n" << kUsage;
-      return 2;
-    }
-  }
-  int devices = 0;
-  if (cudaGetDeviceCount(&devices) != cudaSuccess || devices == 0) {
-    std::cout << "skipped: no CUDA device\n";
-    return kSkipped;
-  }
-  return run(effort) ? 0 : 1;
+  return gpu_check::checkProgram("kernel_check",
+                                 {{"every rectangle of a small frame", everyRectangle},
+                                  {"every byte under every colour at every weight", everyByte},
+                                  {"random rectangles, pitches, odd sizes and weights", randomSmallFrames},
+                                  {"planes that end with their memory", exactAllocations},
+                                  {"large frames", largeFrames},
+                                  {"items in flight on eight streams", itemsInFlight}},
+                                 argc, argv);
 }

@@ -25,9 +25,10 @@ std::size_t planeBytes(int pitch, int rows) {
 }
 
 /// Adds the map for the frame pixels `from` to `to`; returns its number for frame pixel 0.
-int32_t addMap(FusedCase& frame, int from, int to, int maskDimension, std::mt19937& random) {
+int32_t addMap(FusedCase& frame, int from, int to, int frameDimension, int maskDimension) {
   const auto number = static_cast<int32_t>(frame.maps.size()) - from;
-  for (int i = from; i <= to; ++i) frame.maps.push_back(below(random, maskDimension));
+  for (int i = from; i <= to; ++i)
+    frame.maps.push_back(static_cast<int32_t>(int64_t{i} * maskDimension / frameDimension));
   return number;
 }
 
@@ -56,8 +57,8 @@ void addItem(FusedCase& frame, const LumaRect& rect, int maskWidth, int maskHeig
   FusedItem item{};
   item.luma = rect;
   item.chroma = seg_mask_overlay::chromaRect(rect);
-  item.columns = addMap(frame, cover.x0, cover.x1, maskWidth, random);
-  item.rows = addMap(frame, cover.y0, cover.y1, maskHeight, random);
+  item.columns = addMap(frame, cover.x0, cover.x1, frame.frame.size.width, maskWidth);
+  item.rows = addMap(frame, cover.y0, cover.y1, frame.frame.size.height, maskHeight);
   item.maskWidth = maskWidth;
   item.colorY = anyByte(random);
   item.colorU = anyByte(random);

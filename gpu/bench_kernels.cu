@@ -1,12 +1,13 @@
-// What drawing one mask costs on the GPU, beside the time that its bytes need at the card's own copy
-// bandwidth and beside two ways to do the same that are nearer at hand. Frames and places in them take turns,
-// so that the bytes come from memory and not from a cache.
+// What drawing one mask, or all items of a frame at once, costs on the GPU, beside the time that its bytes
+// need at the card's own copy bandwidth and, for one mask, beside two ways to do the same that are nearer at
+// hand. Frames and places in them take turns, so that the bytes come from memory and not from a cache.
 
 #include <cuda_runtime.h>
 #include <thrust/execution_policy.h>
 #include <thrust/for_each.h>
 #include <thrust/iterator/counting_iterator.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <functional>
@@ -18,12 +19,15 @@
 
 #include "blend/nv12_blend.h"
 #include "gpu/DeviceBytes.h"
+#include "gpu/FusedCase.h"
 #include "gpu/LaunchCase.h"
 #include "gpu/report.h"
 
 namespace {
 
 using gpu_check::DeviceBytes;
+using gpu_check::FusedCase;
+using gpu_check::FusedOnDevice;
 using gpu_check::LaunchCase;
 using gpu_check::Planes;
 using gpu_check::require;
@@ -244,6 +248,50 @@ void measure(const Workload& work, double bandwidth, double emptyLaunches, cudaS
   gpu_check::printRow(name, own, "to the host and back", byHost);
 }
 
+/// The packed frame once, each luma and chroma byte that is under a box read and written; an item drawn over
+/// another needs no more of them.
+double touchedBytes(const FusedCase& frame) {
+  const int width = frame.frame.size.width;
+  std::vector<bool> luma(static_cast<std::size_t>(width) * static_cast<std::size_t>(frame.frame.size.height));
+  for (const auto& item : frame.items) {
+    for (int y = item.luma.y0; y <= item.luma.y1; ++y) {
+      for (int x = item.luma.x0; x <= item.luma.x1; ++x)
+        luma[static_cast<std::size_t>(seg_mask_overlay::sampleOffset(y, width, x))] = true;
+    }
+  }
+  const auto packed = frame.items.size() * sizeof(frame.items[0]) +
+                      frame.maps.size() * sizeof(frame.maps[0]) + frame.bits.size() +
+                      (frame.tileFirst.size() + frame.tileItems.size()) * sizeof(uint32_t);
+  // At even places each pixel has half a byte of chroma.
+  return static_cast<double>(packed) + 3.0 * static_cast<double>(std::count(luma.begin(), luma.end(), true));
+}
+
+/// All items of a frame at once: boxes of 200x400 of 1920x1080, spread over the frame at even places.
+void measureFrame(int width, int height, int items, double bandwidth, double emptyLaunches,
+                  cudaStream_t stream) {
+  std::mt19937 random(1);
+  FusedCase frame = gpu_check::emptyFused(width, height, 0, 0.45F, random);
+  const int w = 200 * width / 1920 / 2 * 2;
+  const int h = 400 * height / 1080 / 2 * 2;
+  for (int i = 0; i < items; ++i) {
+    const int x = i * 398 % (width - w) / 2 * 2;
+    const int y = i * 212 % (height - h) / 2 * 2;
+    gpu_check::addItem(frame, {x, y, x + w - 1, y + h - 1}, 160, 160, 1, random);
+  }
+  gpu_check::makeTiles(frame, 0);
+  std::vector<std::unique_ptr<FusedOnDevice>> frames;
+  while (frames.size() * frame.planes.size() < kSpread)
+    frames.push_back(std::make_unique<FusedOnDevice>(frame, stream));
+  const double own = gpuTime(stream, static_cast<int>(frames.size()), [&](int i) {
+    seg_mask_overlay::launchFusedFrame(frames[static_cast<std::size_t>(i)]->frame(), nullptr, stream);
+  });
+  require(cudaGetLastError(), "drawing");
+  const std::string name = "one pass, " + std::to_string(width) + "x" + std::to_string(height) +
+                           ", boxes: " + std::to_string(items);
+  gpu_check::printRow(name, own, "its bytes at copy bandwidth", touchedBytes(frame) / bandwidth);
+  gpu_check::printRow(name, own, "two empty launches", emptyLaunches);
+}
+
 Workload workload(const char* name, int width, int height, LumaRect box, Shape shape) {
   LaunchCase launch = gpu_check::wholeFrame(width, height, 0.45F);
   launch.rect = box;
@@ -267,6 +315,10 @@ void measureAll() {
         workload("3840x2160, whole frame", 3840, 2160, {0, 0, 3839, 2159}, Shape::full),
         workload("3840x2160, a person of 400x800", 3840, 2160, {0, 0, 399, 799}, Shape::person)}) {
     measure(work, bandwidth, launches, stream.get());
+  }
+  for (const int items : {1, 10, 30, 100}) {
+    measureFrame(1920, 1080, items, bandwidth, launches, stream.get());
+    measureFrame(3840, 2160, items, bandwidth, launches, stream.get());
   }
 }
 

@@ -14,8 +14,6 @@
 namespace crowd {
 namespace {
 
-constexpr int kMaskSide = 160;
-
 /// The text of an upright ellipse, about as much of a box as a person is.
 std::string personMask() {
   std::vector<bool> inside;

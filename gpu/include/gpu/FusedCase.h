@@ -28,8 +28,8 @@ struct FusedCase {
 /// A frame of random bytes without items. Pitches have `spare` bytes beside a row's.
 FusedCase emptyFused(int width, int height, int spare, float alpha, std::mt19937& random);
 
-/// Adds an item of any colour with a mask of that size: its bits at random with one of `sparsity` set, its
-/// maps to any pixels of the mask. `rect` lies within the frame.
+/// Adds an item of any colour with a mask of that size, stretched over the frame: one of `sparsity` of its
+/// bits, chosen at random, is set. `rect` lies within the frame.
 void addItem(FusedCase& frame, const seg_mask_overlay::LumaRect& rect, int maskWidth, int maskHeight,
              int sparsity, std::mt19937& random);
 

@@ -9,6 +9,9 @@
 
 namespace crowd {
 
+/// Pixels of a side of each mask.
+constexpr int kMaskSide = 160;
+
 /// The frame's sides unless told otherwise.
 constexpr int kWidth = 1920;
 constexpr int kHeight = 1080;

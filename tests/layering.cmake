@@ -44,7 +44,7 @@ room(fuzz               AS fuzz             MAY ${plugin_side} ${host_side} test
 room(gpu                AS gpu              MAY ${plugin_side} test_support INSIDE seg_mask_overlay)
 
 # Made by the build.
-set(generated segmask_kernels.inc)
+set(generated segmask_kernels.inc segmask_fused_kernel.inc)
 # Each library has one, for the macro that makes its own symbols visible.
 set(same_names export.h)
 

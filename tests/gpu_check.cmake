@@ -31,6 +31,7 @@ expect("0;77" "gpu_check: the kernels alone: OpenSSL 3.0 or newer is needed; fou
   "-DOPENSSL_CRYPTO_LIBRARY=${WORK_DIR}/openssl/lib/libcrypto.so")
 foreach(row IN ITEMS
     "| what | ours | beside it | beside : ours |\n| --- | --- | --- | --- |\n| kernels draw the host's bytes | "
+    "\n| the one-pass kernel draws the host's bytes | "
     "\n| tests of the plug-in | not run | the kernels alone were built: OpenSSL 3.0 or newer is needed; found 1.1.1w in ${WORK_DIR}/openssl/include. "
     "\n| frame times | not run | the kernels alone were built |  |\n")
   string(FIND "${output}" "${row}" at)

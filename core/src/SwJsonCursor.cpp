@@ -17,12 +17,15 @@ int clampToInt(unsigned long position) {
 }  // namespace
 
 SwJsonCursor::SwJsonCursor(const SwString& json, unsigned long& index, SwString& errorMessage)
-    : json_(json), index_(index), errorMessage_(errorMessage) {
-  index_ = std::min<unsigned long>(index_, json.size());
-}
+    : json_(json),
+      callersIndex_(index),
+      errorMessage_(errorMessage),
+      start_(json.data()),
+      end_(start_ + json.size()),
+      at_(start_ + std::min<unsigned long>(index, json.size())) {}
 
-void SwJsonCursor::fail(const char* message, unsigned long index) {
-  reportJsonError(errorMessage_, json_, index, message);
+void SwJsonCursor::fail(const char* message, const char* at) {
+  reportJsonError(errorMessage_, json_, static_cast<unsigned long>(at - start_), message);
 }
 
 void reportJsonError(SwString& errorMessage, const SwString& json, unsigned long index,

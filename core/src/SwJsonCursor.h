@@ -1,54 +1,66 @@
 #pragma once
 
 #include <string>
+#include <utility>
 
 #include "core/SwString.h"
 #include "src/ascii.h"
 
 /// The state of one parse: a text, the position in it and the first error. The position and the error are the
-/// caller's; a position past the end is moved to the end.
+/// caller's; a position past the end is moved to the end. The caller's position follows when the cursor dies.
 class SwJsonCursor {
  public:
   SwJsonCursor(const SwString& json, unsigned long& index, SwString& errorMessage);
+  SwJsonCursor(const SwJsonCursor&) = delete;
+  SwJsonCursor& operator=(const SwJsonCursor&) = delete;
+  ~SwJsonCursor() { callersIndex_ = index(); }
 
   const std::string& text() const noexcept { return json_.str(); }
-  unsigned long index() const noexcept { return index_; }
-  bool atEnd() const noexcept { return index_ == text().size(); }
-  unsigned long remaining() const noexcept { return text().size() - index_; }
+  unsigned long index() const noexcept { return static_cast<unsigned long>(at_ - start_); }
+  bool atEnd() const noexcept { return at_ == end_; }
+  unsigned long remaining() const noexcept { return static_cast<unsigned long>(end_ - at_); }
   bool failed() const noexcept { return !errorMessage_.empty(); }
 
-  /// The byte at the position; NUL at the end. A NUL may also be a byte of the text.
-  char peek() const noexcept { return text().c_str()[index_]; }
+  /// The bytes from the position on. After the text stands a NUL, which may also be a byte of it.
+  const char* at() const noexcept { return at_; }
+  char peek() const noexcept { return *at_; }
 
-  /// Moves forward; there must be as many bytes.
-  void advance(unsigned long bytes = 1) noexcept { index_ += bytes; }
+  /// Moves forward, to `to` or by as many bytes as there must be.
+  void moveTo(const char* to) noexcept { at_ = to; }
+  void advance(unsigned long bytes = 1) noexcept { at_ += bytes; }
 
-  /// Moves past the byte if it is the next one.
+  /// Moves past the byte, which is not NUL, if it is the next one.
   bool skip(char byte) noexcept {
-    if (atEnd() || peek() != byte) return false;
+    if (peek() != byte) return false;
     advance();
     return true;
   }
 
   void skipSpace() noexcept {
-    while (ascii::isSpace(peek())) advance();
+    const char* at = at_;
+    while (ascii::isSpace(*at)) ++at;
+    at_ = at;
   }
 
   /// Moves past the digits at the position; false if there is none.
   bool skipDigits() noexcept {
-    const unsigned long start = index_;
-    while (ascii::isDigit(peek())) advance();
-    return index_ != start;
+    const char* at = at_;
+    while (ascii::isDigit(*at)) ++at;
+    return std::exchange(at_, at) != at;
   }
 
-  /// Records an error at the position or at `index`; of several the first stays.
-  void fail(const char* message) { fail(message, index_); }
-  void fail(const char* message, unsigned long index);
+  /// Records an error at the position or at `at`; of several the first stays.
+  void fail(const char* message) { fail(message, at_); }
+  void fail(const char* message, const char* at);
 
  private:
   const SwString& json_;
-  unsigned long& index_;
+  unsigned long& callersIndex_;
   SwString& errorMessage_;
+  // In the text itself, so that reading a byte takes one load.
+  const char* start_;
+  const char* end_;
+  const char* at_;
 };
 
 /// What SwJsonDocument::reportError does.

@@ -35,16 +35,14 @@ SwJsonObject SwJsonDocument::object() const {
 
 SwJsonValue SwJsonDocument::parseJson(const SwString& json, unsigned long& index, const SwString& key,
                                       SwString& errorMessage) const {
-  SwJsonCursor cursor(json, index, errorMessage);
-  return SwJsonParser(cursor, key).parse();
+  return SwJsonParser(json, index, errorMessage, key).parse();
 }
 
 SwString SwJsonDocument::parseString(const SwString& json, unsigned long& index,
                                      SwString& errorMessage) const {
   SwJsonCursor cursor(json, index, errorMessage);
-  std::string text;
-  readJsonString(cursor, text);
-  return text;
+  std::string unescaped;
+  return std::string(readJsonString(cursor, unescaped));
 }
 
 void SwJsonDocument::reportError(SwString& errorMessage, const SwString& json, unsigned long index,

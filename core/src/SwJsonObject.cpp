@@ -1,10 +1,27 @@
 #include "core/SwJsonObject.h"
 
+#include <tuple>
 #include <utility>
 
-void SwJsonObject::put(std::string&& key, SwJsonValue&& value) {
+template <typename Key>
+SwJsonValue& SwJsonObject::findOrAdd(Key&& key) {
   // Keys mostly come in order, as a generator writes them: then one comparison finds the place.
-  members_.insert_or_assign(members_.end(), std::move(key), std::move(value));
+  auto place = members_.end();
+  if (!members_.empty() && !members_.key_comp()(members_.rbegin()->first, key)) {
+    place = members_.lower_bound(key);
+    if (place != members_.end() && place->first == key) return place->second = SwJsonValue();
+  }
+  return members_
+      .emplace_hint(place, std::piecewise_construct, std::forward_as_tuple(std::forward<Key>(key)),
+                    std::tuple())
+      ->second;
+}
+
+SwJsonValue& SwJsonObject::slot(std::string_view key) {
+  return findOrAdd(key);
+}
+SwJsonValue& SwJsonObject::slot(std::string&& key) {
+  return findOrAdd(std::move(key));
 }
 
 bool SwJsonObject::erase(std::string_view key) noexcept {

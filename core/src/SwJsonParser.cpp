@@ -28,6 +28,37 @@ bool endsBareToken(char byte) {
 
 }  // namespace
 
+/// The digits of a number read so far, and what they are as one integer as long as that is sure to fit.
+struct SwJsonParser::Digits {
+  std::size_t count = 0;
+  uint64_t value = 0;
+
+  /// Moves past digits and adds them; false if there is none.
+  bool read(SwJsonCursor& cursor) noexcept {
+    const char* const start = cursor.at();
+    const char* at = start;
+    for (; ascii::isDigit(*at); ++at, ++count) {
+      if (count < kMost) value = 10 * value + static_cast<uint64_t>(*at - '0');
+    }
+    cursor.moveTo(at);
+    return at != start;
+  }
+
+  bool areWhole() const noexcept { return count <= kMost; }
+
+  /// Whether a double holds them without rounding.
+  bool areExactDouble() const noexcept { return areWhole() && value <= uint64_t{1} << 53; }
+
+  /// The double that is nearest to the value with the point moved by `places`, if they are an exact one: so
+  /// is the power of ten, and a division rounds once.
+  double over(std::size_t places) const noexcept { return static_cast<double>(value) / kPowersOfTen[places]; }
+
+ private:
+  static constexpr std::size_t kMost = 18;
+  static constexpr double kPowersOfTen[kMost + 1] = {1,    1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8, 1e9,
+                                                     1e10, 1e11, 1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18};
+};
+
 SwJsonValue SwJsonParser::parse() {
   Step step = Step::Value;
   while (step != Step::Stop) {
@@ -77,20 +108,18 @@ SwJsonParser::Step SwJsonParser::literal(char firstByte) {
 
 SwJsonParser::Step SwJsonParser::openObject() {
   cursor_.advance();
-  SwJsonValue value{SwJsonObject()};
-  SwJsonObject* object = value.object();
-  place(std::move(value));
-  open_.push_back({object, nullptr});
+  SwJsonValue& value = addSlot(SwJsonValue::Kind::Object);
+  value.object_ = std::make_shared<SwJsonObject>();
+  open_.push_back({value.object_.get(), nullptr});
   return Step::Member;
 }
 
 SwJsonParser::Step SwJsonParser::openArray() {
   cursor_.advance();
   if (cursor_.atEnd()) return stop("Unterminated JSON array");
-  SwJsonValue value{SwJsonArray()};
-  SwJsonArray* array = value.array();
-  place(std::move(value));
-  open_.push_back({nullptr, array});
+  SwJsonValue& value = addSlot(SwJsonValue::Kind::Array);
+  value.array_ = std::make_shared<SwJsonArray>();
+  open_.push_back({nullptr, value.array_.get()});
   return Step::Element;
 }
 
@@ -104,15 +133,15 @@ SwJsonParser::Step SwJsonParser::beginMember() {
   if (cursor_.atEnd()) return stop("Unterminated JSON object");
   if (cursor_.skip('}')) return closeContainer();
   if (cursor_.peek() != '"') return stop("Expected string key in object");
-  readJsonString(cursor_, memberKey_);
+  memberKey_ = readJsonString(cursor_, unescapedKey_);
   if (cursor_.failed()) return Step::Stop;
   cursor_.skipSpace();
-  return cursor_.skip(':') ? Step::Value : stop("Expected ':' after object key");
+  return cursor_.skip(':') ? beginValue() : stop("Expected ':' after object key");
 }
 
 SwJsonParser::Step SwJsonParser::beginElement() {
   cursor_.skipSpace();
-  return cursor_.skip(']') ? closeContainer() : Step::Value;
+  return cursor_.skip(']') ? closeContainer() : beginValue();
 }
 
 SwJsonParser::Step SwJsonParser::passSeparator() {
@@ -128,10 +157,18 @@ SwJsonParser::Step SwJsonParser::passSeparator() {
 }
 
 SwJsonParser::Step SwJsonParser::quotedText() {
-  std::string text;
-  readJsonString(cursor_, text);
+  std::string unescaped;
+  const std::string_view text = readJsonString(cursor_, unescaped);
   if (cursor_.failed()) return Step::Stop;
-  if (!isKeyed_) return finish(std::move(text));
+  if (!isKeyed_) {
+    std::string& value = addSlot(SwJsonValue::Kind::String).text_;
+    if (unescaped.empty()) {
+      value = text;
+    } else {
+      value = std::move(unescaped);
+    }
+    return afterValue();
+  }
   std::optional<SecretText> plain = decrypt(text);
   if (!plain) return stop("Unable to decrypt string value");
   return finishDecrypted(keyed_text::quotedValue(std::move(plain->text())));
@@ -164,63 +201,70 @@ std::optional<SecretText> SwJsonParser::decrypt(std::string_view cipherText) {
 SwJsonParser::Step SwJsonParser::boolean() {
   const std::string_view word = readLetters();
   if (word != "true" && word != "false") return stop("Invalid boolean literal");
-  return finish(word == "true");
+  addSlot(SwJsonValue::Kind::Bool).boolean_ = word == "true";
+  return afterValue();
 }
 
 SwJsonParser::Step SwJsonParser::null() {
-  return readLetters() == "null" ? finish(nullptr) : stop("Invalid literal, expected 'null'");
+  if (readLetters() != "null") return stop("Invalid literal, expected 'null'");
+  addSlot(SwJsonValue::Kind::Null);
+  return afterValue();
 }
 
 SwJsonParser::Step SwJsonParser::number() {
-  const unsigned long start = cursor_.index();
+  const char* const start = cursor_.at();
   cursor_.skip('-');
+  Digits digits;
   if (cursor_.skip('0')) {
     if (ascii::isDigit(cursor_.peek())) return stop("Leading zeros are not allowed in JSON numbers");
-  } else if (!cursor_.skipDigits()) {
+  } else if (!digits.read(cursor_)) {
     return stop("Expected digit in number literal");
   }
-
-  bool isInteger = true;
-  if (cursor_.skip('.')) {
-    isInteger = false;
-    if (!cursor_.skipDigits()) return stop("Expected digit after decimal point");
-  }
+  const std::size_t integerDigits = digits.count;
+  const bool hasFraction = cursor_.skip('.');
+  if (hasFraction && !digits.read(cursor_)) return stop("Expected digit after decimal point");
   if (cursor_.skip('e') || cursor_.skip('E')) {
-    isInteger = false;
     if (!cursor_.skip('+')) cursor_.skip('-');
-    if (!cursor_.skipDigits()) return stop("Expected digit in exponent");
+    return cursor_.skipDigits() ? floatingPoint(start) : stop("Expected digit in exponent");
   }
-  return isInteger ? integer(start) : floatingPoint(start);
+  if (!hasFraction) return integer(start, digits);
+  if (!digits.areExactDouble()) return floatingPoint(start);
+  const double magnitude = digits.over(digits.count - integerDigits);
+  return finishDouble(*start == '-' ? -magnitude : magnitude);
 }
 
 /// The token from `start` to the position has the grammar of an integer, so only its range is in doubt.
-SwJsonParser::Step SwJsonParser::integer(unsigned long start) {
-  const char* const text = cursor_.text().data();
+SwJsonParser::Step SwJsonParser::integer(const char* start, const Digits& digits) {
   int64_t value = 0;
-  if (std::from_chars(text + start, text + cursor_.index(), value).ec == std::errc()) return finish(value);
-  cursor_.fail("Invalid integer number", start);
-  return Step::Stop;
+  if (digits.areWhole()) {
+    value = static_cast<int64_t>(digits.value);
+    return finishInt(*start == '-' ? -value : value);
+  }
+  if (std::from_chars(start, cursor_.at(), value).ec == std::errc()) return finishInt(value);
+  return stopAt(start, "Invalid integer number");
 }
 
-SwJsonParser::Step SwJsonParser::floatingPoint(unsigned long start) {
-  const char* const text = cursor_.text().data();
+/// The token from `start` to the position has the grammar of a number.
+SwJsonParser::Step SwJsonParser::floatingPoint(const char* start) {
   double value = 0.0;
   // strtod decides what is accepted and gives the value. For normal numbers from_chars gives the same result
   // several times faster.
-  const auto [end, error] = std::from_chars(text + start, text + cursor_.index(), value);
-  if (error == std::errc() && std::fabs(value) > std::numeric_limits<double>::min()) return finish(value);
+  const auto [end, error] = std::from_chars(start, cursor_.at(), value);
+  if (error == std::errc() && std::fabs(value) > std::numeric_limits<double>::min())
+    return finishDouble(value);
 
-  const std::string token = cursor_.text().substr(start, cursor_.index() - start);
+  const std::string token(start, cursor_.at());
   std::size_t consumed = 0;
-  if (c_locale::toDouble(token, value, consumed) && consumed == token.size()) return finish(value);
-  cursor_.fail("Invalid floating-point number", start);
-  return Step::Stop;
+  if (c_locale::toDouble(token, value, consumed) && consumed == token.size()) return finishDouble(value);
+  return stopAt(start, "Invalid floating-point number");
 }
 
 std::string_view SwJsonParser::readLetters() {
-  const unsigned long start = cursor_.index();
-  while (ascii::isLetter(cursor_.peek())) cursor_.advance();
-  return std::string_view(cursor_.text()).substr(start, cursor_.index() - start);
+  const char* const start = cursor_.at();
+  const char* at = start;
+  while (ascii::isLetter(*at)) ++at;
+  cursor_.moveTo(at);
+  return std::string_view(start, static_cast<std::size_t>(at - start));
 }
 
 // Decrypted texts are overwritten before their memory is given back: all of a document that is refused, a
@@ -234,43 +278,54 @@ void SwJsonParser::makeWay() {
   if (open_.empty()) return;
   if (SwJsonArray* array = open_.back().array) {
     SwJsonTree::makeRoomAndWipe(*array);
-  } else if (SwJsonValue* replaced = open_.back().object->find(memberKey_)) {
+  } else if (SwJsonValue* replaced = open_.back().object->lookUp(memberKey_)) {
     SwJsonTree::wipe(*replaced);
   }
 }
 
 SwJsonParser::Step SwJsonParser::finishDecrypted(SwJsonValue&& value) {
   try {
-    return finish(std::move(value));
+    addSlot(SwJsonValue::Kind::Null) = std::move(value);
   } catch (...) {
     SwJsonTree::wipe(value);
     throw;
   }
-}
-
-/// Puts a value into the innermost open container; without one, it is the result.
-void SwJsonParser::place(SwJsonValue&& value) {
-  if (isKeyed_) makeWay();
-  if (open_.empty()) {
-    root_ = std::move(value);
-  } else if (open_.back().array) {
-    open_.back().array->append(std::move(value));
-  } else {
-    open_.back().object->put(std::move(memberKey_), std::move(value));
-  }
-}
-
-SwJsonParser::Step SwJsonParser::finish(SwJsonValue&& value) {
-  place(std::move(value));
   return afterValue();
 }
 
-/// Parsing stops after a value in a container if there is an error, even one that the caller passed in.
+/// A value of `kind` in the innermost open container; without one, the result.
+SwJsonValue& SwJsonParser::addSlot(SwJsonValue::Kind kind) {
+  if (isKeyed_) makeWay();
+  SwJsonValue* slot = &root_;
+  if (!open_.empty()) {
+    const Open& open = open_.back();
+    slot = open.array ? &open.array->elements_.emplace_back() : &open.object->slot(memberKey_);
+  }
+  slot->kind_ = kind;
+  return *slot;
+}
+
+SwJsonParser::Step SwJsonParser::finishInt(int64_t value) {
+  addSlot(SwJsonValue::Kind::Int).integer_ = value;
+  return afterValue();
+}
+
+SwJsonParser::Step SwJsonParser::finishDouble(double value) {
+  addSlot(SwJsonValue::Kind::Double).number_ = value;
+  return afterValue();
+}
+
+/// Parsing stops after a value in a container if there is an error, which only the caller can have passed in.
 SwJsonParser::Step SwJsonParser::afterValue() const {
-  return open_.empty() || cursor_.failed() ? Step::Stop : Step::Separator;
+  return open_.empty() || stopsAfterAnElement_ ? Step::Stop : Step::Separator;
 }
 
 SwJsonParser::Step SwJsonParser::stop(const char* message) {
-  cursor_.fail(message);
+  return stopAt(cursor_.at(), message);
+}
+
+/// Like stop, for an error that stands before the position.
+SwJsonParser::Step SwJsonParser::stopAt(const char* at, const char* message) {
+  cursor_.fail(message, at);
   return Step::Stop;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -15,19 +17,23 @@
 /// text may nest them as deeply as memory allows.
 class SwJsonParser {
  public:
-  /// An empty `key` is for plain JSON; another one is the key of an encrypted document. Both must outlive the
-  /// parser.
-  SwJsonParser(SwJsonCursor& cursor, const SwString& key)
-      : cursor_(cursor), isKeyed_(!key.empty()), cipher_(key) {}
+  /// `json`, `index` and `errorMessage` are a cursor's. An empty `key` is for plain JSON; another one is the
+  /// key of an encrypted document. All must outlive the parser.
+  SwJsonParser(const SwString& json, unsigned long& index, SwString& errorMessage, const SwString& key)
+      : cursor_(json, index, errorMessage),
+        stopsAfterAnElement_(cursor_.failed()),
+        isKeyed_(!key.empty()),
+        cipher_(key) {}
   SwJsonParser(const SwJsonParser&) = delete;
   SwJsonParser& operator=(const SwJsonParser&) = delete;
   ~SwJsonParser();
 
-  /// The value at the cursor, white space before it skipped; Null on an error, which the cursor then holds.
+  /// The value at the index, white space before it skipped; Null on an error, which the message then tells.
   /// To be called once.
   SwJsonValue parse();
 
  private:
+  struct Digits;
   enum class Step { Value, Member, Element, Separator, Stop };
 
   /// An open container: one of the two is set, and belongs to the tree below root_.
@@ -51,23 +57,28 @@ class SwJsonParser {
   Step boolean();
   Step null();
   Step number();
-  Step integer(unsigned long start);
-  Step floatingPoint(unsigned long start);
+  Step integer(const char* start, const Digits& digits);
+  Step floatingPoint(const char* start);
 
   std::string_view readLetters();
   void makeWay();
-  void place(SwJsonValue&& value);
-  Step finish(SwJsonValue&& value);
+  SwJsonValue& addSlot(SwJsonValue::Kind kind);
+  Step finishInt(int64_t value);
+  Step finishDouble(double value);
   Step finishDecrypted(SwJsonValue&& value);
   Step afterValue() const;
   Step stop(const char* message);
+  Step stopAt(const char* at, const char* message);
 
-  SwJsonCursor& cursor_;
+  SwJsonCursor cursor_;
+  /// Whether the caller passed in an error: then parsing stops after the first value in a container.
+  bool stopsAfterAnElement_;
   bool isKeyed_;
   TextCipher cipher_;
   /// The value being parsed. It grows in place: a container joins it when it opens.
   SwJsonValue root_;
   std::vector<Open> open_;
-  /// The key of the member that is being parsed.
-  std::string memberKey_;
+  /// The key of the member that is being parsed: bytes of the text or of unescapedKey_.
+  std::string_view memberKey_;
+  std::string unescapedKey_;
 };

@@ -118,19 +118,16 @@ bool readEscape(SwJsonCursor& cursor, std::string& out) {
   return true;
 }
 
-/// Appends the bytes before the next quote, backslash or control byte, or before the end.
-void readPlainBytes(SwJsonCursor& cursor, std::string& out) {
-  const std::string& text = cursor.text();
-  const unsigned long start = cursor.index();
-  const std::size_t run = plain_run::length(text.data() + start, text.size() - start);
-  out.append(text, start, run);
-  cursor.advance(run);
+/// Moves past the bytes before the next quote, backslash or control byte, or before the end.
+std::string_view passPlainBytes(SwJsonCursor& cursor) {
+  const std::string_view run(cursor.at(), plain_run::length(cursor.at(), cursor.remaining()));
+  cursor.advance(run.size());
+  return run;
 }
 
 /// Reads up to and with the closing quote; false if it is missing or something before it is wrong.
 bool readToClosingQuote(SwJsonCursor& cursor, std::string& out) {
   for (;;) {
-    readPlainBytes(cursor, out);
     if (cursor.skip('"')) return true;
     if (cursor.skip('\\')) {
       if (!readEscape(cursor, out)) return false;
@@ -138,13 +135,16 @@ bool readToClosingQuote(SwJsonCursor& cursor, std::string& out) {
       cursor.fail(cursor.atEnd() ? "Unterminated string literal" : "Unescaped control character in string");
       return false;
     }
+    out += passPlainBytes(cursor);
   }
 }
 
 }  // namespace
 
-void readJsonString(SwJsonCursor& cursor, std::string& out) {
-  out.clear();
+std::string_view readJsonString(SwJsonCursor& cursor, std::string& unescaped) {
   if (!cursor.atEnd()) cursor.advance();
-  if (!readToClosingQuote(cursor, out)) out.clear();
+  const std::string_view run = passPlainBytes(cursor);
+  if (cursor.skip('"')) return run;
+  unescaped = run;
+  return readToClosingQuote(cursor, unescaped) ? std::string_view(unescaped) : std::string_view();
 }

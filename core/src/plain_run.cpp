@@ -39,7 +39,7 @@ std::size_t lengthByBytes(const char* bytes, std::size_t size) noexcept {
   return length;
 }
 
-std::size_t length(const char* bytes, std::size_t size) noexcept {
+std::size_t lengthByBlocks(const char* bytes, std::size_t size) noexcept {
   std::size_t length = lengthByBytes(bytes, std::min(size, kShort));
   if (length < kShort) return length;
   while (size - length >= kLargeBlock && isPlainBlock<kLargeBlock>(bytes + length)) length += kLargeBlock;

@@ -52,6 +52,7 @@ class SW_CORE_EXPORT SwJsonArray {
   friend bool operator!=(const SwJsonArray& a, const SwJsonArray& b) { return !(a == b); }
 
  private:
+  friend class SwJsonParser;
   friend class SwJsonTree;
 
   std::vector<SwJsonValue> elements_;

@@ -56,8 +56,8 @@ class SW_CORE_EXPORT SwJsonObject {
   bool contains(const char* key) const noexcept { return find(key) != nullptr; }
 
   /// Takes the value over as a new member, or as the new value of the one that is there.
-  void insert(std::string key, SwJsonValue value) { put(std::move(key), std::move(value)); }
-  void insert(const char* key, SwJsonValue value) { put(std::string(viewOf(key)), std::move(value)); }
+  void insert(std::string key, SwJsonValue value) { slot(std::move(key)) = std::move(value); }
+  void insert(const char* key, SwJsonValue value) { slot(viewOf(key)) = std::move(value); }
 
   /// False if there is no such member.
   bool remove(const std::string& key) noexcept { return erase(key); }
@@ -74,8 +74,8 @@ class SW_CORE_EXPORT SwJsonObject {
   /// The member's value, owned by this object; null if there is no such member.
   const SwJsonValue* find(const std::string& key) const noexcept { return lookUp(key); }
   const SwJsonValue* find(const char* key) const noexcept { return lookUp(viewOf(key)); }
-  SwJsonValue* find(const std::string& key) noexcept { return const_cast<SwJsonValue*>(lookUp(key)); }
-  SwJsonValue* find(const char* key) noexcept { return const_cast<SwJsonValue*>(lookUp(viewOf(key))); }
+  SwJsonValue* find(const std::string& key) noexcept { return lookUp(key); }
+  SwJsonValue* find(const char* key) noexcept { return lookUp(viewOf(key)); }
 
   /// The members as pairs of key (first) and value (second), in key order.
   const_iterator begin() const noexcept { return members_.begin(); }
@@ -92,10 +92,16 @@ class SW_CORE_EXPORT SwJsonObject {
     return key ? std::string_view(key) : std::string_view();
   }
   const SwJsonValue* lookUp(std::string_view key) const noexcept;
+  SwJsonValue* lookUp(std::string_view key) noexcept {
+    return const_cast<SwJsonValue*>(std::as_const(*this).lookUp(key));
+  }
   bool erase(std::string_view key) noexcept;
 
-  /// What insert does, without its copies.
-  void put(std::string&& key, SwJsonValue&& value);
+  /// The value of a new member, Null, or of the one that is there, made Null.
+  SwJsonValue& slot(std::string_view key);
+  SwJsonValue& slot(std::string&& key);
+  template <typename Key>
+  SwJsonValue& findOrAdd(Key&& key);
 
   Members members_;
 };

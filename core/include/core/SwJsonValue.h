@@ -127,6 +127,7 @@ class SW_CORE_EXPORT SwJsonValue {
   friend bool operator!=(const SwJsonValue& a, const SwJsonValue& b) { return !equal(a, b); }
 
  private:
+  friend class SwJsonParser;
   friend class SwJsonTree;
 
   static bool equal(const SwJsonValue& a, const SwJsonValue& b);

@@ -3,25 +3,33 @@
 #include <tuple>
 #include <utility>
 
+SwJsonObject::SwJsonObject(const SwJsonObject& other)
+    : store_(other.empty() ? nullptr : SwJsonMemberStore::create(other.size())),
+      members_(other.members_, Members::allocator_type(store_.get())) {}
+
 template <typename Key>
-SwJsonValue& SwJsonObject::findOrAdd(Key&& key) {
+SwJsonValue& SwJsonObject::findOrAdd(Key&& key, std::size_t expected) {
+  if (!store_) {
+    store_ = SwJsonMemberStore::create(expected);
+    members_ = Members(Members::allocator_type(store_.get()));
+  }
   // Keys mostly come in order, as a generator writes them: then one comparison finds the place.
   auto place = members_.end();
   if (!members_.empty() && !members_.key_comp()(members_.rbegin()->first, key)) {
     place = members_.lower_bound(key);
     if (place != members_.end() && place->first == key) return place->second = SwJsonValue();
   }
-  return members_
-      .emplace_hint(place, std::piecewise_construct, std::forward_as_tuple(std::forward<Key>(key)),
-                    std::tuple())
-      ->second;
+  const auto added = members_.emplace_hint(place, std::piecewise_construct,
+                                           std::forward_as_tuple(std::forward<Key>(key)), std::tuple());
+  return added->second;
 }
 
-SwJsonValue& SwJsonObject::slot(std::string_view key) {
-  return findOrAdd(key);
+SwJsonValue& SwJsonObject::slot(std::string_view key, std::size_t expected) {
+  return findOrAdd(key, expected);
 }
+
 SwJsonValue& SwJsonObject::slot(std::string&& key) {
-  return findOrAdd(std::move(key));
+  return findOrAdd(std::move(key), 1);
 }
 
 bool SwJsonObject::erase(std::string_view key) noexcept {

@@ -1,5 +1,6 @@
 #include "src/SwJsonParser.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
@@ -110,7 +111,8 @@ SwJsonParser::Step SwJsonParser::openObject() {
   cursor_.advance();
   SwJsonValue& value = addSlot(SwJsonValue::Kind::Object);
   value.object_ = std::make_shared<SwJsonObject>();
-  open_.push_back({value.object_.get(), nullptr});
+  if (sizes_.size() <= open_.size()) sizes_.resize(open_.size() + 1, 1);
+  open_.push_back({value.object_.get(), nullptr, sizes_[open_.size()]});
   return Step::Member;
 }
 
@@ -119,12 +121,14 @@ SwJsonParser::Step SwJsonParser::openArray() {
   if (cursor_.atEnd()) return stop("Unterminated JSON array");
   SwJsonValue& value = addSlot(SwJsonValue::Kind::Array);
   value.array_ = std::make_shared<SwJsonArray>();
-  open_.push_back({nullptr, value.array_.get()});
+  open_.push_back({nullptr, value.array_.get(), 0});
   return Step::Element;
 }
 
 SwJsonParser::Step SwJsonParser::closeContainer() {
+  const SwJsonObject* const closed = open_.back().object;
   open_.pop_back();
+  if (closed) sizes_[open_.size()] = std::max<std::size_t>(closed->size(), 1);
   return afterValue();
 }
 
@@ -299,7 +303,7 @@ SwJsonValue& SwJsonParser::addSlot(SwJsonValue::Kind kind) {
   SwJsonValue* slot = &root_;
   if (!open_.empty()) {
     const Open& open = open_.back();
-    slot = open.array ? &open.array->elements_.emplace_back() : &open.object->slot(memberKey_);
+    slot = open.array ? &open.array->elements_.emplace_back() : &open.object->slot(memberKey_, open.expected);
   }
   slot->kind_ = kind;
   return *slot;

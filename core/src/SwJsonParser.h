@@ -40,6 +40,8 @@ class SwJsonParser {
   struct Open {
     SwJsonObject* object;
     SwJsonArray* array;
+    /// How many members an object is expected to have.
+    std::size_t expected;
   };
 
   Step beginValue();
@@ -78,6 +80,8 @@ class SwJsonParser {
   /// The value being parsed. It grows in place: a container joins it when it opens.
   SwJsonValue root_;
   std::vector<Open> open_;
+  /// How many members the last object had that stood as deep as this: the next one is mostly alike.
+  std::vector<std::size_t> sizes_;
   /// The key of the member that is being parsed: bytes of the text or of unescapedKey_.
   std::string_view memberKey_;
   std::string unescapedKey_;

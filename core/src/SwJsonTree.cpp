@@ -52,10 +52,9 @@ void SwJsonTree::copyContainer(const SwJsonValue& from, SwJsonValue& to) {
 /// A copy of `object` in which the containers of its members are still missing; those are added to `pending`.
 std::shared_ptr<SwJsonObject> SwJsonTree::copyOf(const SwJsonObject& object, std::vector<Copying>& pending) {
   auto copy = std::make_shared<SwJsonObject>();
-  auto& members = copy->members_;
   for (const auto& [key, value] : object) {
-    SwJsonValue& added =
-        members.emplace_hint(members.end(), key, SwJsonValue(value, SwJsonValue::FieldsOnly()))->second;
+    SwJsonValue& added = copy->slot(key, object.size());
+    added = SwJsonValue(value, SwJsonValue::FieldsOnly());
     if (value.hasContainer()) pending.push_back({&value, &added});
   }
   return copy;

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <utility>
 
+#include "core/SwJsonMemberStore.h"
 #include "core/SwJsonValue.h"
 #include "core/export.h"
 
@@ -35,17 +36,19 @@ class SW_CORE_EXPORT SwJsonObject {
       return first != second ? first < second : a < b;
     }
   };
-  using Members = std::map<std::string, SwJsonValue, KeyOrder>;
+  using Member = std::pair<const std::string, SwJsonValue>;
+  using Members = std::map<std::string, SwJsonValue, KeyOrder, SwJsonMemberAllocator<Member>>;
 
  public:
   using const_iterator = Members::const_iterator;
 
   SwJsonObject() = default;
-  SwJsonObject(const SwJsonObject&) = default;
+  SwJsonObject(const SwJsonObject& other);
   SwJsonObject(SwJsonObject&&) noexcept = default;
 
   /// `other` may come from inside this container.
   SwJsonObject& operator=(SwJsonObject other) noexcept {
+    store_.swap(other.store_);
     members_.swap(other.members_);
     return *this;
   }
@@ -97,11 +100,14 @@ class SW_CORE_EXPORT SwJsonObject {
   }
   bool erase(std::string_view key) noexcept;
 
-  /// The value of a new member, Null, or of the one that is there, made Null.
-  SwJsonValue& slot(std::string_view key);
+  /// The value of a new member, Null, or of the one that is there, made Null. `expected` tells how many
+  /// members an object will have that has none yet.
+  SwJsonValue& slot(std::string_view key, std::size_t expected = 1);
   SwJsonValue& slot(std::string&& key);
   template <typename Key>
-  SwJsonValue& findOrAdd(Key&& key);
+  SwJsonValue& findOrAdd(Key&& key, std::size_t expected);
 
+  /// Where the members stand; none before the first one. It goes where they go and dies after them.
+  SwJsonMemberStore::Handle store_;
   Members members_;
 };

@@ -1,5 +1,6 @@
 #include "src/SwJsonGenerator.h"
 
+#include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <string>
@@ -9,8 +10,13 @@
 #include "src/SecretText.h"
 #include "src/c_locale.h"
 #include "src/json_string_writer.h"
+#include "src/plain_run.h"
+#include "src/short_decimal.h"
 
 namespace {
+
+/// Below this magnitude a number's integral part is an int64_t.
+constexpr double kIntegersEnd = 9223372036854775808.0;
 
 std::string numberText(double number) {
   double integralPart = 0.0;
@@ -46,14 +52,12 @@ void SwJsonGenerator::append(const SwJsonArray& array) {
 void SwJsonGenerator::begin(const SwJsonValue& value) {
   switch (value.kind()) {
     case SwJsonValue::Kind::Null:
-      text_ += "null";
+      text_.append("null");
       break;
     case SwJsonValue::Kind::Bool:
     case SwJsonValue::Kind::Int:
-      appendScalar(value.toString());
-      break;
     case SwJsonValue::Kind::Double:
-      appendScalar(numberText(value.number()));
+      appendScalar(value);
       break;
     case SwJsonValue::Kind::String:
       appendString(value.text());
@@ -62,14 +66,14 @@ void SwJsonGenerator::begin(const SwJsonValue& value) {
       if (value.object()) {
         begin(*value.object());
       } else {
-        text_ += "{}";
+        text_.append("{}");
       }
       break;
     case SwJsonValue::Kind::Array:
       if (value.array()) {
         begin(*value.array());
       } else {
-        text_ += "[]";
+        text_.append("[]");
       }
       break;
   }
@@ -77,19 +81,19 @@ void SwJsonGenerator::begin(const SwJsonValue& value) {
 
 void SwJsonGenerator::begin(const SwJsonObject& object) {
   if (object.empty()) {
-    text_ += "{}";
+    text_.append("{}");
     return;
   }
-  text_ += '{';
+  text_.append('{');
   open_.push_back({&object, nullptr, object.begin(), 0});
 }
 
 void SwJsonGenerator::begin(const SwJsonArray& array) {
   if (array.empty()) {
-    text_ += "[]";
+    text_.append("[]");
     return;
   }
-  text_ += '[';
+  text_.append('[');
   open_.push_back({nullptr, &array, {}, 0});
 }
 
@@ -103,7 +107,7 @@ void SwJsonGenerator::finishOpen() {
     const char bracket = open.object ? '}' : ']';
     open_.pop_back();
     beginLine(level_ + open_.size());
-    text_ += bracket;
+    text_.append(bracket);
   }
 }
 
@@ -116,29 +120,59 @@ const SwJsonValue* SwJsonGenerator::beginNext(Open& open) {
       isObject ? open.nextMember == open.object->end() : open.nextElement == open.array->size();
   if (isEnd) return nullptr;
 
-  if (!isFirst) text_ += ',';
+  if (!isFirst) text_.append(',');
   beginLine(level_ + open_.size());
   if (!isObject) return &(*open.array)[open.nextElement++];
 
   const auto& [key, value] = *open.nextMember++;
   appendQuoted(key);
-  text_ += ": ";
+  text_.append(": ");
   return &value;
 }
 
 void SwJsonGenerator::beginLine(std::size_t level) {
   if (layout_ == Layout::Compact) return;
-  text_ += '\n';
-  text_.append(2 * level, ' ');
+  text_.append('\n');
+  text_.whole().append(2 * level, ' ');
 }
 
-void SwJsonGenerator::appendScalar(std::string text) {
+void SwJsonGenerator::appendScalar(const SwJsonValue& value) {
+  const bool isDouble = value.isDouble();
   if (isKeyed_) {
-    SecretText plain(std::move(text));
-    text_ += cipher_.encrypt(plain.text());
+    appendEncrypted(isDouble ? numberText(value.number()) : value.toString());
+  } else if (isDouble) {
+    appendNumber(value.number());
+  } else if (value.isInt()) {
+    appendInteger(value.integer());
   } else {
-    text_ += text;
+    text_.append(value.boolean() ? "true" : "false");
   }
+}
+
+void SwJsonGenerator::appendInteger(int64_t number) {
+  char* const start = text_.room();
+  text_.endAt(std::to_chars(start, start + StagedText::kRoom, number).ptr);
+}
+
+/// Appends numberText(number).
+void SwJsonGenerator::appendNumber(double number) {
+  if (std::fabs(number) < kIntegersEnd) {
+    const auto integer = static_cast<int64_t>(number);
+    if (static_cast<double>(integer) == number) {
+      appendInteger(integer);
+      return;
+    }
+    if (const char* end = short_decimal::write(number, text_.room())) {
+      text_.endAt(end);
+      return;
+    }
+  }
+  text_.append(numberText(number));
+}
+
+void SwJsonGenerator::appendEncrypted(std::string plainText) {
+  SecretText plain(std::move(plainText));
+  text_.append(cipher_.encrypt(plain.text()).str());
 }
 
 void SwJsonGenerator::appendString(const std::string& text) {
@@ -150,7 +184,15 @@ void SwJsonGenerator::appendString(const std::string& text) {
 }
 
 void SwJsonGenerator::appendQuoted(const std::string& text) {
-  text_ += '"';
-  appendEscapedJson(text, text_);
-  text_ += '"';
+  static_assert(plain_run::kShort + 2 <= StagedText::kRoom);
+  char* const start = text_.room();
+  *start = '"';
+  if (text.size() <= plain_run::kShort && plain_run::copyShort(text.data(), text.size(), start + 1)) {
+    start[1 + text.size()] = '"';
+    text_.endAt(start + 2 + text.size());
+    return;
+  }
+  text_.endAt(start + 1);
+  appendEscapedJson(text, text_.whole());
+  text_.append('"');
 }

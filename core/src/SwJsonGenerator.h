@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>
@@ -8,6 +9,7 @@
 #include "core/SwJsonObject.h"
 #include "core/SwJsonValue.h"
 #include "core/SwString.h"
+#include "src/StagedText.h"
 #include "src/TextCipher.h"
 
 /// Writes the JSON text of values. The containers it stands in are on a stack of its own, so a tree may be as
@@ -25,7 +27,7 @@ class SwJsonGenerator {
   void append(const SwJsonArray& array);
 
   /// What was appended; the generator gives it away.
-  std::string takeText() { return std::move(text_); }
+  std::string takeText() { return std::move(text_.whole()); }
 
  private:
   /// A container whose opening bracket is written, and what comes next in it. One of the two pointers is set.
@@ -42,7 +44,10 @@ class SwJsonGenerator {
   void finishOpen();
   const SwJsonValue* beginNext(Open& open);
   void beginLine(std::size_t level);
-  void appendScalar(std::string text);
+  void appendScalar(const SwJsonValue& value);
+  void appendInteger(int64_t number);
+  void appendNumber(double number);
+  void appendEncrypted(std::string plainText);
   void appendString(const std::string& text);
   void appendQuoted(const std::string& text);
 
@@ -51,5 +56,5 @@ class SwJsonGenerator {
   bool isKeyed_;
   TextCipher cipher_;
   std::vector<Open> open_;
-  std::string text_;
+  StagedText text_;
 };

@@ -19,6 +19,9 @@
 
 namespace {
 
+/// No object is given room for more members before it has them, however many another one had.
+constexpr std::size_t kMostExpected = 64;
+
 bool startsLiteral(char byte) {
   return byte == '-' || ascii::isDigit(byte) || byte == 't' || byte == 'f' || byte == 'n';
 }
@@ -128,7 +131,7 @@ SwJsonParser::Step SwJsonParser::openArray() {
 SwJsonParser::Step SwJsonParser::closeContainer() {
   const SwJsonObject* const closed = open_.back().object;
   open_.pop_back();
-  if (closed) sizes_[open_.size()] = std::max<std::size_t>(closed->size(), 1);
+  if (closed) sizes_[open_.size()] = std::clamp<std::size_t>(closed->size(), 1, kMostExpected);
   return afterValue();
 }
 

@@ -5,10 +5,6 @@
 namespace plain_run {
 namespace {
 
-/// Runs are looked for byte by byte up to this length: most keys and words are shorter, and checking a whole
-/// block for them costs more.
-constexpr std::size_t kShort = 16;
-
 constexpr std::size_t kSmallBlock = 32;
 constexpr std::size_t kLargeBlock = 256;
 

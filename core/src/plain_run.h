@@ -22,6 +22,40 @@ inline Word marks(Word word) noexcept {
   return ~(word | (notControl & notQuote & notBackslash)) & ~kLow;
 }
 
+/// The bytes of `part` with plain ones behind them.
+template <typename Part>
+constexpr Word padded(Part part) noexcept {
+  if constexpr (sizeof(Part) == sizeof(Word)) {
+    return part;
+  } else {
+    return 0x2020202020202020U << (8 * sizeof(Part)) | part;
+  }
+}
+
+/// Copies the first and the last bytes, which may overlap; false if not all stand for themselves.
+template <typename Part>
+bool copyEnds(const char* bytes, std::size_t size, char* to) noexcept {
+  Part first;
+  Part last;
+  std::memcpy(&first, bytes, sizeof(Part));
+  std::memcpy(&last, bytes + size - sizeof(Part), sizeof(Part));
+  std::memcpy(to, &first, sizeof(Part));
+  std::memcpy(to + size - sizeof(Part), &last, sizeof(Part));
+  return (marks(padded(first)) | marks(padded(last))) == 0;
+}
+
+/// copyShort() copies up to this many bytes.
+constexpr std::size_t kShort = 2 * sizeof(Word);
+
+/// Copies `size` bytes, at most kShort, to `to`, which does not overlap them; false if one of them does not
+/// stand for itself, and then what is at `to` has no meaning.
+inline bool copyShort(const char* bytes, std::size_t size, char* to) noexcept {
+  if (size >= sizeof(Word)) return copyEnds<Word>(bytes, size, to);
+  if (size >= sizeof(uint32_t)) return copyEnds<uint32_t>(bytes, size, to);
+  if (size >= sizeof(uint16_t)) return copyEnds<uint16_t>(bytes, size, to);
+  return size == 0 || copyEnds<unsigned char>(bytes, size, to);
+}
+
 /// What length() does with runs that are longer than its first word or stand at the end of a text.
 std::size_t lengthByBlocks(const char* bytes, std::size_t size) noexcept;
 

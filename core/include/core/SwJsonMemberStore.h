@@ -7,8 +7,8 @@
 
 #include "core/export.h"
 
-/// Memory for the members of one SwJsonObject; for the library alone. It comes in blocks for several members, is
-/// used again for a member that follows a removed one, and is given back as a whole.
+/// Memory for the members of one SwJsonObject; for the library alone. It comes in blocks for several members,
+/// is used again for a member that follows a removed one, and is given back as a whole.
 class SW_CORE_EXPORT SwJsonMemberStore {
  public:
   /// Enough for a map's node with a string and a value, and what such a node must be aligned to.
@@ -51,7 +51,8 @@ class SW_CORE_EXPORT SwJsonMemberStore {
     Block* next;
   };
 
-  SwJsonMemberStore(Slot* slots, std::size_t count) noexcept : unused_(slots), end_(slots + count), count_(count) {}
+  SwJsonMemberStore(Slot* slots, std::size_t count) noexcept
+      : unused_(slots), end_(slots + count), count_(count) {}
   void addBlock();
 
   Slot* free_ = nullptr;

@@ -6,8 +6,8 @@
 #include <string_view>
 #include <utility>
 
-/// A text that is made of many short pieces. They gather in a buffer of fixed size, where appending one is a few
-/// stores, and join the text in bulk.
+/// A text that is made of many short pieces. They gather in a buffer of fixed size, where appending one is a
+/// few stores, and join the text in bulk.
 class StagedText {
  public:
   /// The room that room() gives.

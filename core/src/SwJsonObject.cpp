@@ -13,15 +13,12 @@ SwJsonValue& SwJsonObject::findOrAdd(Key&& key, std::size_t expected) {
     store_ = SwJsonMemberStore::create(expected);
     members_ = Members(Members::allocator_type(store_.get()));
   }
+  const std::size_t before = members_.size();
   // Keys mostly come in order, as a generator writes them: then one comparison finds the place.
-  auto place = members_.end();
-  if (!members_.empty() && !members_.key_comp()(members_.rbegin()->first, key)) {
-    place = members_.lower_bound(key);
-    if (place != members_.end() && place->first == key) return place->second = SwJsonValue();
-  }
-  const auto added = members_.emplace_hint(place, std::piecewise_construct,
-                                           std::forward_as_tuple(std::forward<Key>(key)), std::tuple());
-  return added->second;
+  const auto member = members_.emplace_hint(members_.end(), std::piecewise_construct,
+                                            std::forward_as_tuple(std::forward<Key>(key)), std::tuple());
+  if (members_.size() == before) member->second = SwJsonValue();
+  return member->second;
 }
 
 SwJsonValue& SwJsonObject::slot(std::string_view key, std::size_t expected) {

@@ -118,13 +118,6 @@ bool readEscape(SwJsonCursor& cursor, std::string& out) {
   return true;
 }
 
-/// Moves past the bytes before the next quote, backslash or control byte, or before the end.
-std::string_view passPlainBytes(SwJsonCursor& cursor) {
-  const std::string_view run(cursor.at(), plain_run::length(cursor.at(), cursor.remaining()));
-  cursor.advance(run.size());
-  return run;
-}
-
 /// Reads up to and with the closing quote; false if it is missing or something before it is wrong.
 bool readToClosingQuote(SwJsonCursor& cursor, std::string& out) {
   for (;;) {
@@ -135,16 +128,15 @@ bool readToClosingQuote(SwJsonCursor& cursor, std::string& out) {
       cursor.fail(cursor.atEnd() ? "Unterminated string literal" : "Unescaped control character in string");
       return false;
     }
-    out += passPlainBytes(cursor);
+    const std::size_t run = plain_run::length(cursor.at(), cursor.remaining());
+    out.append(cursor.at(), run);
+    cursor.advance(run);
   }
 }
 
 }  // namespace
 
-std::string_view readJsonString(SwJsonCursor& cursor, std::string& unescaped) {
-  if (!cursor.atEnd()) cursor.advance();
-  const std::string_view run = passPlainBytes(cursor);
-  if (cursor.skip('"')) return run;
-  unescaped = run;
+std::string_view readJsonStringFrom(std::string_view start, SwJsonCursor& cursor, std::string& unescaped) {
+  unescaped = start;
   return readToClosingQuote(cursor, unescaped) ? std::string_view(unescaped) : std::string_view();
 }

@@ -35,11 +35,13 @@ std::size_t lengthByBytes(const char* bytes, std::size_t size) noexcept {
   return length;
 }
 
-std::size_t lengthByBlocks(const char* bytes, std::size_t size) noexcept {
-  std::size_t length = lengthByBytes(bytes, std::min(size, kShort));
-  if (length < kShort) return length;
+std::size_t lengthOfLonger(const char* bytes, std::size_t size) noexcept {
+  std::size_t length = 0;
   while (size - length >= kLargeBlock && isPlainBlock<kLargeBlock>(bytes + length)) length += kLargeBlock;
   while (size - length >= kSmallBlock && isPlainBlock<kSmallBlock>(bytes + length)) length += kSmallBlock;
+  for (; size - length >= sizeof(Word); length += sizeof(Word)) {
+    if (const Word marked = marksAt(bytes + length)) return length + firstOf(marked);
+  }
   return length + lengthByBytes(bytes + length, size - length);
 }
 

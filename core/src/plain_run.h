@@ -28,7 +28,8 @@ constexpr Word padded(Part part) noexcept {
   if constexpr (sizeof(Part) == sizeof(Word)) {
     return part;
   } else {
-    return 0x2020202020202020U << (8 * sizeof(Part)) | part;
+    constexpr Word kBits = (Word{1} << (8 * sizeof(Part))) - 1;
+    return (0x2020202020202020U & ~kBits) | part;
   }
 }
 
@@ -56,20 +57,28 @@ inline bool copyShort(const char* bytes, std::size_t size, char* to) noexcept {
   return size == 0 || copyEnds<unsigned char>(bytes, size, to);
 }
 
-/// What length() does with runs that are longer than its first word or stand at the end of a text.
-std::size_t lengthByBlocks(const char* bytes, std::size_t size) noexcept;
+/// marks() of the eight bytes at `bytes`, and which of them is the first that is marked.
+inline Word marksAt(const char* bytes) noexcept {
+  Word word;
+  std::memcpy(&word, bytes, sizeof(word));
+  return marks(word);
+}
+inline std::size_t firstOf(Word marked) noexcept {
+  static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "the first byte is the lowest of the word");
+  return static_cast<std::size_t>(__builtin_ctzll(marked)) / 8;
+}
+
+/// length() of a run that is not shorter than kShort, or that ends with a text.
+std::size_t lengthOfLonger(const char* bytes, std::size_t size) noexcept;
 
 /// How many of the `size` bytes at `bytes` stand for themselves before the first that does not.
 inline std::size_t length(const char* bytes, std::size_t size) noexcept {
-  static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "the first byte is the lowest of the word");
   // Most keys and words end here, which takes no branch for each of their bytes.
-  if (size >= sizeof(Word)) {
-    Word word;
-    std::memcpy(&word, bytes, sizeof(word));
-    const Word marked = marks(word);
-    if (marked != 0) return static_cast<std::size_t>(__builtin_ctzll(marked)) / 8;
+  if (size >= kShort) {
+    if (const Word marked = marksAt(bytes)) return firstOf(marked);
+    if (const Word marked = marksAt(bytes + sizeof(Word))) return sizeof(Word) + firstOf(marked);
   }
-  return lengthByBlocks(bytes, size);
+  return lengthOfLonger(bytes, size);
 }
 
 /// The same, a byte at a time: what length() has to agree with.

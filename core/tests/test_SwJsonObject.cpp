@@ -95,3 +95,35 @@ TEST(SwJsonObject, AssignmentFromInsideTheObject) {
   other = std::move(*other.find("inner")->object());
   EXPECT_EQ(other, object);
 }
+
+TEST(SwJsonObject, MembersStayWhereTheyAreUntilTheyAreRemoved) {
+  SwJsonObject object;
+  std::vector<std::pair<std::string, SwJsonValue*>> members;
+  for (int i = 0; i < 300; ++i) {
+    const std::string key = std::to_string(7 * i % 300);
+    object.insert(key, key);
+    members.emplace_back(key, object.find(key));
+  }
+  for (int i = 0; i < 100; ++i) {
+    EXPECT_TRUE(object.remove(members.back().first));
+    members.pop_back();
+  }
+  for (int i = 0; i < 200; ++i) object.insert("new " + std::to_string(i), i);
+  const SwJsonObject moved = std::move(object);
+  EXPECT_EQ(moved.size(), 400U);
+  for (const auto& [key, member] : members) {
+    EXPECT_EQ(moved.find(key), member);
+    EXPECT_EQ(member->text(), key);
+  }
+}
+
+TEST(SwJsonObject, WhatWasMovedFromCanBeFilledAgain) {
+  SwJsonObject object;
+  object.insert("a", 1);
+  const SwJsonObject taken = std::move(object);
+  EXPECT_TRUE(object.empty());  // NOLINT(bugprone-use-after-move): the state it promises
+  object.insert("b", 2);
+  EXPECT_EQ(object["b"].integer(), 2);
+  EXPECT_EQ(taken["a"].integer(), 1);
+  EXPECT_EQ(taken.size(), 1U);
+}

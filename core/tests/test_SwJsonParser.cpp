@@ -1,5 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <random>
 #include <string>
 #include <utility>
 #include <vector>
@@ -105,6 +109,38 @@ TEST(SwJsonParser, AWordEndsAtTheFirstOtherByte) {
   EXPECT_EQ(SwJsonDocument().parseJson("true1", index, "", error), SwJsonValue(true));
   EXPECT_EQ(index, 4U);
   EXPECT_EQ(error, "");
+}
+
+/// Of every length up to more than a word and a double hold, with the point in every place.
+TEST(SwJsonParser, NumbersAreWhatTheCLibraryReads) {
+  constexpr unsigned kSeed = 22;
+  std::mt19937 random(kSeed);
+  for (int round = 0; round < 20000; ++round) {
+    const std::size_t size = 1 + random() % 22;
+    std::string text(1, static_cast<char>('1' + random() % 9));
+    while (text.size() < size) text += static_cast<char>('0' + random() % 10);
+    if (random() % 2 == 0) text.insert(0, "-");
+    if (size <= 18) {
+      EXPECT_EQ(parsed(text), SwJsonValue(std::strtoll(text.c_str(), nullptr, 10))) << text;
+    }
+
+    const std::size_t places = 1 + random() % size;
+    text.insert(text.size() - places, places == size ? "0." : ".");
+    EXPECT_EQ(parsed(text), SwJsonValue(std::strtod(text.c_str(), nullptr))) << text;
+  }
+  // 2^53, beyond which a double does not hold every integer.
+  for (const char* text :
+       {"9007199254740991.5", "9007199254740992.0", "9007199254740993.0", "900719925474099.3",
+        "0.9007199254740993", "0.000000000000000001", "123456789012345678.9"}) {
+    EXPECT_EQ(parsed(text), SwJsonValue(std::strtod(text, nullptr))) << text;
+  }
+}
+
+TEST(SwJsonParser, ZeroKeepsItsSignAsADoubleOnly) {
+  EXPECT_FALSE(std::signbit(parsed("0.0").number()));
+  EXPECT_TRUE(std::signbit(parsed("-0.0").number()));
+  EXPECT_TRUE(std::signbit(parsed("-0e5").number()));
+  EXPECT_EQ(parsed("-0"), SwJsonValue(0));
 }
 
 TEST(SwJsonParser, StringsHaveTheirBytes) {

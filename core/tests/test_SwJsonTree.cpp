@@ -155,6 +155,53 @@ TEST(SwJsonTree, LookingAMemberUpAllocatesNothing) {
   EXPECT_EQ(allocationsMade() - before, 0);
 }
 
+TEST(SwJsonTree, AMemberTakesTheMemoryOfARemovedOne) {
+  SwJsonObject object;
+  object.insert("a", 1);
+  const long before = allocationsMade();
+  for (int i = 0; i < 100; ++i) {
+    EXPECT_TRUE(object.remove("a"));
+    object.insert("a", i);
+  }
+  EXPECT_EQ(allocationsMade() - before, 0);
+}
+
+/// Counted with twice as many: the array, the text and the parser allocate for both, at most once more for
+/// one.
+TEST(SwJsonTree, MembersOfAlikeObjectsAndOfCopiesAreOneAllocation) {
+  const std::string one = "{\"a\":1,\"b\":2,\"c\":3,\"d\":4,\"e\":5,\"f\":6},";
+  const auto allocations = [](const std::function<void()>& work) {
+    const long before = allocationsMade();
+    work();
+    return allocationsMade() - before;
+  };
+  const std::string fewer = "[" + repeated(one, 100) + "]";
+  const std::string more = "[" + repeated(one, 200) + "]";
+  SwJsonValue fewerTree;
+  SwJsonValue moreTree;
+  const long ofFewer = allocations([&] { fewerTree = parsed(fewer); });
+  const long ofMore = allocations([&] { moreTree = parsed(more); });
+  EXPECT_EQ(ofMore - ofFewer, 201);
+  EXPECT_EQ(
+      allocations([&] { SwJsonValue copy(moreTree); }) - allocations([&] { SwJsonValue copy(fewerTree); }),
+      200);
+}
+
+/// However large the one before was: what is allocated for its members is a few times what they need.
+TEST(SwJsonTree, ASmallObjectBehindALargeOneIsSmall) {
+  std::string members;
+  for (int i = 0; i < 10000; ++i) members += "\"" + std::to_string(i) + "\":1,";
+  const auto bytes = [](const std::string& text) {
+    const long before = bytesMade();
+    parsed(text);
+    return bytesMade() - before;
+  };
+  const long ofLarge = bytes("[{" + members + "}]");
+  const long ofBoth = bytes("[{" + members + "},{\"k\":1}]");
+  EXPECT_GT(ofLarge, 1000000);
+  EXPECT_LT(ofBoth - ofLarge, 20000);
+}
+
 TEST(SwJsonTree, DeepValuesInAnAnyAreCopiedConvertedAndWritten) {
   for (const std::string& text : {kArrays, kMixed}) {
     runOnSmallStack([&text] {

@@ -62,3 +62,20 @@ TEST(PlainRun, AgreesWithTheBytewiseVersionOnRandomText) {
         << "seed " << kSeed << ", round " << round;
   }
 }
+
+TEST(PlainRun, ShortRunsAreCopiedUnlessOneByteIsEscaped) {
+  for (std::size_t size = 0; size <= plain_run::kShort; ++size) {
+    const std::string text = std::string("abcdefghijklmnop").substr(0, size);
+    std::string copy(size + 1, '#');
+    EXPECT_TRUE(plain_run::copyShort(text.data(), size, copy.data()));
+    EXPECT_EQ(copy, text + "#");
+    for (std::size_t at = 0; at < size; ++at) {
+      for (int byte = 0; byte < 256; ++byte) {
+        std::string other = text;
+        other[at] = static_cast<char>(byte);
+        const bool escaped = byte < 0x20 || byte == '"' || byte == '\\';
+        EXPECT_EQ(plain_run::copyShort(other.data(), size, copy.data()), !escaped) << byte << " at " << at;
+      }
+    }
+  }
+}

@@ -57,9 +57,9 @@ TEST(ShortDecimal, SixDigitsWithoutZerosAtTheEnd) {
 }
 
 TEST(ShortDecimal, WhatTakesMoreCareIsLeftAlone) {
-  for (const double value : {0.00009, 999999.75, 99.9999999, 1e6, 1e300, 0.0, 1234.565, 100000.5,
-                             std::numeric_limits<double>::denorm_min(), std::numeric_limits<double>::infinity(),
-                             std::nan("")}) {
+  for (const double value :
+       {0.00009, 999999.75, 99.9999999, 1e6, 1e300, 0.0, 1234.565, 100000.5,
+        std::numeric_limits<double>::denorm_min(), std::numeric_limits<double>::infinity(), std::nan("")}) {
     EXPECT_EQ(written(value), "left alone") << value;
     EXPECT_EQ(written(-value), "left alone") << value;
   }

@@ -16,7 +16,7 @@
 ///
 /// Copies are deep. Pointers, references and iterators to a member stay valid until that member is removed or
 /// overwritten. What copies or inserts throws std::bad_alloc; looking a key up allocates nothing. Threads: as
-/// for SwJsonValue.
+/// for SwJsonValue. The place of a removed member serves another one; memory is given back with the object.
 class SW_CORE_EXPORT SwJsonObject {
   /// The order of std::less. Most keys differ in their first byte, which is cheaper to compare here.
   struct KeyOrder {

@@ -98,13 +98,22 @@ TEST(SwJsonTree, WideObjectsInsideEachOther) {
   });
 }
 
+/// An error behind a deep tree, and texts in which nothing that was opened is closed.
 TEST(SwJsonTree, ADeepErrorDiscardsWhatWasBuilt) {
-  runOnSmallStack([] {
-    SwJsonDocument document;
-    SwString error;
-    EXPECT_FALSE(document.loadFromJson("[" + kMixed + ",?", error));
-    EXPECT_TRUE(document.root().isNull());
-  });
+  const std::pair<std::string, const char*> cases[] = {
+      {"[" + kMixed + ",?", R"(Invalid JSON token (index 4500003) near "]}]}]}]}]}]}]}]}]}],?")"},
+      {repeated("[", kDepth), R"(Unterminated JSON array (index 1000000) near "[[[[[[[[[[[[[[[[[[[[")"},
+      {repeated("{\"k\":", kDepth),
+       R"(Unexpected end of JSON input (index 5000000) near "{"k":{"k":{"k":{"k":")"}};
+  for (const auto& [text, message] : cases) {
+    runOnSmallStack([&text = text, message = message] {
+      SwJsonDocument document;
+      SwString error;
+      EXPECT_FALSE(document.loadFromJson(text, error));
+      EXPECT_EQ(error, message);
+      EXPECT_TRUE(document.root().isNull());
+    });
+  }
 }
 
 TEST(SwJsonTree, BuildingAroundAMovedTreeDoesNotCopyIt) {

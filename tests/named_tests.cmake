@@ -1,0 +1,50 @@
+# Every test, `Suite.Test`, and every suite, "the suite `X`" or "the suites `X`, `Y` and `Z`", that the documents name is in
+# the sources. `Suite.Beginning...` names all tests that begin so. Run by ctest with SOURCE_DIR.
+
+cmake_minimum_required(VERSION 3.25)
+set(word "[A-Za-z0-9_]+")
+
+file(GLOB_RECURSE sources RELATIVE "${SOURCE_DIR}" "${SOURCE_DIR}/*/test_*.cpp")
+list(FILTER sources EXCLUDE REGEX "^build/")
+set(names " ")
+foreach(_file IN LISTS sources)
+  file(READ "${SOURCE_DIR}/${_file}" _text)
+  string(REGEX MATCHALL "TEST(_F|_P)?\\([ \n]*${word},[ \n]*${word}[ \n]*\\)" _tests "${_text}")
+  foreach(_test IN LISTS _tests)
+    string(REGEX REPLACE "^[^(]*\\([ \n]*(${word}),[ \n]*(${word}).*" "\\1.\\2" _test "${_test}")
+    string(APPEND names "${_test} ")
+  endforeach()
+endforeach()
+
+# `beginning` is all of a test's name, with the blank behind it, or as much of it as the document has.
+function(check document name beginning)
+  string(FIND "${names}" " ${beginning}" _at)
+  if(_at EQUAL -1)
+    message(SEND_ERROR "${document} names `${name}`, which is in no test_*.cpp")
+  endif()
+endfunction()
+
+set(count 0)
+file(GLOB documents RELATIVE "${SOURCE_DIR}" "${SOURCE_DIR}/docs/*.md")
+foreach(_document IN ITEMS ${documents} HACKING.md SECURITY.md)
+  file(READ "${SOURCE_DIR}/${_document}" _text)
+  string(REGEX MATCHALL "`[A-Z]${word}\\.[A-Z]${word}(\\.\\.\\.)?`" _tests "${_text}")
+  list(REMOVE_ITEM _tests "`Suite.Test`")  # stands for any
+  foreach(_name IN LISTS _tests)
+    string(REPLACE "`" "" _name "${_name}")
+    string(REPLACE "... " "" _beginning "${_name} ")
+    check("${_document}" "${_name}" "${_beginning}")
+    math(EXPR count "${count} + 1")
+  endforeach()
+
+  string(REGEX MATCHALL "suites?[ \n]+`${word}`((,|,? and)[ \n]+`${word}`)*" _lists "${_text}")
+  string(REGEX MATCHALL "`${word}`" _suites "${_lists}")
+  foreach(_name IN LISTS _suites)
+    string(REPLACE "`" "" _name "${_name}")
+    check("${_document}" "${_name}" "${_name}.")
+    math(EXPR count "${count} + 1")
+  endforeach()
+endforeach()
+if(count EQUAL 0)
+  message(FATAL_ERROR "named_tests: there is nothing to read in ${SOURCE_DIR}")
+endif()

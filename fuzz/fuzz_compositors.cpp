@@ -1,6 +1,6 @@
-// The compositors of both libraries against each other on the CPU device. The input is a program: frames with items
-// of any box, mask and colour, drawn by one instance of each, some behind a held stream. Every byte of all planes,
-// those around the rows too, has to be what the reference for a packed frame writes.
+// The compositors of both libraries against each other on the CPU device. The input is a program: frames with
+// items of any box, mask and colour, drawn by one instance of each, some behind a held stream. Every byte of
+// all planes, those around the rows too, has to be what the reference for a packed frame writes.
 
 #include <cuda_runtime.h>
 
@@ -43,7 +43,7 @@ cudaStream_t theStream() {
 float buildAlpha(FuzzInput& input) {
   using Limits = std::numeric_limits<float>;
   static constexpr std::array<float, 14> kAlphas{
-      0.45F,  0.5F,   1.0F,   0.0F,          1.0F / 3.0F,         0.999999F,           1.5F,
+      0.45F,  0.5F,   1.0F,   0.0F,          1.0F / 3.0F,        0.999999F,           1.5F,
       -0.25F, 300.0F, -300.F, Limits::max(), Limits::infinity(), -Limits::infinity(), Limits::quiet_NaN()};
   const unsigned kind = input.below(20);
   if (kind < kAlphas.size()) return kAlphas[kind];

@@ -185,7 +185,6 @@ SpannedRows ItemPainter::chromaArea(int from, int to, const Span* spans, int cou
 
 /// Draws chroma rows whose two luma rows show the same mask row.
 void ItemPainter::drawChroma(int from, int to, const RowCover& cover) const {
-  to = std::min(to, item_.chroma.y1);
   if (from >= to || chromaWidth() <= 0) return;
   const SpannedRows area = chromaArea(from, to, cover.chroma.data(), cover.chromaCount);
   if (cover.isSpans) {
@@ -199,7 +198,7 @@ void ItemPainter::drawChroma(int from, int to, const RowCover& cover) const {
 
 /// Draws a chroma row whose luma rows show two mask rows.
 void ItemPainter::drawChromaBetween(int row, RowCover& above, RowCover& below) const {
-  if (row >= item_.chroma.y1 || chromaWidth() <= 0) return;
+  if (chromaWidth() <= 0) return;
   if (above.isSpans && below.isSpans) {
     std::array<Span, 2 * static_cast<std::size_t>(RowCover::kSpans)> both;
     const auto end = std::merge(above.chroma.begin(), above.chroma.begin() + above.chromaCount,

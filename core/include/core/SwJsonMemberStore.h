@@ -80,7 +80,8 @@ class SwJsonMemberAllocator {
 
   /// A map asks for one node at a time.
   T* allocate(std::size_t) {
-    static_assert(sizeof(T) <= SwJsonMemberStore::kSlotSize && alignof(T) <= SwJsonMemberStore::kAlignment);
+    static_assert(sizeof(T) <= SwJsonMemberStore::kSlotSize);
+    static_assert(alignof(T) <= SwJsonMemberStore::kAlignment);
     return static_cast<T*>(store_->take());
   }
   void deallocate(T* node, std::size_t) noexcept { store_->giveBack(node); }

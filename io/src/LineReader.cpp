@@ -4,6 +4,7 @@
 
 #include "io/Interrupt.h"
 #include "io/UserError.h"
+#include "src/ByteSource.h"
 
 namespace segmask {
 namespace {
@@ -12,10 +13,13 @@ constexpr std::size_t kBlockBytes = 1 << 16;
 
 }  // namespace
 
-LineReader::LineReader(std::string path)
-    : path_(std::move(path)), file_(openForReading(path_)), block_(kBlockBytes) {
-  // Reads the first block at once, so that a path that cannot be read, such as a folder, fails here.
-  fillBlock();
+LineReader::LineReader(const std::string& path)
+    : source_(std::make_unique<ByteSource>(path)), block_(kBlockBytes) {}
+
+LineReader::~LineReader() = default;
+
+const std::string& LineReader::path() const {
+  return source_->name();
 }
 
 bool LineReader::next(std::string& line) {
@@ -28,7 +32,7 @@ bool LineReader::next(std::string& line) {
     const std::size_t size =
         lineFeed ? static_cast<std::size_t>(static_cast<const char*>(lineFeed) - rest) : end_ - begin_;
     if (line.size() + size > kMostLineBytes) {
-      throw UserError(path_ + ":" + std::to_string(lineNumber_ + 1) + ": the line is longer than " +
+      throw UserError(path() + ":" + std::to_string(lineNumber_ + 1) + ": the line is longer than " +
                       std::to_string(kMostLineBytes >> 20) + " MiB");
     }
     line.append(rest, size);
@@ -46,7 +50,7 @@ bool LineReader::next(std::string& line) {
 
 bool LineReader::fillBlock() {
   begin_ = 0;
-  end_ = readSome(file_.get(), block_.data(), block_.size(), path_);
+  end_ = source_->read(block_.data(), block_.size());
   return end_ > 0;
 }
 

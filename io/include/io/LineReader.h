@@ -2,36 +2,42 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
-#include "io/FileDescriptor.h"
-
 namespace segmask {
 
-/// Reads a text file or pipe line by line, with at most one line and one block of it in memory.
+class ByteSource;
+
+/// Reads a text file or pipe line by line, with at most one line and one block of it in memory. One that is
+/// packed by gzip, whatever its name, is unpacked meanwhile.
 class LineReader {
  public:
   /// The longest line that is accepted, so that a file without line ends cannot fill the memory.
   static constexpr std::size_t kMostLineBytes = std::size_t{256} << 20;
 
-  /// Throws UserError when the file cannot be opened.
-  explicit LineReader(std::string path);
+  /// "-" is standard input. Throws UserError when the file cannot be opened.
+  explicit LineReader(const std::string& path);
+  ~LineReader();
+  LineReader(const LineReader&) = delete;
+  LineReader& operator=(const LineReader&) = delete;
 
   /// The next line without its line feed; the last line needs none. False at the end of the file, and early
-  /// once the user has asked to stop. Throws UserError when reading fails or the line is too long.
+  /// once the user has asked to stop. Throws UserError when reading or unpacking fails or the line is too
+  /// long.
   bool next(std::string& line);
 
   /// The number of the line that next() gave last, counted from 1.
   uint64_t lineNumber() const { return lineNumber_; }
 
-  const std::string& path() const { return path_; }
+  /// What errors call the file: its path, or "standard input".
+  const std::string& path() const;
 
  private:
   bool fillBlock();
 
-  std::string path_;
-  FileDescriptor file_;
+  std::unique_ptr<ByteSource> source_;
   std::vector<char> block_;
   std::size_t begin_ = 0;  ///< where the block's unread part begins
   std::size_t end_ = 0;

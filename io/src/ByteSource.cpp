@@ -1,0 +1,88 @@
+#include "src/ByteSource.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <new>
+
+#include "io/Interrupt.h"
+#include "io/UserError.h"
+
+namespace segmask {
+namespace {
+
+constexpr char kStandardInput[] = "-";
+constexpr std::size_t kBlockBytes = 1 << 16;
+constexpr unsigned char kGzip[] = {0x1F, 0x8B};
+constexpr int kGzipWindowBits = 16 + MAX_WBITS;  // zlib's sign for gzip's format
+
+FileDescriptor openSource(const std::string& path, const std::string& name) {
+  if (path != kStandardInput) return openForReading(path);
+  FileDescriptor file(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+  if (!file) throw systemError(name, errno);
+  return file;
+}
+
+}  // namespace
+
+ByteSource::ByteSource(const std::string& path)
+    : name_(path == kStandardInput ? "standard input" : path),
+      file_(openSource(path, name_)),
+      block_(kBlockBytes) {
+  // Reads the first block at once, so that a path that cannot be read, such as a folder, fails here. A pipe may
+  // give its first byte alone.
+  std::size_t size = readSome(file_.get(), block_.data(), block_.size(), name_);
+  if (size == 1 && block_[0] == kGzip[0]) {
+    size += readSome(file_.get(), block_.data() + size, block_.size() - size, name_);
+  }
+  stream_.next_in = block_.data();
+  stream_.avail_in = static_cast<uInt>(size);
+  isPacked_ = size >= sizeof(kGzip) && std::equal(std::begin(kGzip), std::end(kGzip), block_.begin());
+  isWithinPacked_ = isPacked_;
+  if (isPacked_ && inflateInit2(&stream_, kGzipWindowBits) != Z_OK) throw std::bad_alloc();
+}
+
+ByteSource::~ByteSource() {
+  if (isPacked_) inflateEnd(&stream_);
+}
+
+std::size_t ByteSource::read(char* bytes, std::size_t size) {
+  if (isPacked_) return unpack(bytes, size);
+  return stream_.avail_in > 0 ? takeFromBlock(bytes, size) : readSome(file_.get(), bytes, size, name_);
+}
+
+std::size_t ByteSource::takeFromBlock(char* bytes, std::size_t size) {
+  const std::size_t count = std::min<std::size_t>(size, stream_.avail_in);
+  std::memcpy(bytes, stream_.next_in, count);
+  stream_.next_in += count;
+  stream_.avail_in -= static_cast<uInt>(count);
+  return count;
+}
+
+std::size_t ByteSource::unpack(char* bytes, std::size_t size) {
+  stream_.next_out = reinterpret_cast<Bytef*>(bytes);
+  stream_.avail_out = static_cast<uInt>(size);
+  while (stream_.avail_out == size) {
+    if (stream_.avail_in == 0 && !fillBlock()) {
+      if (!isWithinPacked_ || Interrupt::requested()) break;
+      throw UserError(name_ + ": the gzip data is cut off");
+    }
+    if (!isWithinPacked_) inflateReset(&stream_);
+    const int result = inflate(&stream_, Z_NO_FLUSH);
+    if (result == Z_MEM_ERROR) throw std::bad_alloc();
+    if (result != Z_OK && result != Z_STREAM_END) throw UserError(name_ + ": the gzip data is damaged");
+    isWithinPacked_ = result == Z_OK;
+  }
+  return size - stream_.avail_out;
+}
+
+bool ByteSource::fillBlock() {
+  stream_.next_in = block_.data();
+  stream_.avail_in = static_cast<uInt>(readSome(file_.get(), block_.data(), block_.size(), name_));
+  return stream_.avail_in > 0;
+}
+
+}  // namespace segmask

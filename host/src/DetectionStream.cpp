@@ -5,6 +5,7 @@
 #include "core/SwJsonArray.h"
 #include "core/SwJsonDocument.h"
 #include "io/UserError.h"
+#include "src/CompactMask.h"
 
 namespace segmask {
 namespace {
@@ -18,7 +19,8 @@ bool isBlank(const std::string& text) {
 
 }  // namespace
 
-DetectionStream::DetectionStream(const std::string& path) : reader_(path) {}
+DetectionStream::DetectionStream(const std::string& path, render_base::FrameSize frameSize)
+    : reader_(path), frameSize_(frameSize) {}
 
 std::vector<DetectionLine> DetectionStream::take(uint64_t frame) {
   std::vector<DetectionLine> lines;
@@ -63,7 +65,8 @@ DetectionLine DetectionStream::parse(const std::string& text) const {
   SwJsonDocument document;
   SwString error;
   if (!document.loadFromJson(text, error)) refuse("not JSON: " + error.str());
-  const SwJsonObject* const object = document.root().object();
+  SwJsonValue root = document.takeRoot();
+  SwJsonObject* const object = root.object();
   if (!object) refuse("not a JSON object");
 
   const SwJsonValue* const frame = object->find("frame");
@@ -72,16 +75,51 @@ DetectionLine DetectionStream::parse(const std::string& text) const {
   const SwJsonValue* const producer = object->find("producer");
   if (!producer) refuse("no \"producer\"");
   if (!producer->isString() || producer->text().empty()) refuse("\"producer\" is not a name");
-  const SwJsonValue* const detections = object->find("detections");
+  SwJsonValue* const detections = object->find("detections");
   if (detections && !detections->isArray()) refuse("\"detections\" is not an array");
 
   DetectionLine line;
   line.frame = static_cast<uint64_t>(frame->integer());
   line.producer = producer->text();
-  line.detections = detections && detections->array() ? detections->array()->size() : 0;
-  line.payload.object = std::make_shared<const SwJsonObject>(*object);
+  if (detections && detections->array()) {
+    expandMasks(*detections->array());
+    line.detections = detections->array()->size();
+  }
+  line.payload.object = std::make_shared<const SwJsonObject>(std::move(*object));
   line.lineNumber = reader_.lineNumber();
   return line;
+}
+
+/// Replaces compact masks by their texts. All of them are looked at first, so that a line of many large masks
+/// is refused before the first of them takes memory.
+void DetectionStream::expandMasks(SwJsonArray& detections) const {
+  int64_t pixels = 0;
+  forEachCompactMask(detections, [&](SwJsonObject& detection, const CompactMask& mask) {
+    if (detection.contains("class_info")) throw UserError("both \"class_info\" and \"mask\"");
+    pixels += mask.pixels();
+    if (pixels > kMostMaskPixels) {
+      throw UserError("the line's masks have more than " + std::to_string(kMostMaskPixels) +
+                      " pixels together");
+    }
+  });
+  forEachCompactMask(detections, [](SwJsonObject& detection, const CompactMask& mask) {
+    detection.insert("class_info", SwJsonValue(mask.text()));
+    detection.remove("mask");
+  });
+}
+
+template <class Visit>
+void DetectionStream::forEachCompactMask(SwJsonArray& detections, const Visit& visit) const {
+  for (std::size_t i = 0; i < detections.size(); ++i) {
+    SwJsonObject* const detection = detections[i].object();
+    const SwJsonValue* const mask = detection ? detection->find("mask") : nullptr;
+    if (!mask) continue;
+    try {
+      visit(*detection, CompactMask(*mask, frameSize_));
+    } catch (const UserError& error) {
+      refuse("detections[" + std::to_string(i) + "]: " + error.what());
+    }
+  }
 }
 
 void DetectionStream::refuse(const std::string& what) const {

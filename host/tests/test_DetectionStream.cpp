@@ -16,7 +16,11 @@ std::string line(int frame, const std::string& producer, const std::string& dete
 
 class DetectionStreamTest : public ::testing::Test {
  protected:
-  DetectionStream open(const std::string& text) { return DetectionStream(folder_.write("d.jsonl", text)); }
+  static constexpr render_base::FrameSize kFrame{4, 2};
+
+  DetectionStream open(const std::string& text) {
+    return DetectionStream(folder_.write("d.jsonl", text), kFrame);
+  }
 
   /// The message of the error that reading frame 0 to 99 ends in; empty when there is none.
   std::string errorOf(const std::string& text) {
@@ -117,8 +121,8 @@ TEST_F(DetectionStreamTest, RefusesALineAndSaysWhy) {
 }
 
 TEST_F(DetectionStreamTest, RefusesAFileThatCannotBeRead) {
-  EXPECT_THROW(DetectionStream(folder_.path("none.jsonl")), UserError);
-  EXPECT_THROW(DetectionStream(folder_.path("")), UserError);
+  EXPECT_THROW(DetectionStream(folder_.path("none.jsonl"), kFrame), UserError);
+  EXPECT_THROW(DetectionStream(folder_.path(""), kFrame), UserError);
 }
 
 }  // namespace

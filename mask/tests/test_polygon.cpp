@@ -45,11 +45,13 @@ TEST(RasterizePolygons, PointsAreRoundedToFifths) {
 TEST(RasterizePolygons, FlatAndSteepSidesTakeTheUpperOfTwoGridPoints) {
   // The side from (0, 0) to (20, 20) passes (2, 2), (7, 7) and so on: each column begins at its own row.
   EXPECT_EQ(drawn({{{0, 0}, {4, 4}, {0, 4}}}, 4, 4), "#.../##../###./####");
-  // From (0, 0) to (10, 20), the steep one: x is 2.5, rounded 3, at y = 5, so column 0's edge is at y = 4 and its row
-  // is (4 - 2) / 5, rounded up, 1; x is 7.5, rounded 8, at y = 15, so column 1's edge is at 14, in row 3.
+  // From (0, 0) to (10, 20), the steep one: x is 2.5, rounded 3, at y = 5, so column 0's edge is at y = 4 and
+  // its row is (4 - 2) / 5, rounded up, 1; x is 7.5, rounded 8, at y = 15, so column 1's edge is at 14, in
+  // row 3.
   EXPECT_EQ(drawn({{{0, 0}, {2, 4}, {0, 4}}}, 2, 4), "../#./#./##");
-  // From (0, 0) to (20, 10), the flat one: at x = 2 and 3, y is 1 (1.0) and 2 (1.5 rounded): row 0. At 7 and 8: 4 and
-  // 4, row 1. At 12 and 13: 6 and 7, row 1. At 17 and 18: 9 and 9, row 2, which is below the polygon.
+  // From (0, 0) to (20, 10), the flat one: at x = 2 and 3, y is 1 (1.0) and 2 (1.5 rounded): row 0. At 7 and
+  // 8: 4 and 4, row 1. At 12 and 13: 6 and 7, row 1. At 17 and 18: 9 and 9, row 2, which is below the
+  // polygon.
   EXPECT_EQ(drawn({{{0, 0}, {4, 2}, {0, 2}}}, 4, 2), "#.../###.");
 }
 

@@ -82,7 +82,8 @@ TEST(CompressedRunLengths, AreTheDocumentedExample) {
 }
 
 TEST(CompressedRunLengths, ANumberHasItsLowestFiveBitsFirst) {
-  // 100 = 3 * 32 + 4: 4 with the bit for more is 36, "T"; then 3. 16 would be negative in one group: 48, "`", then 0.
+  // 100 = 3 * 32 + 4: 4 with the bit for more is 36, "T"; then 3. 16 would be negative in one group: 48, "`",
+  // then 0.
   EXPECT_EQ(ofText("T3", 100, 1), std::string(100, '.'));
   EXPECT_EQ(ofText("`0", 16, 1), std::string(16, '.'));
 }
@@ -101,7 +102,10 @@ TEST(CompressedRunLengths, ThatLieAreRefused) {
   EXPECT_EQ(ofText("T", 2, 2), faultText(RunLengthsFault::Unfinished));
   EXPECT_EQ(ofText("/4", 2, 2), faultText(RunLengthsFault::Character));
   EXPECT_EQ(ofText("p4", 2, 2), faultText(RunLengthsFault::Character));
-  EXPECT_EQ(ofText("\xFF" "4", 2, 2), faultText(RunLengthsFault::Character));
+  EXPECT_EQ(ofText("\xFF"
+                   "4",
+                   2, 2),
+            faultText(RunLengthsFault::Character));
   EXPECT_EQ(ofText(std::string(1, '\0') + "4", 2, 2), faultText(RunLengthsFault::Character));
 }
 
@@ -109,7 +113,8 @@ TEST(CompressedRunLengths, NumbersOfMoreThanSixtyBitsAreRefused) {
   // Twelve groups, all of them with the bit for more; a thirteenth would shift beyond 64 bits.
   EXPECT_EQ(ofText(std::string(11, 'P') + "0", 2, 2), faultText(RunLengthsFault::TooFewPixels)) << "a long 0";
   EXPECT_EQ(ofText(std::string(12, 'P') + "0", 2, 2), faultText(RunLengthsFault::TooLarge));
-  EXPECT_EQ(ofText(std::string(11, 'o') + "?", 2, 2), faultText(RunLengthsFault::TooManyPixels)) << "2^59 - 1";
+  EXPECT_EQ(ofText(std::string(11, 'o') + "?", 2, 2), faultText(RunLengthsFault::TooManyPixels))
+      << "2^59 - 1";
   EXPECT_EQ(ofText(std::string(11, 'P') + "@", 2, 2), faultText(RunLengthsFault::Negative)) << "-2^59";
 }
 

@@ -51,7 +51,7 @@ CLI::App* addRender(CLI::App& app, RenderOptions& options) {
       ->add_option(
           "--detections", options.detections,
           "What to draw: JSON lines {\"frame\":0,\"producer\":\"name\",\"detections\":[...]}, in frame "
-          "order, frames counted from 0")
+          "order, frames counted from 0; may be packed by gzip; - is standard input")
       ->required()
       ->type_name("FILE.jsonl");
   render

@@ -180,8 +180,10 @@ struct Inputs {
 /// open, and a failure after that request is not an error.
 std::optional<Inputs> openInputs(const RenderOptions& options) {
   try {
-    Inputs inputs{openFrameReader(options.input, options.size),
-                  std::make_unique<DetectionStream>(options.detections)};
+    Inputs inputs{openFrameReader(options.input, options.size), nullptr};
+    const VideoFormat& format = inputs.reader->format();
+    inputs.detections = std::make_unique<DetectionStream>(
+        options.detections, render_base::FrameSize{format.width, format.height});
     if (!Interrupt::requested()) return inputs;
   } catch (const UserError&) {
     if (!Interrupt::requested()) throw;

@@ -6,8 +6,10 @@
 #include <string>
 #include <vector>
 
+#include "core/SwJsonArray.h"
 #include "host/DetectionPayload.h"
 #include "io/LineReader.h"
+#include "render_base/geometry.h"
 
 namespace segmask {
 
@@ -25,14 +27,22 @@ struct DetectionLine {
 ///   {"frame": 17, "producer": "motion", "detections": [...]}
 ///
 /// with frames counted from 0. Several lines may be for one frame. A line without "detections" says that the
-/// producer found nothing. Blank lines and members of other names are passed over.
+/// producer found nothing. Blank lines and members of other names are passed over. The file may be packed by
+/// gzip.
+///
+/// In the place of "class_info", the mask text, a detection may have its mask as run lengths or polygons,
+/// "mask" (docs/formats.md has the forms). The payload has the text, as if the line had it.
 ///
 /// For any other line, and for a line whose frame is earlier than that of the line before it, the call that
 /// reads it throws UserError "FILE:LINE: what is wrong".
 class DetectionStream {
  public:
-  /// Throws UserError when the file cannot be opened.
-  explicit DetectionStream(const std::string& path);
+  /// The most pixels that the compact masks of one line may have together: the text of as many takes 1.4 GiB.
+  static constexpr int64_t kMostMaskPixels = int64_t{1} << 33;
+
+  /// `path` "-" is standard input. `frameSize`, of all frames, is for polygons and for masks of a part of the
+  /// frame. Throws UserError when the file cannot be opened.
+  DetectionStream(const std::string& path, render_base::FrameSize frameSize);
 
   /// The lines of `frame`, in the file's order. To be called with rising numbers; lines for frames that are
   /// left out are passed over.
@@ -47,11 +57,18 @@ class DetectionStream {
   void readAhead();
   std::optional<DetectionLine> readLine();
   DetectionLine parse(const std::string& text) const;
+  void expandMasks(SwJsonArray& detections) const;
+
+  /// Calls visit(detection, its compact mask) for each detection that has one. A UserError from the mask and
+  /// from `visit` gets the detection's place.
+  template <class Visit>
+  void forEachCompactMask(SwJsonArray& detections, const Visit& visit) const;
 
   /// Throws UserError "FILE:LINE: `what`".
   [[noreturn]] void refuse(const std::string& what) const;
 
   LineReader reader_;
+  render_base::FrameSize frameSize_;
   std::string text_;
   std::optional<DetectionLine> ahead_;
   bool atEnd_ = false;

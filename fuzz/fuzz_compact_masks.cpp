@@ -1,5 +1,5 @@
-// Run lengths, polygons and placed masks against models that go pixel by pixel. The input is a program of steps, each a
-// frame's sides, what to make, and its numbers.
+// Run lengths, polygons and placed masks against models that go pixel by pixel. The input is a program of
+// steps, each a frame's sides, what to make, and its numbers.
 
 #include <utility>
 #include <vector>
@@ -72,10 +72,11 @@ void checkRuns(FuzzInput& input, Sides sides) {
   fuzz::check(again && again->bits == mask->bits, "run lengths, there and back");
 
   const Sides frame = takeSides(input);
-  const seg_mask::MaskPlacement at{input.number<std::int8_t>(), input.number<std::int8_t>(),
-                                   1 + input.byte(), 1 + input.byte()};
+  const seg_mask::MaskPlacement at{input.number<std::int8_t>(), input.number<std::int8_t>(), 1 + input.byte(),
+                                   1 + input.byte()};
   checkMask(seg_mask::placeMask(*mask, at, frame.width, frame.height),
-            reference::placed(*expected, {at.x, at.y, at.w, at.h}, frame.width, frame.height), "a placed mask");
+            reference::placed(*expected, {at.x, at.y, at.w, at.h}, frame.width, frame.height),
+            "a placed mask");
 }
 
 double takeCoordinate(FuzzInput& input) {
@@ -88,7 +89,8 @@ double takeCoordinate(FuzzInput& input) {
       return input.number<std::int16_t>() / 20.0;
     default: {
       const auto number = static_cast<double>(input.number<float>());
-      const bool isNear = number >= -seg_mask::kFarthestPolygonPoint && number <= seg_mask::kFarthestPolygonPoint;
+      const bool isNear =
+          number >= -seg_mask::kFarthestPolygonPoint && number <= seg_mask::kFarthestPolygonPoint;
       return isNear ? number : 0.0;
     }
   }
@@ -104,7 +106,8 @@ void checkPolygons(FuzzInput& input, Sides sides) {
       const double y = takeCoordinate(input);
       polygons[i].push_back({x, y});
       points[i].emplace_back(x, y);
-      for (const double number : {x, y}) isModelled = isModelled && -kMostModelled < number && number < kMostModelled;
+      for (const double number : {x, y})
+        isModelled = isModelled && -kMostModelled < number && number < kMostModelled;
     }
   }
   const MaskBits mask = seg_mask::rasterizePolygons(polygons, sides.width, sides.height);

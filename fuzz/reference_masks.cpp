@@ -8,7 +8,8 @@ namespace reference {
 namespace {
 
 Pixels emptyMask(int width, int height) {
-  return {width, height, std::vector<bool>(static_cast<std::size_t>(width) * static_cast<std::size_t>(height))};
+  return {width, height,
+          std::vector<bool>(static_cast<std::size_t>(width) * static_cast<std::size_t>(height))};
 }
 
 std::size_t pixelAt(const Pixels& mask, std::int64_t column, std::int64_t row) {
@@ -33,17 +34,20 @@ std::vector<GridPoint> gridPointsOf(GridPoint a, GridPoint b) {
       points.push_back(a);
     } else if (isFlat) {
       const double slope = static_cast<double>(b.second - a.second) / static_cast<double>(dx);
-      points.emplace_back(a.first + step, toGrid(static_cast<double>(a.second) + slope * static_cast<double>(step)));
+      points.emplace_back(a.first + step,
+                          toGrid(static_cast<double>(a.second) + slope * static_cast<double>(step)));
     } else {
       const double slope = static_cast<double>(b.first - a.first) / static_cast<double>(dy);
-      points.emplace_back(toGrid(static_cast<double>(a.first) + slope * static_cast<double>(step)), a.second + step);
+      points.emplace_back(toGrid(static_cast<double>(a.first) + slope * static_cast<double>(step)),
+                          a.second + step);
     }
   }
   return points;
 }
 
 Pixels maskOfPolygon(const PolygonPoints& polygon, int width, int height) {
-  // By column-wise pixel number: whether the mask changes there. One more, for what ends with the last column.
+  // By column-wise pixel number: whether the mask changes there. One more, for what ends with the last
+  // column.
   std::vector<bool> changes(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) + 1);
   for (std::size_t i = 0; i < polygon.size(); ++i) {
     const auto& [x, y] = polygon[i];
@@ -113,7 +117,8 @@ Pixels maskOfPolygons(const std::vector<PolygonPoints>& polygons, int width, int
   Pixels joined = emptyMask(width, height);
   for (const PolygonPoints& polygon : polygons) {
     const Pixels mask = maskOfPolygon(polygon, width, height);
-    for (std::size_t i = 0; i < mask.inside.size(); ++i) joined.inside[i] = joined.inside[i] || mask.inside[i];
+    for (std::size_t i = 0; i < mask.inside.size(); ++i)
+      joined.inside[i] = joined.inside[i] || mask.inside[i];
   }
   return joined;
 }

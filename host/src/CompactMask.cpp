@@ -37,7 +37,8 @@ std::optional<std::vector<int>> wholeNumbers(const SwJsonValue& value, std::size
 
 void checkPixels(FrameSize size, const char* whose) {
   if (int64_t{size.width} * size.height <= CompactMask::kMostPixels) return;
-  throw UserError(std::string(whose) + " has more than " + std::to_string(CompactMask::kMostPixels) + " pixels");
+  throw UserError(std::string(whose) + " has more than " + std::to_string(CompactMask::kMostPixels) +
+                  " pixels");
 }
 
 FrameSize sizeOf(const SwJsonValue* value) {

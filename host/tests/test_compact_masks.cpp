@@ -66,7 +66,8 @@ TEST_F(CompactMasks, ABackslashOfTheTextIsEscapedInJson) {
 TEST_F(CompactMasks, PlacedOnesHaveTheFramesSize) {
   // One pixel, as the two columns in the middle of the first row: bits 1 and 2.
   EXPECT_EQ(textOf("{\"size\":[1,1],\"counts\":[0,1],\"at\":[1,0,2,1]}"), "SEG1|4|2|Bg==");
-  EXPECT_EQ(textOf("{\"size\":[1,1],\"counts\":[0,1],\"at\":[-9,-9,2147483647,2147483647]}"), "SEG1|4|2|/w==");
+  EXPECT_EQ(textOf("{\"size\":[1,1],\"counts\":[0,1],\"at\":[-9,-9,2147483647,2147483647]}"),
+            "SEG1|4|2|/w==");
 }
 
 TEST_F(CompactMasks, PolygonsHaveTheFramesSize) {
@@ -87,7 +88,8 @@ TEST_F(CompactMasks, OfNoFormAreRefused) {
   const std::string takesNothing = "\"polygon\" takes no \"counts\", \"size\" or \"at\"";
   expectRefused("{}", neither);
   expectRefused("{\"size\":[1,1]}", neither);
-  for (const char* mask : {"null", "1", "\"SEG1|1|1|AQ==\"", "[[0,0,1,1,2,2]]"}) expectRefused(mask, noObject);
+  for (const char* mask : {"null", "1", "\"SEG1|1|1|AQ==\"", "[[0,0,1,1,2,2]]"})
+    expectRefused(mask, noObject);
   expectRefused("{\"polygon\":[[0,0,1,1,2,2]],\"at\":[0,0,1,1]}", takesNothing);
   expectRefused("{\"polygon\":[[0,0,1,1,2,2]],\"size\":[2,4]}", takesNothing);
   expectRefused("{\"polygon\":[[0,0,1,1,2,2]],\"counts\":[8]}", takesNothing);
@@ -106,7 +108,8 @@ TEST_F(CompactMasks, HaveAtMostTwoToTheTwentyEighthPixels) {
   const std::string tooMany = "\"size\" has more than 268435456 pixels";
   expectRefused("{\"size\":[16384,16385],\"counts\":[1]}", tooMany);
   expectRefused("{\"size\":[2147483647,2147483647],\"counts\":[1]}", tooMany);
-  expectRefused("{\"size\":[16384,16384],\"counts\":[1]}", "\"counts\" is for fewer pixels than \"size\" has");
+  expectRefused("{\"size\":[16384,16384],\"counts\":[1]}",
+                "\"counts\" is for fewer pixels than \"size\" has");
 }
 
 TEST_F(CompactMasks, OfTooLargeAFrameAreRefused) {
@@ -189,8 +192,8 @@ TEST_F(CompactMasks, TheRefusalNamesTheLineAndTheDetection) {
     stream.take(0);
     FAIL() << "nothing was refused";
   } catch (const UserError& error) {
-    EXPECT_EQ(error.what(), folder_.path("d.jsonl") +
-                                ":3: detections[2]: \"counts\" is for more pixels than \"size\" has");
+    EXPECT_EQ(error.what(),
+              folder_.path("d.jsonl") + ":3: detections[2]: \"counts\" is for more pixels than \"size\" has");
   }
 }
 

@@ -1,6 +1,6 @@
-// The masks of photographs, as people annotate them, compared with digests of what the COCO data set's own tools
-// make of the same annotations. The photographs' data is not part of the project: these tests run where it lies
-// beside the project, in ../shared/data, or where SEG_MASK_DATA says.
+// The masks of photographs, as people annotate them, compared with digests of what the COCO data set's own
+// tools make of the same annotations. The photographs' data is not part of the project: these tests run where
+// it lies beside the project, in ../shared/data, or where SEG_MASK_DATA says.
 
 #include <gtest/gtest.h>
 
@@ -49,7 +49,8 @@ std::string maskText(const TempFolder& folder, const SwJsonValue& segmentation, 
   const std::string mask =
       segmentation.isArray() ? "{\"polygon\":" + json(segmentation) + "}" : json(segmentation);
   DetectionStream stream(
-      folder.write("d.jsonl", "{\"frame\":0,\"producer\":\"p\",\"detections\":[{\"mask\":" + mask + "}]}"), size);
+      folder.write("d.jsonl", "{\"frame\":0,\"producer\":\"p\",\"detections\":[{\"mask\":" + mask + "}]}"),
+      size);
   const DetectionLine line = stream.take(0).at(0);
   return (*(*line.payload.object)["detections"].array())[0].object()->find("class_info")->text();
 }

@@ -32,8 +32,8 @@ ByteSource::ByteSource(const std::string& path)
     : name_(path == kStandardInput ? "standard input" : path),
       file_(openSource(path, name_)),
       block_(kBlockBytes) {
-  // Reads the first block at once, so that a path that cannot be read, such as a folder, fails here. A pipe may
-  // give its first byte alone.
+  // Reads the first block at once, so that a path that cannot be read, such as a folder, fails here. A pipe
+  // may give its first byte alone.
   std::size_t size = readSome(file_.get(), block_.data(), block_.size(), name_);
   if (size == 1 && block_[0] == kGzip[0]) {
     size += readSome(file_.get(), block_.data() + size, block_.size() - size, name_);

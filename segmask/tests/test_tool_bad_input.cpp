@@ -102,6 +102,33 @@ TEST_F(ToolBadInput, SizesThatAreMissingMalformedOrDoNotFit) {
                 path("v.y4m") + ": --size is for raw .nv12 input");
 }
 
+TEST_F(ToolBadInput, CompactMasks) {
+  const std::string good = fullMaskLine(0, "p");
+  const auto refused = [&](const std::string& detection, const std::string& what) {
+    const std::string line = "{\"frame\": 1, \"producer\": \"p\", \"detections\": [{}, " + detection + "]}\n";
+    expectDetectionsRefused(good + line, "2: detections[1]: " + what);
+  };
+  refused("{\"mask\": {\"size\": [2, 2], \"counts\": [1, 4]}}", "\"counts\" is for more pixels");
+  refused("{\"mask\": {\"size\": [2, 2], \"counts\": \"12\"}}", "\"counts\" is for fewer pixels");
+  refused("{\"mask\": {\"size\": [2, 2], \"counts\": [5, -1]}}", "\"counts\" is for more pixels");
+  refused("{\"mask\": {\"size\": [2, 2], \"counts\": [-1, 5]}}", "\"counts\" has a run below 0");
+  refused("{\"mask\": {\"size\": [2, 2], \"counts\": \"!\"}}", "\"counts\" has a character");
+  refused("{\"mask\": {\"size\": [2147483648, 1], \"counts\": [1]}}", "\"size\" is not");
+  refused("{\"mask\": {\"size\": [2147483647, 2], \"counts\": [1]}}", "\"size\" has more than");
+  refused("{\"mask\": {\"polygon\": [[0, 0, 1, 1]]}}", "\"polygon\" is not");
+  refused("{\"mask\": {\"polygon\": [[0, 0, 1, 0, 1, 1]], \"at\": [0, 0, 1, 1]}}", "\"polygon\" takes no");
+  refused("{\"mask\": \"SEG1|1|1|AQ==\"}", "\"mask\" is not an object");
+  refused("{\"class_info\": \"SEG1|1|1|AQ==\", \"mask\": {\"size\": [1, 1], \"counts\": [1]}}",
+          "both \"class_info\" and \"mask\"");
+}
+
+TEST_F(ToolBadInput, PackedDetectionsThatAreDamaged) {
+  const std::string file = folder_.write("bad.jsonl", "\x1F\x8B\x08 and nothing that gzip wrote");
+  expectRefused(
+      {"--input", path("in.nv12"), "--size", "16x8", "--detections", file, "--output", path("out.nv12")},
+      file + ": the gzip data is damaged");
+}
+
 // Each of a line's mistakes is DetectionStream's to find.
 TEST_F(ToolBadInput, DetectionLines) {
   const std::string good = fullMaskLine(0, "p");

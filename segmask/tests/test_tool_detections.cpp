@@ -1,4 +1,7 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
+#include <zlib.h>
 
 #include <utility>
 
@@ -110,6 +113,66 @@ TEST_F(ToolDetections, TheFallbackLineCountsProducersSeenSoFarAndLookback) {
       EXPECT_NE(result.err.find("[SegMask][Fallback] frame=" + line), std::string::npos) << result.err;
     }
   }
+}
+
+/// A line for frame 0 with one detection over the whole frame.
+std::string lineWith(const std::string& mask) {
+  return "{\"frame\":0,\"producer\":\"p\",\"detections\":[{\"x\":0,\"y\":0,\"w\":32,\"h\":16,\"class_id\":"
+         "7," +
+         mask + "}]}\n";
+}
+
+TEST_F(ToolDetections, CompactMasksGiveTheBytesThatTheirTextsGive) {
+  // The upper half of the frame, and its right quarter, in each form.
+  const std::vector<std::vector<std::string>> forms{
+      {"\"class_info\":\"SEG1|4|2|Dw==\"", "\"mask\":{\"size\":[2,4],\"counts\":[0,1,1,1,1,1,1,1,1]}",
+       "\"mask\":{\"size\":[2,4],\"counts\":\"011000000\"}",
+       "\"mask\":{\"size\":[1,1],\"counts\":\"01\",\"at\":[-1,-1,40,9]}",
+       "\"mask\":{\"polygon\":[[0,0,32,0,32,8,0,8]]}",
+       "\"mask\":{\"polygon\":[[0,0,20,0,20,8,0,8],[12,0,32,0,32,8,12,8]]}"},
+      {"\"class_info\":\"SEG1|4|1|CA==\"", "\"mask\":{\"size\":[1,4],\"counts\":\"31\"}",
+       "\"mask\":{\"size\":[1,2],\"counts\":[1,1],\"at\":[16,0,16,16]}",
+       "\"mask\":{\"polygon\":[[24,0,99.5,0,99.5,77,24,77]]}"}};
+  for (const std::vector<std::string>& plugin : {std::vector<std::string>{}, {"--fast"}}) {
+    for (const std::vector<std::string>& ofOneMask : forms) {
+      std::string expected;
+      for (const std::string& mask : ofOneMask) {
+        const ToolResult result = render(lineWith(mask), plugin);
+        ASSERT_EQ(result.exitCode, 0) << result.err;
+        EXPECT_EQ(result.err, "");
+        const std::string frames = readFile(folder_.path("out.nv12"));
+        if (expected.empty()) expected = frames;
+        EXPECT_TRUE(frames == expected) << plugin.size() << ": " << mask;
+        EXPECT_NE(frames, readFile(folder_.path("in.nv12")));
+      }
+    }
+  }
+}
+
+TEST_F(ToolDetections, MayBePackedByGzip) {
+  const std::string lines = fullMaskLine(1, "p") + fullMaskLine(2, "p");
+  gzFile packed = gzopen(folder_.path("packed").c_str(), "wb");
+  ASSERT_EQ(gzwrite(packed, lines.data(), static_cast<unsigned>(lines.size())),
+            static_cast<int>(lines.size()));
+  gzclose(packed);
+  const ToolResult result = render(readFile(folder_.path("packed")));
+  EXPECT_EQ(result.exitCode, 0) << result.err;
+  EXPECT_EQ(paintedFrames(), (Frames{1, 2}));
+}
+
+TEST_F(ToolDetections, MayComeFromStandardInput) {
+  const std::string lines = folder_.write("lines", fullMaskLine(1, "p") + "7\n");
+  const auto renderFrom = [&](const std::string& file) {
+    return runTool(
+        {"render", "--input", folder_.write("in.nv12", flatFrames(kWidth, kHeight, kFrames)), "--size",
+         "32x16", "--detections", "-", "--output", folder_.path("out.nv12"), "--config", "{\"alpha\": 1}"},
+        [&file] { dup2(open(file.c_str(), O_RDONLY), STDIN_FILENO); });
+  };
+  EXPECT_EQ(renderFrom(folder_.write("good", fullMaskLine(1, "p"))).exitCode, 0);
+  EXPECT_EQ(paintedFrames(), (Frames{1}));
+  const ToolResult bad = renderFrom(lines);
+  EXPECT_EQ(bad.exitCode, 2);
+  EXPECT_EQ(bad.err, "segmask: standard input:2: not a JSON object\n");
 }
 
 }  // namespace

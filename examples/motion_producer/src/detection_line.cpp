@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "mask/mask_text.h"
+#include "mask/run_lengths.h"
 
 namespace motion_producer {
 namespace {
@@ -25,13 +26,28 @@ cv::Mat frameMask(const Silhouette& silhouette, cv::Size frameSize, cv::Size mas
   return reduced > 127;
 }
 
-std::string maskText(const cv::Mat& mask) {
-  return seg_mask::encodeMaskText(
-      seg_mask::packMask(mask.data, mask.cols, mask.rows, static_cast<std::ptrdiff_t>(mask.step)));
+SwJsonObject runLengths(const seg_mask::MaskBits& mask) {
+  SwJsonArray size;
+  size.append(SwJsonValue(mask.height));
+  size.append(SwJsonValue(mask.width));
+  SwJsonObject object;
+  object.insert("size", SwJsonValue(std::move(size)));
+  object.insert("counts", SwJsonValue(seg_mask::encodeCompressedRunLengths(mask)));
+  return object;
+}
+
+void insertMask(SwJsonObject& detection, const cv::Mat& pixels, MaskForm form) {
+  const seg_mask::MaskBits mask =
+      seg_mask::packMask(pixels.data, pixels.cols, pixels.rows, static_cast<std::ptrdiff_t>(pixels.step));
+  if (form == MaskForm::RunLengths) {
+    detection.insert("mask", SwJsonValue(runLengths(mask)));
+  } else {
+    detection.insert("class_info", SwJsonValue(seg_mask::encodeMaskText(mask)));
+  }
 }
 
 SwJsonObject detectionOf(const Silhouette& silhouette, const TrackedBox& tracked, cv::Size frameSize,
-                         cv::Size maskSize) {
+                         cv::Size maskSize, MaskForm form) {
   SwJsonObject detection;
   detection.insert("x", SwJsonValue(silhouette.box.x));
   detection.insert("y", SwJsonValue(silhouette.box.y));
@@ -39,17 +55,18 @@ SwJsonObject detectionOf(const Silhouette& silhouette, const TrackedBox& tracked
   detection.insert("h", SwJsonValue(silhouette.box.height));
   detection.insert("class_id", SwJsonValue(tracked.track));
   detection.insert("score", SwJsonValue(1.0 - 1.0 / (1.0 + tracked.sightings)));
-  detection.insert("class_info", SwJsonValue(maskText(frameMask(silhouette, frameSize, maskSize))));
+  insertMask(detection, frameMask(silhouette, frameSize, maskSize), form);
   return detection;
 }
 
 }  // namespace
 
 std::string detectionLine(uint64_t frame, const std::vector<Silhouette>& silhouettes,
-                          const std::vector<TrackedBox>& tracked, cv::Size frameSize, cv::Size maskSize) {
+                          const std::vector<TrackedBox>& tracked, cv::Size frameSize, cv::Size maskSize,
+                          MaskForm form) {
   SwJsonArray detections;
   for (std::size_t i = 0; i < silhouettes.size(); ++i) {
-    detections.append(SwJsonValue(detectionOf(silhouettes[i], tracked[i], frameSize, maskSize)));
+    detections.append(SwJsonValue(detectionOf(silhouettes[i], tracked[i], frameSize, maskSize, form)));
   }
   SwJsonObject line;
   line.insert("frame", SwJsonValue(static_cast<int64_t>(frame)));

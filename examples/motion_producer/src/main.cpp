@@ -36,6 +36,9 @@ int main(int argc, char** argv) try {
                  "Columns of the masks; rows follow from the frame's shape")
       ->check(CLI::Range(1, 65535))
       ->capture_default_str();
+  app.add_flag_callback(
+      "--compact", [&options] { options.maskForm = motion_producer::MaskForm::RunLengths; },
+      "Write the masks as run lengths, which take about a hundredth of the space");
   app.add_option("--min-area", options.minArea,
                  "Share of the frame below which something that moves is noise")
       ->check(CLI::Range(0.0, 1.0))

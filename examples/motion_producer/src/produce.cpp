@@ -60,7 +60,8 @@ Result produce(const Options& options) {
     std::vector<cv::Rect> boxes;
     boxes.reserve(silhouettes.size());
     for (const Silhouette& silhouette : silhouettes) boxes.push_back(silhouette.box);
-    lines.write(detectionLine(result.frames, silhouettes, tracker.update(boxes), frameSize, maskSize));
+    lines.write(detectionLine(result.frames, silhouettes, tracker.update(boxes), frameSize, maskSize,
+                              options.maskForm));
     result.detections += silhouettes.size();
   }
   lines.close();

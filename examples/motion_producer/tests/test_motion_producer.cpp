@@ -68,7 +68,7 @@ TEST(MotionDetector, FindsAMovingBlockAndNothingInAStillPicture) {
 
 TEST(DetectionLine, HoldsFrameProducerAndOneRecordASilhouette) {
   const Silhouette silhouette{{2, 0, 2, 4}, cv::Mat(4, 2, CV_8UC1, cv::Scalar(255))};
-  const std::string line = detectionLine(17, {silhouette}, {{3, 4}}, {4, 4}, {2, 2});
+  const std::string line = detectionLine(17, {silhouette}, {{3, 4}}, {4, 4}, {2, 2}, MaskForm::Text);
   EXPECT_EQ(line.back(), '\n');
   EXPECT_EQ(line.find('\n'), line.size() - 1);
   SwJsonDocument document;
@@ -86,6 +86,20 @@ TEST(DetectionLine, HoldsFrameProducerAndOneRecordASilhouette) {
   EXPECT_EQ(detection["class_id"].integer(), 3);
   EXPECT_EQ(detection["score"].number(), 0.8);
   EXPECT_EQ(detection["class_info"].text(), "SEG1|2|2|Cg==");  // the right column: bits 1 and 3
+}
+
+TEST(DetectionLine, MayHaveTheMaskAsRunLengths) {
+  const Silhouette silhouette{{2, 0, 2, 4}, cv::Mat(4, 2, CV_8UC1, cv::Scalar(255))};
+  const std::string line = detectionLine(17, {silhouette}, {{3, 4}}, {4, 4}, {2, 2}, MaskForm::RunLengths);
+  SwJsonDocument document;
+  SwString error;
+  ASSERT_TRUE(document.loadFromJson(line, error)) << error.str();
+  const SwJsonObject& detection = *(*document.root().object()->find("detections")->array())[0].object();
+  EXPECT_FALSE(detection.contains("class_info"));
+  const SwJsonObject& mask = *detection["mask"].object();
+  EXPECT_EQ((*mask["size"].array())[0].integer(), 2);
+  EXPECT_EQ((*mask["size"].array())[1].integer(), 2);
+  EXPECT_EQ(mask["counts"].text(), "22");  // the right column
 }
 
 }  // namespace

@@ -14,6 +14,11 @@ std::size_t pixelsOf(int width, int height) {
   return static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
 }
 
+/// The pixels moved to later ones; those that leave the word are dropped.
+uint64_t moved(uint64_t word, std::size_t by) {
+  return (word & (~uint64_t{0} >> by)) << by;
+}
+
 }  // namespace
 
 ColumnEdges::ColumnEdges(int width, int height)
@@ -33,7 +38,7 @@ MaskBits ColumnEdges::fill() && {
     // A pixel differs from the one above it where there is an edge.
     uint64_t filled = word(number) ^ wordOneRowUp(number);
     // The rows within one word: after each step a bit has the edges of twice as many rows.
-    for (std::size_t shift = width; shift < kWordBits; shift *= 2) filled ^= filled << shift;
+    for (std::size_t shift = width; shift < kWordBits; shift *= 2) filled ^= moved(filled, shift);
     std::memcpy(bits_.data() + number * sizeof(filled), &filled, sizeof(filled));
   }
   const std::size_t pixels = pixelsOf(width_, height_);
@@ -54,11 +59,11 @@ uint64_t ColumnEdges::wordOneRowUp(std::size_t number) const {
   const auto width = static_cast<std::size_t>(width_);
   const std::size_t first = number * kWordBits;
   if (number == 0 || first + kWordBits <= width) return 0;
-  if (first < width) return word(0) << (width - first);
+  if (first < width) return moved(word(0), width - first);
   if (width < kWordBits) return word(number - 1) >> (kWordBits - width);
   const std::size_t above = (first - width) / kWordBits;
   const std::size_t bit = (first - width) % kWordBits;
-  return bit == 0 ? word(above) : (word(above) >> bit) | (word(above + 1) << (kWordBits - bit));
+  return bit == 0 ? word(above) : (word(above) >> bit) | moved(word(above + 1), kWordBits - bit);
 }
 
 }  // namespace seg_mask

@@ -13,6 +13,7 @@ constexpr unsigned kGroup = 0x1F;
 constexpr unsigned kSign = 0x10;
 constexpr unsigned kMore = 0x20;
 constexpr unsigned kFirstCharacter = '0';
+constexpr unsigned kLastCharacter = 'o';
 constexpr int kMostBits = 60;
 constexpr std::size_t kFirstDifference = 3;  // the runs before it are written as they are
 
@@ -61,15 +62,16 @@ class RunPainter {
 std::optional<int64_t> takeNumber(std::string_view& text, RunLengthsFault& fault) {
   uint64_t number = 0;
   for (int bits = 0; !text.empty(); bits += kGroupBits) {
-    const unsigned group = static_cast<unsigned char>(text.front()) - kFirstCharacter;
+    const unsigned character = static_cast<unsigned char>(text.front());
     text.remove_prefix(1);
-    if (group >= 2 * kMore || bits == kMostBits) {
+    if (character < kFirstCharacter || character > kLastCharacter || bits == kMostBits) {
       fault = bits == kMostBits ? RunLengthsFault::TooLarge : RunLengthsFault::Character;
       return std::nullopt;
     }
+    const unsigned group = character - kFirstCharacter;
     number |= uint64_t{group & kGroup} << bits;
     if ((group & kMore) != 0) continue;
-    if ((group & kSign) != 0) number |= ~uint64_t{0} << (bits + kGroupBits);
+    if ((group & kSign) != 0) number |= ~((uint64_t{1} << (bits + kGroupBits)) - 1);
     return static_cast<int64_t>(number);
   }
   fault = RunLengthsFault::Unfinished;

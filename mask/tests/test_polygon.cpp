@@ -55,6 +55,13 @@ TEST(RasterizePolygons, FlatAndSteepSidesTakeTheUpperOfTwoGridPoints) {
   EXPECT_EQ(drawn({{{0, 0}, {4, 2}, {0, 2}}}, 4, 2), "#.../###.");
 }
 
+TEST(RasterizePolygons, ASteepSideIsAnEdgeAtTheLastGridPointBeforeIt) {
+  // From (10, 2) to (0, 22) x falls by a half at each step: it is 3 at y = 17 and 2 at y = 18, and 8 at y = 7
+  // and 7 at y = 8. The edges are at 17 and 7, the third fifths of the rows 3 and 1. The lower side, at y =
+  // 22, is row 4.
+  EXPECT_EQ(drawn({{{2, 0.4}, {2, 4.4}, {0, 4.4}}}, 2, 5), "../.#/.#/##/..");
+}
+
 TEST(RasterizePolygons, TheDirectionOfASideDoesNotMatter) {
   const Polygon polygon{{0.3, 5.1}, {7.7, 0.4}, {9.2, 6.6}, {4.5, 9.9}};
   const Polygon backwards(polygon.rbegin(), polygon.rend());

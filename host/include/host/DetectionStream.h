@@ -37,7 +37,7 @@ struct DetectionLine {
 /// reads it throws UserError "FILE:LINE: what is wrong".
 class DetectionStream {
  public:
-  /// The most pixels that the compact masks of one line may have together: the text of as many takes 1.4 GiB.
+  /// The most pixels that the compact masks of one line may have together: the texts of as many take 1.4 GB.
   static constexpr int64_t kMostMaskPixels = int64_t{1} << 33;
 
   /// `path` "-" is standard input. `frameSize`, of all frames, is for polygons and for masks of a part of the

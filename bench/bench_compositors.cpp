@@ -299,7 +299,7 @@ void addMasks(Size frame) {
   scene::Detection whole;
   whole.w = frame.width;
   whole.h = frame.height;
-  for (const Size mask : {kMask, Size{640, 640}, frame}) {
+  for (const Size mask : {kMask, Size{640, 640}, frame, Size{3840, 2160}}) {
     const std::string size = nameOf(mask) == nameOf(frame) ? "of the frame's size" : "of " + nameOf(mask);
     whole.mask = ellipseIn(whole, frame, mask);
     addMask("ellipses " + size + "/200x400", frame, people(10, frame, mask));

@@ -60,6 +60,7 @@ void addItem(FusedCase& frame, const LumaRect& rect, int maskWidth, int maskHeig
   item.columns = addMap(frame, cover.x0, cover.x1, frame.frame.size.width, maskWidth);
   item.rows = addMap(frame, cover.y0, cover.y1, frame.frame.size.height, maskHeight);
   item.maskWidth = maskWidth;
+  item.rowBits = maskWidth;
   item.colorY = anyByte(random);
   item.colorU = anyByte(random);
   item.colorV = anyByte(random);

@@ -204,6 +204,17 @@ TEST_F(OnePassCalls, AFrameWhoseEndNothingTellsIsDrawnAndWaitedFor) {
   EXPECT_EQ(HeldOfDevice().events, before.events);
 }
 
+// A buffer whose frame's end nothing tells is never used again, and no other takes its place.
+TEST_F(OnePassCalls, BuffersThatAreLostAreFourAtMostAndPageableMemoryServes) {
+  const HeldOfDevice before;
+  for (unsigned i = 0; i < 3 * kPinnedBuffers; ++i) {
+    queue(1, {{Call::cudaEventRecord, 1}});
+    cudart_cpu::release(host().stream());
+    EXPECT_EQ(takeMissing(), 0U);
+  }
+  EXPECT_EQ(HeldOfDevice().pinned, before.pinned + kPinnedBuffers);
+}
+
 // The frames have buffers of their own up to the fourth, so all the calls are there that a frame may make.
 TEST_F(OnePassCalls, ACallThatFailsCostsOneOfTheFramesBehindAHeldStream) {
   constexpr unsigned kFrames = kPinnedBuffers + 2;

@@ -42,7 +42,7 @@ void checkPixels(FrameSize size, const char* whose) {
 }
 
 FrameSize sizeOf(const SwJsonValue* value) {
-  if (!value) throw UserError("\"counts\" needs \"size\"");
+  if (!value) throw UserError(R"("counts" needs "size")");
   const std::optional<std::vector<int>> numbers = wholeNumbers(*value, 2);
   if (!numbers || (*numbers)[0] < 1 || (*numbers)[1] < 1) {
     throw UserError("\"size\" is not [height, width] in whole numbers from 1 on");
@@ -148,9 +148,9 @@ CompactMask::CompactMask(const SwJsonValue& mask, FrameSize frame) : frame_(fram
   counts_ = object->find("counts");
   const SwJsonValue* const size = object->find("size");
   const SwJsonValue* const at = object->find("at");
-  if (!polygon_ && !counts_) throw UserError("\"mask\" has neither \"counts\" nor \"polygon\"");
+  if (!polygon_ && !counts_) throw UserError(R"("mask" has neither "counts" nor "polygon")");
   if (polygon_ && (counts_ || size || at)) {
-    throw UserError("\"polygon\" takes no \"counts\", \"size\" or \"at\"");
+    throw UserError(R"("polygon" takes no "counts", "size" or "at")");
   }
   if (counts_) size_ = sizeOf(size);
   if (at) at_ = placementOf(*at);

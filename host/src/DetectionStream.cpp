@@ -95,7 +95,7 @@ DetectionLine DetectionStream::parse(const std::string& text) const {
 void DetectionStream::expandMasks(SwJsonArray& detections) const {
   int64_t pixels = 0;
   forEachCompactMask(detections, [&](SwJsonObject& detection, const CompactMask& mask) {
-    if (detection.contains("class_info")) throw UserError("both \"class_info\" and \"mask\"");
+    if (detection.contains("class_info")) throw UserError(R"(both "class_info" and "mask")");
     pixels += mask.pixels();
     if (pixels > kMostMaskPixels) {
       throw UserError("the line's masks have more than " + std::to_string(kMostMaskPixels) +

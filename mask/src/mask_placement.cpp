@@ -40,7 +40,7 @@ MaskBits placeMask(const MaskView& mask, const MaskPlacement& at, int width, int
   for (std::size_t i = 0; i < rows.maskPixels.size(); ++i) {
     if (rows.maskPixels[i] != shownRow) {
       shownRow = rows.maskPixels[i];
-      sampleRow(packedRow(mask, shownRow), columns.maskPixels.data(), bytes.size(), bytes.data());
+      sampleRow(packedRow(mask, shownRow), columns.maskPixels.data(), bytes.size(), 0, bytes.data());
       shown = packMask(bytes.data(), static_cast<int>(bytes.size()), 1, 0);
     }
     const std::size_t row = static_cast<std::size_t>(rows.first) + i;

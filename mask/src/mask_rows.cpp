@@ -87,11 +87,12 @@ void expandRow(const PackedRow& row, unsigned char* bytes) {
   for (; pixel < end; ++pixel) *bytes++ = byteOf(row.bits, pixel);
 }
 
-void sampleRow(const PackedRow& row, const int* columns, std::size_t count, unsigned char* bytes) {
+void sampleRow(const PackedRow& row, const int* columns, std::size_t count, int firstColumn,
+               unsigned char* bytes) {
   const uint8_t* const bits = row.bits + row.first / 8;
   const std::size_t offset = row.first % 8;
   for (std::size_t i = 0; i < count; ++i) {
-    bytes[i] = byteOf(bits, offset + static_cast<std::size_t>(columns[i]));
+    bytes[i] = byteOf(bits, offset + static_cast<std::size_t>(columns[i] - firstColumn));
   }
 }
 

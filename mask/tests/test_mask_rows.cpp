@@ -64,7 +64,7 @@ TEST(MaskRows, AreSampledWhereTheColumnsSay) {
     const Bytes plain = scalarRow(mask, row);
     const std::vector<int> columns = {mask.width - 1, 0, mask.width / 2, mask.width / 2};
     Bytes bytes(columns.size());
-    sampleRow(packedRow(mask, row), columns.data(), columns.size(), bytes.data());
+    sampleRow(packedRow(mask, row), columns.data(), columns.size(), 0, bytes.data());
     for (std::size_t i = 0; i < columns.size(); ++i) {
       EXPECT_EQ(bytes[i], plain[static_cast<std::size_t>(columns[i])]) << "column " << columns[i];
     }

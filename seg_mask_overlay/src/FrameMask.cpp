@@ -61,7 +61,7 @@ void FrameMask::fillRuns(const seg_mask::RowEdges& edges, unsigned char* bytes) 
 void FrameMask::sampleDenseRow(const seg_mask::PackedRow& row, unsigned char* bytes) {
   const std::vector<int>& columns = columns_.maskPixels();
   if (row.count / kWorthExpanding > columns.size()) {
-    sampleRow(row, columns.data(), columns.size(), bytes);
+    sampleRow(row, columns.data(), columns.size(), 0, bytes);
     return;
   }
   dense_row_.resize(row.count);

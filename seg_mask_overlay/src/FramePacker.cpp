@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <optional>
 #include <type_traits>
 
@@ -14,6 +15,9 @@ namespace {
 
 static_assert(std::is_trivially_copyable_v<FusedFrame> && std::is_trivially_copyable_v<FusedItem>,
               "they are copied to the device");
+
+/// A row that is packed by itself takes as long as copying so many bytes more.
+constexpr int64_t kBytesACall = 128;
 
 /// Where the parts of a block lie, by bytes from its start.
 class Layout {
@@ -72,13 +76,13 @@ std::size_t FramePacker::plan(const MappedFrame& frame, const std::vector<Overla
     const int32_t columns = shareMap(item.mask.width, size.width, cover.x0, cover.x1);
     const int32_t rows = shareMap(item.mask.height, size.height, cover.y0, cover.y1);
     items_.push_back({*rect, chromaRect(*rect), columns, rows, item.mask.width, item.color.y, item.color.u,
-                      item.color.v, 0});
+                      item.color.v, 0, 0});
     masks_.push_back(item.mask);
   }
   if (items_.empty()) return 0;
 
   packMaps();
-  rows_.clear();
+  bits_.clear();
   frame_ = {};
   frame_.yPlane = frame.planes.y;
   frame_.uvPlane = frame.planes.uv;
@@ -87,7 +91,7 @@ std::size_t FramePacker::plan(const MappedFrame& frame, const std::vector<Overla
   frame_.size = size;
   frame_.alpha = alpha;
   frame_.itemCount = static_cast<uint32_t>(items_.size());
-  for (std::size_t i = 0; i < items_.size(); ++i) packRows(items_[i], masks_[i]);
+  for (std::size_t i = 0; i < items_.size(); ++i) packMask(items_[i], masks_[i]);
   if (fusedNeedsTiles()) tiles_.build(items_);
   return layOut(items_, maps_, tiles_, frame_.bitsSize).end;
 }
@@ -120,20 +124,71 @@ void FramePacker::packMaps() {
   }
 }
 
-void FramePacker::packRows(FusedItem& item, const MaskView& mask) {
-  const LumaRect cover = coverRect(item.luma);
-  const auto maskRow = [&](int y) {
-    return static_cast<std::size_t>(maps_[static_cast<std::size_t>(item.rows + y)]);
-  };
-  const auto width = static_cast<std::size_t>(mask.width);
-  const std::size_t from = maskRow(cover.y0) * width / 8;
-  const std::size_t to = ((maskRow(cover.y1) + 1) * width + 7) / 8;
-  item.firstBit = 8 * (static_cast<int64_t>(frame_.bitsSize) - static_cast<int64_t>(from));
-  rows_.push_back({mask.bits + from, to - from});
-  frame_.bitsSize += to - from;
+int32_t FramePacker::mapped(int32_t map, int framePixel) const {
+  return maps_.data()[map + framePixel];
 }
 
-FusedFrame FramePacker::write(unsigned char* block, unsigned char* device, unsigned char* scratch) const {
+void FramePacker::packMask(FusedItem& item, const MaskView& mask) {
+  const LumaRect cover = coverRect(item.luma);
+  const int64_t rows = int64_t{mapped(item.rows, cover.y1)} - mapped(item.rows, cover.y0) + 1;
+  const int64_t columns = int64_t{mapped(item.columns, cover.x1)} - mapped(item.columns, cover.x0) + 1;
+  const int64_t shownRows = cover.y1 - cover.y0 + 1;
+  const int64_t together = rows * mask.width / 8;
+  const int64_t packedRow = columns / 8 + 2;
+  const int64_t oneByOne = shownRows * int64_t{sizeof(int32_t)} + std::min(rows, shownRows) * packedRow;
+  const int64_t calls = std::min(rows, shownRows) * kBytesACall;
+  // The map's numbers of bits have to fit 32 bits.
+  if (oneByOne + calls < together && 8 * oneByOne < std::numeric_limits<int32_t>::max()) {
+    packRowsOneByOne(item, mask);
+  } else {
+    packRowsTogether(item, mask);
+  }
+}
+
+/// Packs all rows from the first to the last that the box shows, as they lie in the mask.
+void FramePacker::packRowsTogether(FusedItem& item, const MaskView& mask) {
+  const LumaRect cover = coverRect(item.luma);
+  const auto width = static_cast<std::size_t>(mask.width);
+  const std::size_t from = static_cast<std::size_t>(mapped(item.rows, cover.y0)) * width / 8;
+  const std::size_t to = ((static_cast<std::size_t>(mapped(item.rows, cover.y1)) + 1) * width + 7) / 8;
+  item.firstBit = 8 * (static_cast<int64_t>(frame_.bitsSize) - static_cast<int64_t>(from));
+  item.rowBits = mask.width;
+  packBytes(mask.bits + from, to - from);
+}
+
+/// Packs of each row that the box shows only its columns, and gives the item a map of its own, from frame
+/// rows to the places of these rows: for a mask that has many more pixels than the box shows.
+void FramePacker::packRowsOneByOne(FusedItem& item, const MaskView& mask) {
+  const LumaRect cover = coverRect(item.luma);
+  const auto firstColumn = static_cast<std::size_t>(mapped(item.columns, cover.x0));
+  const auto lastColumn = static_cast<std::size_t>(mapped(item.columns, cover.x1));
+  const int32_t rowMap = item.rows;
+  const std::size_t start = frame_.bitsSize;
+  item.rows = static_cast<int32_t>(maps_.size()) - cover.y0;
+  item.rowBits = 1;
+  item.firstBit = 8 * static_cast<int64_t>(start) - static_cast<int64_t>(firstColumn);
+  int32_t packed = -1;
+  int32_t place = 0;
+  for (int y = cover.y0; y <= cover.y1; ++y) {
+    const int32_t row = mapped(rowMap, y);
+    if (row != packed) {
+      const std::size_t rowStart = static_cast<std::size_t>(row) * static_cast<std::size_t>(mask.width);
+      const std::size_t from = rowStart + firstColumn;
+      place = static_cast<int32_t>(8 * (frame_.bitsSize - start) + from % 8);
+      packBytes(mask.bits + from / 8, (rowStart + lastColumn) / 8 - from / 8 + 1);
+      packed = row;
+    }
+    maps_.push_back(place);
+  }
+}
+
+void FramePacker::packBytes(const uint8_t* bytes, std::size_t size) {
+  bits_.push_back({bytes, size});
+  frame_.bitsSize += size;
+}
+
+FusedFrame FramePacker::write(unsigned char* block, const unsigned char* device,
+                              unsigned char* scratch) const {
   const Offsets at = layOut(items_, maps_, tiles_, frame_.bitsSize);
   FusedFrame frame = frame_;
   frame.items = reinterpret_cast<const FusedItem*>(device + at.items);
@@ -150,9 +205,9 @@ FusedFrame FramePacker::write(unsigned char* block, unsigned char* device, unsig
   writePart(block + at.tileFirst, tiles_.first());
   writePart(block + at.tileItems, tiles_.items());
   unsigned char* to = block + at.bits;
-  for (const MaskRows& rows : rows_) {
-    std::memcpy(to, rows.bytes, rows.size);
-    to += rows.size;
+  for (const MaskBytes& part : bits_) {
+    std::memcpy(to, part.bytes, part.size);
+    to += part.size;
   }
   return frame;
 }

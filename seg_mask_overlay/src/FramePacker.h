@@ -22,7 +22,7 @@ class FramePacker {
   /// Writes the block of the planned frame to `block`, with the addresses that it has as a copy at `device`,
   /// and returns its FusedFrame. Both addresses are aligned to kAlignment. `scratch` becomes
   /// FusedFrame::scratch.
-  FusedFrame write(unsigned char* block, unsigned char* device, unsigned char* scratch) const;
+  FusedFrame write(unsigned char* block, const unsigned char* device, unsigned char* scratch) const;
 
   static constexpr std::size_t kAlignment = 16;
 
@@ -35,15 +35,19 @@ class FramePacker {
     int32_t offset;  ///< of frame pixel 0 in maps_; below 0 where that is not used
   };
 
-  /// The rows of one mask that its box shows.
-  struct MaskRows {
+  /// Successive bytes of a mask.
+  struct MaskBytes {
     const uint8_t* bytes;
     std::size_t size;
   };
 
   int32_t shareMap(int maskDimension, int frameDimension, int from, int to);
   void packMaps();
-  void packRows(FusedItem& item, const seg_mask::MaskView& mask);
+  void packMask(FusedItem& item, const seg_mask::MaskView& mask);
+  void packRowsTogether(FusedItem& item, const seg_mask::MaskView& mask);
+  void packRowsOneByOne(FusedItem& item, const seg_mask::MaskView& mask);
+  void packBytes(const uint8_t* bytes, std::size_t size);
+  int32_t mapped(int32_t map, int framePixel) const;
 
   NearestMapCache cache_;
   TileListBuilder tiles_;
@@ -52,7 +56,7 @@ class FramePacker {
   std::vector<seg_mask::MaskView> masks_;  ///< by item
   std::vector<SharedMap> shared_;
   std::vector<int32_t> maps_;
-  std::vector<MaskRows> rows_;  ///< by item
+  std::vector<MaskBytes> bits_;
 };
 
 }  // namespace seg_mask_overlay

@@ -16,7 +16,7 @@ void FusedCompositor::draw(const MappedFrame& frame, const std::vector<seg_mask:
   unsigned char* const device = device_.bytes();
   const FusedFrame packed = packer_.write(staging->bytes(), device, device + bytes);
 
-  const cudaStream_t stream = frame.planes.stream;
+  cudaStream_t stream = frame.planes.stream;
   if (cudaMemcpyAsync(device, staging->bytes(), bytes, cudaMemcpyHostToDevice, stream) != cudaSuccess) return;
   launchFusedFrame(packed, reinterpret_cast<const FusedFrame*>(device), stream);
   staging_.guard(*staging, stream);

@@ -13,7 +13,7 @@ namespace seg_mask_overlay {
 /// by one launch (blend/fused_frame.h). Where anything of that fails, nothing of the frame is drawn.
 ///
 /// The destructor waits for the frames that are queued. Once frames have come in all sizes, drawing allocates
-/// nothing.
+/// nothing, unless their masks come in more sizes than NearestMapCache keeps.
 class FusedCompositor final : public Compositor {
  public:
   void draw(const MappedFrame& frame, const std::vector<seg_mask::OverlayItem>& items, float alpha) override;

@@ -68,8 +68,8 @@ ItemPainter::ItemPainter(const FusedFrame& frame, const FusedItem& item, const C
 }
 
 void ItemPainter::draw() {
-  RowCover* cover = &covers_[0];
-  RowCover* above = &covers_[1];
+  RowCover* cover = covers_.data();
+  RowCover* above = cover + 1;
   for (int y = cover_.y0; y <= cover_.y1;) {
     const int end = lastRowOf(y) + 1;
     readRow(maskRow(y), *cover);
@@ -100,10 +100,11 @@ int ItemPainter::firstColumnFrom(int maskColumn) const {
 }
 
 void ItemPainter::readRow(int maskRow, RowCover& cover) {
-  const auto start = static_cast<std::size_t>(item_.firstBit + int64_t{maskRow} * item_.maskWidth);
-  const auto first = static_cast<std::size_t>(maskColumn(cover_.x0));
-  const auto last = static_cast<std::size_t>(maskColumn(cover_.x1));
-  const PackedRow shown{frame_.bits, frame_.bitsSize, start + first, last - first + 1};
+  const int first = maskColumn(cover_.x0);
+  const int last = maskColumn(cover_.x1);
+  const int64_t start = item_.firstBit + int64_t{maskRow} * item_.rowBits + first;
+  const PackedRow shown{frame_.bits, frame_.bitsSize, static_cast<std::size_t>(start),
+                        static_cast<std::size_t>(last - first) + 1};
   RowEdges edges;
   cover.isSpans = findEdges(shown, edges) && areWorthSpans(edges, cover_.x1 - cover_.x0 + 1);
   if (cover.isSpans) {
@@ -137,8 +138,7 @@ void ItemPainter::readBytes(const PackedRow& row, RowCover& cover) const {
   const int first = maskColumn(cover_.x0);
   const int count = cover_.x1 - cover_.x0 + 1;
   if (row.count / kWorthExpanding > static_cast<std::size_t>(count)) {
-    const PackedRow whole{row.bits, row.size, row.first - static_cast<std::size_t>(first), row.count};
-    sampleRow(whole, columns_ + cover_.x0, static_cast<std::size_t>(count), cover.bytes);
+    sampleRow(row, columns_ + cover_.x0, static_cast<std::size_t>(count), first, cover.bytes);
     return;
   }
   if (showsEachColumn_) {
@@ -150,8 +150,7 @@ void ItemPainter::readBytes(const PackedRow& row, RowCover& cover) const {
   for (int i = 0; i < count; ++i) cover.bytes[i] = expanded_[columns[i] - first];
 }
 
-/// The cover as bytes for the columns of the chroma rectangle. Of spans only that is kept which decides about
-/// chroma: whole samples.
+/// The cover as bytes, two for each sample of the chroma rectangle. Spans become whole samples.
 const unsigned char* ItemPainter::chromaBytes(RowCover& cover) const {
   if (cover.isSpans) {
     std::memset(cover.bytes, 0, static_cast<std::size_t>(chromaWidth()));

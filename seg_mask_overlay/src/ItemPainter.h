@@ -31,8 +31,7 @@ class ItemPainter {
   /// What a mask row covers of the frame rows that show it: spans where it has few edges, otherwise a byte a
   /// column of cover_, 255 inside and 0 outside.
   struct RowCover {
-    /// As many as a row's edges make, and one that the box cuts.
-    static constexpr int kSpans = seg_mask::RowEdges::kCapacity / 2 + 1;
+    static constexpr int kSpans = seg_mask::RowEdges::kCapacity / 2;
     bool isSpans;
     int lumaCount, chromaCount;
     std::array<Span, kSpans> luma;    ///< by bytes from the box's first column

@@ -11,8 +11,8 @@ namespace seg_mask_overlay {
 /// small item, and a frame's masks often come in several sizes.
 class NearestMapCache {
  public:
-  /// More than the sizes that the networks of one frame give; 64 KiB or so for frames of 4K.
-  static constexpr std::size_t kMaps = 16;
+  /// Two a mask size, so 32 sizes: more than the networks of one frame give. 0.8 MB for frames of 4K.
+  static constexpr std::size_t kMaps = 64;
 
   /// The map from a frame's dimension to a mask's, both at least 1. Valid until the next call. Throws
   /// std::bad_alloc when memory runs out; the cache stays usable.

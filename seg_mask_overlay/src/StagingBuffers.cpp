@@ -34,8 +34,6 @@ StagingBuffers::~StagingBuffers() {
 }
 
 StagingBuffers::Buffer* StagingBuffers::acquire(std::size_t bytes) {
-  outgrown_.reserve(outgrown_.size() +
-                    2);  // growPinned may give a buffer's memory up, then guard the new one
   Buffer* const free = findFree();
   if (!free) {
     if (!prepareEvent(pageable_)) return nullptr;
@@ -48,7 +46,7 @@ StagingBuffers::Buffer* StagingBuffers::acquire(std::size_t bytes) {
 /// The first one, so that a device that keeps up makes do with one buffer, and that stays in the cache.
 StagingBuffers::Buffer* StagingBuffers::findFree() {
   for (Buffer& buffer : pinned_) {
-    if (buffer.in_use_ && !hasCome(buffer.done_)) continue;
+    if (buffer.lost_ || (buffer.in_use_ && !hasCome(buffer.done_))) continue;
     buffer.in_use_ = false;
     return &buffer;
   }
@@ -63,6 +61,7 @@ bool StagingBuffers::prepareEvent(Buffer& buffer) {
 bool StagingBuffers::growPinned(Buffer& buffer, std::size_t bytes) {
   if (bytes <= buffer.capacity_) return true;
   const std::size_t capacity = std::max(bytes, 2 * buffer.capacity_);
+  outgrown_.reserve(outgrown_.size() + 1);
   void* memory = nullptr;
   if (cudaHostAlloc(&memory, capacity, cudaHostAllocDefault) != cudaSuccess) return false;
   if (buffer.bytes_) outgrown_.push_back(buffer.bytes_);
@@ -83,11 +82,8 @@ void StagingBuffers::guard(Buffer& buffer, cudaStream_t stream) {
   buffer.in_use_ = cudaEventRecord(buffer.done_, stream) == cudaSuccess;
   if (buffer.in_use_) return;
   unguarded_ = true;
-  if (&buffer == &pageable_) return;
-  // Nothing tells when the device has read this memory, so it is not used again.
-  outgrown_.push_back(buffer.bytes_);
-  buffer.bytes_ = nullptr;
-  buffer.capacity_ = 0;
+  // Nothing tells when the device has read page-locked memory. Ordinary memory has been read already.
+  buffer.lost_ = &buffer != &pageable_;
 }
 
 }  // namespace seg_mask_overlay

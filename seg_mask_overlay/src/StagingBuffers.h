@@ -28,6 +28,7 @@ class StagingBuffers {
     std::size_t capacity_ = 0;
     cudaEvent_t done_ = nullptr;
     bool in_use_ = false;  ///< until the event has come
+    bool lost_ = false;    ///< in use, and no event tells until when
   };
 
   StagingBuffers() = default;

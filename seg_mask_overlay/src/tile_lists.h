@@ -11,7 +11,8 @@ namespace seg_mask_overlay {
 class TileListBuilder {
  public:
   /// The most list entries before tiles are made coarser: 1 MiB. A crowd of 4,096 boxes, each as large as a
-  /// frame of 4K, would have 33 million entries in the smallest tiles.
+  /// frame of 4K, would have 33 million entries in the smallest tiles. The offsets in first(), one for each
+  /// tile of the grid, are not counted.
   static constexpr std::size_t kMaxEntries = (std::size_t{1} << 20) / sizeof(uint32_t);
 
   /// Makes the lists of these items, of which there is at least one, with the smallest tiles that keep within

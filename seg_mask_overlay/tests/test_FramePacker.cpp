@@ -146,6 +146,32 @@ TEST_F(Packer, PacksWholeBytesOfRowsThatBeginAmidOne) {
   EXPECT_EQ(packed_.items[1].firstBit, 0);
 }
 
+// A mask of 2048x8 on a frame of 8x8, rows of 256 bytes: of rows 2 and 3 the columns 512 (frame column 2,
+// which chroma reads to the left of an odd edge) to 1024, bytes 64 to 128.
+TEST_F(Packer, PacksOfAMuchLargerMaskTheShownColumnsOfTheShownRows) {
+  const MaskBits mask = countingMask(2048, 8);
+  pack(frameOf(8, 8), {{mask, {3, 2, 2, 2}, {}}});
+  const FusedItem& item = packed_.items[0];
+  ASSERT_EQ(packed_.bitsSize, 2U * 65);
+  EXPECT_EQ(packed_.bits[0], 65);
+  EXPECT_EQ(packed_.bits[64], 129);
+  EXPECT_EQ(packed_.bits[65], 65);
+  EXPECT_EQ(packed_.bits[129], 129);
+  EXPECT_EQ(mapped(item.columns, 2, 4), (std::vector<int>{512, 768, 1024}));
+  EXPECT_EQ(mapped(item.rows, 2, 3), (std::vector<int>{0, 8 * 65}));
+  EXPECT_EQ(item.rowBits, 1);
+  EXPECT_EQ(item.firstBit, -512);
+}
+
+// Rows of 513 bytes; a frame shows each of the four twice.
+TEST_F(Packer, PacksARowThatSeveralFrameRowsShowOnce) {
+  const MaskBits mask = countingMask(8 * 513, 4);
+  pack(frameOf(8, 8), {{mask, {0, 0, 1, 8}, {}}});
+  EXPECT_EQ(packed_.items[0].rowBits, 1);
+  EXPECT_EQ(bits(), (std::vector<uint8_t>{1, 2, 3, 4}));
+  EXPECT_EQ(mapped(packed_.items[0].rows, 0, 7), (std::vector<int>{0, 0, 8, 8, 16, 16, 24, 24}));
+}
+
 // Four items, two mask sizes: one map a size and direction, of the columns and rows that either item shows. A
 // square mask on a square frame has one map for both.
 TEST_F(Packer, SharesMapsAmongItemsOfTheSameMaskSize) {

@@ -35,7 +35,9 @@ bool findEdges(const PackedRow& row, RowEdges& edges);
 /// Writes the pixels of `row`, each as a byte: 255 inside, 0 outside.
 void expandRow(const PackedRow& row, unsigned char* bytes);
 
-/// Writes the `count` pixels of `row` at `columns`, each as a byte: 255 inside, 0 outside.
-void sampleRow(const PackedRow& row, const int* columns, std::size_t count, unsigned char* bytes);
+/// Writes the `count` pixels of `row` at `columns`, each as a byte: 255 inside, 0 outside. The row's first
+/// pixel is at column `firstColumn`.
+void sampleRow(const PackedRow& row, const int* columns, std::size_t count, int firstColumn,
+               unsigned char* bytes);
 
 }  // namespace seg_mask

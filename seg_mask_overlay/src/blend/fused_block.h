@@ -99,7 +99,7 @@ class FusedBlock {
     for (int row = 0; row < 2; ++row) {
       if ((there >> (2 * row) & 3U) == 0) continue;
       const int64_t maskRow = readOnly(frame_.maps + readOnly(&item.rows) + y_ + row);
-      const int64_t start = readOnly(&item.firstBit) + maskRow * readOnly(&item.maskWidth);
+      const int64_t start = readOnly(&item.firstBit) + maskRow * readOnly(&item.rowBits);
       for (int column = 0; column < 2; ++column) {
         const int pixel = 2 * row + column;
         if ((there >> pixel & 1U) == 0) continue;

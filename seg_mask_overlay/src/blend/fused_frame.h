@@ -11,18 +11,20 @@ struct CUstream_st;  // the CUDA runtime's stream
 
 namespace seg_mask_overlay {
 
-/// One item. Its mask is in packed bits, of which only the rows that its box shows are there.
+/// One item. Its mask is in packed bits, of which what its box shows is there and little more.
 struct FusedItem {
   LumaRect luma;      ///< the box within the frame, not empty
   ChromaRect chroma;  ///< chromaRect(luma); may be empty
   /// Maps from frame to mask pixels: frame column x shows the mask column maps[columns + x], frame row y the
-  /// mask row maps[rows + y]. They are there for coverRect(luma).
+  /// row maps[rows + y]. They are there for coverRect(luma).
   int32_t columns, rows;
   int32_t maskWidth;
   unsigned char colorY, colorU, colorV;
-  /// Mask pixel (column, row) is bit firstBit + row * maskWidth + column of the frame's bits, counted from
-  /// the lowest bit of the first byte.
+  /// Pixel (column, row) of the mask is bit firstBit + row * rowBits + column of the frame's bits, counted
+  /// from the lowest bit of the first byte. Rows are numbered as in the mask where rowBits is its width;
+  /// where it is 1, each row has been packed by itself, and its number says where.
   int64_t firstBit;
+  int32_t rowBits;
 };
 
 /// The frame pixels whose mask pixels decide what an item draws: its box, and a column to the left or a row

@@ -12,7 +12,7 @@
 
 namespace seg_mask_overlay {
 
-/// The fastest SIMD target of this machine; null if it has none. The default of the functions below.
+/// The fastest SIMD target of this machine; null if it has none.
 const SimdTarget* fastestSimdTarget();
 
 /// What scalarBlendLuma does. Without a SIMD target every sample is looked up in a table.
@@ -31,6 +31,7 @@ struct ChannelBlend {
   std::optional<BlendFit> fit;  ///< of the table, if there is one
 };
 
+/// Made by `target`, or in plain code if that is null. Any alpha will do; outside of 0 to 1 there is no fit.
 ChannelBlend makeChannelBlend(unsigned char color, float alpha, const SimdTarget* target);
 
 /// Blend the samples that mask bytes select, or spans (simd_blend.h), by `target` where that and a fit are

@@ -18,8 +18,8 @@ HWY_BEFORE_NAMESPACE();
 namespace seg_mask_overlay {
 namespace HWY_NAMESPACE {
 
-// Everything is inlined into blendLumaRows and blendChromaRows: GCC leaves out vzeroupper in a function that
-// takes a vector, and code for older targets then runs many times slower.
+// Everything is inlined into the four blend functions at the end: GCC leaves out vzeroupper in a function
+// that takes a vector, and code for older targets then runs many times slower.
 
 namespace hn = hwy::HWY_NAMESPACE;
 

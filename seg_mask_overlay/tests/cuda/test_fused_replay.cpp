@@ -190,13 +190,15 @@ class GuardedMemory {
 };
 
 /// Gives the item copies of what it may read: the maps, from `maps` on, of the frame pixels that it covers,
-/// and the mask rows that they show.
+/// and the bytes from the first mask pixel that they show to the last.
 void guardItem(FusedItem& item, const FusedFrame& frame, const int32_t* maps, GuardedMemory& memory) {
   const LumaRect cover = seg_mask_overlay::coverRect(item.luma);
-  const int64_t firstRow = frame.maps[item.rows + cover.y0];
-  const int64_t lastRow = frame.maps[item.rows + cover.y1];
-  const int64_t begin = (item.firstBit + firstRow * item.maskWidth) / 8;
-  const int64_t end = (item.firstBit + (lastRow + 1) * item.maskWidth + 7) / 8;
+  const auto byteOf = [&](int x, int y) {
+    const int64_t row = frame.maps[item.rows + y];
+    return (item.firstBit + row * item.rowBits + frame.maps[item.columns + x]) / 8;
+  };
+  const int64_t begin = byteOf(cover.x0, cover.y0);
+  const int64_t end = byteOf(cover.x1, cover.y1) + 1;
   const uint8_t* const bits = memory.copyOf(frame.bits + begin, static_cast<std::size_t>(end - begin));
   item.firstBit += 8 * ((bits - frame.bits) - begin);
   const auto moveMap = [&](int32_t& map, int from, int to) {

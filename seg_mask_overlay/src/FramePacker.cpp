@@ -125,7 +125,8 @@ void FramePacker::packMaps() {
 }
 
 int32_t FramePacker::mapped(int32_t map, int framePixel) const {
-  return maps_.data()[map + framePixel];
+  const int32_t at = map + framePixel;
+  return maps_[static_cast<std::size_t>(at)];
 }
 
 void FramePacker::packMask(FusedItem& item, const MaskView& mask) {

@@ -38,7 +38,7 @@ class Packer : public testing::Test {
                          float alpha = 0.5F) {
     bytes_ = packer_.plan(frame, items, alpha);
     EXPECT_EQ(bytes_ % FramePacker::kAlignment, 0U);
-    block_.assign(bytes_ / sizeof(std::max_align_t), {});
+    block_.assign((bytes_ + sizeof(std::max_align_t) - 1) / sizeof(std::max_align_t), {});
     auto* const memory = reinterpret_cast<unsigned char*>(block_.data());
     packed_ = packer_.write(memory, memory, memory + bytes_);
     return packed_;

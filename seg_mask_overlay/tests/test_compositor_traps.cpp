@@ -30,7 +30,7 @@ constexpr int kGrey = 100;
 class Picture {
  public:
   Picture(int width, int height, std::size_t shift = 0)
-      : size_{width, height}, shift_(shift), y_(size_.pixels() + shift, kGrey) {
+      : size_{width, height}, y_(size_.pixels() + shift, kGrey) {
     uv_.assign(static_cast<std::size_t>(uvPitch()) * static_cast<std::size_t>((height + 1) / 2) + shift,
                kGrey);
     planes_ = {};
@@ -72,7 +72,6 @@ class Picture {
   }
 
   FrameSize size_;
-  std::size_t shift_;
   std::vector<unsigned char> y_, uv_;
   IRenderBackend::MappedPlanes planes_;
 };

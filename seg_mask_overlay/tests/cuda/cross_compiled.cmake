@@ -1,6 +1,7 @@
 # The CUDA sources for the machine that is built for, though there is no CUDA runtime of that machine to link them with: the
 # toolkit of this machine has the same headers, and its nvcc takes any host compiler.
 
+set(_objects)
 foreach(_source IN ITEMS seg_mask_overlay_cuda fused_draw_cuda)
   set(source "${PROJECT_SOURCE_DIR}/seg_mask_overlay/src/blend/${_source}.cu")
   set(object "${CMAKE_CURRENT_BINARY_DIR}/cross_compiled_${_source}.o")

@@ -72,4 +72,13 @@ void Canvas::check() const {
   chroma_.check("the chroma plane");
 }
 
+cudaStream_t theStream() {
+  static const cudaStream_t stream = [] {
+    cudaStream_t made = nullptr;
+    check(cudaStreamCreateWithFlags(&made, cudaStreamNonBlocking) == cudaSuccess, "a stream");
+    return made;
+  }();
+  return stream;
+}
+
 }  // namespace fuzz

@@ -31,15 +31,6 @@ constexpr unsigned kMostFrames = 7;  // more than there are staging buffers
 constexpr unsigned kMostItems = 7;
 constexpr int kMostShift = 3;
 
-cudaStream_t theStream() {
-  static const cudaStream_t stream = [] {
-    cudaStream_t made = nullptr;
-    fuzz::check(cudaStreamCreateWithFlags(&made, cudaStreamNonBlocking) == cudaSuccess, "a stream");
-    return made;
-  }();
-  return stream;
-}
-
 float buildAlpha(FuzzInput& input) {
   using Limits = std::numeric_limits<float>;
   static constexpr std::array<float, 14> kAlphas{
@@ -140,7 +131,7 @@ void World::drawFrame(FuzzInput& input) {
     IRenderBackend::MappedPlanes planes = canvas.planes();
     planes.y += yShift;
     planes.uv += uvShift;
-    planes.stream = theStream();
+    planes.stream = fuzz::theStream();
     compositor->draw(MappedFrame{planes, size}, items.list, alpha);
 
     const model::Planes expected = canvas.expected();
@@ -162,12 +153,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     World world;
     for (unsigned frames = 0; frames < kMostFrames && !program.atEnd(); ++frames) {
       const unsigned behind = program.below(4);
-      if (behind == 0) cudart_cpu::hold(theStream());
-      if (behind == 1) cudart_cpu::release(theStream());
+      if (behind == 0) cudart_cpu::hold(fuzz::theStream());
+      if (behind == 1) cudart_cpu::release(fuzz::theStream());
       world.drawFrame(program);
     }
     fuzz::check(cudart_cpu::waitingCalls() == 0, "a call that waits");
-    cudart_cpu::release(theStream());
+    cudart_cpu::release(fuzz::theStream());
     world.check();
   }
   fuzz::check(cudart_cpu::liveAllocations().count == liveBefore, "device memory is freed");

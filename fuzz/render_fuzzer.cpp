@@ -67,15 +67,6 @@ std::string thrownBy(const Action& action) {
   }
 }
 
-cudaStream_t theStream() {
-  static const cudaStream_t stream = [] {
-    cudaStream_t made = nullptr;
-    fuzz::check(cudaStreamCreateWithFlags(&made, cudaStreamNonBlocking) == cudaSuccess, "a stream");
-    return made;
-  }();
-  return stream;
-}
-
 std::optional<model::Size> sizeOf(const SharedPicture& picture) {
   if (!picture) return std::nullopt;
   return model::Size{picture->width(), picture->height()};
@@ -235,7 +226,7 @@ void World::render(HostContext& host, const Plan& plan) {
   for (Backend& backend : backends_) {
     backend.kind = plan.map;
     backend.canvas = plan.canvas;
-    backend.stream = theStream();
+    backend.stream = fuzz::theStream();
     backend.maps = 0;
   }
   const std::uint64_t nextLog = plan.timeIsUp ? 0 : std::numeric_limits<std::uint64_t>::max();
@@ -248,10 +239,10 @@ void World::render(HostContext& host, const Plan& plan) {
   const StderrCapture captured;
   cudart_cpu::resetCounters();
   calls_->begin();
-  if (plan.held) cudart_cpu::hold(theStream());
+  if (plan.held) cudart_cpu::hold(fuzz::theStream());
   const std::string thrown = thrownBy([&] { plugin_.render(host.ctx); });
   calls_->finish();
-  if (plan.held) cudart_cpu::release(theStream());
+  if (plan.held) cudart_cpu::release(fuzz::theStream());
 
   fuzz::checkEqual(thrown, expectedThrown, "what the pass throws");
   fuzz::checkEqual(captured.text(), result.line, "standard error");

@@ -96,4 +96,14 @@ void sampleRow(const PackedRow& row, const int* columns, std::size_t count, int 
   }
 }
 
+void sampleDenseRow(const PackedRow& row, const int* columns, std::size_t count, int firstColumn,
+                    unsigned char* scratch, unsigned char* bytes) {
+  if (row.count > denseRowScratch(count)) {
+    sampleRow(row, columns, count, firstColumn, bytes);
+    return;
+  }
+  expandRow(row, scratch);
+  for (std::size_t i = 0; i < count; ++i) bytes[i] = scratch[columns[i] - firstColumn];
+}
+
 }  // namespace seg_mask

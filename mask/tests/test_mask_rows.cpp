@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <random>
 #include <string>
 #include <vector>
@@ -68,6 +69,24 @@ TEST(MaskRows, AreSampledWhereTheColumnsSay) {
     for (std::size_t i = 0; i < columns.size(); ++i) {
       EXPECT_EQ(bytes[i], plain[static_cast<std::size_t>(columns[i])]) << "column " << columns[i];
     }
+  });
+}
+
+// Two columns of rows of every width: expanded first up to 12 pixels, read one by one beyond.
+TEST(MaskRows, OfManyPixelsAreSampledAsPixelByPixelFromAnyColumnOn) {
+  forEachRow([](const MaskBits& mask, int row) {
+    constexpr int kFirst = 5;  // the number of the row's first column
+    const std::vector<int> columns = {kFirst + mask.width - 1, kFirst};
+    std::array<unsigned char, denseRowScratch(2) + 1> scratch;
+    scratch.back() = 7;
+    Bytes dense(columns.size());
+    sampleDenseRow(packedRow(mask, row), columns.data(), columns.size(), kFirst, scratch.data(),
+                   dense.data());
+    EXPECT_EQ(scratch.back(), 7) << "a byte behind the scratch memory was written";
+    Bytes plain(columns.size());
+    sampleRow(packedRow(mask, row), columns.data(), columns.size(), kFirst, plain.data());
+    EXPECT_EQ(dense, plain);
+    EXPECT_EQ(plain.back(), scalarRow(mask, row).front());
   });
 }
 

@@ -3,13 +3,6 @@
 #include <cstring>
 
 namespace seg_mask_overlay {
-namespace {
-
-/// A row is expanded before it is sampled unless it has more mask pixels than this for each frame pixel; then
-/// sampling its bits one by one is cheaper.
-constexpr std::size_t kWorthExpanding = 4;
-
-}  // namespace
 
 const unsigned char* FrameMask::fill(const seg_mask::MaskView& mask, int width, int height) {
   makeRoom(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
@@ -42,7 +35,9 @@ void FrameMask::fillRow(const seg_mask::MaskView& mask, int maskRow, unsigned ch
   } else if (columns_.isIdentity()) {
     expandRow(row, bytes);
   } else {
-    sampleDenseRow(row, bytes);
+    const std::vector<int>& columns = columns_.maskPixels();
+    row_scratch_.resize(seg_mask::denseRowScratch(columns.size()));
+    sampleDenseRow(row, columns.data(), columns.size(), 0, row_scratch_.data(), bytes);
   }
 }
 
@@ -56,19 +51,6 @@ void FrameMask::fillRuns(const seg_mask::RowEdges& edges, unsigned char* bytes) 
   };
   for (int i = 0; i < edges.count; ++i) fillTo(columns_.firstFrom(edges.pixels[i]));
   fillTo(static_cast<int>(columns_.maskPixels().size()));
-}
-
-void FrameMask::sampleDenseRow(const seg_mask::PackedRow& row, unsigned char* bytes) {
-  const std::vector<int>& columns = columns_.maskPixels();
-  if (row.count / kWorthExpanding > columns.size()) {
-    sampleRow(row, columns.data(), columns.size(), 0, bytes);
-    return;
-  }
-  dense_row_.resize(row.count);
-  expandRow(row, dense_row_.data());
-  const unsigned char* const pixels = dense_row_.data();
-  const int* const column = columns.data();
-  for (std::size_t i = 0; i < columns.size(); ++i) bytes[i] = pixels[column[i]];
 }
 
 }  // namespace seg_mask_overlay

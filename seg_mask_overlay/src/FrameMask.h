@@ -22,12 +22,11 @@ class FrameMask {
   void makeRoom(std::size_t bytes);
   void fillRow(const seg_mask::MaskView& mask, int maskRow, unsigned char* bytes);
   void fillRuns(const seg_mask::RowEdges& edges, unsigned char* bytes) const;
-  void sampleDenseRow(const seg_mask::PackedRow& row, unsigned char* bytes);
 
   std::vector<unsigned char> frame_;
   seg_mask::NearestMap columns_;
   seg_mask::NearestMap rows_;
-  std::vector<unsigned char> dense_row_;  ///< a mask row with too many edges for RowEdges, a byte per pixel
+  std::vector<unsigned char> row_scratch_;  ///< of sampleDenseRow
 };
 
 }  // namespace seg_mask_overlay

@@ -133,13 +133,12 @@ void FramePacker::packMask(FusedItem& item, const MaskView& mask) {
   const LumaRect cover = coverRect(item.luma);
   const int64_t rows = int64_t{mapped(item.rows, cover.y1)} - mapped(item.rows, cover.y0) + 1;
   const int64_t columns = int64_t{mapped(item.columns, cover.x1)} - mapped(item.columns, cover.x0) + 1;
-  const int64_t shownRows = cover.y1 - cover.y0 + 1;
+  const int64_t frameRows = cover.y1 - cover.y0 + 1;
+  const int64_t shownRows = std::min(rows, frameRows);
   const int64_t together = rows * mask.width / 8;
-  const int64_t packedRow = columns / 8 + 2;
-  const int64_t oneByOne = shownRows * int64_t{sizeof(int32_t)} + std::min(rows, shownRows) * packedRow;
-  const int64_t calls = std::min(rows, shownRows) * kBytesACall;
+  const int64_t oneByOne = frameRows * int64_t{sizeof(int32_t)} + shownRows * (columns / 8 + 2);
   // The map's numbers of bits have to fit 32 bits.
-  if (oneByOne + calls < together && 8 * oneByOne < std::numeric_limits<int32_t>::max()) {
+  if (oneByOne + shownRows * kBytesACall < together && 8 * oneByOne < std::numeric_limits<int32_t>::max()) {
     packRowsOneByOne(item, mask);
   } else {
     packRowsTogether(item, mask);

@@ -12,21 +12,12 @@ namespace {
 using seg_mask::PackedRow;
 using seg_mask::RowEdges;
 
-/// A dense row is expanded before it is sampled unless it has more mask pixels than this for each frame
-/// pixel; then sampling its bits one by one is cheaper.
-constexpr std::size_t kWorthExpanding = 4;
-
 /// Whether blending the row's spans one by one takes less time than blending all columns of the box by bytes:
 /// a span takes a vector in each frame row, however short it is.
 bool areWorthSpans(const RowEdges& edges, int columns) {
   constexpr int kFew = 8;
   constexpr int kColumnsAnEdge = 16;
   return edges.count <= kFew || edges.count * kColumnsAnEdge <= columns;
-}
-
-/// Of a cover's bytes: one for each column, and one if the box begins at an odd one.
-std::size_t coverBytes(int frameWidth) {
-  return static_cast<std::size_t>(frameWidth) + 1;
 }
 
 bool ascendsByOne(const int32_t* map, int from, int to) {
@@ -47,8 +38,8 @@ void append(Span span, Span* spans, int& count) {
 }  // namespace
 
 std::size_t ItemPainter::scratchBytes(int frameWidth) {
-  const std::size_t columns = coverBytes(frameWidth);
-  return 2 * columns + kWorthExpanding * (columns + 1);
+  const auto columns = static_cast<std::size_t>(frameWidth);
+  return 2 * columns + seg_mask::denseRowScratch(columns);
 }
 
 ItemPainter::ItemPainter(const FusedFrame& frame, const FusedItem& item, const ColorBlend& blend,
@@ -62,9 +53,9 @@ ItemPainter::ItemPainter(const FusedFrame& frame, const FusedItem& item, const C
       rows_(frame.maps + item.rows),
       columnsPerMaskColumn_(static_cast<double>(frame.size.width) / item.maskWidth),
       showsEachColumn_(ascendsByOne(columns_, cover_.x0, cover_.x1)),
-      expanded_(frame.scratch + 2 * coverBytes(frame.size.width)) {
+      rowScratch_(frame.scratch + 2 * std::ptrdiff_t{frame.size.width}) {
   covers_[0].bytes = frame.scratch;
-  covers_[1].bytes = frame.scratch + coverBytes(frame.size.width);
+  covers_[1].bytes = frame.scratch + frame.size.width;
 }
 
 void ItemPainter::draw() {
@@ -135,19 +126,12 @@ void ItemPainter::readSpans(const RowEdges& edges, RowCover& cover) const {
 }
 
 void ItemPainter::readBytes(const PackedRow& row, RowCover& cover) const {
-  const int first = maskColumn(cover_.x0);
-  const int count = cover_.x1 - cover_.x0 + 1;
-  if (row.count / kWorthExpanding > static_cast<std::size_t>(count)) {
-    sampleRow(row, columns_ + cover_.x0, static_cast<std::size_t>(count), first, cover.bytes);
-    return;
-  }
   if (showsEachColumn_) {
     expandRow(row, cover.bytes);
-    return;
+  } else {
+    sampleDenseRow(row, columns_ + cover_.x0, static_cast<std::size_t>(cover_.x1 - cover_.x0) + 1,
+                   maskColumn(cover_.x0), rowScratch_, cover.bytes);
   }
-  expandRow(row, expanded_);
-  const int32_t* const columns = columns_ + cover_.x0;
-  for (int i = 0; i < count; ++i) cover.bytes[i] = expanded_[columns[i] - first];
 }
 
 /// The cover as bytes, two for each sample of the chroma rectangle. Spans become whole samples.

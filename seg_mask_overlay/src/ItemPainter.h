@@ -63,8 +63,8 @@ class ItemPainter {
   const int32_t* const columns_;  ///< the item's maps, by frame pixel
   const int32_t* const rows_;
   const double columnsPerMaskColumn_;
-  const bool showsEachColumn_;     ///< the box shows its mask columns one by one
-  unsigned char* const expanded_;  ///< a mask row, a byte a pixel
+  const bool showsEachColumn_;       ///< the box shows its mask columns one by one
+  unsigned char* const rowScratch_;  ///< of sampleDenseRow
   std::array<RowCover, 2> covers_;
 };
 

@@ -100,8 +100,8 @@ class SW_CORE_EXPORT SwJsonObject {
   }
   bool erase(std::string_view key) noexcept;
 
-  /// The value of a new member, Null, or of the one that is there, made Null. For the
-  /// object's first member, `expected` says how many it will probably get.
+  /// The value of a new member, Null, or of the one that is there, made Null. For the object's first
+  /// member, `expected` says how many it will probably get.
   SwJsonValue& slot(std::string_view key, std::size_t expected = 1);
   SwJsonValue& slot(std::string&& key);
   template <typename Key>

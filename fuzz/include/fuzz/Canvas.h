@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cuda_runtime_api.h>
+
 #include <cstdint>
 #include <vector>
 
@@ -46,5 +48,8 @@ class Canvas {
   Plane luma_;
   Plane chroma_;
 };
+
+/// The stream that a fuzzer draws on: one for the process, without order to the null stream.
+cudaStream_t theStream();
 
 }  // namespace fuzz

@@ -10,8 +10,8 @@
 namespace segmask {
 
 /// The two files that the plug-in comes as. They draw the same bytes: the first uploads a mask of the frame's
-/// size for each detection, the second all of a frame at once. A process may load one of them: with
-/// both loaded, class_loader warns, and the loader that came first makes no more instances.
+/// size for each detection, the second all of a frame at once. A process may load one of them: with both
+/// loaded, class_loader warns, and the loader that came first makes no more instances.
 inline constexpr char kPluginFile[] = "libseg_mask_overlay.so";
 inline constexpr char kFastPluginFile[] = "libseg_mask_overlay_fused.so";
 

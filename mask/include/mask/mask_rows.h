@@ -40,4 +40,14 @@ void expandRow(const PackedRow& row, unsigned char* bytes);
 void sampleRow(const PackedRow& row, const int* columns, std::size_t count, int firstColumn,
                unsigned char* bytes);
 
+/// The scratch memory of sampleDenseRow for `count` columns, in bytes.
+constexpr std::size_t denseRowScratch(std::size_t count) {
+  return 4 * (count + 1);
+}
+
+/// The same, faster where the row has no more than about four pixels for each column: it is expanded into
+/// `scratch` first.
+void sampleDenseRow(const PackedRow& row, const int* columns, std::size_t count, int firstColumn,
+                    unsigned char* scratch, unsigned char* bytes);
+
 }  // namespace seg_mask

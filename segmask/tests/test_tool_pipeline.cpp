@@ -68,20 +68,32 @@ class ToolPipeline : public ::testing::Test {
     return files;
   }
 
-  /// Waits until the program has written something; false when it takes for ever.
-  bool waitForOutput() const {
+  /// Waits until `holds`; false when it takes for ever.
+  static bool waitUntil(const std::function<bool()>& holds) {
     for (int i = 0; i < 6'000; ++i) {
-      for (const fs::path& file : stagedFiles()) {
-        std::error_code error;
-        const std::uintmax_t size = fs::file_size(file, error);
-        if (!error && size > 0) return true;
-      }
+      if (holds()) return true;
       std::this_thread::sleep_for(5ms);
     }
     return false;
   }
 
-  /// The number in "segmask: interrupted; the first N frames are in OUTPUT", the only message; -1 if it is
+  /// Waits until the program has written something.
+  bool waitForOutput() const {
+    return waitUntil([&] {
+      for (const fs::path& file : stagedFiles()) {
+        std::error_code error;
+        const std::uintmax_t size = fs::file_size(file, error);
+        if (!error && size > 0) return true;
+      }
+      return false;
+    });
+  }
+
+  bool waitForMessage(const std::string& text) const {
+    return waitUntil([&] { return readFile(path("messages")).find(text) != std::string::npos; });
+  }
+
+  /// The number in "segmask: interrupted; the first N frames are in OUTPUT", the last message; -1 if it is
   /// not.
   int framesKept(const std::string& output) const {
     const std::string text = readFile(path("messages"));
@@ -286,8 +298,10 @@ TEST_F(ToolPipelineInterrupt, ThatComesTwiceDoesNotWait) {
   folder_.write("in.nv12", noiseFrames(64, 48, 10));
   const pid_t process = start(arguments(
       "in.nv12", "out.nv12",
-      {"--size", "64x48", "--plugin", libraryPath(kSlowPlugin), "--config", "{\"frame_ms\": 1500}"}));
+      {"--size", "64x48", "--plugin", libraryPath(kSlowPlugin), "--config", "{\"frame_ms\": 3000}"}));
   ASSERT_TRUE(waitForOutput());
+  // Between two frames the first signal would end the program, and keep the frame.
+  ASSERT_TRUE(waitForMessage("frame 2 begins"));
   ASSERT_EQ(kill(process, SIGINT), 0);
   std::this_thread::sleep_for(300ms);  // two signals at once would be one
   ASSERT_EQ(kill(process, SIGINT), 0);

@@ -1,7 +1,9 @@
-// Draws nothing, slowly: each frame takes as many milliseconds as the configuration's "frame_ms" says.
+// Draws nothing, slowly: each frame takes as many milliseconds as the configuration's "frame_ms" says. Says
+// on standard error when a frame begins.
 
 #include <chrono>
 #include <class_loader/register_macro.hpp>
+#include <cstdio>
 #include <cstdlib>
 #include <thread>
 
@@ -14,10 +16,14 @@ class SlowPlugin : public IdlePlugin {
     const std::size_t colon = text.find(':');
     if (colon != std::string::npos) frameTime_ = std::chrono::milliseconds(std::atoi(&text[colon + 1]));
   }
-  void render(RenderContext&) override { std::this_thread::sleep_for(frameTime_); }
+  void render(RenderContext&) override {
+    std::fprintf(stderr, "SlowPlugin: frame %d begins\n", ++frames_);
+    std::this_thread::sleep_for(frameTime_);
+  }
 
  private:
   std::chrono::milliseconds frameTime_{0};
+  int frames_ = 0;
 };
 
 CLASS_LOADER_REGISTER_CLASS(SlowPlugin, IRenderPlugin)

@@ -24,10 +24,14 @@ YuvColor toYuv(RgbColor color) {
   return {toByte(y), toByte(u), toByte(v)};
 }
 
-YuvColor classColor(int32_t class_id) {
+RgbColor paletteColor(int32_t class_id) {
   // In 64 bits, because the absolute value of the smallest 32-bit number does not fit 32.
   const int64_t magnitude = std::abs(static_cast<int64_t>(class_id));
-  return toYuv(kPalette[static_cast<std::size_t>(magnitude) % kPalette.size()]);
+  return kPalette[static_cast<std::size_t>(magnitude) % kPalette.size()];
+}
+
+YuvColor classColor(int32_t class_id) {
+  return toYuv(paletteColor(class_id));
 }
 
 }  // namespace seg_mask

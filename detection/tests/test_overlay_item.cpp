@@ -37,7 +37,7 @@ struct OverlayItemTest : testing::Test {
     detection.y = box.y;
     detection.w = box.w;
     detection.h = box.h;
-    return countDrawnPixels(items({detection}, 0).at(0), {4, 2});
+    return DrawnPixelCounter().count(items({detection}, 0).at(0), {4, 2});
   }
 };
 
@@ -98,7 +98,22 @@ TEST_F(OverlayItemTest, DrawnPixelsAreThoseOfTheMaskWithinBoxAndFrameAndWithoutA
 TEST_F(OverlayItemTest, PixelsAreCountedOnTheScaledMask) {
   DetView detection = detectionOf(1, "SEG1|2|1|AQ==");
   detection.w = detection.h = 100;
-  EXPECT_EQ(countDrawnPixels(items({detection}, 0).at(0), {10, 6}).count, 30U);  // the left half
+  const std::vector<OverlayItem> drawn = items({detection}, 0);
+  DrawnPixelCounter counter;
+  EXPECT_EQ(counter.count(drawn.at(0), {10, 6}).count, 30U);  // the left half
+  EXPECT_EQ(counter.count(drawn.at(0), {10, 6}, 1).count, 5U) << "the limit ends it with the first row";
+  EXPECT_EQ(counter.count(drawn.at(0), {10, 6}, 6).count, 10U);
+}
+
+TEST_F(OverlayItemTest, PixelsOfAMaskLargerThanTheFrameAreThoseThatItShows) {
+  // Eight columns on a frame of two: shown are columns 0 and 4. Column 1 is inside in the first row, column 4
+  // in the second.
+  DetView detection = detectionOf(1, "SEG1|8|2|AhA=");
+  detection.w = 2;
+  detection.h = 2;
+  const std::vector<OverlayItem> drawn = items({detection}, 0);
+  EXPECT_EQ(DrawnPixelCounter().count(drawn.at(0), {2, 1}).outcome, Outcome::NoPixelInBox);
+  EXPECT_EQ(DrawnPixelCounter().count(drawn.at(0), {2, 2}).count, 1U);
 }
 
 TEST_F(OverlayItemTest, MasksOfOneFrameDoNotOverlapInTheArena) {

@@ -66,7 +66,8 @@ std::optional<Header> readSeg1Header(const std::string& text, MaskTextFault* fau
 std::nullopt_t refuseShortData(const Header& header, std::string_view data, MaskTextFault* fault) {
   if (!fault) return std::nullopt;
   const std::size_t present = decodeBase64(data, base64Bytes(data.size())).size();
-  return refuse(fault, {Field::Data, Problem::TooShort, header.neededBytes, present});
+  return refuse(fault,
+                {Field::Data, Problem::TooShort, header.neededBytes, present, header.width, header.height});
 }
 
 /// Decodes a SEG1 text to `memory(bytes)`, which is asked once, for as many bytes as decoding writes.

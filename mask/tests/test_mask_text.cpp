@@ -96,6 +96,8 @@ TEST(MaskTextFault, SaysHowMuchDataIsNeededAndPresent) {
   EXPECT_EQ(fault.problem, Problem::TooShort);
   EXPECT_EQ(fault.neededBytes, 2U);
   EXPECT_EQ(fault.presentBytes, 1U);
+  EXPECT_EQ(fault.width, 3);
+  EXPECT_EQ(fault.height, 3);
   EXPECT_FALSE(decodeMaskText("SEG1|2147483647|2147483647|AAAA A=", &fault));
   EXPECT_EQ(fault.neededBytes, 576460751766552577U);  // (2^31 - 1)^2 bits
   EXPECT_EQ(fault.presentBytes, 3U);

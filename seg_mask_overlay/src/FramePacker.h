@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "blend/fused_frame.h"
+#include "mask/NearestMapCache.h"
 #include "src/Compositor.h"
-#include "src/NearestMapCache.h"
 #include "src/tile_lists.h"
 
 namespace seg_mask_overlay {
@@ -49,7 +49,7 @@ class FramePacker {
   void packBytes(const uint8_t* bytes, std::size_t size);
   int32_t mapped(int32_t map, int framePixel) const;
 
-  NearestMapCache cache_;
+  seg_mask::NearestMapCache cache_;
   TileListBuilder tiles_;
   FusedFrame frame_{};  ///< without addresses in the block
   std::vector<FusedItem> items_;

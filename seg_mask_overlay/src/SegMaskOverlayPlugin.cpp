@@ -52,12 +52,12 @@ void SegMaskOverlayPlugin::setConfig(std::string json) {
   const std::optional<SwJsonObject> configuration = render_base::parseConfiguration(json);
   if (!configuration) return;
   const float alpha = readNumber(*configuration, seg_mask_cfg::kAlpha, alpha_);
-  const float minScore = readNumber(*configuration, seg_mask::kMinScore, min_score_);
-  const int32_t cap = readInteger(*configuration, seg_mask::kMaxOverlayDets, max_overlay_dets_);
+  const seg_mask::DecisionSettings decisions =
+      seg_mask::readDecisionSettings(*configuration, {min_score_, max_overlay_dets_});
   // All settings are read before any is stored, because reading may run out of memory.
   alpha_ = alpha;
-  min_score_ = minScore;
-  max_overlay_dets_ = cap;
+  min_score_ = decisions.minScore;
+  max_overlay_dets_ = decisions.maxOverlayDets;
 }
 
 void SegMaskOverlayPlugin::render(RenderContext& ctx) {

@@ -26,6 +26,9 @@ inline constexpr std::array<RgbColor, 20> kPalette = {{
 YuvColor toYuv(RgbColor color);
 
 /// The palette's colour for a class: the index is the absolute value of its number modulo the palette's size.
+RgbColor paletteColor(int32_t class_id);
+
+/// The same as it is drawn.
 YuvColor classColor(int32_t class_id);
 
 }  // namespace seg_mask

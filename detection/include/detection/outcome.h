@@ -13,4 +13,8 @@ enum class Outcome {
   NoPixelInBox  ///< its mask has no pixel within box and frame
 };
 
+/// The outcome as a word for programs, static text: "drawn", "over_cap", "not_an_object", "low_score",
+/// "invalid_mask", "box_outside", "no_pixel_in_box".
+const char* outcomeWord(Outcome outcome);
+
 }  // namespace seg_mask

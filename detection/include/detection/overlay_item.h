@@ -1,12 +1,14 @@
 #pragma once
 
 #include <cstddef>
+#include <limits>
 #include <vector>
 
 #include "detection/class_color.h"
 #include "detection/detections.h"
 #include "detection/outcome.h"
 #include "mask/MaskArena.h"
+#include "mask/NearestMapCache.h"
 #include "mask/mask_text.h"
 #include "render_base/geometry.h"
 
@@ -36,8 +38,19 @@ struct DrawnPixels {
   std::size_t count;  ///< luma pixels of the mask within box and frame
 };
 
-/// Counts the pixels that drawing `item` on a frame of that size, which is not empty, changes. For tools that
-/// report what was drawn; drawing itself does not call it. Throws std::bad_alloc when memory runs out.
-DrawnPixels countDrawnPixels(const OverlayItem& item, render_base::FrameSize frame);
+/// Counts the pixels that drawing an item changes. For tools that report what was drawn; drawing itself does
+/// not count. Keeps the maps of the mask sizes that it met last, so a tool keeps one for all of its frames.
+class DrawnPixelCounter {
+ public:
+  /// The pixels of `item` on a frame of that size, which is not empty. The count ends with the row of the
+  /// frame by which it has reached `limit`; 1 is enough to know whether there is any. Throws std::bad_alloc
+  /// when memory runs out.
+  DrawnPixels count(const OverlayItem& item, render_base::FrameSize frame,
+                    std::size_t limit = std::numeric_limits<std::size_t>::max());
+
+ private:
+  NearestMapCache columns_;
+  NearestMapCache rows_;
+};
 
 }  // namespace seg_mask

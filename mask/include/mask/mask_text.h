@@ -25,6 +25,8 @@ struct MaskTextFault {
   Problem problem = Problem::Missing;
   uint64_t neededBytes = 0;   ///< for TooShort: the bytes that the dimensions need
   uint64_t presentBytes = 0;  ///< for TooShort: the bytes that the text holds
+  int width = 0;              ///< for TooShort: the dimensions
+  int height = 0;
 };
 
 /// Decodes a mask text by the format that its prefix names. The one format there is:

@@ -1,11 +1,11 @@
-#include "src/NearestMapCache.h"
+#include "mask/NearestMapCache.h"
 
 #include <algorithm>
 #include <iterator>
 
-namespace seg_mask_overlay {
+namespace seg_mask {
 
-const seg_mask::NearestMap& NearestMapCache::get(int maskDimension, int frameDimension) {
+const NearestMap& NearestMapCache::get(int maskDimension, int frameDimension) {
   const auto isWanted = [&](const Entry& entry) {
     return entry.maskDimension == maskDimension && entry.frameDimension == frameDimension;
   };
@@ -22,4 +22,4 @@ const seg_mask::NearestMap& NearestMapCache::get(int maskDimension, int frameDim
   return found->map;
 }
 
-}  // namespace seg_mask_overlay
+}  // namespace seg_mask

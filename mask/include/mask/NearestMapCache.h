@@ -5,7 +5,7 @@
 
 #include "mask/nearest_map.h"
 
-namespace seg_mask_overlay {
+namespace seg_mask {
 
 /// The maps of the mask sizes that were used last. Taking a map from cv::resize costs more than drawing a
 /// small item, and a frame's masks often come in several sizes.
@@ -16,16 +16,16 @@ class NearestMapCache {
 
   /// The map from a frame's dimension to a mask's, both at least 1. Valid until the next call. Throws
   /// std::bad_alloc when memory runs out; the cache stays usable.
-  const seg_mask::NearestMap& get(int maskDimension, int frameDimension);
+  const NearestMap& get(int maskDimension, int frameDimension);
 
  private:
   struct Entry {
     int maskDimension = 0;
     int frameDimension = 0;
-    seg_mask::NearestMap map;
+    NearestMap map;
   };
 
   std::list<Entry> entries_;  ///< the one used last first
 };
 
-}  // namespace seg_mask_overlay
+}  // namespace seg_mask

@@ -38,9 +38,8 @@ struct Judging : plugin_test::FrameContext {
 TEST(DetectionJudge, NamesTheFirstRuleThatDropsEachElement) {
   Judging frame;
   frame.add("p", detection(kWhole) + ", 17, " + detection(kWhole, "0.4") + "," +
-                     detection(kWhole, "1", "SEG1|4") + "," +
-                     detection(R"("x": 4, "y": 0, "w": 9, "h": 9)") + "," +
-                     detection(R"("x": 0, "y": 1, "w": 4, "h": 1)"));
+                     detection(kWhole, "1", "SEG1|4") + "," + detection(R"("x": 4, "y": 0, "w": 9, "h": 9)") +
+                     "," + detection(R"("x": 0, "y": 1, "w": 4, "h": 1)"));
   EXPECT_EQ(frame.outcomes({0.5F, 256}),
             (Outcomes{Outcome::Drawn, Outcome::NotAnObject, Outcome::LowScore, Outcome::InvalidMask,
                       Outcome::BoxOutside, Outcome::NoPixelInBox}));

@@ -3,7 +3,6 @@
 #include <chrono>
 #include <string>
 
-#include "core/SwAny.h"
 #include "io/UserError.h"
 #include "zelvo/transfer.h"
 
@@ -11,11 +10,6 @@ namespace segmask {
 namespace {
 
 constexpr char kSourceName[] = "segmask";
-
-/// Returns the payload as it is stored: the registered conversions can read it. The frame number is not used.
-SwAny resolvePayload(uint64_t, const SwAny& stored) {
-  return stored;
-}
 
 double millisecondsSince(std::chrono::steady_clock::time_point start) {
   return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
@@ -27,8 +21,7 @@ FrameRenderer::FrameRenderer(int width, int height)
     : width_(width),
       height_(height),
       backend_(stream_.get()),
-      pool_(std::make_shared<zelvo::ZelvoPicturePool>()),
-      resolver_{&resolvePayload} {}
+      pool_(std::make_shared<zelvo::ZelvoPicturePool>()) {}
 
 void FrameRenderer::use(IRenderPlugin& plugin) {
   pool_->setWriter(plugin.getName());
@@ -63,15 +56,17 @@ FrameRenderer::Result FrameRenderer::renderUnchecked(uint64_t number, Frame& fra
 
   const std::shared_ptr<zelvo::ZelvoPicture> readable = context.picture.readable();
   result.drawn = readable && readable != source;
-  if (result.drawn) zelvo::download(*readable, frame.nv12.data(), stream_.get());
+  if (result.drawn) {
+    undrawn_.resize(frame.nv12.size());
+    zelvo::download(*readable, undrawn_.data(), stream_.get());
+    undrawn_.swap(frame.nv12);
+  }
+  if (watcher_) watcher_(context);
   return result;
 }
 
 void FrameRenderer::fill(RenderContext& context, uint64_t number, const ProducerInputs& inputs) const {
-  context.frame_id = number;
-  context.payload_resolver = &resolver_;
-  context.producer_statuses = &inputs.statuses();
-  context.inputs = &inputs.inputs();
+  inputs.fill(context, number);
   context.picture.sourceName = kSourceName;
   context.picture.sourceId = number + 1;  // 0 would mean "unknown"
   context.picture.pool = pool_;

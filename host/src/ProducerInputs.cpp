@@ -8,6 +8,11 @@
 namespace segmask {
 namespace {
 
+/// Returns the payload as it is stored: the registered conversions can read it. The frame number is not used.
+SwAny resolvePayload(uint64_t, const SwAny& stored) {
+  return stored;
+}
+
 RenderInput makeInput(const std::string& producer, uint64_t frame, const DetectionPayload& payload,
                       bool lookedBack) {
   RenderInput input;
@@ -38,23 +43,38 @@ void ProducerInputs::advance(uint64_t frame, std::vector<DetectionLine> lines) {
   std::vector<RenderProducerStatus>& statuses = statuses_[seg_mask::kDetectionType];
   inputs.clear();
   statuses.clear();
+  lineNumbers_.clear();
   for (Producer& producer : producers_) {
     const uint64_t age = frame - producer.lastFrame;
-    if (age > lookback_) producer.payloads.clear();
-    for (const DetectionPayload& payload : producer.payloads) {
-      inputs.push_back(makeInput(producer.name, producer.lastFrame, payload, age > 0));
+    if (age > lookback_) producer.deliveries.clear();
+    for (const Delivery& delivery : producer.deliveries) {
+      inputs.push_back(makeInput(producer.name, producer.lastFrame, delivery.payload, age > 0));
+      lineNumbers_.push_back(delivery.lineNumber);
+      if (age > 0) detectionsLookedBack_ += delivery.detections;
     }
     const StatusCode served = age > 0 ? kLookedBack : kDelivered;
-    statuses.push_back(makeStatus(producer.name, producer.payloads.empty() ? kNothing : served));
+    statuses.push_back(makeStatus(producer.name, producer.deliveries.empty() ? kNothing : served));
   }
+}
+
+void ProducerInputs::fill(RenderContext& context, uint64_t frame) const {
+  static const RenderPayloadResolver resolver{&resolvePayload};
+  context.frame_id = frame;
+  context.payload_resolver = &resolver;
+  context.producer_statuses = &statuses_;
+  context.inputs = &inputs_;
+}
+
+uint64_t ProducerInputs::lineOf(const RenderInput& input) const {
+  return lineNumbers_[static_cast<std::size_t>(&input - inputs_.at(seg_mask::kDetectionType).data())];
 }
 
 void ProducerInputs::store(uint64_t frame, std::vector<DetectionLine> lines) {
   for (DetectionLine& line : lines) {
     Producer& producer = producerOf(line.producer);
-    if (producer.lastFrame != frame) producer.payloads.clear();
+    if (producer.lastFrame != frame) producer.deliveries.clear();
     producer.lastFrame = frame;
-    producer.payloads.push_back(std::move(line.payload));
+    producer.deliveries.push_back({std::move(line.payload), line.detections, line.lineNumber});
     detectionsSeen_ += line.detections;
   }
 }

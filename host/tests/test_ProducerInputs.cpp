@@ -3,6 +3,7 @@
 #include "core/render_payload.h"
 #include "detection/detections.h"
 #include "host/ProducerInputs.h"
+#include "render_base/resolve_payload.h"
 
 namespace segmask {
 namespace {
@@ -93,6 +94,44 @@ TEST_F(ProducerInputsTest, DetectionsAreCountedOncePerLine) {
   inputs.advance(0, {line("p"), line("q")});
   inputs.advance(1, {});
   EXPECT_EQ(inputs.detectionsSeen(), 6U);
+}
+
+TEST_F(ProducerInputsTest, EachInputKnowsItsLineInLookbackToo) {
+  ProducerInputs inputs(1);
+  DetectionLine first = line("p");
+  first.lineNumber = 3;
+  DetectionLine second = line("q");
+  second.lineNumber = 4;
+  inputs.advance(0, {first, second});
+  inputs.advance(1, {line("r")});
+  const std::vector<RenderInput>& list = inputs.inputs().at(seg_mask::kDetectionType);
+  ASSERT_EQ(list.size(), 3U);
+  EXPECT_EQ(inputs.lineOf(list[0]), 3U);
+  EXPECT_EQ(inputs.lineOf(list[1]), 4U);
+  EXPECT_EQ(inputs.lineOf(list[2]), 0U);
+}
+
+TEST_F(ProducerInputsTest, LookbackCountsItsDetectionsOnceForEachFrame) {
+  ProducerInputs inputs(2);
+  inputs.advance(0, {line("p"), line("p"), line("q")});
+  EXPECT_EQ(inputs.detectionsLookedBack(), 0U);
+  inputs.advance(1, {line("q")});
+  EXPECT_EQ(inputs.detectionsLookedBack(), 6U);
+  inputs.advance(2, {});
+  inputs.advance(3, {});
+  EXPECT_EQ(inputs.detectionsLookedBack(), 6U + 9U + 3U);
+}
+
+TEST_F(ProducerInputsTest, AFilledContextHasAllThatAPassReads) {
+  ProducerInputs inputs(0);
+  inputs.advance(5, {line("p", 7)});
+  RenderContext context;
+  inputs.fill(context, 5);
+  EXPECT_EQ(context.frame_id, 5U);
+  EXPECT_EQ(context.inputs, &inputs.inputs());
+  EXPECT_EQ(context.producer_statuses, &inputs.statuses());
+  const RenderInput& input = inputs.inputs().at(seg_mask::kDetectionType)[0];
+  EXPECT_EQ(render_base::resolvePayload(context, input)["mark"].integer(), 7);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <numeric>
 #include <vector>
 
 #include "io/nv12.h"
@@ -43,6 +44,48 @@ TEST(InterleaveChroma, PairsUAndVAndDeinterleavingTakesThemApartAgain) {
   deinterleaveChroma({uv.data(), 8}, {uAgain.data(), 4}, {vAgain.data(), 3}, 3, 2);
   EXPECT_EQ(uAgain, u);
   EXPECT_EQ(vAgain, v);
+}
+
+/// A frame of that size, all bytes 7, and the pixels that differ after some of its bytes are others.
+uint64_t changedPixels(int width, int height, const std::vector<std::size_t>& bytes) {
+  const Nv12Layout layout{width, height};
+  const Bytes before(layout.frameBytes(), 7);
+  Bytes after = before;
+  for (const std::size_t byte : bytes) after[byte] = 8;
+  return countChangedPixels(before.data(), after.data(), layout);
+}
+
+TEST(CountChangedPixels, ALumaByteIsOnePixel) {
+  EXPECT_EQ(changedPixels(6, 4, {}), 0U);
+  EXPECT_EQ(changedPixels(6, 4, {0}), 1U);
+  EXPECT_EQ(changedPixels(6, 4, {0, 5, 23}), 3U);
+}
+
+TEST(CountChangedPixels, EitherByteOfAChromaPairIsTheFourPixelsUnderIt) {
+  EXPECT_EQ(changedPixels(6, 4, {24}), 4U);
+  EXPECT_EQ(changedPixels(6, 4, {25}), 4U);
+  EXPECT_EQ(changedPixels(6, 4, {24, 25, 35}), 8U);
+  // Pixel 1 of row 0 lies under the first pair, pixel 2 does not.
+  EXPECT_EQ(changedPixels(6, 4, {1, 25}), 4U);
+  EXPECT_EQ(changedPixels(6, 4, {2, 25}), 5U);
+}
+
+TEST(CountChangedPixels, PairsOverTheEdgesOfOddFramesHaveFewer) {
+  // 5 x 3 luma bytes, then two rows of three pairs.
+  EXPECT_EQ(changedPixels(5, 3, {15}), 4U);
+  EXPECT_EQ(changedPixels(5, 3, {19}), 2U);
+  EXPECT_EQ(changedPixels(5, 3, {20}), 2U);
+  EXPECT_EQ(changedPixels(5, 3, {21}), 2U);
+  EXPECT_EQ(changedPixels(5, 3, {25, 26}), 1U);
+}
+
+TEST(CountChangedPixels, RowsLongerThanABlockAreCountedWhole) {
+  constexpr std::size_t kWidth = 131;
+  EXPECT_EQ(changedPixels(kWidth, 1, {63, 64, 127, 128, 130}), 5U);
+  EXPECT_EQ(changedPixels(kWidth, 1, {kWidth + 64, kWidth + 130}), 3U);
+  std::vector<std::size_t> all(kWidth * 3 + 2 * 132);
+  std::iota(all.begin(), all.end(), std::size_t{0});
+  EXPECT_EQ(changedPixels(kWidth, 3, all), kWidth * 3);
 }
 
 }  // namespace

@@ -1,7 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <utility>
+#include <vector>
 
 #include "host/CudaStream.h"
 #include "host/ProducerInputs.h"
@@ -37,6 +40,13 @@ class FrameRenderer {
   /// become a UserError that names the frame.
   Result render(uint64_t number, Frame& frame, const ProducerInputs& inputs);
 
+  /// The bytes that the frame of the last render had before, if the plug-in drew on it. Valid until the next
+  /// render.
+  const std::vector<unsigned char>& undrawn() const { return undrawn_; }
+
+  /// Calls `watcher` from now on after each pass, with the pass's context.
+  void watch(std::function<void(const RenderContext&)> watcher) { watcher_ = std::move(watcher); }
+
  private:
   std::shared_ptr<zelvo::ZelvoPicture> freeSource();
   Result renderUnchecked(uint64_t number, Frame& frame, const ProducerInputs& inputs);
@@ -48,7 +58,8 @@ class FrameRenderer {
   zelvo::DeviceRenderBackend backend_;
   std::shared_ptr<zelvo::ZelvoPicturePool> pool_;
   std::shared_ptr<zelvo::ZelvoPicture> source_;
-  RenderPayloadResolver resolver_;
+  std::vector<unsigned char> undrawn_;
+  std::function<void(const RenderContext&)> watcher_;
   IRenderPlugin* plugin_ = nullptr;
 };
 

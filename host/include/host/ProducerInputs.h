@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "host/DetectionStream.h"
+#include "render_base/RenderContext.h"
 #include "render_base/RenderInput.h"
 #include "render_base/RenderProducerStatus.h"
 
@@ -33,14 +34,29 @@ class ProducerInputs {
     return statuses_;
   }
 
+  /// Makes the context that of `frame`, which was advanced to last: its number, its inputs and reports, and a
+  /// resolver for them. The context must not outlive this object.
+  void fill(RenderContext& context, uint64_t frame) const;
+
+  /// The number of the line that one of inputs() came with.
+  uint64_t lineOf(const RenderInput& input) const;
+
   /// Detections in all lines so far, each counted once however often look-back used it.
   uint64_t detectionsSeen() const { return detectionsSeen_; }
 
+  /// Detections that look-back has passed on again so far, once for each frame.
+  uint64_t detectionsLookedBack() const { return detectionsLookedBack_; }
+
  private:
+  struct Delivery {
+    DetectionPayload payload;
+    std::size_t detections;
+    uint64_t lineNumber;
+  };
   struct Producer {
     std::string name;
     uint64_t lastFrame = 0;
-    std::vector<DetectionPayload> payloads;  ///< of lastFrame; empty once too old
+    std::vector<Delivery> deliveries;  ///< of lastFrame; empty once too old
   };
 
   void store(uint64_t frame, std::vector<DetectionLine> lines);
@@ -51,7 +67,9 @@ class ProducerInputs {
   std::unordered_map<std::string, std::size_t> indexByName_;
   std::unordered_map<std::string, std::vector<RenderInput>> inputs_;
   std::unordered_map<std::string, std::vector<RenderProducerStatus>> statuses_;
+  std::vector<uint64_t> lineNumbers_;  ///< by input
   uint64_t detectionsSeen_ = 0;
+  uint64_t detectionsLookedBack_ = 0;
 };
 
 }  // namespace segmask

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 namespace segmask {
 
@@ -27,6 +28,10 @@ struct Plane {
   unsigned char* samples;
   std::ptrdiff_t stride;
 };
+
+/// How many pixels of two tightly packed frames differ, in their luma byte or in the chroma pair over them.
+uint64_t countChangedPixels(const unsigned char* before, const unsigned char* after,
+                            const Nv12Layout& layout);
 
 /// Copies `rows` rows of `rowBytes` bytes.
 void copyRows(ConstPlane from, Plane to, std::size_t rowBytes, int rows);

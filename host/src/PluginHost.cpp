@@ -16,7 +16,8 @@ namespace fs = std::filesystem;
 namespace segmask {
 namespace {
 
-constexpr char kPreferredClass[] = "SegMaskOverlayPlugin";
+/// An object of this file's own: one with external linkage may be another library's.
+constexpr char kInOwnFile = 0;
 
 /// Held while class_loader loads or unloads.
 std::mutex& classLoaderMutex() {
@@ -28,7 +29,7 @@ std::mutex& classLoaderMutex() {
 fs::path ownFile() {
   Dl_info found{};
   void* object = nullptr;
-  const bool known = dladdr1(kPreferredClass, &found, &object, RTLD_DL_LINKMAP) != 0;
+  const bool known = dladdr1(&kInOwnFile, &found, &object, RTLD_DL_LINKMAP) != 0;
   // The link map's name is empty for the program, while dli_fname would be the name by which it was started.
   const std::string library = known ? static_cast<const link_map*>(object)->l_name : "";
   std::error_code error;
@@ -52,11 +53,11 @@ std::string loadablePath(const std::string& path) {
 
 std::string choose(const std::vector<std::string>& classes, const std::string& path) {
   if (classes.empty()) throw UserError(path + ": holds no render plug-in (no class for IRenderPlugin)");
-  if (std::find(classes.begin(), classes.end(), kPreferredClass) != classes.end()) return kPreferredClass;
+  if (std::find(classes.begin(), classes.end(), kPluginClass) != classes.end()) return kPluginClass;
   if (classes.size() == 1) return classes.front();
   std::string names;
   for (const std::string& name : classes) names += (names.empty() ? "" : ", ") + name;
-  throw UserError(path + ": holds several render plug-ins and none is " + kPreferredClass + ": " + names);
+  throw UserError(path + ": holds several render plug-ins and none is " + kPluginClass + ": " + names);
 }
 
 }  // namespace

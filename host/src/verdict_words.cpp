@@ -75,8 +75,8 @@ std::string faultText(const MaskTextFault& fault, const std::string& text) {
 
 std::string outsideText(const DetView& detection, render_base::FrameSize frame) {
   if (detection.w <= 0 || detection.h <= 0) return "its box is empty (" + boxText(detection) + ")";
-  return "its box lies outside the " + sizeText(frame.width, frame.height) + " frame (" +
-         boxText(detection) + ")";
+  return "its box lies outside the " + sizeText(frame.width, frame.height) + " frame (" + boxText(detection) +
+         ")";
 }
 
 }  // namespace

@@ -77,6 +77,8 @@ CLI::App* addRender(CLI::App& app, RenderOptions& options) {
                    "Also write four frames of the result as a picture")
       ->type_name("FILE.png");
   render->add_flag("--no-progress", options.noProgress, "Show no progress");
+  render->add_flag("--no-explain", options.noExplain,
+                   "Do not find out what changed and why detections were not drawn, which saves some time");
   return render;
 }
 

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "detection/decision_settings.h"
 #include "src/PluginChoice.h"
 
 namespace segmask {
@@ -25,11 +26,15 @@ struct RenderOptions {
   uint64_t lookback = 0;
   bool debug = false;
   bool noProgress = false;
+  bool noExplain = false;
 };
 
 /// Throws UserError for errors in the options of `segmask render` that show before any file is opened: an
 /// impossible output, one file in two roles, a configuration that a plug-in would ignore silently.
 void checkOptions(const RenderOptions& options);
+
+/// The deciding settings that a plug-in has after this configuration, which may be missing.
+seg_mask::DecisionSettings decisionSettings(const std::optional<std::string>& config);
 
 /// Draws a video's detections into it and prints a summary. Returns the exit code. Throws UserError; the
 /// outputs have not been created or replaced then.

@@ -57,6 +57,12 @@ void checkConfig(const std::string& config) {
 
 }  // namespace
 
+seg_mask::DecisionSettings decisionSettings(const std::optional<std::string>& config) {
+  const std::optional<SwJsonObject> configuration =
+      config ? render_base::parseConfiguration(*config) : std::nullopt;
+  return configuration ? seg_mask::readDecisionSettings(*configuration, {}) : seg_mask::DecisionSettings();
+}
+
 void checkOptions(const RenderOptions& options) {
   outputKindOf(options.output);
   if (options.contactSheet && lowerCaseEnding(*options.contactSheet) != ".png") {

@@ -1,7 +1,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <iomanip>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -9,17 +8,19 @@
 
 #include "host/DetectionPayload.h"
 #include "host/DetectionStream.h"
+#include "host/DetectionTally.h"
 #include "host/FrameRenderer.h"
 #include "host/PluginHost.h"
 #include "host/ProducerInputs.h"
 #include "io/Interrupt.h"
 #include "io/UserError.h"
+#include "io/nv12.h"
 #include "src/ContactSheet.h"
 #include "src/FramePipeline.h"
 #include "src/Progress.h"
-#include "src/RenderTimes.h"
-#include "src/StageTimes.h"
+#include "src/RenderSummary.h"
 #include "src/StderrGuard.h"
+#include "src/Telling.h"
 #include "src/commands.h"
 #include "video/FrameReader.h"
 #include "video/FrameWriter.h"
@@ -34,15 +35,8 @@ struct RenderStages {
   FrameRenderer& renderer;
   FrameWriter& writer;
   ContactSheet* sheet;  ///< may be null
-};
-
-/// Each member is written by one stage; they are read when all stages have ended.
-struct Totals {
-  uint64_t frames = 0;
-  uint64_t framesDrawn = 0;
-  uint64_t detections = 0;
-  RenderTimes renderTimes;
-  StageTimes stageTimes;
+  ProducerInputs& inputs;
+  Telling* telling;  ///< may be null
 };
 
 bool readJob(const RenderStages& stages, FrameJob& job) {
@@ -52,44 +46,45 @@ bool readJob(const RenderStages& stages, FrameJob& job) {
   return !Interrupt::requested();
 }
 
-bool drawJob(const RenderStages& stages, FrameJob& job, ProducerInputs& inputs, RenderTimes& times) {
+bool drawJob(const RenderStages& stages, FrameJob& job, RenderTimes& times) {
   // On a request to stop, frames that are drawn are still written; frames that wait here are dropped.
   if (Interrupt::requested()) return false;
-  inputs.advance(job.number, std::move(job.lines));
-  const FrameRenderer::Result result = stages.renderer.render(job.number, job.frame, inputs);
+  stages.inputs.advance(job.number, std::move(job.lines));
+  const FrameRenderer::Result result = stages.renderer.render(job.number, job.frame, stages.inputs);
   times.add(result.renderMs);
+  if (stages.telling) stages.telling->look(result, job.frame);
   job.drawn = result.drawn;
   return true;
 }
 
-void writeJob(const RenderStages& stages, const FrameJob& job, Totals& totals) {
+void writeJob(const RenderStages& stages, const FrameJob& job, RenderSummary& summary) {
   stages.writer.write(job.frame);
   if (stages.sheet) stages.sheet->offer(job.number, job.frame, job.drawn);
-  if (job.drawn) ++totals.framesDrawn;
-  ++totals.frames;
+  if (job.drawn) ++summary.framesDrawn;
+  ++summary.frames;
 }
 
-Totals renderFrames(const RenderStages& stages, uint64_t lookback, const Interrupt& interrupt,
-                    Progress& progress) {
-  Totals totals;
-  ProducerInputs inputs(lookback);
+RenderSummary renderFrames(const RenderStages& stages, const Interrupt& interrupt, Progress& progress) {
+  RenderSummary summary;
   FramePipeline::Stages callbacks;
   callbacks.read = [&](FrameJob& job) { return readJob(stages, job); };
-  callbacks.draw = [&](FrameJob& job) { return drawJob(stages, job, inputs, totals.renderTimes); };
+  callbacks.draw = [&](FrameJob& job) { return drawJob(stages, job, summary.renderTimes); };
   callbacks.write = [&](const FrameJob& job) {
-    writeJob(stages, job, totals);
-    progress.update(totals.frames);
+    writeJob(stages, job, summary);
+    progress.update(summary.frames);
   };
   callbacks.stopReading = [&interrupt] { interrupt.request(); };
-  totals.stageTimes = FramePipeline(std::move(callbacks)).run();
-  totals.detections = inputs.detectionsSeen();
-  return totals;
+  summary.stageTimes = FramePipeline(std::move(callbacks)).run();
+  summary.detections = stages.inputs.detectionsSeen();
+  summary.detectionsLookedBack = stages.inputs.detectionsLookedBack();
+  summary.telling = stages.telling;
+  return summary;
 }
 
 /// Calls renderFrames with the progress shown on standard error; lines that others write there appear above
 /// it.
-Totals renderWithProgress(const RenderStages& stages, const RenderOptions& options,
-                          const Interrupt& interrupt) {
+RenderSummary renderWithProgress(const RenderStages& stages, const RenderOptions& options,
+                                 const Interrupt& interrupt) {
   using Style = Progress::Style;
   const Style style = options.noProgress ? Style::None : progressStyleFor(STDERR_FILENO);
   const FileDescriptor terminal(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
@@ -99,7 +94,7 @@ Totals renderWithProgress(const RenderStages& stages, const RenderOptions& optio
     guard =
         std::make_unique<StderrGuard>([&progress](const std::string& line) { progress.printAbove(line); });
   }
-  return renderFrames(stages, options.lookback, interrupt, progress);
+  return renderFrames(stages, interrupt, progress);
 }
 
 /// Registers the payload types. The library then writes lines about its registries to standard error, which
@@ -119,6 +114,16 @@ void setUp(IRenderPlugin& plugin, FrameRenderer& renderer, const RenderOptions& 
   if (options.config) plugin.setConfig(*options.config);
 }
 
+/// Sets up the telling of what this plug-in draws. Which detections it drops is known of its own class alone.
+void makeTelling(std::optional<Telling>& telling, const RenderOptions& options, FrameRenderer& renderer,
+                 const ProducerInputs& inputs, const IRenderPlugin& plugin, const VideoFormat& format) {
+  std::optional<DetectionTally> tally;
+  if (plugin.getName() == std::string(kPluginClass)) {
+    tally.emplace(decisionSettings(options.config), render_base::FrameSize{format.width, format.height});
+  }
+  telling.emplace(renderer, inputs, Nv12Layout{format.width, format.height}, std::move(tally));
+}
+
 void warn(const std::string& text) {
   std::cerr << "segmask: warning: " + oneLine(text) + "\n" << std::flush;
 }
@@ -133,39 +138,27 @@ void warnOfRest(const FrameReader& reader, DetectionStream& detections, uint64_t
        " frames; this line and all after it were not used");
 }
 
-void printSummary(const RenderOptions& options, const std::string& pluginPath, const Totals& totals) {
-  std::cout << "frames        " << totals.frames << "\n"
-            << "frames drawn  " << totals.framesDrawn << "\n"
-            << "detections    " << totals.detections << "\n"
-            << std::fixed << std::setprecision(3) << "render        median "
-            << totals.renderTimes.percentile(0.5) << " ms, 99th percentile "
-            << totals.renderTimes.percentile(0.99) << " ms a frame (within 3 %)\n"
-            << "slowest stage " << totals.stageTimes.slowestStage() << "\n"
-            << "output        " << options.output << "\n";
-  if (options.contactSheet) std::cout << "contact sheet " << *options.contactSheet << "\n";
-  std::cout << "plug-in       " << pluginPath << "\n" << std::flush;
-}
-
 int reportEarlyInterrupt() {
   std::cerr << "segmask: interrupted before the first frame; nothing was written\n" << std::flush;
   return kExitInterrupted;
 }
 
 int finish(const RenderStages& stages, const RenderOptions& options, const std::string& pluginPath,
-           const Totals& totals) {
-  if (totals.frames == 0) {
+           const RenderSummary& summary) {
+  if (summary.frames == 0) {
     if (!Interrupt::requested()) throw UserError(options.input + ": holds no frame");
     return reportEarlyInterrupt();
   }
-  warnOfRest(stages.reader, stages.detections, totals.frames);
+  warnOfRest(stages.reader, stages.detections, summary.frames);
   // Everything that can fail for lack of space comes before the first output gets its name.
   stages.writer.finish();
   if (stages.sheet) stages.sheet->finish();
   stages.writer.commit();
   if (stages.sheet) stages.sheet->commit();
-  printSummary(options, pluginPath, totals);
+  const SummaryFiles files{options.detections, options.output, options.contactSheet, pluginPath};
+  std::cout << summaryText(summary, files) << std::flush;
   if (!Interrupt::requested()) return kExitDone;
-  std::cerr << "segmask: interrupted; the first " + std::to_string(totals.frames) + " frames are in " +
+  std::cerr << "segmask: interrupted; the first " + std::to_string(summary.frames) + " frames are in " +
                    options.output + "\n"
             << std::flush;
   return kExitInterrupted;
@@ -210,7 +203,11 @@ int render(const RenderOptions& options) {
   const std::unique_ptr<FrameWriter> writer = openFrameWriter(options.output, reader.format());
   std::unique_ptr<ContactSheet> sheet;
   if (options.contactSheet) sheet = std::make_unique<ContactSheet>(*options.contactSheet, reader.format());
-  const RenderStages stages{reader, *inputs->detections, renderer, *writer, sheet.get()};
+  ProducerInputs producers(options.lookback);
+  std::optional<Telling> telling;
+  if (!options.noExplain) makeTelling(telling, options, renderer, producers, host.plugin(), reader.format());
+  const RenderStages stages{reader,    *inputs->detections,          renderer, *writer, sheet.get(),
+                            producers, telling ? &*telling : nullptr};
   return finish(stages, options, pluginPath, renderWithProgress(stages, options, interrupt));
 }
 

@@ -91,6 +91,93 @@ TEST_F(ToolDetections, TheConfigurationReachesThePlugin) {
   EXPECT_EQ(paintedFrames(), Frames{});
 }
 
+/// One detection of class 0 with that mask text.
+std::string detection(const std::string& box, const std::string& score, const std::string& mask) {
+  return "{" + box + ", \"score\": " + score + ", \"class_info\": \"" + mask + "\"}";
+}
+
+std::string line(int frame, const std::string& detections) {
+  return "{\"frame\": " + std::to_string(frame) + ", \"producer\": \"p\", \"detections\": [" + detections +
+         "]}\n";
+}
+
+const char kBox[] = R"("x": 3, "y": 2, "w": 5, "h": 4)";
+const char kMask[] = "SEG1|1|1|AQ==";
+
+/// The lines of a summary that follow the one with the plug-in's file.
+std::string told(const ToolResult& result) {
+  const std::size_t plugin = result.out.find("\nplug-in ");
+  EXPECT_NE(plugin, std::string::npos) << result.out;
+  return result.out.substr(result.out.find('\n', plugin + 1) + 1);
+}
+
+TEST_F(ToolDetections, TheSummaryTellsWhatChangedAndWhyTheRestDidNot) {
+  const std::string file = folder_.path("d.jsonl");
+  // The box of 5 x 4 at (3, 2) touches chroma pairs over columns 2 to 7 and rows 2 to 5: 6 x 4 pixels.
+  const ToolResult result = render(
+      line(0, detection(kBox, "1", kMask) + "," + detection(kBox, "-0.5", kMask)) +
+      line(2, detection(R"("x": 0.1, "y": 0.1, "w": 0.5, "h": 0.5)", "1", kMask) + ",3") +
+      line(3, detection(kBox, "1", "SEG1|160|160|AAAAAAAAAAAAAAAA") + "," + detection(kBox, "-1", kMask) +
+                  "," + detection(kBox, "1", "SEG1|1|1|AA==") + "," + detection(kBox, "1", kMask)));
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_EQ(told(result),
+            "changed       2 frames, 48 pixels\n"
+            "drawn         2 detections\n"
+            "dropped       1 detection, no JSON object; first: " +
+                file + ":2: detections[1]: it is no JSON object\n" +
+                "dropped       2 detections, score below min_score; first: " + file +
+                ":1: detections[1]: score -0.5 is below min_score 0\n" +
+                "dropped       1 detection, no valid mask; first: " + file +
+                ":3: detections[0]: the mask text's data has 12 bytes, 3,200 are needed for "
+                "160x160\n" +
+                "dropped       1 detection, box outside the frame; first: " + file +
+                ":2: detections[0]: its box is empty (x 0, y 0, w 0, h 0)\n" +
+                "dropped       1 detection, no pixel of the mask inside the box; first: " + file +
+                ":3: detections[2]: its mask has no pixel inside its box (x 3, y 2, w 5, h 4); "
+                "the mask spans the whole frame, the box only limits it\n"
+                "look-back     0 detections used again\n");
+}
+
+TEST_F(ToolDetections, TheSummaryCountsAgainWhatLookbackShowsAndDropsNothingTwice) {
+  const ToolResult result =
+      render(line(0, detection(kBox, "1", kMask) + "," + detection(kBox, "-1", kMask)), {"--lookback", "2"});
+  EXPECT_NE(result.out.find("frames drawn  3\ndetections    2\n"), std::string::npos) << result.out;
+  EXPECT_EQ(told(result),
+            "changed       3 frames, 72 pixels\n"
+            "drawn         1 detection\n"
+            "dropped       1 detection, score below min_score; first: " +
+                folder_.path("d.jsonl") +
+                ":1: detections[1]: score -1 is below min_score 0\n"
+                "look-back     4 detections used again\n");
+}
+
+TEST_F(ToolDetections, TheSummaryUsesThePluginsSettings) {
+  render(fullMaskLine(0, "p") + fullMaskLine(0, "q"));
+  const ToolResult result =
+      runTool({"render", "--input", folder_.path("in.nv12"), "--size", "32x16", "--detections",
+               folder_.path("d.jsonl"), "--output", folder_.path("out.nv12"), "--config",
+               "{\"alpha\": 0, \"max_overlay_dets\": 1}"});
+  EXPECT_EQ(told(result),
+            "changed       0 frames, 0 pixels\n"
+            "drawn         1 detection\n"
+            "dropped       1 detection, beyond max_overlay_dets; first: " +
+                folder_.path("d.jsonl") +
+                ":2: detections[0]: max_overlay_dets is 1, and the frame has as many "
+                "detections before this one\n"
+                "look-back     0 detections used again\n");
+}
+
+TEST_F(ToolDetections, WithoutExplainingTheSummaryTellsLookbackAlone) {
+  EXPECT_EQ(told(render(fullMaskLine(0, "p"), {"--no-explain"})), "look-back     0 detections used again\n");
+}
+
+TEST_F(ToolDetections, OfAnotherPluginTheSummaryTellsOnlyWhatChanged) {
+  const ToolResult result =
+      render(line(0, detection(kBox, "1", kMask)), {"--plugin", libraryPath("libbox_plugin.so")});
+  // The outline of the box of 5 x 4 is 2 pixels thick, so it is all of it, under 6 x 4 pixels of chroma.
+  EXPECT_EQ(told(result), "changed       1 frame, 24 pixels\nlook-back     0 detections used again\n");
+}
+
 TEST_F(ToolDetections, LinesPastTheEndAreMentionedOnce) {
   const ToolResult result = render(fullMaskLine(7, "p") + fullMaskLine(8, "p") + fullMaskLine(9, "p"));
   EXPECT_EQ(result.exitCode, 0);

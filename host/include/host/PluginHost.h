@@ -15,6 +15,9 @@ namespace segmask {
 inline constexpr char kPluginFile[] = "libseg_mask_overlay.so";
 inline constexpr char kFastPluginFile[] = "libseg_mask_overlay_fused.so";
 
+/// The class in both of them, and what getName() says of an instance.
+inline constexpr char kPluginClass[] = "SegMaskOverlayPlugin";
+
 /// The path of the plug-in that belongs to the file that contains this code, a program or a library:
 /// `pluginFile` in that file's folder if it exists there, else in ../lib relative to that folder, whether it
 /// exists or not. Links to the file are followed. Throws UserError when the folder cannot be found. Any
@@ -29,7 +32,7 @@ std::string defaultPluginPath(const char* pluginFile = kPluginFile);
 /// time.
 class PluginHost {
  public:
-  /// Loads the library and creates its plug-in: SegMaskOverlayPlugin if the library has it, else its only
+  /// Loads the library and creates its plug-in: kPluginClass if the library has it, else its only
   /// plug-in. Throws UserError, naming the file, when that is not possible.
   explicit PluginHost(const std::string& path);
 

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "host/DetectionTally.h"
+#include "host/FrameRenderer.h"
+#include "host/ProducerInputs.h"
+#include "io/Frame.h"
+#include "io/nv12.h"
+
+namespace segmask {
+
+/// Finds out for the user what a run draws and why not, since the plug-in itself is silent. Looks at each
+/// frame after its pass, in the drawing stage.
+///
+/// Of the tool and not of the host's code, because which of the numbers can be told depends on the tool's
+/// options and on the plug-in that it loaded.
+class Telling {
+ public:
+  /// Watches `renderer`, whose frames have this layout, and which gets its inputs from `inputs`; both must
+  /// outlive the last render. `tally` is empty for a plug-in whose rules are not known.
+  Telling(FrameRenderer& renderer, const ProducerInputs& inputs, Nv12Layout layout,
+          std::optional<DetectionTally> tally);
+  Telling(const Telling&) = delete;
+  Telling& operator=(const Telling&) = delete;
+
+  /// After each render, with its result and its frame.
+  void look(const FrameRenderer::Result& result, const Frame& frame);
+
+  uint64_t framesChanged() const { return framesChanged_; }
+  uint64_t pixelsChanged() const { return pixelsChanged_; }
+  const std::optional<DetectionTally>& tally() const { return tally_; }
+
+ private:
+  FrameRenderer& renderer_;
+  Nv12Layout layout_;
+  std::optional<DetectionTally> tally_;
+  uint64_t framesChanged_ = 0;
+  uint64_t pixelsChanged_ = 0;
+};
+
+}  // namespace segmask

@@ -1,75 +1,86 @@
 #include "io/nv12.h"
 
-#include <algorithm>
 #include <cstring>
 
 namespace segmask {
 namespace {
 
-static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "a word's lowest byte is its first pixel");
+/// Sixteen pixels, and the chroma over them.
+using Bytes = uint8_t __attribute__((vector_size(16)));
+using Pairs = uint16_t __attribute__((vector_size(16)));
+constexpr std::size_t kLanes = sizeof(Bytes);
 
-/// Up to eight bytes as a word.
-uint64_t wordOf(const unsigned char* bytes, std::size_t count) {
-  uint64_t word = 0;
-  if (count >= sizeof(word)) {
-    std::memcpy(&word, bytes, sizeof(word));  // of a fixed size, which is no call
-  } else {
-    std::memcpy(&word, bytes, count);
-  }
-  return word;
-}
-
-/// The lowest bit of each byte that is not 0.
-uint64_t markBytes(uint64_t word) {
-  constexpr uint64_t kLow = 0x7F7F7F7F7F7F7F7FU;
-  return ((((word & kLow) + kLow) | word) & ~kLow) >> 7;
-}
-
-/// The marks of both bytes of each pair of which one is marked.
-uint64_t markPairs(uint64_t marks) {
-  constexpr uint64_t kFirst = 0x0001000100010001U;
-  return marks | ((marks & kFirst) << 8) | ((marks >> 8) & kFirst);
+template <class Vector>
+Vector load(const unsigned char* bytes) {
+  Vector vector;
+  std::memcpy(&vector, bytes, sizeof(vector));
+  return vector;
 }
 
 /// Part of a frame's row, and of the chroma row over it.
 struct RowPart {
   const unsigned char* luma;
   const unsigned char* chroma;
+
+  RowPart from(std::size_t pixel) const { return {luma + pixel, chroma + pixel}; }
 };
 
-constexpr std::size_t kBlock = 64;
-
-/// The pixels that differ of up to kBlock. There is one more chroma byte where the number of pixels is odd.
-uint64_t countInBlock(RowPart a, RowPart b, std::size_t pixels) {
-  const std::size_t chromaBytes = pixels + pixels % 2;
-  if (std::memcmp(a.luma, b.luma, pixels) == 0 && std::memcmp(a.chroma, b.chroma, chromaBytes) == 0) return 0;
-  uint64_t perByte = 0;
-  for (std::size_t x = 0; x < pixels; x += 8) {
-    const uint64_t luma = wordOf(a.luma + x, pixels - x) ^ wordOf(b.luma + x, pixels - x);
-    const uint64_t chroma = wordOf(a.chroma + x, chromaBytes - x) ^ wordOf(b.chroma + x, chromaBytes - x);
-    const std::size_t beyond = pixels - x < 8 ? 8 - (pixels - x) : 0;
-    perByte += (markBytes(luma) | markPairs(markBytes(chroma))) & (~uint64_t{0} >> (8 * beyond));
+/// Counts pixels that differ, kLanes at once.
+class LaneCounter {
+ public:
+  /// The first kLanes pixels of both.
+  void add(RowPart a, RowPart b) {
+    const auto luma = reinterpret_cast<Bytes>(load<Bytes>(a.luma) != load<Bytes>(b.luma));
+    const auto pairs = reinterpret_cast<Bytes>(load<Pairs>(a.chroma) != load<Pairs>(b.chroma));
+    perLane_ += (luma | pairs) & 1;
+    if (++steps_ == 255) flush();  // as far as a lane counts
   }
+
+  uint64_t total() {
+    flush();
+    return total_;
+  }
+
+ private:
+  void flush() {
+    for (std::size_t lane = 0; lane < kLanes; ++lane) total_ += perLane_[lane];
+    perLane_ = Bytes{};
+    steps_ = 0;
+  }
+
+  Bytes perLane_{};
+  unsigned steps_ = 0;
+  uint64_t total_ = 0;
+};
+
+uint64_t countOneByOne(RowPart a, RowPart b, std::size_t pixels) {
   uint64_t count = 0;
-  for (; perByte != 0; perByte >>= 8) count += perByte & 0xFF;
+  for (std::size_t x = 0; x < pixels; ++x) {
+    const std::size_t pair = x - x % 2;
+    if (a.luma[x] != b.luma[x] || std::memcmp(a.chroma + pair, b.chroma + pair, 2) != 0) ++count;
+  }
   return count;
 }
 
 }  // namespace
 
-uint64_t countChangedPixels(const unsigned char* before, const unsigned char* after,
-                            const Nv12Layout& layout) {
-  const auto width = static_cast<std::size_t>(layout.width);
+uint64_t countChangedPixels(const unsigned char* before, const unsigned char* after, const Nv12Layout& layout,
+                            const Nv12Part& part) {
+  const auto width = static_cast<std::size_t>(part.width);
+  const auto first = static_cast<std::size_t>(part.y);
+  LaneCounter lanes;
   uint64_t count = 0;
-  for (std::size_t row = 0; row < static_cast<std::size_t>(layout.height); ++row) {
-    const std::size_t luma = row * width;
-    const std::size_t chroma = layout.lumaBytes() + row / 2 * layout.chromaRowBytes();
-    for (std::size_t x = 0; x < width; x += kBlock) {
-      count += countInBlock({before + luma + x, before + chroma + x}, {after + luma + x, after + chroma + x},
-                            std::min(kBlock, width - x));
-    }
+  for (std::size_t row = first; row < first + static_cast<std::size_t>(part.height); ++row) {
+    const std::size_t luma = row * static_cast<std::size_t>(layout.width) + static_cast<std::size_t>(part.x);
+    const std::size_t chroma =
+        layout.lumaBytes() + row / 2 * layout.chromaRowBytes() + static_cast<std::size_t>(part.x);
+    const RowPart a{before + luma, before + chroma};
+    const RowPart b{after + luma, after + chroma};
+    std::size_t x = 0;
+    for (; width - x >= kLanes; x += kLanes) lanes.add(a.from(x), b.from(x));
+    count += countOneByOne(a.from(x), b.from(x), width - x);
   }
-  return count;
+  return count + lanes.total();
 }
 
 void copyRows(ConstPlane from, Plane to, std::size_t rowBytes, int rows) {

@@ -46,13 +46,18 @@ TEST(InterleaveChroma, PairsUAndVAndDeinterleavingTakesThemApartAgain) {
   EXPECT_EQ(vAgain, v);
 }
 
-/// A frame of that size, all bytes 7, and the pixels that differ after some of its bytes are others.
-uint64_t changedPixels(int width, int height, const std::vector<std::size_t>& bytes) {
+/// A frame of that size, all bytes 7, and the pixels of a part that differ after some of its bytes are
+/// others.
+uint64_t changedPixels(int width, int height, const std::vector<std::size_t>& bytes, const Nv12Part& part) {
   const Nv12Layout layout{width, height};
   const Bytes before(layout.frameBytes(), 7);
   Bytes after = before;
   for (const std::size_t byte : bytes) after[byte] = 8;
-  return countChangedPixels(before.data(), after.data(), layout);
+  return countChangedPixels(before.data(), after.data(), layout, part);
+}
+
+uint64_t changedPixels(int width, int height, const std::vector<std::size_t>& bytes) {
+  return changedPixels(width, height, bytes, {0, 0, width, height});
 }
 
 TEST(CountChangedPixels, ALumaByteIsOnePixel) {
@@ -79,13 +84,24 @@ TEST(CountChangedPixels, PairsOverTheEdgesOfOddFramesHaveFewer) {
   EXPECT_EQ(changedPixels(5, 3, {25, 26}), 1U);
 }
 
-TEST(CountChangedPixels, RowsLongerThanABlockAreCountedWhole) {
+TEST(CountChangedPixels, OnlyTheirPartCounts) {
+  // 40 x 4 luma bytes; the part is columns 2 to 35 of rows 2 and 3, whose pairs begin at byte 160 + 40 + 2.
+  const Nv12Part part{2, 2, 34, 2};
+  EXPECT_EQ(changedPixels(40, 4, {81, 116, 42, 158, 160 + 40 + 1, 160 + 40 + 36, 160 + 2}, part), 0U);
+  EXPECT_EQ(changedPixels(40, 4, {82, 155}, part), 2U);
+  EXPECT_EQ(changedPixels(40, 4, {160 + 40 + 2, 160 + 40 + 35}, part), 8U);
+}
+
+TEST(CountChangedPixels, EveryPixelOfALongRowCounts) {
   constexpr std::size_t kWidth = 131;
   EXPECT_EQ(changedPixels(kWidth, 1, {63, 64, 127, 128, 130}), 5U);
   EXPECT_EQ(changedPixels(kWidth, 1, {kWidth + 64, kWidth + 130}), 3U);
   std::vector<std::size_t> all(kWidth * 3 + 2 * 132);
   std::iota(all.begin(), all.end(), std::size_t{0});
   EXPECT_EQ(changedPixels(kWidth, 3, all), kWidth * 3);
+  all.resize(5'000);
+  std::iota(all.begin(), all.end(), std::size_t{0});
+  EXPECT_EQ(changedPixels(5'000, 1, all), 5'000U) << "more than a byte can count in one lane";
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <vector>
 
 #include "host/DetectionTally.h"
 #include "host/FrameRenderer.h"
@@ -33,8 +34,14 @@ class Telling {
   const std::optional<DetectionTally>& tally() const { return tally_; }
 
  private:
+  uint64_t changedPixels(const Frame& frame);
+  void markBoxes();
+
   FrameRenderer& renderer_;
   Nv12Layout layout_;
+  int tileColumns_;
+  int tileRows_;
+  std::vector<bool> tiles_;  ///< row by row: whether a box touches the tile
   std::optional<DetectionTally> tally_;
   uint64_t framesChanged_ = 0;
   uint64_t pixelsChanged_ = 0;

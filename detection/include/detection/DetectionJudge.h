@@ -44,6 +44,9 @@ class DetectionJudge {
   /// Throws what gatherDetections throws.
   const std::vector<Verdict>& judge(const RenderContext& ctx, render_base::FrameSize frame);
 
+  /// The detections that judge() read last, those of look-back included. Valid until the next call.
+  const std::vector<DetView>& gathered() const { return gathered_.detections; }
+
   const DecisionSettings& settings() const { return settings_; }
 
  private:

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "detection/DetectionJudge.h"
 #include "host/ProducerInputs.h"
@@ -33,6 +34,9 @@ class DetectionTally {
 
   /// Counts the detections of one frame. The context was filled by `inputs`.
   void add(const RenderContext& context, const ProducerInputs& inputs);
+
+  /// Detections of the frame that was added last which may have been drawn on it, look-back included.
+  const std::vector<seg_mask::DetView>& candidates() const { return judge_.gathered(); }
 
   uint64_t drawn() const { return drawn_; }
 

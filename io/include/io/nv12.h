@@ -29,9 +29,16 @@ struct Plane {
   std::ptrdiff_t stride;
 };
 
-/// How many pixels of two tightly packed frames differ, in their luma byte or in the chroma pair over them.
-uint64_t countChangedPixels(const unsigned char* before, const unsigned char* after,
-                            const Nv12Layout& layout);
+/// Pixels of a frame: the top-left one, of even coordinates, and the numbers of columns and rows.
+struct Nv12Part {
+  int x, y;
+  int width, height;
+};
+
+/// How many pixels of that part of two tightly packed frames differ, in their luma byte or in the chroma pair
+/// over them.
+uint64_t countChangedPixels(const unsigned char* before, const unsigned char* after, const Nv12Layout& layout,
+                            const Nv12Part& part);
 
 /// Copies `rows` rows of `rowBytes` bytes.
 void copyRows(ConstPlane from, Plane to, std::size_t rowBytes, int rows);

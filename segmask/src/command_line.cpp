@@ -1,6 +1,7 @@
 #include "src/command_line.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <csignal>
 #include <exception>
 #include <iostream>
@@ -18,6 +19,7 @@ namespace {
 
 struct Options {
   RenderOptions render;
+  ExplainOptions explain;
   PluginChoice inspectedPlugin;
 };
 
@@ -82,6 +84,24 @@ CLI::App* addRender(CLI::App& app, RenderOptions& options) {
   return render;
 }
 
+CLI::App* addExplain(CLI::App& app, ExplainOptions& options) {
+  CLI::App* const explain =
+      app.add_subcommand("explain", "Say of each detection whether it is drawn, and why not");
+  explain->add_option("--detections", options.detections, "Detections, as for segmask render")
+      ->required()
+      ->type_name("FILE.jsonl");
+  explain->add_option("--size", options.size, "Size of the frames that they are for")
+      ->required()
+      ->type_name("WxH");
+  explain->add_option("--frame", options.frame, "Explain this frame alone (default: all)")
+      ->check(kWholeNumber)
+      ->type_name("N");
+  explain->add_option("--config", options.config, "Configuration of the plug-in, a JSON object as text")
+      ->type_name("JSON");
+  explain->add_flag("--json", options.json, "One JSON object a line");
+  return explain;
+}
+
 CLI::App* addInspect(CLI::App& app, PluginChoice& plugin) {
   CLI::App* const inspect = app.add_subcommand("inspect", "Show what a plug-in says of itself");
   addPluginChoice(*inspect, plugin);
@@ -102,11 +122,15 @@ int parseAndRun(int argc, char** argv) {
       "far was.");
   Options options;
   const CLI::App* const renderCommand = addRender(app, options.render);
+  const CLI::App* const explainCommand = addExplain(app, options.explain);
   const CLI::App* const inspectCommand = addInspect(app, options.inspectedPlugin);
   // CLI11 would report a misspelt command as "a subcommand is required".
   const std::string first = argc > 1 ? argv[1] : "-";
-  if (first[0] != '-' && first != renderCommand->get_name() && first != inspectCommand->get_name()) {
-    return report("there is no command '" + first + "', only render and inspect (see segmask --help)");
+  const auto isFirst = [&first](const CLI::App* command) { return command->get_name() == first; };
+  const auto commands = {renderCommand, explainCommand, inspectCommand};
+  if (first[0] != '-' && std::none_of(commands.begin(), commands.end(), isFirst)) {
+    return report("there is no command '" + first +
+                  "', only render, explain and inspect (see segmask --help)");
   }
   try {
     app.parse(argc, argv);
@@ -115,7 +139,9 @@ int parseAndRun(int argc, char** argv) {
   } catch (const CLI::ParseError& error) {
     return report(std::string(error.what()) + " (see segmask --help)");
   }
-  return renderCommand->parsed() ? render(options.render) : inspect(options.inspectedPlugin);
+  if (renderCommand->parsed()) return render(options.render);
+  if (explainCommand->parsed()) return explain(options.explain);
+  return inspect(options.inspectedPlugin);
 }
 
 }  // namespace

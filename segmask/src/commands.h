@@ -33,12 +33,29 @@ struct RenderOptions {
 /// impossible output, one file in two roles, a configuration that a plug-in would ignore silently.
 void checkOptions(const RenderOptions& options);
 
+/// Throws UserError for a configuration that a plug-in would ignore silently as a whole.
+void checkConfig(const std::string& config);
+
 /// The deciding settings that a plug-in has after this configuration, which may be missing.
 seg_mask::DecisionSettings decisionSettings(const std::optional<std::string>& config);
 
 /// Draws a video's detections into it and prints a summary. Returns the exit code. Throws UserError; the
 /// outputs have not been created or replaced then.
 int render(const RenderOptions& options);
+
+/// The options of `segmask explain`.
+struct ExplainOptions {
+  std::string detections;
+  std::string size;
+  std::optional<uint64_t> frame;  ///< the only one to explain
+  std::optional<std::string> config;
+  bool json = false;
+};
+
+/// Prints a line for each detection of a file: whether a plug-in draws it, in which colour and how many
+/// pixels, or the first rule that drops it. Returns the exit code, which does not depend on what is dropped.
+/// Throws UserError.
+int explain(const ExplainOptions& options);
 
 /// Prints the classes of a plug-in library and its plug-in's name, payload types and configuration. Returns
 /// the exit code. Throws UserError.

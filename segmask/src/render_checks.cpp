@@ -48,14 +48,14 @@ void checkRoles(const RenderOptions& options) {
   }
 }
 
+}  // namespace
+
 void checkConfig(const std::string& config) {
   SwJsonDocument document;
   SwString error;
   if (!document.loadFromJson(config, error)) throw UserError("--config: not JSON: " + error.str());
   if (!document.root().isObject()) throw UserError("--config: not a JSON object");
 }
-
-}  // namespace
 
 seg_mask::DecisionSettings decisionSettings(const std::optional<std::string>& config) {
   const std::optional<SwJsonObject> configuration =

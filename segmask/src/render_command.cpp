@@ -6,7 +6,6 @@
 #include <optional>
 #include <utility>
 
-#include "host/DetectionPayload.h"
 #include "host/DetectionStream.h"
 #include "host/DetectionTally.h"
 #include "host/FrameRenderer.h"
@@ -22,6 +21,7 @@
 #include "src/StderrGuard.h"
 #include "src/Telling.h"
 #include "src/commands.h"
+#include "src/payloads.h"
 #include "video/FrameReader.h"
 #include "video/FrameWriter.h"
 
@@ -95,17 +95,6 @@ RenderSummary renderWithProgress(const RenderStages& stages, const RenderOptions
         std::make_unique<StderrGuard>([&progress](const std::string& line) { progress.printAbove(line); });
   }
   return renderFrames(stages, interrupt, progress);
-}
-
-/// Registers the payload types. The library then writes lines about its registries to standard error, which
-/// are shown only with --debug.
-void registerPayloads(bool debug) {
-  if (debug) {
-    registerDetectionPayload();
-  } else {
-    const StderrSilence silence;
-    registerDetectionPayload();
-  }
 }
 
 void setUp(IRenderPlugin& plugin, FrameRenderer& renderer, const RenderOptions& options) {

@@ -216,7 +216,7 @@ TEST_F(ToolBadInput, AMisspeltCommandIsNamed) {
   const ToolResult result = runTool({"rendr"});
   EXPECT_EQ(result.exitCode, 2);
   EXPECT_EQ(result.err,
-            "segmask: there is no command 'rendr', only render and inspect (see segmask --help)\n");
+            "segmask: there is no command 'rendr', only render, explain and inspect (see segmask --help)\n");
 }
 
 TEST_F(ToolBadInput, ADiskThatIsFullLeavesNothingBehind) {

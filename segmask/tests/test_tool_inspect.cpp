@@ -24,8 +24,10 @@ TEST(ToolInspect, ShowsAnotherPluginByItsOwnName) {
 }
 
 TEST(ToolInspect, HelpIsNoError) {
-  for (const std::vector<std::string>& arguments :
-       {std::vector<std::string>{"--help"}, {"render", "--help"}, {"inspect", "--help"}}) {
+  for (const std::vector<std::string>& arguments : {std::vector<std::string>{"--help"},
+                                                    {"render", "--help"},
+                                                    {"explain", "--help"},
+                                                    {"inspect", "--help"}}) {
     const ToolResult result = runTool(arguments);
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.err, "");

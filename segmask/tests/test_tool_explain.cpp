@@ -1,0 +1,88 @@
+#include <gtest/gtest.h>
+
+#include "test_support/TempFolder.h"
+#include "tests/run_tool.h"
+
+namespace {
+
+std::string detection(const std::string& box, const std::string& score, int class_id = 0) {
+  return "{" + box + R"(, "class_id": )" + std::to_string(class_id) + R"(, "score": )" + score +
+         R"(, "class_info": "SEG1|4|2|Dw=="})";
+}
+
+/// The first of two rows of four pixels is inside; the frames have 8 x 4.
+const char kWhole[] = R"("x": 0, "y": 0, "w": 8, "h": 4)";
+
+class ToolExplain : public ::testing::Test {
+ protected:
+  ToolExplain() {
+    folder_.write("d.jsonl",
+                  line(0, "b", detection(kWhole, "0.9", -23)) +
+                      line(3, "a", detection(kWhole, "0.25") + ",[]") +
+                      line(3, "b", detection(R"("x": 7, "y": 1, "w": 9, "h": 9)", "1", 1)));
+  }
+
+  static std::string line(int frame, const std::string& producer, const std::string& detections) {
+    return "{\"frame\": " + std::to_string(frame) + ", \"producer\": \"" + producer +
+           "\", \"detections\": [" + detections + "]}\n";
+  }
+
+  ToolResult explain(const std::vector<std::string>& more) const {
+    std::vector<std::string> all{"explain", "--detections", folder_.path("d.jsonl"), "--size", "8x4"};
+    all.insert(all.end(), more.begin(), more.end());
+    return runTool(all);
+  }
+
+  std::string at(const std::string& text) const { return folder_.path("d.jsonl") + ":" + text + "\n"; }
+
+  TempFolder folder_;
+};
+
+TEST_F(ToolExplain, SaysWhatEachDetectionBecomesInTheOrderOfDrawing) {
+  const ToolResult result = explain({"--config", "{\"min_score\": 0.5}"});
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(result.out,
+            at("1: frame 0, b, detections[0]: drawn, class -23 in red 255, green 178, blue 29, 16 pixels") +
+                at("3: frame 3, b, detections[0]: drawn, class 1 in red 255, green 157, blue 151, 1 pixel") +
+                at("2: frame 3, a, detections[0]: not drawn: score 0.25 is below min_score 0.5") +
+                at("2: frame 3, a, detections[1]: not drawn: it is no JSON object"));
+}
+
+TEST_F(ToolExplain, OneFrameIsExplainedAsItIsDrawnInTheRun) {
+  // b comes first, because it has a line for an earlier frame.
+  const ToolResult result = explain({"--frame", "3", "--config", "{\"max_overlay_dets\": 1}"});
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_EQ(result.out,
+            at("3: frame 3, b, detections[0]: drawn, class 1 in red 255, green 157, blue 151, 1 pixel") +
+                at("2: frame 3, a, detections[0]: not drawn: max_overlay_dets is 1, and the frame has as "
+                   "many detections before this one") +
+                at("2: frame 3, a, detections[1]: not drawn: it is no JSON object"));
+  EXPECT_EQ(explain({"--frame", "1"}).out, "");
+}
+
+TEST_F(ToolExplain, ForProgramsItIsOneObjectALine) {
+  const ToolResult result = explain({"--json", "--config", "{\"min_score\": 0.5}"});
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_EQ(result.out.substr(0, result.out.find('\n')),
+            R"({"class_id": -23,"color": [255,178,29],"drawn": true,"frame": 0,"index": 0,"line": 1,)"
+            R"("pixels": 16,"producer": "b"})");
+  EXPECT_NE(result.out.find(R"({"drawn": false,"frame": 3,"index": 0,"line": 2,"producer": "a",)"
+                            R"("reason": "low_score","why": "score 0.25 is below min_score 0.5"})"),
+            std::string::npos)
+      << result.out;
+  EXPECT_EQ(lineCount(result.out), 4U);
+}
+
+TEST_F(ToolExplain, RefusesWhatItCannotRead) {
+  EXPECT_EQ(explain({"--config", "[1]"}).err, "segmask: --config: not a JSON object\n");
+  folder_.write("d.jsonl", "rubbish\n");
+  const ToolResult result = explain({});
+  EXPECT_EQ(result.exitCode, 2);
+  EXPECT_EQ(result.err.find("segmask: " + folder_.path("d.jsonl") + ":1: not JSON: "), 0U) << result.err;
+  EXPECT_NE(runTool({"explain", "--detections", folder_.path("d.jsonl"), "--size", "8"})
+                .err.find("'8' is not WIDTHxHEIGHT"),
+            std::string::npos);
+}
+
+}  // namespace

@@ -2,7 +2,9 @@
 
 #include <iomanip>
 #include <sstream>
+#include <utility>
 
+#include "core/SwJsonDocument.h"
 #include "host/verdict_words.h"
 
 namespace segmask {
@@ -42,6 +44,37 @@ std::string summaryText(const RenderSummary& summary, const SummaryFiles& files)
   }
   text << "look-back     " << counted(summary.detectionsLookedBack, "detection") << " used again\n";
   return text.str();
+}
+
+std::string summaryJson(const RenderSummary& summary, const SummaryFiles& files) {
+  SwJsonObject times;
+  times.insert("median", summary.renderTimes.percentile(0.5));
+  times.insert("p99", summary.renderTimes.percentile(0.99));
+  SwJsonObject object;
+  object.insert("frames", summary.frames);
+  object.insert("detections", summary.detections);
+  object.insert("lookback", summary.detectionsLookedBack);
+  object.insert("plugin", files.plugin);
+  object.insert("render_ms", std::move(times));
+  if (const Telling* const telling = summary.telling) {
+    object.insert("frames_changed", telling->framesChanged());
+    object.insert("pixels_changed", telling->pixelsChanged());
+    if (telling->tally()) {
+      SwJsonObject dropped;
+      for (const auto& [outcome, count] : telling->tally()->dropped()) {
+        dropped.insert(seg_mask::outcomeWord(outcome), count.count);
+      }
+      object.insert("drawn", telling->tally()->drawn());
+      object.insert("dropped", std::move(dropped));
+    }
+  }
+  SwString text;
+  SwJsonDocument().generateJson(SwJsonValue(std::move(object)), text, true, 0, {});
+  return text.str();
+}
+
+bool dropsAny(const RenderSummary& summary) {
+  return summary.telling && summary.telling->tally() && !summary.telling->tally()->dropped().empty();
 }
 
 }  // namespace segmask

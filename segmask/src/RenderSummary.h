@@ -34,4 +34,13 @@ struct SummaryFiles {
 /// their form and their order, and new ones are added at the end.
 std::string summaryText(const RenderSummary& summary, const SummaryFiles& files);
 
+/// The summary for programs, one JSON object without a line end: "frames", "detections", "lookback",
+/// "plugin", "render_ms" with "median" and "p99"; where it is told, "frames_changed" and "pixels_changed";
+/// and where the plug-in's rules are known, "drawn" and "dropped", an object of the words of outcomeWord to
+/// counts.
+std::string summaryJson(const RenderSummary& summary, const SummaryFiles& files);
+
+/// Whether any detection is known to have been dropped.
+bool dropsAny(const RenderSummary& summary);
+
 }  // namespace segmask

@@ -79,8 +79,15 @@ CLI::App* addRender(CLI::App& app, RenderOptions& options) {
                    "Also write four frames of the result as a picture")
       ->type_name("FILE.png");
   render->add_flag("--no-progress", options.noProgress, "Show no progress");
-  render->add_flag("--no-explain", options.noExplain,
-                   "Do not find out what changed and why detections were not drawn, which saves some time");
+  CLI::Option* const noExplain = render->add_flag(
+      "--no-explain", options.noExplain,
+      "Do not find out what changed and why detections were not drawn, which saves some time");
+  render
+      ->add_flag("--strict", options.strict,
+                 "End with exit code 3, after writing the output, if a detection was not drawn")
+      ->excludes(noExplain);
+  render->add_option("--summary-json", options.summaryJson, "Also write the summary as a JSON object")
+      ->type_name("FILE.json");
   return render;
 }
 
@@ -118,8 +125,8 @@ int parseAndRun(int argc, char** argv) {
   app.require_subcommand(1);
   app.set_version_flag("--version", SEGMASK_VERSION);
   app.footer(
-      "Exit codes: 0 done; 2 bad input or a failure, nothing was written; 130 interrupted, what was done so "
-      "far was.");
+      "Exit codes: 0 done; 2 bad input or a failure, nothing was written; 3 done, but with --strict some "
+      "detection was not drawn; 130 interrupted, what was done so far was written.");
   Options options;
   const CLI::App* const renderCommand = addRender(app, options.render);
   const CLI::App* const explainCommand = addExplain(app, options.explain);

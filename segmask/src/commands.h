@@ -12,6 +12,7 @@ namespace segmask {
 /// The program's exit codes. Scripts rely on these numbers.
 constexpr int kExitDone = 0;
 constexpr int kExitError = 2;          ///< an error in the command line, the input, the plug-in or the output
+constexpr int kExitDropped = 3;        ///< all was written, but with --strict not all was drawn
 constexpr int kExitInterrupted = 130;  ///< SIGINT or SIGTERM; what was done so far is kept
 
 /// The options of `segmask render`, as they stand on the command line.
@@ -27,6 +28,8 @@ struct RenderOptions {
   bool debug = false;
   bool noProgress = false;
   bool noExplain = false;
+  bool strict = false;
+  std::optional<std::string> summaryJson;
 };
 
 /// Throws UserError for errors in the options of `segmask render` that show before any file is opened: an

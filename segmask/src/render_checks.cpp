@@ -31,20 +31,29 @@ bool replaces(const std::string& output, const std::string& input) {
   return sameFolder && PngPattern(output).matches(file.filename().string());
 }
 
+using Role = std::pair<const char*, const std::string*>;  ///< an option and its path
+
 void checkRoles(const RenderOptions& options) {
-  const std::vector<std::pair<const char*, const std::string*>> inputs{{"--input", &options.input},
-                                                                       {"--detections", &options.detections}};
+  const std::vector<Role> inputs{{"--input", &options.input}, {"--detections", &options.detections}};
+  std::vector<Role> extras;  // outputs that are one file
+  if (options.contactSheet) extras.emplace_back("--contact-sheet", &*options.contactSheet);
+  if (options.summaryJson) extras.emplace_back("--summary-json", &*options.summaryJson);
   for (const auto& [option, path] : inputs) {
     if (replaces(options.output, *path)) {
       throw UserError(options.output + ": --output would replace " + option);
     }
-    if (options.contactSheet &&
-        (isSameFile(*options.contactSheet, *path) || isSamePath(*options.contactSheet, *path))) {
-      throw UserError(*options.contactSheet + ": --contact-sheet would replace " + option);
+    for (const auto& [extra, file] : extras) {
+      if (isSameFile(*file, *path) || isSamePath(*file, *path)) {
+        throw UserError(*file + ": " + extra + " would replace " + option);
+      }
     }
   }
-  if (options.contactSheet && replaces(options.output, *options.contactSheet)) {
-    throw UserError(*options.contactSheet + ": --contact-sheet and --output are the same file");
+  for (const auto& [extra, file] : extras) {
+    if (replaces(options.output, *file))
+      throw UserError(*file + ": " + extra + " and --output are the same file");
+  }
+  if (extras.size() == 2 && isSamePath(*extras[0].second, *extras[1].second)) {
+    throw UserError(*extras[1].second + ": --summary-json and --contact-sheet are the same file");
   }
 }
 

@@ -12,6 +12,8 @@
 #include "host/PluginHost.h"
 #include "host/ProducerInputs.h"
 #include "io/Interrupt.h"
+#include "io/OutputFile.h"
+#include "io/StagedOutput.h"
 #include "io/UserError.h"
 #include "io/nv12.h"
 #include "src/ContactSheet.h"
@@ -36,7 +38,8 @@ struct RenderStages {
   FrameWriter& writer;
   ContactSheet* sheet;  ///< may be null
   ProducerInputs& inputs;
-  Telling* telling;  ///< may be null
+  Telling* telling;           ///< may be null
+  StagedOutput* summaryFile;  ///< may be null
 };
 
 bool readJob(const RenderStages& stages, FrameJob& job) {
@@ -117,14 +120,22 @@ void warn(const std::string& text) {
   std::cerr << "segmask: warning: " + oneLine(text) + "\n" << std::flush;
 }
 
-void warnOfRest(const FrameReader& reader, DetectionStream& detections, uint64_t frames) {
+/// True when there are lines past the end of the video.
+bool warnOfRest(const FrameReader& reader, DetectionStream& detections, uint64_t frames) {
   if (!reader.warning().empty()) warn(reader.warning());
-  if (Interrupt::requested()) return;
+  if (Interrupt::requested()) return false;
   const std::optional<DetectionLine>& rest = detections.rest();
-  if (!rest) return;
+  if (!rest) return false;
   warn(detections.path() + ":" + std::to_string(rest->lineNumber) + ": frame " + std::to_string(rest->frame) +
        " is past the end of the video, which has " + std::to_string(frames) +
        " frames; this line and all after it were not used");
+  return true;
+}
+
+void writeSummaryFile(const StagedOutput& staged, const std::string& name, const std::string& json) {
+  OutputFile file(staged.path(), name);
+  file.write(json + "\n");
+  file.close();
 }
 
 int reportEarlyInterrupt() {
@@ -138,19 +149,29 @@ int finish(const RenderStages& stages, const RenderOptions& options, const std::
     if (!Interrupt::requested()) throw UserError(options.input + ": holds no frame");
     return reportEarlyInterrupt();
   }
-  warnOfRest(stages.reader, stages.detections, summary.frames);
+  const bool hasRest = warnOfRest(stages.reader, stages.detections, summary.frames);
   // Everything that can fail for lack of space comes before the first output gets its name.
   stages.writer.finish();
   if (stages.sheet) stages.sheet->finish();
+  const SummaryFiles files{options.detections, options.output, options.contactSheet, pluginPath};
+  if (stages.summaryFile)
+    writeSummaryFile(*stages.summaryFile, *options.summaryJson, summaryJson(summary, files));
   stages.writer.commit();
   if (stages.sheet) stages.sheet->commit();
-  const SummaryFiles files{options.detections, options.output, options.contactSheet, pluginPath};
+  if (stages.summaryFile) stages.summaryFile->commit();
   std::cout << summaryText(summary, files) << std::flush;
-  if (!Interrupt::requested()) return kExitDone;
+  if (!Interrupt::requested())
+    return options.strict && (hasRest || dropsAny(summary)) ? kExitDropped : kExitDone;
   std::cerr << "segmask: interrupted; the first " + std::to_string(summary.frames) + " frames are in " +
                    options.output + "\n"
             << std::flush;
   return kExitInterrupted;
+}
+
+void checkStrict(const Telling* telling, const std::string& pluginPath) {
+  if (telling && telling->tally()) return;
+  throw UserError(pluginPath + ": --strict needs " + kPluginClass +
+                  ": what another plug-in drops is not known");
 }
 
 struct Inputs {
@@ -189,14 +210,18 @@ int render(const RenderOptions& options) {
   PluginHost host(pluginPath);
   setUp(host.plugin(), renderer, options);
 
-  const std::unique_ptr<FrameWriter> writer = openFrameWriter(options.output, reader.format());
-  std::unique_ptr<ContactSheet> sheet;
-  if (options.contactSheet) sheet = std::make_unique<ContactSheet>(*options.contactSheet, reader.format());
   ProducerInputs producers(options.lookback);
   std::optional<Telling> telling;
   if (!options.noExplain) makeTelling(telling, options, renderer, producers, host.plugin(), reader.format());
-  const RenderStages stages{reader,    *inputs->detections,          renderer, *writer, sheet.get(),
-                            producers, telling ? &*telling : nullptr};
+  if (options.strict) checkStrict(telling ? &*telling : nullptr, pluginPath);
+
+  const std::unique_ptr<FrameWriter> writer = openFrameWriter(options.output, reader.format());
+  std::unique_ptr<ContactSheet> sheet;
+  if (options.contactSheet) sheet = std::make_unique<ContactSheet>(*options.contactSheet, reader.format());
+  std::unique_ptr<StagedOutput> summaryFile;
+  if (options.summaryJson) summaryFile = std::make_unique<StagedOutput>(*options.summaryJson);
+  const RenderStages stages{reader,    *inputs->detections,           renderer,         *writer, sheet.get(),
+                            producers, telling ? &*telling : nullptr, summaryFile.get()};
   return finish(stages, options, pluginPath, renderWithProgress(stages, options, interrupt));
 }
 

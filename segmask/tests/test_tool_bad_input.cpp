@@ -172,6 +172,12 @@ TEST_F(ToolBadInput, AnOutputThatIsAnInputByAnotherName) {
   std::filesystem::create_hard_link(path("good.jsonl"), path("good.png"));
   expectAdditionRefused({"--contact-sheet", path("good.png")}, "--contact-sheet would replace --detections");
   expectAdditionRefused({"--contact-sheet", path("none/sheet.png")}, "cannot write into the folder");
+  expectAdditionRefused({"--summary-json", path("good.jsonl")}, "--summary-json would replace --detections");
+  expectAdditionRefused({"--summary-json", path("out.nv12")},
+                        "--summary-json and --output are the same file");
+  expectAdditionRefused({"--summary-json", path("s.png"), "--contact-sheet", path("./s.png")},
+                        "--summary-json and --contact-sheet are the same file");
+  expectAdditionRefused({"--summary-json", path("none/s.json")}, "cannot write into the folder");
 }
 
 TEST_F(ToolBadInput, Plugins) {
@@ -195,6 +201,14 @@ TEST_F(ToolBadInput, ConfigurationsThatThePluginWouldPassOver) {
   for (const char* config : {"", "{", "[1]", "3", "{} x", "alpha=1"}) {
     expectAdditionRefused({std::string("--config=") + config}, "--config");
   }
+}
+
+TEST_F(ToolBadInput, BeingStrictWithoutKnowingWhatIsDropped) {
+  const std::string other = libraryPath("libsegmask_slow_plugin.so");
+  expectAdditionRefused(
+      {"--strict", "--plugin", other},
+      other + ": --strict needs SegMaskOverlayPlugin: what another plug-in drops is not known");
+  expectAdditionRefused({"--strict", "--no-explain"}, "--no-explain excludes --strict");
 }
 
 TEST_F(ToolBadInput, CommandLines) {

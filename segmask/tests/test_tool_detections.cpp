@@ -5,6 +5,7 @@
 
 #include <utility>
 
+#include "core/SwJsonDocument.h"
 #include "test_support/TempFolder.h"
 #include "test_support/frames.h"
 #include "tests/run_tool.h"
@@ -176,6 +177,56 @@ TEST_F(ToolDetections, OfAnotherPluginTheSummaryTellsOnlyWhatChanged) {
       render(line(0, detection(kBox, "1", kMask)), {"--plugin", libraryPath("libbox_plugin.so")});
   // The outline of the box of 5 x 4 is 2 pixels thick, so it is all of it, under 6 x 4 pixels of chroma.
   EXPECT_EQ(told(result), "changed       1 frame, 24 pixels\nlook-back     0 detections used again\n");
+}
+
+TEST_F(ToolDetections, TheSummaryForProgramsHasTheSameNumbers) {
+  const std::string json = folder_.path("summary.json");
+  render(line(0, detection(kBox, "1", kMask) + "," + detection(kBox, "-1", kMask) + ",1,2"),
+         {"--lookback", "1", "--summary-json", json});
+  SwJsonDocument document;
+  SwString error;
+  ASSERT_TRUE(document.loadFromJson(readFile(json), error)) << error.str();
+  const SwJsonObject summary = document.object();
+  EXPECT_EQ(summary.size(), 9U);
+  EXPECT_EQ(summary["frames"], SwJsonValue(8));
+  EXPECT_EQ(summary["frames_changed"], SwJsonValue(2));
+  EXPECT_EQ(summary["pixels_changed"], SwJsonValue(48));
+  EXPECT_EQ(summary["detections"], SwJsonValue(4));
+  EXPECT_EQ(summary["drawn"], SwJsonValue(1));
+  EXPECT_EQ(summary["lookback"], SwJsonValue(4));
+  EXPECT_EQ(summary["plugin"], SwJsonValue(libraryPath("libseg_mask_overlay.so")));
+  ASSERT_TRUE(summary["dropped"].object());
+  EXPECT_EQ(summary["dropped"].object()->size(), 2U);
+  EXPECT_EQ((*summary["dropped"].object())["low_score"], SwJsonValue(1));
+  EXPECT_EQ((*summary["dropped"].object())["not_an_object"], SwJsonValue(2));
+  ASSERT_TRUE(summary["render_ms"].object());
+  EXPECT_GT((*summary["render_ms"].object())["median"].number(), 0.0);
+  EXPECT_GT((*summary["render_ms"].object())["p99"].number(), 0.0);
+}
+
+TEST_F(ToolDetections, TheSummaryForProgramsLeavesOutWhatIsNotKnown) {
+  const std::string json = folder_.path("summary.json");
+  const auto has = [&json](const std::string& member) {
+    return readFile(json).find("\"" + member + "\"") != std::string::npos;
+  };
+  render(fullMaskLine(0, "p"), {"--no-explain", "--summary-json", json});
+  EXPECT_TRUE(has("lookback"));
+  EXPECT_FALSE(has("pixels_changed"));
+  EXPECT_FALSE(has("drawn"));
+  render(fullMaskLine(0, "p"), {"--plugin", libraryPath("libbox_plugin.so"), "--summary-json", json});
+  EXPECT_TRUE(has("pixels_changed"));
+  EXPECT_FALSE(has("drawn"));
+  EXPECT_FALSE(has("dropped"));
+}
+
+TEST_F(ToolDetections, StrictEndsWithAnotherCodeWhenAnythingWasDroppedAfterWriting) {
+  EXPECT_EQ(render(fullMaskLine(0, "p"), {"--strict"}).exitCode, 0);
+  const ToolResult dropped = render(fullMaskLine(0, "p") + line(1, "7"), {"--strict"});
+  EXPECT_EQ(dropped.exitCode, 3);
+  EXPECT_EQ(paintedFrames(), Frames{0});
+  EXPECT_NE(dropped.out.find("no JSON object"), std::string::npos);
+  EXPECT_EQ(render(fullMaskLine(0, "p") + fullMaskLine(8, "p"), {"--strict"}).exitCode, 3)
+      << "lines past the end of the video are dropped too";
 }
 
 TEST_F(ToolDetections, LinesPastTheEndAreMentionedOnce) {

@@ -16,10 +16,9 @@ const char kWhole[] = R"("x": 0, "y": 0, "w": 8, "h": 4)";
 class ToolExplain : public ::testing::Test {
  protected:
   ToolExplain() {
-    folder_.write("d.jsonl",
-                  line(0, "b", detection(kWhole, "0.9", -23)) +
-                      line(3, "a", detection(kWhole, "0.25") + ",[]") +
-                      line(3, "b", detection(R"("x": 7, "y": 1, "w": 9, "h": 9)", "1", 1)));
+    folder_.write("d.jsonl", line(0, "b", detection(kWhole, "0.9", -23)) +
+                                 line(3, "a", detection(kWhole, "0.25") + ",[]") +
+                                 line(3, "b", detection(R"("x": 7, "y": 1, "w": 9, "h": 9)", "1", 1)));
   }
 
   static std::string line(int frame, const std::string& producer, const std::string& detections) {

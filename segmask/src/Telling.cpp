@@ -18,7 +18,8 @@ Telling::Telling(FrameRenderer& renderer, const ProducerInputs& inputs, Nv12Layo
       layout_(layout),
       tileColumns_((layout.width - 1) / kTileWidth + 1),
       tileRows_((layout.height - 1) / kTileHeight + 1),
-      tally_(std::move(tally)) {
+      tally_(std::move(tally)),
+      hints_({layout.width, layout.height}) {
   if (!tally_) return;
   renderer_.watch([this, &inputs](const RenderContext& context) { tally_->add(context, inputs); });
 }

@@ -9,6 +9,7 @@
 #include "host/ProducerInputs.h"
 #include "io/Frame.h"
 #include "io/nv12.h"
+#include "src/DetectionHints.h"
 
 namespace segmask {
 
@@ -26,12 +27,16 @@ class Telling {
   Telling(const Telling&) = delete;
   Telling& operator=(const Telling&) = delete;
 
+  /// Each line, before it is drawn.
+  void look(const DetectionLine& line) { hints_.look(line); }
+
   /// After each render, with its result and its frame.
   void look(const FrameRenderer::Result& result, const Frame& frame);
 
   uint64_t framesChanged() const { return framesChanged_; }
   uint64_t pixelsChanged() const { return pixelsChanged_; }
   const std::optional<DetectionTally>& tally() const { return tally_; }
+  const DetectionHints& hints() const { return hints_; }
 
  private:
   uint64_t changedPixels(const Frame& frame);
@@ -43,6 +48,7 @@ class Telling {
   int tileRows_;
   std::vector<bool> tiles_;  ///< row by row: whether a box touches the tile
   std::optional<DetectionTally> tally_;
+  DetectionHints hints_;
   uint64_t framesChanged_ = 0;
   uint64_t pixelsChanged_ = 0;
 };

@@ -52,6 +52,9 @@ bool readJob(const RenderStages& stages, FrameJob& job) {
 bool drawJob(const RenderStages& stages, FrameJob& job, RenderTimes& times) {
   // On a request to stop, frames that are drawn are still written; frames that wait here are dropped.
   if (Interrupt::requested()) return false;
+  if (stages.telling) {
+    for (const DetectionLine& line : job.lines) stages.telling->look(line);
+  }
   stages.inputs.advance(job.number, std::move(job.lines));
   const FrameRenderer::Result result = stages.renderer.render(job.number, job.frame, stages.inputs);
   times.add(result.renderMs);
@@ -120,6 +123,14 @@ void warn(const std::string& text) {
   std::cerr << "segmask: warning: " + oneLine(text) + "\n" << std::flush;
 }
 
+/// Warnings of what was hardly meant so, at the end of a run.
+void warnOfHints(const Telling& telling, const RenderSummary& summary, const std::string& file) {
+  for (const std::string& hint : telling.hints().warnings(file)) warn(hint);
+  if (telling.framesChanged() > 0 || summary.detections == 0) return;
+  warn(
+      "nothing is visible: no pixel of any frame has changed, though there are detections (see the summary)");
+}
+
 /// True when there are lines past the end of the video.
 bool warnOfRest(const FrameReader& reader, DetectionStream& detections, uint64_t frames) {
   if (!reader.warning().empty()) warn(reader.warning());
@@ -159,6 +170,7 @@ int finish(const RenderStages& stages, const RenderOptions& options, const std::
   stages.writer.commit();
   if (stages.sheet) stages.sheet->commit();
   if (stages.summaryFile) stages.summaryFile->commit();
+  if (stages.telling) warnOfHints(*stages.telling, summary, options.detections);
   std::cout << summaryText(summary, files) << std::flush;
   if (!Interrupt::requested())
     return options.strict && (hasRest || dropsAny(summary)) ? kExitDropped : kExitDone;

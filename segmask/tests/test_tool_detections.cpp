@@ -229,6 +229,19 @@ TEST_F(ToolDetections, StrictEndsWithAnotherCodeWhenAnythingWasDroppedAfterWriti
       << "lines past the end of the video are dropped too";
 }
 
+TEST_F(ToolDetections, WhatWasHardlyMeantSoIsWarnedOfOnce) {
+  const std::string fractions = line(1, detection(R"("x": 0.1, "y": 0.1, "w": 0.5, "h": 0.5)", "1", kMask));
+  const std::string prefix = "segmask: warning: " + folder_.path("d.jsonl") + ":1: ";
+  const ToolResult result = render(fractions + fractions);
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_EQ(result.err, prefix + "the first frame number is 1 and none is 0; frames count from 0\n" + prefix +
+                            "detections[0]: all boxes are within 0 to 1; they have to be in pixels of the "
+                            "frame, not in fractions of it (2 times)\n"
+                            "segmask: warning: nothing is visible: no pixel of any frame has changed, though "
+                            "there are detections (see the summary)\n");
+  EXPECT_EQ(render(fractions, {"--no-explain"}).err, "");
+}
+
 TEST_F(ToolDetections, LinesPastTheEndAreMentionedOnce) {
   const ToolResult result = render(fullMaskLine(7, "p") + fullMaskLine(8, "p") + fullMaskLine(9, "p"));
   EXPECT_EQ(result.exitCode, 0);

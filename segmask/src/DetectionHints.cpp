@@ -18,13 +18,14 @@ struct OtherName {
   const char* other;
 };
 
-constexpr OtherName kLineNames[] = {
-    {"detections", "dets"}, {"detections", "detection"}, {"detections", "objects"}, {"detections", "predictions"}};
+constexpr OtherName kLineNames[] = {{"detections", "dets"},
+                                    {"detections", "detection"},
+                                    {"detections", "objects"},
+                                    {"detections", "predictions"}};
 constexpr OtherName kDetectionNames[] = {
-    {"class_id", "class"},        {"class_id", "label"},   {"class_id", "category_id"},
-    {"class_info", "segmentation"}, {"class_info", "seg"}, {"class_info", "rle"},
-    {"score", "confidence"},      {"score", "conf"},       {"x", "bbox"},
-    {"x", "box"}};
+    {"class_id", "class"}, {"class_id", "label"}, {"class_id", "category_id"}, {"class_info", "segmentation"},
+    {"class_info", "seg"}, {"class_info", "rle"}, {"score", "confidence"},     {"score", "conf"},
+    {"x", "bbox"},         {"x", "box"}};
 
 struct NumberBox {
   double x, y, w, h;
@@ -134,7 +135,8 @@ void DetectionHints::look(const DetectionLine& line) {
 void DetectionHints::lookAtNames(const SwJsonObject& object, const Place& place) {
   for (const OtherName& name : kDetectionNames) {
     if (object.contains(name.name) || !object.contains(name.other)) continue;
-    add(otherName_, place, std::string("\"") + name.other + "\" is not read; the name is \"" + name.name + "\"");
+    add(otherName_, place,
+        std::string("\"") + name.other + "\" is not read; the name is \"" + name.name + "\"");
     return;
   }
 }
@@ -162,7 +164,8 @@ void DetectionHints::lookAtMask(const SwJsonObject& object, const Place& place) 
   int height = 0;
   const std::optional<NumberBox> box = boxOf(object);
   if (!mask.isString() || !box || box->w < 1 || box->h < 1 || isAroundFrame(*box, frame_)) return;
-  if (std::sscanf(mask.text().c_str(), "SEG1|%9d|%9d|", &width, &height) != 2 || width < 1 || height < 1) return;
+  if (std::sscanf(mask.text().c_str(), "SEG1|%9d|%9d|", &width, &height) != 2 || width < 1 || height < 1)
+    return;
   const double ofMask = static_cast<double>(width) / height;
   const double ofFrame = static_cast<double>(frame_.width) / frame_.height;
   if (isNear(ofMask, box->w / box->h, 0.02) && !isNear(ofMask, ofFrame, 0.1)) add(boxMask_, place, {});
@@ -183,7 +186,8 @@ std::vector<std::string> DetectionHints::warnings(const std::string& file) const
     if (note->count > 0) say(*note, note->what);
   }
   if (boxes_ > 0 && fractions_.count == boxes_) {
-    say(fractions_, "all boxes are within 0 to 1; they have to be in pixels of the frame, not in fractions of it");
+    say(fractions_,
+        "all boxes are within 0 to 1; they have to be in pixels of the frame, not in fractions of it");
   } else if (beyond_.count > boxes_ / 2) {
     say(beyond_, "more than half of the boxes lie outside the " + size +
                      " frame or end far outside; were they made for frames of another size?");

@@ -23,6 +23,7 @@
 #include "src/StderrGuard.h"
 #include "src/Telling.h"
 #include "src/commands.h"
+#include "src/config_hints.h"
 #include "src/payloads.h"
 #include "video/FrameReader.h"
 #include "video/FrameWriter.h"
@@ -40,6 +41,7 @@ struct RenderStages {
   ProducerInputs& inputs;
   Telling* telling;           ///< may be null
   StagedOutput* summaryFile;  ///< may be null
+  IRenderPlugin& plugin;
 };
 
 bool readJob(const RenderStages& stages, FrameJob& job) {
@@ -124,8 +126,12 @@ void warn(const std::string& text) {
 }
 
 /// Warnings of what was hardly meant so, at the end of a run.
-void warnOfHints(const Telling& telling, const RenderSummary& summary, const std::string& file) {
-  for (const std::string& hint : telling.hints().warnings(file)) warn(hint);
+void warnOfHints(const Telling& telling, const RenderSummary& summary, const RenderOptions& options,
+                 const std::string& schema) {
+  if (options.config) {
+    for (const std::string& hint : configWarnings(*options.config, schema)) warn(hint);
+  }
+  for (const std::string& hint : telling.hints().warnings(options.detections)) warn(hint);
   if (telling.framesChanged() > 0 || summary.detections == 0) return;
   warn(
       "nothing is visible: no pixel of any frame has changed, though there are detections (see the summary)");
@@ -170,7 +176,7 @@ int finish(const RenderStages& stages, const RenderOptions& options, const std::
   stages.writer.commit();
   if (stages.sheet) stages.sheet->commit();
   if (stages.summaryFile) stages.summaryFile->commit();
-  if (stages.telling) warnOfHints(*stages.telling, summary, options.detections);
+  if (stages.telling) warnOfHints(*stages.telling, summary, options, stages.plugin.getConfigList());
   std::cout << summaryText(summary, files) << std::flush;
   if (!Interrupt::requested())
     return options.strict && (hasRest || dropsAny(summary)) ? kExitDropped : kExitDone;
@@ -232,8 +238,9 @@ int render(const RenderOptions& options) {
   if (options.contactSheet) sheet = std::make_unique<ContactSheet>(*options.contactSheet, reader.format());
   std::unique_ptr<StagedOutput> summaryFile;
   if (options.summaryJson) summaryFile = std::make_unique<StagedOutput>(*options.summaryJson);
-  const RenderStages stages{reader,    *inputs->detections,           renderer,         *writer, sheet.get(),
-                            producers, telling ? &*telling : nullptr, summaryFile.get()};
+  const RenderStages stages{
+      reader,    *inputs->detections,           renderer,          *writer,      sheet.get(),
+      producers, telling ? &*telling : nullptr, summaryFile.get(), host.plugin()};
   return finish(stages, options, pluginPath, renderWithProgress(stages, options, interrupt));
 }
 

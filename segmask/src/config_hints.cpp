@@ -1,0 +1,98 @@
+#include "src/config_hints.h"
+
+#include <algorithm>
+#include <optional>
+
+#include "core/SwJsonDocument.h"
+#include "render_base/settings.h"
+
+namespace segmask {
+namespace {
+
+/// How many bytes have to be inserted, removed, changed, or swapped with their neighbour.
+std::size_t distance(const std::string& a, const std::string& b) {
+  std::vector<std::vector<std::size_t>> cost(a.size() + 1, std::vector<std::size_t>(b.size() + 1));
+  for (std::size_t i = 0; i <= a.size(); ++i) {
+    for (std::size_t j = 0; j <= b.size(); ++j) {
+      if (i == 0 || j == 0) {
+        cost[i][j] = i + j;
+        continue;
+      }
+      const std::size_t change = cost[i - 1][j - 1] + (a[i - 1] == b[j - 1] ? 0 : 1);
+      cost[i][j] = std::min({change, cost[i - 1][j] + 1, cost[i][j - 1] + 1});
+      if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1]) {
+        cost[i][j] = std::min(cost[i][j], cost[i - 2][j - 2] + 1);
+      }
+    }
+  }
+  return cost[a.size()][b.size()];
+}
+
+/// The key that was probably meant: at most a third of it is wrong. Empty when there is none.
+std::string nearestKey(const std::string& key, const SwJsonObject& properties) {
+  std::string nearest;
+  std::size_t least = key.size() / 3 + 1;
+  for (const auto& [name, rules] : properties) {
+    const std::size_t found = distance(key, name);
+    if (found >= least) continue;
+    least = found;
+    nearest = name;
+  }
+  return nearest;
+}
+
+std::optional<double> numberOf(const SwJsonValue& value) {
+  if (value.isInt()) return static_cast<double>(value.integer());
+  if (value.isDouble()) return value.number();
+  return std::nullopt;
+}
+
+bool hasType(const SwJsonValue& value, const std::string& type) {
+  if (type == "number") return value.isInt() || value.isDouble();
+  if (type == "integer") return value.isInt();
+  if (type == "boolean") return value.isBool();
+  if (type == "string") return value.isString();
+  return true;  // the other types of a schema are not checked
+}
+
+std::string numberText(const SwJsonValue& number) {
+  SwString text;
+  SwJsonDocument().generateJson(number, text, false, 0, {});
+  return text.str();
+}
+
+/// What is wrong with the value by its property's rules; empty when nothing is.
+std::string faultOf(const SwJsonValue& value, const SwJsonObject& rules) {
+  const std::string type = rules["type"].text();
+  if (!hasType(value, type)) return "has to be of type " + type;
+  const std::optional<double> number = numberOf(value);
+  const std::optional<double> minimum = numberOf(rules["minimum"]);
+  const std::optional<double> maximum = numberOf(rules["maximum"]);
+  if (number && minimum && *number < *minimum) return "is below its minimum, " + numberText(rules["minimum"]);
+  if (number && maximum && *number > *maximum) return "is above its maximum, " + numberText(rules["maximum"]);
+  return {};
+}
+
+}  // namespace
+
+std::vector<std::string> configWarnings(const std::string& config, const std::string& schema) {
+  const std::optional<SwJsonObject> given = render_base::parseConfiguration(config);
+  const std::optional<SwJsonObject> document = render_base::parseConfiguration(schema);
+  const SwJsonObject* const properties = document ? (*document)["properties"].object() : nullptr;
+  std::vector<std::string> warnings;
+  if (!given || !properties) return warnings;
+  for (const auto& [key, value] : *given) {
+    const SwJsonValue* const rules = properties->find(key);
+    if (!rules) {
+      const std::string nearest = nearestKey(key, *properties);
+      warnings.push_back("--config: the plug-in has no \"" + key + "\"" +
+                         (nearest.empty() ? "" : "; did you mean \"" + nearest + "\"?"));
+    } else if (rules->object()) {
+      const std::string fault = faultOf(value, *rules->object());
+      if (!fault.empty()) warnings.push_back("--config: \"" + key + "\" " + fault);
+    }
+  }
+  return warnings;
+}
+
+}  // namespace segmask

@@ -9,6 +9,7 @@
 #include "host/ProducerInputs.h"
 #include "host/verdict_words.h"
 #include "src/commands.h"
+#include "src/detection_file_check.h"
 #include "src/payloads.h"
 #include "video/FrameReader.h"
 
@@ -107,6 +108,7 @@ class Explanation {
 
 int explain(const ExplainOptions& options) {
   if (options.config) checkConfig(*options.config);
+  refuseOtherFiles(options.detections);
   Explanation explanation(options);
   registerPayloads(false);
   explanation.print();

@@ -24,6 +24,7 @@
 #include "src/Telling.h"
 #include "src/commands.h"
 #include "src/config_hints.h"
+#include "src/detection_file_check.h"
 #include "src/payloads.h"
 #include "video/FrameReader.h"
 #include "video/FrameWriter.h"
@@ -201,6 +202,7 @@ struct Inputs {
 /// open, and a failure after that request is not an error.
 std::optional<Inputs> openInputs(const RenderOptions& options) {
   try {
+    refuseOtherFiles(options.detections);
     Inputs inputs{openFrameReader(options.input, options.size), nullptr};
     const VideoFormat& format = inputs.reader->format();
     inputs.detections = std::make_unique<DetectionStream>(

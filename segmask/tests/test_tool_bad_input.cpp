@@ -141,6 +141,21 @@ TEST_F(ToolBadInput, DetectionLines) {
                 path("none.jsonl") + ": No such file or directory");
 }
 
+TEST_F(ToolBadInput, DetectionsThatAreNoLinesAreCalledByTheirName) {
+  const std::string line = "{\"frame\": 0, \"producer\": \"p\"}";
+  const std::string file = path("bad.jsonl");
+  expectDetectionsRefused(
+      "[" + line + "]\n",
+      " is a JSON array; each element has to be a line of its own: jq -c '.[]' " + file + " > lines.jsonl\n");
+  expectDetectionsRefused(
+      " \n{ \n  \"frame\": 0,\n  \"producer\": \"p\"\n}\n",
+      " is JSON over several lines; each object has to be one line: jq -c . " + file + " > lines.jsonl\n");
+  expectDetectionsRefused(R"({"info": {}, "images": [], "annotations": []})",
+                          " is a COCO file; wanted are lines {");
+  expectDetectionsRefused(R"([{"image_id": 1, "category_id": 2, "bbox": [1, 2, 3, 4]}])",
+                          " is a COCO file; ");
+}
+
 TEST_F(ToolBadInput, BytesThatWouldBreakTheLineAreMadeVisible) {
   const std::string file = folder_.write("bad.jsonl", "{\"a\": \x1b[2J\r}\n");
   const ToolResult result = render(

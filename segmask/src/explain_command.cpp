@@ -26,7 +26,7 @@ class Explanation {
   explicit Explanation(const ExplainOptions& options)
       : options_(options),
         size_(sizeOf(options.size)),
-        stream_(options.detections),
+        stream_(options.detections, size_),
         judge_(decisionSettings(options.config)) {}
 
   /// All lines, or those of one frame, to standard output.

@@ -2,9 +2,9 @@
 
 #include <vector>
 
-#include "src/NearestMapCache.h"
+#include "mask/NearestMapCache.h"
 
-namespace seg_mask_overlay {
+namespace seg_mask {
 namespace {
 
 // A map that is still there lies where it lay.
@@ -48,4 +48,4 @@ TEST_F(MapCache, LetsTheOneGoThatWasUsedLongestAgo) {
 }
 
 }  // namespace
-}  // namespace seg_mask_overlay
+}  // namespace seg_mask

@@ -58,7 +58,7 @@ DrawnPixels DrawnPixelCounter::count(const OverlayItem& item, render_base::Frame
   const std::vector<int>& columns = columns_.get(item.mask.width, frame.width).maskPixels();
   const std::vector<int>& rows = rows_.get(item.mask.height, frame.height).maskPixels();
   const int* const shownColumns = columns.data() + rect->x0;
-  const auto width = static_cast<std::size_t>(rect->x1 - rect->x0 + 1);
+  const auto width = static_cast<std::size_t>(rect->x1 - rect->x0) + 1;
   std::size_t count = 0;
   std::size_t inRow = 0;
   int previous = -1;

@@ -51,8 +51,8 @@ std::optional<DetectionLine> DetectionStream::readLine() {
     }
     if (isBlank(text_)) continue;
     DetectionLine line = parse(text_);
-    if (line.frame < lastFrame_) {
-      refuse("frame " + std::to_string(line.frame) + " comes after frame " + std::to_string(lastFrame_) +
+    if (lastFrame_ && line.frame < *lastFrame_) {
+      refuse("frame " + std::to_string(line.frame) + " comes after frame " + std::to_string(*lastFrame_) +
              "; lines must be in frame order");
     }
     lastFrame_ = line.frame;

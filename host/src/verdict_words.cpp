@@ -48,10 +48,10 @@ std::string fieldText(MaskTextFault::Field field) {
 }
 
 std::string noMaskText(const std::string& text) {
-  if (text.empty()) return "\"class_info\" is empty; it has to hold a mask text, \"SEG1|...\"";
+  if (text.empty()) return R"("class_info" is empty; it has to hold a mask text, "SEG1|...")";
   // What a missing member reads as.
-  if (text == "null") return "there is no \"class_info\"; it has to hold a mask text, \"SEG1|...\"";
-  return "\"class_info\" is no mask text: it does not begin with \"SEG1|\"";
+  if (text == "null") return R"(there is no "class_info"; it has to hold a mask text, "SEG1|...")";
+  return R"("class_info" is no mask text: it does not begin with "SEG1|")";
 }
 
 std::string faultText(const MaskTextFault& fault, const std::string& text) {

@@ -70,6 +70,17 @@ TEST_F(DetectionStreamTest, PassesOverBlankLinesAndAByteOrderMarkAndCountsThem) 
   EXPECT_EQ(stream.rest()->lineNumber, 4U);
 }
 
+TEST_F(DetectionStreamTest, TellsWhetherTheFileHeldNoLine) {
+  DetectionStream blank = open("\n \r\n");
+  EXPECT_FALSE(blank.heldNoLine()) << "not read yet";
+  EXPECT_TRUE(blank.take(0).empty());
+  EXPECT_TRUE(blank.heldNoLine());
+  DetectionStream one = open(line(0, "p"));
+  EXPECT_EQ(one.take(0).size(), 1U);
+  EXPECT_FALSE(one.rest());
+  EXPECT_FALSE(one.heldNoLine());
+}
+
 TEST_F(DetectionStreamTest, DropsLinesOfFramesThatWereNotAskedForAndTellsTheFirstThatIsLeft) {
   DetectionStream stream = open(line(0, "p") + line(1, "p") + line(2, "q") + line(5, "p") + line(6, "p"));
   const std::vector<DetectionLine> lines = stream.take(2);

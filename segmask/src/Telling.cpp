@@ -55,7 +55,7 @@ void Telling::markBoxes() {
         {detection.x, detection.y, detection.w, detection.h}, {layout_.width, layout_.height});
     if (!rect) continue;
     for (int row = rect->y0 / kTileHeight; row <= rect->y1 / kTileHeight; ++row) {
-      const auto first = tiles_.begin() + row * tileColumns_;
+      const auto first = tiles_.begin() + std::ptrdiff_t{row} * tileColumns_;
       std::fill(first + rect->x0 / kTileWidth, first + rect->x1 / kTileWidth + 1, true);
     }
   }

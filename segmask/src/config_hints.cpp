@@ -85,11 +85,11 @@ std::vector<std::string> configWarnings(const std::string& config, const std::st
     const SwJsonValue* const rules = properties->find(key);
     if (!rules) {
       const std::string nearest = nearestKey(key, *properties);
-      warnings.push_back("--config: the plug-in has no \"" + key + "\"" +
-                         (nearest.empty() ? "" : "; did you mean \"" + nearest + "\"?"));
+      std::string& warning = warnings.emplace_back("--config: the plug-in has no \"" + key + "\"");
+      if (!nearest.empty()) warning.append("; did you mean \"").append(nearest).append("\"?");
     } else if (rules->object()) {
       const std::string fault = faultOf(value, *rules->object());
-      if (!fault.empty()) warnings.push_back("--config: \"" + key + "\" " + fault);
+      if (!fault.empty()) warnings.emplace_back("--config: \"").append(key).append("\" ").append(fault);
     }
   }
   return warnings;

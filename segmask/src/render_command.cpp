@@ -143,6 +143,7 @@ bool warnOfRest(const FrameReader& reader, DetectionStream& detections, uint64_t
   if (!reader.warning().empty()) warn(reader.warning());
   if (Interrupt::requested()) return false;
   const std::optional<DetectionLine>& rest = detections.rest();
+  if (detections.heldNoLine()) warn(detections.path() + ": holds no line, so there was nothing to draw");
   if (!rest) return false;
   warn(detections.path() + ":" + std::to_string(rest->lineNumber) + ": frame " + std::to_string(rest->frame) +
        " is past the end of the video, which has " + std::to_string(frames) +

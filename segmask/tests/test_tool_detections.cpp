@@ -242,6 +242,12 @@ TEST_F(ToolDetections, WhatWasHardlyMeantSoIsWarnedOfOnce) {
   EXPECT_EQ(render(fractions, {"--no-explain"}).err, "");
 }
 
+TEST_F(ToolDetections, AFileWithoutALineIsWarnedOf) {
+  EXPECT_EQ(render("\n").err, "segmask: warning: " + folder_.path("d.jsonl") +
+                                  ": holds no line, so there was nothing to draw\n");
+  EXPECT_EQ(render(kNothingFoundLine).err, "");
+}
+
 TEST_F(ToolDetections, AMisspeltKeyOfTheConfigurationIsNamed) {
   folder_.write("in.nv12", flatFrames(kWidth, kHeight, 1));
   const ToolResult result = runTool({"render", "--input", folder_.path("in.nv12"), "--size", "32x16",

@@ -30,7 +30,8 @@ class ToolOutputs : public ::testing::Test {
 
   /// Writes raw frames of this size as in.nv12 and renders them, by default with nothing to draw.
   std::string renderRaw(int width, int height, const std::string& frames, const std::string& output,
-                        const std::string& detections = "", const std::string& warnings = "") const {
+                        const std::string& detections = kNothingFoundLine,
+                        const std::string& warnings = "") const {
     const std::string size = std::to_string(width) + "x" + std::to_string(height);
     return render({"--input", folder_.write("in.nv12", frames), "--size", size, "--detections",
                    folder_.write("d.jsonl", detections), "--output", path(output)},
@@ -139,7 +140,7 @@ TEST_F(ToolOutputs, PngSequencesAreNumberedByFrame) {
 
 TEST_F(ToolOutputs, ContactSheetsHoldTwoByTwoFrames) {
   const std::string input = folder_.write("in.nv12", flatFrames(63, 47, kFrames));
-  const std::string detections = folder_.write("d.jsonl", "");
+  const std::string detections = folder_.write("d.jsonl", kNothingFoundLine);
   const std::string summary = render({"--input", input, "--size", "63x47", "--detections", detections,
                                       "--output", path("out.y4m"), "--contact-sheet", path("sheet.png")});
   EXPECT_NE(summary.find("contact sheet " + path("sheet.png") + "\n"), std::string::npos);
@@ -174,8 +175,9 @@ TEST_F(ToolOutputs, ContactSheetsPreferFramesThatWereDrawnOn) {
 
 TEST_F(ToolOutputs, LargeFramesAreScaledOnTheContactSheet) {
   const std::string input = folder_.write("in.nv12", flatFrames(1920, 1080, 1));
-  render({"--input", input, "--size", "1920x1080", "--detections", folder_.write("d.jsonl", ""), "--output",
-          path("out.nv12"), "--contact-sheet", path("sheet.png")});
+  render({"--input", input, "--size", "1920x1080", "--detections",
+          folder_.write("d.jsonl", kNothingFoundLine), "--output", path("out.nv12"), "--contact-sheet",
+          path("sheet.png")});
   const std::unique_ptr<FrameReader> reader = read("sheet.png");
   EXPECT_EQ(reader->format().width, 1920);
   EXPECT_EQ(reader->format().height, 1080);

@@ -51,6 +51,9 @@ class DetectionStream {
   /// The next line, which is for a frame after those taken; empty at the end of the file.
   const std::optional<DetectionLine>& rest();
 
+  /// True once the whole file is read and there was no line in it.
+  bool heldNoLine() const { return atEnd_ && !lastFrame_; }
+
   const std::string& path() const { return reader_.path(); }
 
  private:
@@ -72,7 +75,7 @@ class DetectionStream {
   std::string text_;
   std::optional<DetectionLine> ahead_;
   bool atEnd_ = false;
-  uint64_t lastFrame_ = 0;
+  std::optional<uint64_t> lastFrame_;
 };
 
 }  // namespace segmask

@@ -14,5 +14,8 @@ std::string flatFrames(int width, int height, int count);
 /// Bytes of one packed frame.
 std::size_t frameBytes(int width, int height);
 
+/// A line of detections that says that nothing was found.
+inline const std::string kNothingFoundLine = "{\"frame\":0,\"producer\":\"p\"}\n";
+
 /// One line of detections for one producer: one detection of class 0 whose mask covers the whole frame.
 std::string fullMaskLine(int frame, const std::string& producer);

@@ -18,10 +18,12 @@ std::vector<std::string> ElfFile::runPath() const {
   std::vector<std::string> folders;
   for (const std::string& path : dynamicTexts(DT_RUNPATH)) {
     std::size_t begin = 0;
-    for (std::size_t end = 0; end != std::string::npos; begin = end + 1) {
-      end = path.find(':', begin);
+    std::size_t end = path.find(':');
+    for (; end != std::string::npos; end = path.find(':', begin)) {
       folders.push_back(path.substr(begin, end - begin));
+      begin = end + 1;
     }
+    folders.push_back(path.substr(begin));
   }
   return folders;
 }

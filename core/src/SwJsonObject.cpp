@@ -1,11 +1,36 @@
 #include "core/SwJsonObject.h"
 
+#include <stdexcept>
 #include <tuple>
 #include <utility>
+
+namespace {
+
+const SwJsonValue& valueOrNull(const SwJsonValue* member) {
+  // Never destroyed, because an object may be read while the process is already taking its statics down.
+  static const SwJsonValue& null = *new SwJsonValue();
+  return member ? *member : null;
+}
+
+SwJsonValue takenOrNull(SwJsonValue* member) noexcept {
+  return member ? std::move(*member) : SwJsonValue();
+}
+
+SwJsonValue copyOr(const SwJsonValue& defaultValue, const SwJsonValue* member) {
+  return member ? *member : defaultValue;
+}
+
+}  // namespace
 
 SwJsonObject::SwJsonObject(const SwJsonObject& other)
     : store_(other.empty() ? nullptr : SwJsonMemberStore::create(other.size())),
       members_(other.members_, Members::allocator_type(store_.get())) {}
+
+SwJsonObject::SwJsonObject(std::initializer_list<InitialMember> members) {
+  for (const InitialMember& member : members) {
+    findOrAdd(std::move(member.key), members.size()) = std::move(member.value);
+  }
+}
 
 template <typename Key>
 SwJsonValue& SwJsonObject::findOrAdd(Key&& key, std::size_t expected) {
@@ -36,21 +61,33 @@ bool SwJsonObject::erase(std::string_view key) noexcept {
   return true;
 }
 
+SwJsonValue SwJsonObject::value(const std::string& key, const SwJsonValue& defaultValue) const {
+  return copyOr(defaultValue, find(key));
+}
+
 SwJsonValue SwJsonObject::value(const char* key, const SwJsonValue& defaultValue) const {
-  const SwJsonValue* member = find(key);
-  return member ? *member : defaultValue;
+  return copyOr(defaultValue, find(key));
+}
+
+const SwJsonValue& SwJsonObject::operator[](const std::string& key) const& {
+  return valueOrNull(find(key));
 }
 
 const SwJsonValue& SwJsonObject::operator[](const char* key) const& {
-  // Never destroyed, because an object may be read while the process is already taking its statics down.
-  static const SwJsonValue& null = *new SwJsonValue();
-  const SwJsonValue* member = find(key);
-  return member ? *member : null;
+  return valueOrNull(find(key));
+}
+
+SwJsonValue SwJsonObject::operator[](const std::string& key) && {
+  return takenOrNull(find(key));
 }
 
 SwJsonValue SwJsonObject::operator[](const char* key) && {
-  SwJsonValue* member = find(key);
-  return member ? std::move(*member) : SwJsonValue();
+  return takenOrNull(find(key));
+}
+
+const SwJsonValue& SwJsonObject::require(std::string_view key) const {
+  if (const SwJsonValue* member = lookUp(key)) return *member;
+  throw std::out_of_range("SwJsonObject::at: there is no member '" + std::string(key) + "'");
 }
 
 const SwJsonValue* SwJsonObject::lookUp(std::string_view key) const noexcept {

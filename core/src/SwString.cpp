@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdint>
 #include <limits>
+#include <ostream>
+#include <stdexcept>
 #include <string_view>
 
 #include "core/diagnostics.h"
@@ -49,6 +51,16 @@ bool readInteger(const std::string& text, int64_t& out) {
 }
 
 }  // namespace
+
+char SwString::at(std::size_t position) const {
+  if (position < text_.size()) return text_[position];
+  throw std::out_of_range("SwString::at: position " + std::to_string(position) + " is not below the size " +
+                          std::to_string(text_.size()));
+}
+
+std::ostream& operator<<(std::ostream& out, const SwString& text) {
+  return out << text.text_;
+}
 
 SwString& SwString::append(const SwString& other) {
   text_.append(other.text_);

@@ -165,6 +165,29 @@ TEST(SwAny, AnUnregisteredTypeKeepsItsNameAndOwnsNothing) {
   EXPECT_TRUE(any.isEmpty());  // NOLINT(bugprone-use-after-move): the state it promises
 }
 
+TEST(SwAny, IsEmptyUnderBothNames) {
+  EXPECT_TRUE(SwAny().empty());
+  EXPECT_FALSE(SwAny(0).empty());
+  EXPECT_FALSE(SwAny(0).isEmpty());
+}
+
+template <typename T>
+class SwAnyNumber : public testing::Test {};
+using NumbersWithoutAKind =
+    testing::Types<char, signed char, unsigned char, short, unsigned short, long long, unsigned long long>;
+TYPED_TEST_SUITE(SwAnyNumber, NumbersWithoutAKind, );
+
+TYPED_TEST(SwAnyNumber, IsLostUnlessItIsConvertedToAnInlineKindFirst) {
+  const TypeParam number = 7;
+  static_assert(!std::is_constructible_v<SwAny, TypeParam>, "only from() takes it");
+  const SwAny lost = SwAny::from(number);
+  EXPECT_EQ(lost.typeName(), typeid(TypeParam).name());
+  EXPECT_EQ(lost.data(), nullptr);
+  EXPECT_EQ(lost.toString(6), "");
+  expectRuntimeError([&] { lost.get<TypeParam>(); }, "Null storage in SwAny::get");
+  EXPECT_EQ(SwAny(static_cast<long>(number)).toString(6), "7");
+}
+
 TEST(SwAny, WrapsACopyOfAnObjectGivenByAddress) {
   SwString text("text");
   const SwAny any = SwAny::fromVoidPtr(SwAny::typeNameOf<SwString>(), &text);

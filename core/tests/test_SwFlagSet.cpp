@@ -8,7 +8,9 @@
 TEST(SwFlagSet, SetsAndResetsSingleFlags) {
   SwFlagSet<EntryType> types;
   EXPECT_TRUE(types.isEmpty());
+  EXPECT_TRUE(types.empty());
   types.set(EntryType::File);
+  EXPECT_FALSE(types.empty());
   types.set(EntryType::Hidden);
   EXPECT_TRUE(types.contains(EntryType::File));
   EXPECT_FALSE(types.contains(EntryType::Directory));

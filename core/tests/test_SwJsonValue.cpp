@@ -272,3 +272,21 @@ TEST(SwJsonValue, TextIsMovedOutOfTemporariesAndOfSwStrings) {
   EXPECT_EQ(text, "a text that needs memory");
   EXPECT_EQ(std::move(value).text().data(), bytes) << "moved, not copied";
 }
+
+/// Lists of elements and members belong to the containers: braces around one thing are that thing, as before
+/// the containers had lists.
+TEST(SwJsonValue, BracesAreNoContainer) {
+  EXPECT_EQ(SwJsonValue{1}.kind(), SwJsonValue::Kind::Int);
+  EXPECT_EQ(SwJsonValue{"text"}.kind(), SwJsonValue::Kind::String);
+  EXPECT_EQ(SwJsonValue{}.kind(), SwJsonValue::Kind::Null);
+  const SwJsonValue value(SwJsonArray{1});
+  EXPECT_EQ(SwJsonValue{value}, value) << "a copy, no array around it";
+  EXPECT_EQ((SwJsonValue{SwJsonArray{1, 2}}), SwJsonValue(SwJsonArray{1, 2}));
+  EXPECT_EQ((SwJsonValue{{'a', 'b'}}).text(), "ab") << "a std::string of two characters";
+  SwJsonObject object;
+  object.insert("k", {});
+  EXPECT_TRUE(object["k"].isNull());
+  SwJsonArray array;
+  array.append({});
+  EXPECT_TRUE(array[0].isNull());
+}

@@ -8,7 +8,9 @@
 TEST(SwList, AppendsAndReads) {
   SwList<std::string> list;
   EXPECT_TRUE(list.isEmpty());
+  EXPECT_TRUE(list.empty());
   list.append("a");
+  EXPECT_FALSE(list.empty());
   list.append("b");
   EXPECT_EQ(list.size(), 2U);
   EXPECT_EQ(list.at(1), "b");

@@ -1,7 +1,11 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <iomanip>
 #include <limits>
+#include <sstream>
+#include <stdexcept>
+#include <unordered_set>
 #include <utility>
 
 #include "core/SwString.h"
@@ -58,6 +62,53 @@ TEST(SwString, ConcatenationKeepsNulBytes) {
   string += 'z';
   string.append(2, '!').append("abc", 1);
   EXPECT_EQ(string, "xyz!!a");
+}
+
+TEST(SwString, ACharIsAddedAtEitherEndAndNoOtherNumberIsTakenForOne) {
+  const SwString string("b");
+  EXPECT_EQ(string + 'c', "bc");
+  EXPECT_EQ('a' + string, "ab");
+  EXPECT_EQ(("x" + string + '\0' + "y").str(), "xb" + kNul + "y");
+  // A null pointer still counts as the empty string, and so does the literal 0.
+  EXPECT_EQ(string + nullptr, "b");
+  EXPECT_EQ(string + 0, "b");  // NOLINT(modernize-use-nullptr): the literal is what is meant
+}
+
+TEST(SwString, AtIsTheByteAndThrowsPastTheEnd) {
+  const SwString string("abc");
+  EXPECT_EQ(string.at(2), 'c');
+  for (const auto& [position, message] :
+       {std::pair<std::size_t, std::string>{3, "SwString::at: position 3 is not below the size 3"},
+        {std::string::npos, "SwString::at: position 18446744073709551615 is not below the size 3"}}) {
+    try {
+      string.at(position);
+      FAIL() << position;
+    } catch (const std::out_of_range& error) {
+      EXPECT_EQ(error.what(), message);
+    }
+  }
+  EXPECT_THROW(SwString().at(0), std::out_of_range);
+}
+
+TEST(SwString, IsEmptyUnderBothNames) {
+  EXPECT_TRUE(SwString().isEmpty());
+  EXPECT_TRUE(SwString().empty());
+  EXPECT_FALSE(SwString(kNul).isEmpty());
+}
+
+TEST(SwString, IsWrittenToAStreamWithAllBytesInTheStreamsWidth) {
+  std::ostringstream out;
+  out << SwString("a" + kNul + "b") << '|' << std::setw(4) << std::setfill('.') << SwString("x") << '|'
+      << SwString();
+  EXPECT_EQ(out.str(), "a" + kNul + "b|...x|");
+}
+
+TEST(SwString, HashesAsTheStandardStringWithTheSameBytes) {
+  const std::string bytes = "a" + kNul + "b";
+  EXPECT_EQ(std::hash<SwString>()(bytes), std::hash<std::string>()(bytes));
+  const std::unordered_set<SwString> set{"a", bytes, "a"};
+  EXPECT_EQ(set.size(), 2U);
+  EXPECT_EQ(set.count(bytes), 1U);
 }
 
 TEST(SwString, OrderComparesBytesAsUnsigned) {

@@ -397,3 +397,11 @@ TEST(OutOfMemory, PayloadsGiveTheWholeObjectOrNone) {
     expectMakes<SwJsonObject>(object, [&payload] { return render_payload::anyToJsonObject(SwAny(payload)); });
   }
 }
+
+TEST(OutOfMemory, ListsOfElementsAndMembersAreMadeWholeOrNotAtAll) {
+  const std::string text = "a text that needs memory";
+  const SwJsonObject expected = objectWith(text, SwJsonArray{text, objectWith(text, text)});
+  expectMakes<SwJsonObject>(expected, [&] {
+    return SwJsonObject{{text, SwJsonArray{text, SwJsonObject{{text, text}}}}};
+  });
+}

@@ -37,7 +37,7 @@ SwJsonObject read(const SwString& json) {
   SwJsonDocument document;
   SwString error;
   if (!document.loadFromJson(json, error)) {
-    std::cout << "refused: " << error.str() << '\n';
+    std::cout << "refused: " << error << '\n';
     return SwJsonObject();
   }
   return document.object();
@@ -62,10 +62,11 @@ int main() {
   std::cout << temperature.get<Temperature>().celsius * 2 << " is twice " << temperature.toString(6) << '\n';
 
   SwString secret = SwString("gate 7").encryptAES("a key of your own");
-  std::cout << "the secret is " << secret.decryptAES("a key of your own").str() << '\n';
+  std::cout << "the secret is " << secret.decryptAES("a key of your own") << '\n';
 
   station.insert("secret", secret);
+  station.insert("limits", SwJsonArray{-10, 45});
   SwString json;
   SwJsonDocument().generateJson(station, json, true, 0, "");
-  std::cout << json.str() << '\n';
+  std::cout << json << '\n';
 }

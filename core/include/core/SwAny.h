@@ -110,6 +110,10 @@ class SW_CORE_EXPORT SwAny {
   ~SwAny();
 
   /// Holds a copy of `value`, or `value` itself if it is an rvalue.
+  ///
+  /// Numbers of types that are no inline kinds (short, long long, char, int8_t, ...) are lost: nobody
+  /// registers them, so only the type's name is kept. Convert them first, to the inline kind that holds all
+  /// their values: `SwAny(static_cast<long>(value))`.
   template <typename T>
   static SwAny from(const T& value) {
     return make<std::decay_t<const T&>>(value);
@@ -136,6 +140,7 @@ class SW_CORE_EXPORT SwAny {
   const std::string& typeName() const& noexcept { return typeName_; }
   std::string typeName() && { return typeName_; }
   bool isEmpty() const noexcept { return typeName_.empty(); }
+  bool empty() const noexcept { return isEmpty(); }
 
   /// The held value, owned by this SwAny and valid until it changes or dies. Throws std::runtime_error: "Type
   /// mismatch in SwAny::get" if the held type is not exactly T, "Null storage in SwAny::get" if there is no

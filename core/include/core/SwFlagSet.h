@@ -18,6 +18,7 @@ class SwFlagSet {
   }
 
   bool isEmpty() const noexcept { return bits_ == 0; }
+  bool empty() const noexcept { return isEmpty(); }
   Bits bits() const noexcept { return bits_; }
 
   /// True if all bits of `flag` are in the set.

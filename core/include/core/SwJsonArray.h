@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstddef>
+#include <initializer_list>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -9,13 +11,33 @@
 
 /// The elements of a JSON array, in order.
 ///
-/// Copies are deep. Pointers, references and iterators to elements stay valid until the next append, reserve
-/// or assignment. What copies or grows throws std::bad_alloc. Threads: as for SwJsonValue.
+/// Copies are deep. Pointers, references and iterators to elements stay valid until the next append, reserve,
+/// remove, clear or assignment. What copies or grows throws std::bad_alloc. Threads: as for SwJsonValue.
 class SW_CORE_EXPORT SwJsonArray {
+  /// What a list of elements is made of: whatever a value can be made of, but no array, because
+  /// `SwJsonArray a{b}` copies the array b. The value is moved out of the list.
+  struct Element {
+    template <typename T, std::enable_if_t<std::is_convertible_v<T, SwJsonValue> &&
+                                               !std::is_base_of_v<SwJsonArray, std::remove_reference_t<T>>,
+                                           int> = 0>
+    Element(T&& initial) : value(std::forward<T>(initial)) {}
+
+    mutable SwJsonValue value;
+  };
+
  public:
+  using iterator = std::vector<SwJsonValue>::iterator;
   using const_iterator = std::vector<SwJsonValue>::const_iterator;
 
   SwJsonArray() = default;
+
+  /// `SwJsonArray{1, "two", nullptr}` has three elements. An element that is an array itself is written as a
+  /// value, `SwJsonArray{SwJsonValue(inner), 2}`; braces alone within the list do not make one.
+  SwJsonArray(std::initializer_list<Element> elements) {
+    elements_.reserve(elements.size());
+    for (const Element& element : elements) elements_.push_back(std::move(element.value));
+  }
+
   SwJsonArray(const SwJsonArray&) = default;
   SwJsonArray(SwJsonArray&&) noexcept = default;
 
@@ -26,6 +48,7 @@ class SW_CORE_EXPORT SwJsonArray {
   }
 
   bool empty() const noexcept { return elements_.empty(); }
+  bool isEmpty() const noexcept { return empty(); }
   std::size_t size() const noexcept { return elements_.size(); }
 
   /// Makes room for `count` elements altogether.
@@ -33,6 +56,20 @@ class SW_CORE_EXPORT SwJsonArray {
 
   /// Takes the value over as the last element.
   void append(SwJsonValue value) { elements_.push_back(std::move(value)); }
+
+  /// Takes the value over in place of the element there. Throws std::out_of_range if `index` is not below
+  /// size().
+  void set(std::size_t index, SwJsonValue value) { elements_.at(index) = std::move(value); }
+
+  /// Removes the element; those behind it move up. False if `index` is not below size().
+  bool remove(std::size_t index) noexcept {
+    if (index >= size()) return false;
+    elements_.erase(elements_.begin() + static_cast<std::ptrdiff_t>(index));
+    return true;
+  }
+
+  /// Removes all elements. Their room is kept for new ones.
+  void clear() noexcept { elements_.clear(); }
 
   /// The element; of a temporary array, its value, moved out. Throws std::out_of_range if
   /// `index` is not below size().
@@ -47,6 +84,8 @@ class SW_CORE_EXPORT SwJsonArray {
 
   const_iterator begin() const noexcept { return elements_.begin(); }
   const_iterator end() const noexcept { return elements_.end(); }
+  iterator begin() noexcept { return elements_.begin(); }
+  iterator end() noexcept { return elements_.end(); }
 
   friend bool operator==(const SwJsonArray& a, const SwJsonArray& b) { return a.elements_ == b.elements_; }
   friend bool operator!=(const SwJsonArray& a, const SwJsonArray& b) { return !(a == b); }

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <cstddef>
+#include <initializer_list>
 #include <map>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 
 #include "core/SwJsonMemberStore.h"
@@ -39,10 +41,26 @@ class SW_CORE_EXPORT SwJsonObject {
   using Member = std::pair<const std::string, SwJsonValue>;
   using Members = std::map<std::string, SwJsonValue, KeyOrder, SwJsonMemberAllocator<Member>>;
 
+  /// What a list of members is made of. A template takes no braces for the value, whose kind would be a
+  /// guess. Key and value are moved out of the list.
+  struct InitialMember {
+    template <typename T, std::enable_if_t<std::is_convertible_v<T, SwJsonValue>, int> = 0>
+    InitialMember(SwString name, T&& initial) : key(std::move(name).str()), value(std::forward<T>(initial)) {}
+
+    mutable std::string key;
+    mutable SwJsonValue value;
+  };
+
  public:
+  using iterator = Members::iterator;
   using const_iterator = Members::const_iterator;
 
   SwJsonObject() = default;
+
+  /// `SwJsonObject{{"a", 1}, {"b", SwJsonArray{2, 3}}}` has two members: as if they were inserted one after
+  /// the other, so of equal keys the last one counts.
+  SwJsonObject(std::initializer_list<InitialMember> members);
+
   SwJsonObject(const SwJsonObject& other);
   SwJsonObject(SwJsonObject&&) noexcept = default;
 
@@ -54,6 +72,7 @@ class SW_CORE_EXPORT SwJsonObject {
   }
 
   bool empty() const noexcept { return members_.empty(); }
+  bool isEmpty() const noexcept { return empty(); }
   std::size_t size() const noexcept { return members_.size(); }
   bool contains(const std::string& key) const noexcept { return lookUp(key) != nullptr; }
   bool contains(const char* key) const noexcept { return find(key) != nullptr; }
@@ -66,13 +85,28 @@ class SW_CORE_EXPORT SwJsonObject {
   bool remove(const std::string& key) noexcept { return erase(key); }
   bool remove(const char* key) noexcept { return erase(viewOf(key)); }
 
+  /// Removes all members. Their room is kept for new ones.
+  void clear() noexcept { members_.clear(); }
+
   /// A copy of the member's value, or of `defaultValue` if there is no such member.
+  SwJsonValue value(const std::string& key, const SwJsonValue& defaultValue) const;
   SwJsonValue value(const char* key, const SwJsonValue& defaultValue) const;
 
   /// The member's value, without a copy; if there is none, a Null that all objects share. Of a temporary
   /// object, the value itself, moved out, or a Null.
+  const SwJsonValue& operator[](const std::string& key) const&;
   const SwJsonValue& operator[](const char* key) const&;
+  SwJsonValue operator[](const std::string& key) &&;
   SwJsonValue operator[](const char* key) &&;
+
+  /// The member's value; of a temporary object, the value itself, moved out. Throws std::out_of_range,
+  /// "SwJsonObject::at: there is no member 'KEY'", if there is none.
+  const SwJsonValue& at(const std::string& key) const& { return require(key); }
+  const SwJsonValue& at(const char* key) const& { return require(viewOf(key)); }
+  SwJsonValue& at(const std::string& key) & { return require(key); }
+  SwJsonValue& at(const char* key) & { return require(viewOf(key)); }
+  SwJsonValue at(const std::string& key) && { return std::move(require(key)); }
+  SwJsonValue at(const char* key) && { return std::move(require(viewOf(key))); }
 
   /// The member's value, owned by this object; null if there is no such member.
   const SwJsonValue* find(const std::string& key) const noexcept { return lookUp(key); }
@@ -83,6 +117,8 @@ class SW_CORE_EXPORT SwJsonObject {
   /// The members as pairs of key (first) and value (second), in key order.
   const_iterator begin() const noexcept { return members_.begin(); }
   const_iterator end() const noexcept { return members_.end(); }
+  iterator begin() noexcept { return members_.begin(); }
+  iterator end() noexcept { return members_.end(); }
 
   friend bool operator==(const SwJsonObject& a, const SwJsonObject& b) { return a.members_ == b.members_; }
   friend bool operator!=(const SwJsonObject& a, const SwJsonObject& b) { return !(a == b); }
@@ -97,6 +133,10 @@ class SW_CORE_EXPORT SwJsonObject {
   const SwJsonValue* lookUp(std::string_view key) const noexcept;
   SwJsonValue* lookUp(std::string_view key) noexcept {
     return const_cast<SwJsonValue*>(std::as_const(*this).lookUp(key));
+  }
+  const SwJsonValue& require(std::string_view key) const;
+  SwJsonValue& require(std::string_view key) {
+    return const_cast<SwJsonValue&>(std::as_const(*this).require(key));
   }
   bool erase(std::string_view key) noexcept;
 

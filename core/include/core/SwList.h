@@ -21,6 +21,7 @@ class SwList {
   SwList(Iterator first, Iterator last) : elements_(first, last) {}
 
   bool isEmpty() const noexcept { return elements_.empty(); }
+  bool empty() const noexcept { return isEmpty(); }
   std::size_t size() const noexcept { return elements_.size(); }
   void append(T element) { elements_.push_back(std::move(element)); }
   void clear() noexcept { elements_.clear(); }

@@ -1,7 +1,10 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
+#include <iosfwd>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -40,11 +43,15 @@ class SW_CORE_EXPORT SwString {
 
   std::size_t size() const noexcept { return text_.size(); }
   bool empty() const noexcept { return text_.empty(); }
+  bool isEmpty() const noexcept { return empty(); }
   void clear() noexcept { text_.clear(); }
   void reserve(std::size_t bytes) { text_.reserve(bytes); }
 
   /// The byte at `position`, which must be below size().
   char operator[](std::size_t position) const { return text_[position]; }
+
+  /// The same. Throws std::out_of_range, "SwString::at: position 5 is not below the size 5", if it is not.
+  char at(std::size_t position) const;
 
   /// Bytes are added at the end. `bytes` may be null only if `length` is 0.
   SwString& append(const SwString& other);
@@ -54,6 +61,16 @@ class SW_CORE_EXPORT SwString {
   SwString& operator+=(char byte) { return append(1, byte); }
   SwString operator+(const SwString& other) const;
   friend SwString operator+(const std::string& left, const SwString& right) { return left + right.text_; }
+
+  /// Of a char alone: other numbers would silently become one byte.
+  template <typename T, std::enable_if_t<std::is_same_v<T, char>, int> = 0>
+  SwString operator+(T byte) const {
+    return text_ + byte;
+  }
+  template <typename T, std::enable_if_t<std::is_same_v<T, char>, int> = 0>
+  friend SwString operator+(T byte, const SwString& right) {
+    return byte + right.text_;
+  }
 
   /// The string without the leading and trailing bytes space, tab, line feed and carriage return. Vertical
   /// tab and form feed stay.
@@ -123,6 +140,15 @@ class SW_CORE_EXPORT SwString {
   friend bool operator!=(const SwString& a, const SwString& b) noexcept { return a.text_ != b.text_; }
   friend bool operator<(const SwString& a, const SwString& b) noexcept { return a.text_ < b.text_; }
 
+  /// Writes the bytes as a std::string is written, with the stream's width and fill.
+  friend SW_CORE_EXPORT std::ostream& operator<<(std::ostream& out, const SwString& text);
+
  private:
   std::string text_;
+};
+
+/// That of the std::string with the same bytes.
+template <>
+struct std::hash<SwString> {
+  std::size_t operator()(const SwString& text) const noexcept { return std::hash<std::string>()(text.str()); }
 };

@@ -1,39 +1,76 @@
-# What `cmake --install` installs: the libraries that a host needs to load the plug-in, the tool with its libraries, and
-# the value library for other projects, as the package SegMaskOverlay with the component core. The platform's picture
-# library and the CUDA toolkit are never installed.
+# What `cmake --install` installs: the plug-in's libraries, the tool with what it needs, and the package SegMaskOverlay, by
+# which other projects use the rooms as components (docs/install.md). The platform's picture library and the CUDA toolkit are
+# never installed. Included before the examples, which name the rooms as the package does.
 
 include(CMakePackageConfigHelpers)
 
-# seg_mask_install(target [EXPORT export])
+# seg_mask_install(target [install arguments...])
 #
 # Installs a program into bin/ and a library into lib/. CMake pads the run path of a file that is linked with another
 # one than it is installed with by empty entries, which the loader reads as the working directory. So these files are
 # linked with the installed run path, followed by the folders of libraries that lie elsewhere, which the installation
 # removes.
 function(seg_mask_install target)
-  install(TARGETS ${target} ${ARGN} RUNTIME DESTINATION bin LIBRARY DESTINATION lib)
+  install(TARGETS ${target} ${ARGN} RUNTIME DESTINATION bin LIBRARY DESTINATION lib ARCHIVE DESTINATION lib)
+  get_target_property(_type ${target} TYPE)
+  if(_type MATCHES "STATIC|INTERFACE")
+    return()
+  endif()
   set_target_properties(${target} PROPERTIES BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH_USE_LINK_PATH ON)
   set(_folder "$<IF:$<STREQUAL:$<TARGET_PROPERTY:${target},TYPE>,EXECUTABLE>,bin,lib>")
   set(_file "\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${_folder}/$<TARGET_FILE_NAME:${target}>")
   install(CODE "file(RPATH_SET FILE \"${_file}\" NEW_RPATH [[${CMAKE_INSTALL_RPATH}]])")
 endfunction()
 
+set(_package lib/cmake/SegMaskOverlay)
+
+# seg_mask_install_component(component headers target...)
+#
+# Installs the targets, as SegMaskOverlay::<name> without the prefix of the target's name, with their public headers, below
+# `headers`. In this build the same names stand for the targets.
+macro(seg_mask_install_component component headers)
+  foreach(_target IN ITEMS ${ARGN})
+    string(REGEX REPLACE "^(sw|seg_mask|segmask)_" "" _name ${_target})
+    set_target_properties(${_target} PROPERTIES EXPORT_NAME ${_name})
+    target_compile_features(${_target} INTERFACE cxx_std_17)
+    add_library(SegMaskOverlay::${_name} ALIAS ${_target})
+    seg_mask_install(${_target} EXPORT SegMaskOverlay-${component} INCLUDES DESTINATION ${headers})
+    get_target_property(_folder ${_target} SOURCE_DIR)
+    if(EXISTS "${_folder}/include")
+      install(DIRECTORY "${_folder}/include/" DESTINATION ${headers} FILES_MATCHING PATTERN "*.h")
+    endif()
+  endforeach()
+  install(EXPORT SegMaskOverlay-${component} NAMESPACE SegMaskOverlay:: DESTINATION ${_package})
+endmacro()
+
 seg_mask_install(seg_mask_overlay)
 seg_mask_install(seg_mask_overlay_fused)
 if(SEG_MASK_BUILD_TOOLS)
   seg_mask_install(segmask)
-  seg_mask_install(zelvo_tools)
-  if(SEG_MASK_DEVICE STREQUAL "cpu")
-    seg_mask_install(cudart_cpu)
-  endif()
 endif()
 
-set(_package lib/cmake/SegMaskOverlay)
-set_target_properties(sw_core PROPERTIES EXPORT_NAME core)
-seg_mask_install(sw_core EXPORT SegMaskOverlay-core)
-install(DIRECTORY "${PROJECT_SOURCE_DIR}/core/include/" DESTINATION include FILES_MATCHING PATTERN "*.h")
-install(EXPORT SegMaskOverlay-core NAMESPACE SegMaskOverlay:: DESTINATION ${_package})
+seg_mask_install_component(core include sw_core)
+if(SEG_MASK_DEVICE STREQUAL "cpu")
+  # In a folder of its own: its cuda_runtime.h must not be found by whoever looks for the toolkit's in include/.
+  set_target_properties(cudart_cpu PROPERTIES EXPORT_NO_SYSTEM ON)
+  seg_mask_install_component(cudart_cpu include/cudart_cpu cudart_cpu)
+endif()
+seg_mask_install_component(cudart include seg_mask_cudart)
+if(NOT ZELVO_TOOLS_ROOT)
+  seg_mask_install_component(zelvo_tools include zelvo_tools)
+endif()
+seg_mask_install_component(render_base include render_geometry render_base)
+seg_mask_install_component(mask include seg_mask_mask)
+seg_mask_install_component(detection include seg_mask_detection)
+if(SEG_MASK_BUILD_TOOLS)
+  seg_mask_install_component(io include segmask_io)
+  seg_mask_install_component(host include segmask_host)
+endif()
 
+set(_platform_pictures OFF)
+if(ZELVO_TOOLS_ROOT)
+  set(_platform_pictures ON)
+endif()
 configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/SegMaskOverlayConfig.cmake.in"
   "${PROJECT_BINARY_DIR}/package/SegMaskOverlayConfig.cmake"
   INSTALL_DESTINATION ${_package} NO_SET_AND_CHECK_MACRO NO_CHECK_REQUIRED_COMPONENTS_MACRO)
@@ -42,4 +79,12 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/package/SegMaskOverlayCo
 install(FILES
   "${PROJECT_BINARY_DIR}/package/SegMaskOverlayConfig.cmake"
   "${PROJECT_BINARY_DIR}/package/SegMaskOverlayConfigVersion.cmake"
+  "${PROJECT_SOURCE_DIR}/cmake/SegMaskOverlayAddPlugin.cmake"
+  "${PROJECT_SOURCE_DIR}/cmake/SegMaskOverlayPlatform.cmake"
+  "${PROJECT_SOURCE_DIR}/cmake/plugin_exports.map"
   DESTINATION ${_package})
+install(FILES "${PROJECT_SOURCE_DIR}/cmake/FindOpenCV.cmake" "${PROJECT_SOURCE_DIR}/cmake/Findclass_loader.cmake"
+  DESTINATION ${_package}/modules)
+
+configure_file("${PROJECT_SOURCE_DIR}/cmake/sw_core.pc.in" "${PROJECT_BINARY_DIR}/package/sw_core.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/package/sw_core.pc" DESTINATION lib/pkgconfig)

@@ -1,9 +1,18 @@
-# The host that docs/host-integration.md shows is the one that is built and tested. Run by ctest.
+# The programs and CMake lists that the documents show are those that are built and tested. Run by ctest.
 
 cmake_minimum_required(VERSION 3.25)
-file(READ "${SOURCE_DIR}/docs/host-integration.md" _guide)
-file(READ "${SOURCE_DIR}/examples/minimal_host/main.cpp" _program)
-string(FIND "${_guide}" "```cpp\n${_program}```\n" _at)
-if(_at EQUAL -1)
-  message(FATAL_ERROR "docs/host-integration.md does not quote examples/minimal_host/main.cpp as it is")
-endif()
+
+function(check document language file)
+  file(READ "${SOURCE_DIR}/${document}" _text)
+  file(READ "${SOURCE_DIR}/${file}" _quoted)
+  string(FIND "${_text}" "```${language}\n${_quoted}```\n" _at)
+  if(_at EQUAL -1)
+    message(SEND_ERROR "${document} does not quote ${file} as it is")
+  endif()
+endfunction()
+
+check(docs/host-integration.md cpp examples/minimal_host/main.cpp)
+check(docs/install.md cmake examples/value_library/CMakeLists.txt)
+check(docs/install.md cmake examples/box_plugin/CMakeLists.txt)
+check(docs/install.md cmake examples/overlay_host/CMakeLists.txt)
+check(docs/install.md cpp examples/overlay_host/main.cpp)

@@ -1,9 +1,10 @@
-# Installs the build, moves what was installed, and uses it as a stranger would: builds the example value_library
-# against it, as a project outside of the tree, and compares what that writes. Run by ctest, which sets the variables;
-# TOOLCHAIN_FILE and EMULATOR only in a cross build.
+# Installs the build, moves what was installed, and uses it as a stranger would: builds the examples that are projects of
+# their own against it, outside of the tree, and compares what they write. Run by ctest, which sets the variables:
+# TOOLCHAIN_FILE and EMULATOR only in a cross build, PRELOAD (libraries for the device's part) only in a CUDA build, and
+# EXAMPLES, of those below, fewer in builds that compile slowly.
 
 cmake_minimum_required(VERSION 3.25)
-foreach(_variable IN ITEMS BUILD_DIR SOURCE_DIR WORK_DIR GENERATOR CXX_COMPILER READELF)
+foreach(_variable IN ITEMS BUILD_DIR SOURCE_DIR WORK_DIR GENERATOR CXX_COMPILER READELF DEVICE EXAMPLES)
   if(NOT ${_variable})
     message(FATAL_ERROR "install_and_use: ${_variable} is not set")
   endif()
@@ -33,18 +34,37 @@ function(install_and_move)
   file(RENAME "${WORK_DIR}/installed" "${prefix}")
 endfunction()
 
+# The public headers of the installed rooms are there, and all that they include of ours.
 function(check_headers)
-  file(GLOB_RECURSE _sources RELATIVE "${SOURCE_DIR}/core/include" "${SOURCE_DIR}/core/include/*")
+  set(_expected)
+  foreach(_room IN ITEMS core zelvo_tools render_base/geometry render_base mask detection io host)
+    file(GLOB_RECURSE _headers RELATIVE "${SOURCE_DIR}/${_room}/include" "${SOURCE_DIR}/${_room}/include/*")
+    list(APPEND _expected ${_headers})
+  endforeach()
+  if(DEVICE STREQUAL "cpu")
+    file(GLOB_RECURSE _headers RELATIVE "${SOURCE_DIR}/cudart_cpu/include" "${SOURCE_DIR}/cudart_cpu/include/*")
+    list(TRANSFORM _headers PREPEND "cudart_cpu/" OUTPUT_VARIABLE _headers)
+    list(APPEND _expected ${_headers})
+  endif()
+  list(SORT _expected)
   file(GLOB_RECURSE _installed RELATIVE "${prefix}/include" "${prefix}/include/*")
-  expect_equal("headers" "${_installed}" "${_sources}")
+  list(SORT _installed)
+  expect_equal("headers" "${_installed}" "${_expected}")
   foreach(_header IN LISTS _installed)
-    file(STRINGS "${prefix}/include/${_header}" _foreign REGEX "#include.*(openssl|gtest)")
+    file(STRINGS "${prefix}/include/${_header}" _lines REGEX "^#include \"")
+    foreach(_line IN LISTS _lines)
+      string(REGEX MATCH "\"(.*)\"" _quoted "${_line}")
+      if(NOT EXISTS "${prefix}/include/${CMAKE_MATCH_1}" AND NOT EXISTS "${prefix}/include/cudart_cpu/${CMAKE_MATCH_1}")
+        message(SEND_ERROR "${_header} includes ${CMAKE_MATCH_1}, which is not installed")
+      endif()
+    endforeach()
+    file(STRINGS "${prefix}/include/${_header}" _foreign REGEX "#include.*(openssl|gtest|src/)")
     expect_equal("includes of ${_header}" "${_foreign}" "")
   endforeach()
 endfunction()
 
 function(check_files)
-  file(GLOB_RECURSE _package "${prefix}/lib/cmake/*")
+  file(GLOB_RECURSE _package "${prefix}/lib/cmake/*" "${prefix}/lib/pkgconfig/*")
   foreach(_file IN LISTS _package)
     file(READ "${_file}" _text)
     expect_no_build_path("${_file}" "${_text}")
@@ -65,21 +85,22 @@ function(check_files)
   expect_equal("files for tests" "${_all}" "")
 endfunction()
 
-# Configures the project in `folder`; sets `result` and `output` for the caller.
+# Configures the project in `folder`, with further arguments for CMake; sets `result` and `output` for the caller.
 function(configure folder)
   execute_process(
     COMMAND "${CMAKE_COMMAND}" -S "${folder}" -B "${folder}/build" -G "${GENERATOR}" "-DCMAKE_PREFIX_PATH=${prefix}"
       "-DCMAKE_CXX_COMPILER=${CXX_COMPILER}" "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}" "-DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN_FILE}"
+      ${ARGN}
     RESULT_VARIABLE _result OUTPUT_VARIABLE _output ERROR_VARIABLE _output)
   set(result "${_result}" PARENT_SCOPE)
   set(output "${_output}" PARENT_SCOPE)
 endfunction()
 
-# A project that asks for what is not there fails, and reads why.
+# A project that asks for what is not there fails, and reads why. Further arguments are CMake's.
 function(check_refusal name request reason)
   file(WRITE "${WORK_DIR}/${name}/CMakeLists.txt"
-    "cmake_minimum_required(VERSION 3.25)\nproject(Refused LANGUAGES CXX)\nfind_package(SegMaskOverlay ${request})\n")
-  configure("${WORK_DIR}/${name}")
+    "cmake_minimum_required(VERSION 3.25)\nproject(Refused LANGUAGES NONE)\nfind_package(SegMaskOverlay ${request})\n")
+  configure("${WORK_DIR}/${name}" ${ARGN})
   # CMake breaks a long message into lines.
   string(REGEX REPLACE "[ \n]+" " " _text "${output}")
   string(FIND "${_text}" "${reason}" _at)
@@ -88,30 +109,104 @@ function(check_refusal name request reason)
   endif()
 endfunction()
 
-function(check_example)
-  file(COPY "${SOURCE_DIR}/examples/value_library/" DESTINATION "${WORK_DIR}/example")
-  configure("${WORK_DIR}/example")
-  if(NOT result EQUAL 0)
-    message(FATAL_ERROR "the example does not configure:\n${output}")
-  endif()
-  execute_process(COMMAND "${CMAKE_COMMAND}" --build "${WORK_DIR}/example/build"
-    OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
-  execute_process(COMMAND ${EMULATOR} "${WORK_DIR}/example/build/value_library"
-    RESULT_VARIABLE _result OUTPUT_VARIABLE _output ERROR_VARIABLE _messages)
-  expect_equal("exit status" "${_result}" "0")
-  file(READ "${SOURCE_DIR}/tests/install_and_use_output.txt" _expected)
-  expect_equal("output" "${_output}" "${_expected}")
-  expect_equal("messages" "${_messages}" "********************CALL ONCE NOT TWICE********************\n")
+function(check_refusals)
+  set(_known "core, cudart_cpu, cudart, zelvo_tools, render_base, mask, detection, io, host")
+  check_refusal(unknown_component "REQUIRED COMPONENTS core paint"
+    "SegMaskOverlay has no component 'paint'; its components are: ${_known}")
+  check_refusal(newer_version "0.2 REQUIRED" "compatible with requested version \"0.2\"")
+  check_refusal(missing_package "REQUIRED COMPONENTS detection"
+    "component 'detection' needs its component 'mask', which needs OpenCV, which was not found (core and imgproc;"
+    -DCMAKE_DISABLE_FIND_PACKAGE_OpenCV=ON)
+  # As where a distribution has put a component into a package of its own.
+  set(_file "${prefix}/lib/cmake/SegMaskOverlay/SegMaskOverlay-mask.cmake")
+  file(RENAME "${_file}" "${_file}.away")
+  check_refusal(missing_component "REQUIRED COMPONENTS mask" "SegMaskOverlay's component 'mask' is not installed")
+  file(RENAME "${_file}.away" "${_file}")
+endfunction()
 
-  file(GET_RUNTIME_DEPENDENCIES EXECUTABLES "${WORK_DIR}/example/build/value_library"
+# Builds a copy of examples/`name`, its tests left out, into ${WORK_DIR}/`name`/build; sets `output`, what configure said.
+function(build_example name)
+  file(COPY "${SOURCE_DIR}/examples/${name}/" DESTINATION "${WORK_DIR}/${name}" PATTERN tests EXCLUDE)
+  configure("${WORK_DIR}/${name}")
+  if(NOT result EQUAL 0)
+    message(FATAL_ERROR "examples/${name} does not configure:\n${output}")
+  endif()
+  execute_process(COMMAND "${CMAKE_COMMAND}" --build "${WORK_DIR}/${name}/build"
+    RESULT_VARIABLE _result OUTPUT_VARIABLE _output ERROR_VARIABLE _output)
+  if(NOT _result EQUAL 0)
+    message(FATAL_ERROR "examples/${name} does not build:\n${_output}")
+  endif()
+  set(output "${output}" PARENT_SCOPE)
+endfunction()
+
+# Runs a program, which must succeed, write `expected` and report no more than that the registries were filled.
+function(expect_output expected program)
+  execute_process(COMMAND "${CMAKE_COMMAND}" -E env "LD_PRELOAD=${PRELOAD}" ${EMULATOR} "${program}" ${ARGN}
+    RESULT_VARIABLE _result OUTPUT_VARIABLE _output ERROR_VARIABLE _messages)
+  expect_equal("exit status of ${program}" "${_result}" "0")
+  expect_equal("output of ${program}" "${_output}" "${expected}")
+  expect_equal("messages of ${program}" "${_messages}" "********************CALL ONCE NOT TWICE********************\n")
+endfunction()
+
+function(check_value_library)
+  build_example(value_library)
+  file(READ "${SOURCE_DIR}/tests/install_and_use_output.txt" _expected)
+  expect_output("${_expected}" "${WORK_DIR}/value_library/build/value_library")
+  file(GET_RUNTIME_DEPENDENCIES EXECUTABLES "${WORK_DIR}/value_library/build/value_library"
     RESOLVED_DEPENDENCIES_VAR _libraries UNRESOLVED_DEPENDENCIES_VAR _missing)
   list(FILTER _libraries INCLUDE REGEX "/libsw_core\\.so")
-  expect_equal("the example's library" "${_libraries}" "${prefix}/lib/libsw_core.so")
+  expect_equal("the example's library" "${_libraries}" "${prefix}/lib/libsw_core.so.${INTERFACE}")
+endfunction()
+
+# A host of the package draws with the package's plug-in, with the plug-in of another project, and, once it is installed too,
+# with the plug-in that it finds by itself. The box has 16 x 8 pixels, its outline, 2 pixels wide, 16 x 8 - 12 x 4.
+function(check_overlay_host)
+  build_example(overlay_host)
+  string(REGEX MATCH "The plug-ins are in [^\n]*" _said "${output}")
+  expect_equal("the plug-ins' folder" "${_said}" "The plug-ins are in ${prefix}/lib")
+  set(_detections "${WORK_DIR}/detections.jsonl")
+  file(WRITE "${_detections}" "{\"frame\": 0, \"producer\": \"detector\", \"detections\": [{\"x\": 16, \"y\": 8, "
+    "\"w\": 16, \"h\": 8, \"class_id\": 5, \"score\": 0.9, \"class_info\": \"SEG1|1|1|AQ==\"}]}\n")
+  set(_host "${WORK_DIR}/overlay_host/build/overlay_host")
+  foreach(_plugin IN ITEMS libseg_mask_overlay.so libseg_mask_overlay_fused.so)
+    expect_output("SegMaskOverlayPlugin: 128 pixels drawn\n" "${_host}" "${_detections}" "${prefix}/lib/${_plugin}")
+  endforeach()
+  if("box_plugin" IN_LIST EXAMPLES)
+    build_example(box_plugin)
+    expect_output("BoxPlugin: 80 pixels drawn\n" "${_host}" "${_detections}" "${WORK_DIR}/box_plugin/build/libbox_plugin.so")
+  endif()
+  execute_process(COMMAND "${CMAKE_COMMAND}" --install "${WORK_DIR}/overlay_host/build" --prefix "${prefix}"
+    OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
+  expect_output("SegMaskOverlayPlugin: 128 pixels drawn\n" "${prefix}/bin/overlay_host" "${_detections}")
+endfunction()
+
+# What pkg-config says is enough to compile and link with.
+function(check_pkg_config)
+  find_program(_pkg_config pkg-config)
+  if(NOT _pkg_config)
+    message(STATUS "not tried: there is no pkg-config")
+    return()
+  endif()
+  execute_process(COMMAND "${CMAKE_COMMAND}" -E env "PKG_CONFIG_PATH=${prefix}/lib/pkgconfig"
+      "${_pkg_config}" --cflags --libs "sw_core >= 0.1"
+    OUTPUT_VARIABLE _flags OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+  separate_arguments(_flags UNIX_COMMAND "${_flags}")
+  set(_source "${WORK_DIR}/pkg_config.cpp")
+  file(WRITE "${_source}" "#include <core/SwString.h>\nint main() { return SwString(\"a\").at(0) == 'a' ? 0 : 1; }\n")
+  execute_process(COMMAND "${CXX_COMPILER}" -std=c++17 "${_source}" -o "${WORK_DIR}/pkg_config" ${_flags}
+      "-Wl,-rpath,${prefix}/lib"
+    COMMAND_ERROR_IS_FATAL ANY)
+  execute_process(COMMAND "${WORK_DIR}/pkg_config" COMMAND_ERROR_IS_FATAL ANY)
 endfunction()
 
 install_and_move()
 check_headers()
 check_files()
-check_refusal(unknown_component "REQUIRED COMPONENTS core paint" "SegMaskOverlay has no component 'paint'; it has: core")
-check_refusal(newer_version "0.2 REQUIRED" "compatible with requested version \"0.2\"")
-check_example()
+if("value_library" IN_LIST EXAMPLES)
+  check_value_library()
+  check_refusals()
+endif()
+if("pkg_config" IN_LIST EXAMPLES)
+  check_pkg_config()
+endif()
+check_overlay_host()

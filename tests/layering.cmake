@@ -34,6 +34,7 @@ room(python                                 MAY ${host_side} core render_base de
 room(examples/motion_producer               MAY io video core mask)
 room(examples/minimal_host                  MAY core zelvo_tools render_base)
 room(examples/plugin_probe                  MAY render_base)
+room(examples/overlay_host                  MAY io host)
 room(examples/value_library                 MAY core)
 room(examples/box_plugin                    MAY core cudart_cpu zelvo_tools render_base detection)
 room(test_support       AS test_support     MAY ${plugin_side} io)

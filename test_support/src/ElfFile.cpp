@@ -14,6 +14,11 @@ ElfFile::ElfFile(const std::string& path) {
     throw std::runtime_error("not a 64-bit ELF: " + path);
 }
 
+std::string ElfFile::soname() const {
+  const std::vector<std::string> names = dynamicTexts(DT_SONAME);
+  return names.empty() ? "" : names.front();
+}
+
 std::vector<std::string> ElfFile::runPath() const {
   std::vector<std::string> folders;
   for (const std::string& path : dynamicTexts(DT_RUNPATH)) {

@@ -18,6 +18,8 @@ namespace segmask {
 ///
 /// Where a producer has no line for a frame, its last lines are used for up to `lookback` further frames,
 /// marked as look-back. A line without detections is a delivery like any other, so it ends the look-back.
+///
+/// The program has called registerDetectionPayload() before, or plug-ins find no detections in the inputs.
 class ProducerInputs {
  public:
   /// Status code of a report: how its producer's inputs of the frame came about.

@@ -21,6 +21,9 @@ class ElfFile {
   /// cut short.
   explicit ElfFile(const std::string& path);
 
+  /// The name by which others ask for it, of a library that has one (DT_SONAME); else empty.
+  std::string soname() const;
+
   /// The libraries it asks for by name, in its own order.
   std::vector<std::string> needed() const { return dynamicTexts(DT_NEEDED); }
 

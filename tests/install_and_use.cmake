@@ -99,7 +99,7 @@ endfunction()
 # A project that asks for what is not there fails, and reads why. Further arguments are CMake's.
 function(check_refusal name request reason)
   file(WRITE "${WORK_DIR}/${name}/CMakeLists.txt"
-    "cmake_minimum_required(VERSION 3.25)\nproject(Refused LANGUAGES NONE)\nfind_package(SegMaskOverlay ${request})\n")
+    "cmake_minimum_required(VERSION 3.25)\nproject(Refused LANGUAGES CXX)\nfind_package(SegMaskOverlay ${request})\n")
   configure("${WORK_DIR}/${name}" ${ARGN})
   # CMake breaks a long message into lines.
   string(REGEX REPLACE "[ \n]+" " " _text "${output}")

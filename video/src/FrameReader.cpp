@@ -35,14 +35,18 @@ FrameSize parseFrameSize(const std::string& text) {
   return size;
 }
 
+std::unique_ptr<FrameReader> openFrameReader(const std::string& path, const ReadOptions& options) {
+  if (lowerCaseEnding(path) != ".nv12") {
+    if (options.size) throw UserError(path + ": --size is for raw .nv12 input; this file says its own");
+    return std::make_unique<LibavReader>(path, options);
+  }
+  if (!options.size) throw UserError(path + ": raw frames need --size WIDTHxHEIGHT");
+  return std::make_unique<RawNv12Reader>(path, parseFrameSize(*options.size));
+}
+
 std::unique_ptr<FrameReader> openFrameReader(const std::string& path,
                                              const std::optional<std::string>& size) {
-  if (lowerCaseEnding(path) != ".nv12") {
-    if (size) throw UserError(path + ": --size is for raw .nv12 input; this file says its own");
-    return std::make_unique<LibavReader>(path);
-  }
-  if (!size) throw UserError(path + ": raw frames need --size WIDTHxHEIGHT");
-  return std::make_unique<RawNv12Reader>(path, parseFrameSize(*size));
+  return openFrameReader(path, ReadOptions{size});
 }
 
 }  // namespace segmask

@@ -17,6 +17,10 @@ int evenDimension(int dimension) {
   return dimension + dimension % 2;
 }
 
+bool isInterlaced(const VideoFormat& format) {
+  return format.fieldOrder != AV_FIELD_UNKNOWN && format.fieldOrder != AV_FIELD_PROGRESSIVE;
+}
+
 /// Repeats the last column and the last row of a luma plane whose picture has grown to even dimensions.
 void repeatLastSamples(AVFrame& picture, int width, int height) {
   const auto stride = static_cast<std::ptrdiff_t>(picture.linesize[0]);
@@ -62,6 +66,8 @@ void H264Writer::openEncoder(bool globalHeader) {
   encoder_->color_primaries = format_.color.primaries;
   encoder_->color_trc = format_.color.transfer;
   encoder_->chroma_sample_location = format_.color.chromaLocation;
+  encoder_->field_order = format_.fieldOrder;
+  if (isInterlaced(format_)) encoder_->flags |= AV_CODEC_FLAG_INTERLACED_DCT;
   if (globalHeader) encoder_->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
   // A quality at which compression does not hide the overlay, at a speed that suits a laptop. Encoders
   // without these options use their own defaults.
@@ -76,12 +82,20 @@ void H264Writer::openFile() {
   stream_->time_base = format_.timeBase;
   stream_->avg_frame_rate = format_.frameRate;
   stream_->sample_aspect_ratio = format_.sampleAspect;
+  if (format_.displayMatrix) {
+    uint8_t* const matrix =
+        av_stream_new_side_data(stream_, AV_PKT_DATA_DISPLAYMATRIX, sizeof *format_.displayMatrix);
+    if (!matrix) throw std::bad_alloc();
+    std::memcpy(matrix, format_.displayMatrix->data(), sizeof *format_.displayMatrix);
+  }
   check(avio_open(&output_->pb, ("file:" + stage_.path()).c_str(), AVIO_FLAG_WRITE));
   check(avformat_write_header(output_.get(), nullptr));
 }
 
 void H264Writer::write(const Frame& frame) {
   fillPicture(frame);
+  picture_->interlaced_frame = isInterlaced(format_) ? 1 : 0;
+  picture_->top_field_first = format_.fieldOrder == AV_FIELD_TT ? 1 : 0;
   picture_->pts = av_rescale_q(frame.pts, format_.timeBase, encoder_->time_base);
   encode(picture_.get());
 }

@@ -1,6 +1,7 @@
 #include "src/LibavReader.h"
 
 #include <algorithm>
+#include <cstring>
 #include <filesystem>
 #include <utility>
 
@@ -30,13 +31,36 @@ std::string sizeText(int width, int height) {
   return std::to_string(width) + "x" + std::to_string(height);
 }
 
+AVFieldOrder fieldOrderOf(const AVFrame& frame) {
+  if (frame.interlaced_frame == 0) return AV_FIELD_PROGRESSIVE;
+  return frame.top_field_first != 0 ? AV_FIELD_TT : AV_FIELD_BB;
+}
+
+/// The stream's, or that of the frame, which pictures and some codecs have.
+std::optional<DisplayMatrix> displayMatrixOf(const AVStream& stream, const AVFrame& frame) {
+  DisplayMatrix matrix;
+  size_t size = 0;
+  const uint8_t* bytes = av_stream_get_side_data(&stream, AV_PKT_DATA_DISPLAYMATRIX, &size);
+  if (!bytes) {
+    const AVFrameSideData* const data = av_frame_get_side_data(&frame, AV_FRAME_DATA_DISPLAYMATRIX);
+    if (!data) return std::nullopt;
+    bytes = data->data;
+    size = data->size;
+  }
+  if (size < sizeof matrix) return std::nullopt;
+  std::memcpy(matrix.data(), bytes, sizeof matrix);
+  return matrix;
+}
+
 }  // namespace
 
-LibavReader::LibavReader(std::string path) : path_(std::move(path)) {
+LibavReader::LibavReader(std::string path, const ReadOptions& options) : path_(std::move(path)) {
   openInput();
   openDecoder();
   if (!decode()) throw UserError(path_ + ": no frame of its video stream can be decoded");
   describe(*decoded_);
+  orient(*decoded_, options.keepRotation);
+  for (const std::string& loss : lossesAsNv12(*decoded_)) remarks_.push_back(path_ + ": " + loss);
   firstIsDecoded_ = true;
 }
 
@@ -81,6 +105,9 @@ void LibavReader::describe(const AVFrame& first) {
   format_.frameRate = rate.num > 0 && rate.den > 0 ? rate : kFallbackRate;
   format_.sampleAspect = first.sample_aspect_ratio;
   format_.color = colorTagsAsNv12(first);
+  format_.fieldOrder = fieldOrderOf(first);
+  storedWidth_ = first.width;
+  storedHeight_ = first.height;
 
   if (stream_->nb_frames > 0) {
     frameCount_ = static_cast<uint64_t>(stream_->nb_frames);
@@ -91,19 +118,39 @@ void LibavReader::describe(const AVFrame& first) {
   }
 }
 
+void LibavReader::orient(const AVFrame& first, bool keepRotation) {
+  const std::optional<DisplayMatrix> matrix = displayMatrixOf(*stream_, first);
+  if (!matrix) return;
+  const std::optional<Orientation> orientation = orientationOf(*matrix);
+  if (keepRotation || !orientation) {
+    format_.displayMatrix = matrix;
+    if (!orientation) remarks_.push_back(path_ + ": its rotation is no quarter turn and is left to players");
+    return;
+  }
+  orientation_ = *orientation;
+  if (orientation_.isUpright()) return;
+  format_.fieldOrder = AV_FIELD_UNKNOWN;
+  if (!orientation_.transposed) return;
+  std::swap(format_.width, format_.height);
+  std::swap(format_.sampleAspect.num, format_.sampleAspect.den);
+}
+
 bool LibavReader::next(Frame& frame) {
   if (Interrupt::requested()) return false;
   if (!std::exchange(firstIsDecoded_, false) && !decode()) return false;
-  if (decoded_->width != format_.width || decoded_->height != format_.height) {
+  if (decoded_->width != storedWidth_ || decoded_->height != storedHeight_) {
     throw UserError(path_ + ": frame " + std::to_string(framesRead_) + " is " +
                     sizeText(decoded_->width, decoded_->height) + ", the ones before it are " +
-                    sizeText(format_.width, format_.height));
+                    sizeText(storedWidth_, storedHeight_));
   }
+  if ((decoded_->flags & AV_FRAME_FLAG_CORRUPT) != 0 || decoded_->decode_error_flags != 0) ++brokenFrames_;
+  const bool turned = !orientation_.isUpright();
   try {
-    converter_.convert(*decoded_, frame.nv12);
+    converter_.convert(*decoded_, turned ? stored_ : frame.nv12);
   } catch (const UserError& error) {
     throw UserError(path_ + ": " + error.what());
   }
+  if (turned) turn(stored_, {storedWidth_, storedHeight_}, orientation_, frame.nv12);
   frame.pts = timeOf(*decoded_);
   lastPts_ = frame.pts;
   ++framesRead_;
@@ -111,9 +158,16 @@ bool LibavReader::next(Frame& frame) {
 }
 
 std::string LibavReader::warning() const {
-  if (brokenPackets_ == 0) return {};
-  return path_ + ": " + std::to_string(brokenPackets_) +
-         " packets could not be decoded; frames may be missing or damaged";
+  const auto counted = [](uint64_t count, const std::string& noun) {
+    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+  };
+  if (brokenPackets_ > 0) {
+    return path_ + ": " + counted(brokenPackets_, "packet") +
+           " could not be decoded; frames may be missing or damaged";
+  }
+  if (brokenFrames_ > 0)
+    return path_ + ": " + counted(brokenFrames_, "frame") + " had errors and may be damaged";
+  return {};
 }
 
 bool LibavReader::decode() {
@@ -137,7 +191,10 @@ void LibavReader::feed() {
     av_packet_unref(packet_.get());
     const int error = av_read_frame(input_.get(), packet_.get());
     if (error < 0) {
-      if (error != AVERROR_EOF && !Interrupt::requested()) fail(error);
+      if (!Interrupt::requested()) {
+        refuseCutOff();
+        if (error != AVERROR_EOF) fail(error);
+      }
       inputEnded_ = true;
       break;
     }
@@ -156,6 +213,16 @@ int64_t LibavReader::timeOf(const AVFrame& frame) const {
   if (stamp != AV_NOPTS_VALUE) return std::max(stamp, lastPts_ + 1);
   const int64_t step = av_rescale_q(1, av_inv_q(format_.frameRate), format_.timeBase);
   return lastPts_ + std::max<int64_t>(step, 1);
+}
+
+void LibavReader::refuseCutOff() const {
+  const int64_t size = avio_size(input_->pb);
+  const int entries = avformat_index_get_entries_count(stream_);
+  if (size < 0 || entries == 0) return;
+  const AVIndexEntry& last = *avformat_index_get_entry(stream_, entries - 1);
+  if (last.pos + last.size <= size) return;
+  throw UserError(path_ + ": the file is cut off: it has " + std::to_string(size) +
+                  " bytes, and its last frame ends at byte " + std::to_string(last.pos + last.size));
 }
 
 void LibavReader::fail(int error) const {

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "src/Nv12Converter.h"
+#include "src/Orientation.h"
 #include "video/FrameReader.h"
 #include "video/libav_handles.h"
 
@@ -11,27 +13,34 @@ namespace segmask {
 /// Reads the best video stream of whatever libavformat opens: a video file, an image, a stream's address.
 ///
 /// Packets that do not decode are left out and counted; warning() reports them. Frames without a time stamp,
-/// or with one that does not rise, get the next possible one.
+/// or with one that does not rise, get the next possible one. A file that ends before its own table of frames
+/// does is an error when that end is met.
 class LibavReader : public FrameReader {
  public:
   /// Opens the file and decodes its first frame. Throws UserError when that is not possible.
-  explicit LibavReader(std::string path);
+  explicit LibavReader(std::string path, const ReadOptions& options = {});
 
   const VideoFormat& format() const override { return format_; }
   std::optional<uint64_t> frameCount() const override { return frameCount_; }
   bool next(Frame& frame) override;
   std::string warning() const override;
+  uint64_t damaged() const override { return brokenPackets_ + brokenFrames_; }
+  std::vector<std::string> remarks() const override { return remarks_; }
 
  private:
   void openInput();
   void openDecoder();
   void describe(const AVFrame& first);
+  /// Decides how frames are turned, or that players are to do it.
+  void orient(const AVFrame& first, bool keepRotation);
 
   /// Decodes one frame into decoded_; false when there are no more.
   bool decode();
   /// Feeds the decoder one packet, or the end of the stream.
   void feed();
   int64_t timeOf(const AVFrame& frame) const;
+  /// Throws UserError when the file ends before the last frame of its table.
+  void refuseCutOff() const;
   [[noreturn]] void fail(int error) const;
 
   std::string path_;
@@ -41,12 +50,18 @@ class LibavReader : public FrameReader {
   AVPacketPtr packet_ = makeAVPacket();
   AVFramePtr decoded_ = makeAVFrame();
   Nv12Converter converter_;
+  int storedWidth_ = 0;
+  int storedHeight_ = 0;
+  Orientation orientation_;
+  std::vector<unsigned char> stored_;  ///< a frame before it is turned
   VideoFormat format_;
+  std::vector<std::string> remarks_;
   std::optional<uint64_t> frameCount_;
   bool firstIsDecoded_ = false;
   bool inputEnded_ = false;
   uint64_t framesRead_ = 0;
   uint64_t brokenPackets_ = 0;
+  uint64_t brokenFrames_ = 0;
   uint64_t errorsAtEnd_ = 0;
   int64_t lastPts_ = 0;
 };

@@ -1,5 +1,6 @@
 #include "src/Nv12Converter.h"
 
+#include <cstring>
 #include <string>
 
 #include "io/UserError.h"
@@ -12,6 +13,8 @@ extern "C" {
 namespace segmask {
 namespace {
 
+constexpr int kBits = 8;
+
 const AVPixFmtDescriptor& describe(const AVFrame& frame) {
   return *av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame.format));
 }
@@ -22,6 +25,21 @@ bool isRgb(const AVFrame& frame) {
 
 bool isGray(const AVFrame& frame) {
   return !isRgb(frame) && describe(frame).nb_components <= 2;
+}
+
+/// A palette has alpha always, and uses it seldom.
+bool hasAlpha(const AVFrame& frame) {
+  if ((describe(frame).flags & AV_PIX_FMT_FLAG_PAL) == 0) {
+    return (describe(frame).flags & AV_PIX_FMT_FLAG_ALPHA) != 0;
+  }
+  constexpr std::ptrdiff_t kColors = 256;
+  constexpr unsigned char kOpaque = 255;
+  for (std::ptrdiff_t i = 0; i < kColors; ++i) {
+    uint32_t color = 0;
+    std::memcpy(&color, frame.data[1] + i * static_cast<std::ptrdiff_t>(sizeof color), sizeof color);
+    if (color >> 24 != kOpaque) return true;
+  }
+  return false;
 }
 
 /// The formats whose own definition is full range, which older files use.
@@ -58,6 +76,18 @@ ColorTags colorTagsAsNv12(const AVFrame& frame) {
     tags.range = AVCOL_RANGE_JPEG;
   }
   return tags;
+}
+
+std::vector<std::string> lossesAsNv12(const AVFrame& frame) {
+  const AVPixFmtDescriptor& format = describe(frame);
+  std::vector<std::string> losses;
+  const auto add = [&](const std::string& what) { losses.push_back(what + " (" + format.name + ")"); };
+  const int bits = format.comp[0].depth;
+  if (bits > kBits) add("its " + std::to_string(bits) + " bits a sample become 8");
+  const bool isFiner = format.log2_chroma_w < 1 || format.log2_chroma_h < 1;
+  if (isFiner && !isRgb(frame) && !isGray(frame)) add("its chroma is reduced to one sample for 2x2 pixels");
+  if (hasAlpha(frame)) add("its alpha is dropped");
+  return losses;
 }
 
 void Nv12Converter::convert(const AVFrame& frame, std::vector<unsigned char>& packed) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include "video/VideoFormat.h"
@@ -10,6 +11,10 @@ namespace segmask {
 /// The colour tags of a frame once it has become NV12: the frame's own; for RGB and palette frames those of
 /// the conversion (BT.601, limited range).
 ColorTags colorTagsAsNv12(const AVFrame& frame);
+
+/// What the frame loses when it becomes NV12, a sentence each: bits of its samples, chroma samples, alpha.
+/// Pictures that are RGB lose chroma too, which is not said: nearly every one of them is.
+std::vector<std::string> lossesAsNv12(const AVFrame& frame);
 
 /// Converts decoded frames to packed NV12. NV12 and planar 4:2:0 of 8 bits are only rearranged, sample for
 /// sample; every other format goes through the scaler library, which keeps range and matrix of what has them.

@@ -35,9 +35,11 @@ bool RawNv12Reader::next(Frame& frame) {
   frame.nv12.resize(frameBytes_);
   const std::size_t bytes = readFully(file_.get(), frame.nv12.data(), frameBytes_, path_);
   if (bytes != frameBytes_) {
-    if (bytes == 0 || Interrupt::requested()) return false;
+    if (Interrupt::requested()) return false;
+    if (bytes == 0 && (!frameCount_ || static_cast<uint64_t>(framesRead_) >= *frameCount_)) return false;
     throw UserError(path_ + ": ends within frame " + std::to_string(framesRead_) + ", after " +
-                    std::to_string(bytes) + " of " + std::to_string(frameBytes_) + " bytes");
+                    std::to_string(bytes) + " of " + std::to_string(frameBytes_) +
+                    (frameCount_ ? " bytes; it has shrunk meanwhile" : " bytes"));
   }
   frame.pts = framesRead_++;
   return true;

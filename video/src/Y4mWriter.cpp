@@ -14,12 +14,17 @@ std::string chromaTag(AVChromaLocation location) {
   return "420jpeg";
 }
 
+std::string fieldTag(AVFieldOrder order) {
+  if (order == AV_FIELD_TT) return "t";
+  return order == AV_FIELD_BB ? "b" : "p";
+}
+
 std::string header(const VideoFormat& format) {
   const bool aspectKnown = format.sampleAspect.num > 0 && format.sampleAspect.den > 0;
   const std::string aspect = aspectKnown ? ratio(format.sampleAspect) : "0:0";
   std::string text = "YUV4MPEG2 W" + std::to_string(format.width) + " H" + std::to_string(format.height) +
-                     " F" + ratio(format.frameRate) + " Ip A" + aspect + " C" +
-                     chromaTag(format.color.chromaLocation);
+                     " F" + ratio(format.frameRate) + " I" + fieldTag(format.fieldOrder) + " A" + aspect +
+                     " C" + chromaTag(format.color.chromaLocation);
   if (format.color.range == AVCOL_RANGE_JPEG) text += " XCOLORRANGE=FULL";
   if (format.color.range == AVCOL_RANGE_MPEG) text += " XCOLORRANGE=LIMITED";
   return text + "\n";

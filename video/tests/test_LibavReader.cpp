@@ -134,7 +134,7 @@ TEST(LibavReader, GoesOnAfterADamagedPictureAndSaysSo) {
   for (Frame frame; reader.next(frame);) ++frames;
   EXPECT_EQ(frames, 2);
   EXPECT_EQ(reader.warning(),
-            folder.path("three.png") + ": 1 packets could not be decoded; frames may be missing or damaged");
+            folder.path("three.png") + ": 1 packet could not be decoded; frames may be missing or damaged");
 }
 
 TEST(LibavReader, ReadsAFileWhoseNameLooksLikeAnAddress) {

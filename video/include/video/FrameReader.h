@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "io/Frame.h"
 #include "video/VideoFormat.h"
@@ -31,6 +32,13 @@ class FrameReader {
   /// none. Complete when next() has returned false.
   virtual std::string warning() const { return {}; }
 
+  /// Packets of the input that could not be decoded and frames that were decoded with errors, so far.
+  virtual uint64_t damaged() const { return 0; }
+
+  /// What frames cannot keep of the input (more than 8 bits a sample, finer chroma, alpha), a sentence each.
+  /// Complete after construction.
+  virtual std::vector<std::string> remarks() const { return {}; }
+
  protected:
   FrameReader() = default;
 };
@@ -44,9 +52,17 @@ struct FrameSize {
 /// an x.
 FrameSize parseFrameSize(const std::string& text);
 
-/// Opens raw frames (by the ending .nv12, with `size`, the --size text) or whatever libavformat reads
-/// (without). Throws UserError when the file cannot be opened, holds no video, or a size is missing,
-/// malformed or out of place.
+struct ReadOptions {
+  std::optional<std::string> size;  ///< the --size text; empty for input that says its own
+  bool keepRotation = false;        ///< leaves the pixels as they are stored and the rotation to players
+};
+
+/// Opens raw frames (by the ending .nv12, with a size) or whatever libavformat reads (without). A
+/// rotation that the input asks players for is applied. Throws UserError when the file cannot be opened,
+/// holds no video, or a size is missing, malformed or out of place.
+std::unique_ptr<FrameReader> openFrameReader(const std::string& path, const ReadOptions& options);
+
+/// The same without further options.
 std::unique_ptr<FrameReader> openFrameReader(const std::string& path, const std::optional<std::string>& size);
 
 }  // namespace segmask

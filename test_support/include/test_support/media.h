@@ -1,0 +1,66 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavutil/frame.h>
+}
+
+/// Small media files, made and read by libav's own calls and not by the code that is tested.
+
+/// The video of a file: frames of an encoder's own pixel format.
+struct MediaVideo {
+  std::string encoder = "mpeg4";
+  int width = 64;
+  int height = 48;
+  AVPixelFormat pixelFormat = AV_PIX_FMT_YUV420P;
+  int frames = 10;
+  AVRational timeBase{1, 25};
+  /// When frame n is shown, in ticks; by default n.
+  std::function<int64_t(int)> pts = [](int frame) { return int64_t{frame}; };
+  /// Fills the samples of frame n, whose planes may be written; by default all are 16.
+  std::function<void(int, AVFrame&)> fill;
+  std::array<int32_t, 9> displayMatrix{};  ///< all 0: none
+  AVFieldOrder fieldOrder = AV_FIELD_PROGRESSIVE;
+};
+
+/// A track of noise, or of texts.
+struct MediaSound {
+  std::string encoder = "aac";  ///< "subrip" and "mov_text" are texts, one a second
+  double seconds = 1;
+  double start = 0;
+  std::string language;
+};
+
+struct MediaFile {
+  MediaVideo video;
+  std::vector<MediaSound> sounds;
+  bool soundFirst = false;  ///< all sounds' packets before the video's; otherwise by time
+  bool tableFirst = false;  ///< of an MP4, its table of frames before them
+  std::string container;    ///< empty: by the name
+};
+
+void writeMedia(const std::string& path, const MediaFile& file);
+
+/// One track as a demuxer gives it.
+struct MediaTrack {
+  AVMediaType type = AVMEDIA_TYPE_UNKNOWN;
+  AVCodecID codec = AV_CODEC_ID_NONE;
+  std::string language;
+  bool hasDisplayMatrix = false;
+  AVFieldOrder fieldOrder = AV_FIELD_UNKNOWN;
+  std::vector<std::string> packets;  ///< their bytes
+  std::vector<double> times;         ///< their seconds; of video, in the order of coding
+  double end = 0;                    ///< when the last packet ends
+};
+
+std::vector<MediaTrack> tracksOf(const std::string& path);
+
+/// The packets' tracks in the order in which the file has them.
+std::vector<int> trackOrderOf(const std::string& path);

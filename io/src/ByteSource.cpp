@@ -1,10 +1,6 @@
 #include "src/ByteSource.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 #include <new>
 
@@ -14,23 +10,15 @@
 namespace segmask {
 namespace {
 
-constexpr char kStandardInput[] = "-";
 constexpr std::size_t kBlockBytes = 1 << 16;
 constexpr unsigned char kGzip[] = {0x1F, 0x8B};
 constexpr int kGzipWindowBits = 16 + MAX_WBITS;  // zlib's sign for gzip's format
 
-FileDescriptor openSource(const std::string& path, const std::string& name) {
-  if (path != kStandardInput) return openForReading(path);
-  FileDescriptor file(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
-  if (!file) throw systemError(name, errno);
-  return file;
-}
-
 }  // namespace
 
 ByteSource::ByteSource(const std::string& path)
-    : name_(path == kStandardInput ? "standard input" : path),
-      file_(openSource(path, name_)),
+    : name_(path == kStandardStream ? "standard input" : path),
+      file_(openForReading(path)),
       block_(kBlockBytes) {
   // Reads the first block at once, so that a path that cannot be read, such as a folder, fails here. A pipe
   // may give its first byte alone.

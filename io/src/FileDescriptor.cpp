@@ -49,8 +49,9 @@ int FileDescriptor::reset() {
 
 FileDescriptor openForReading(const std::string& path) {
   // Not blocking, so that a pipe without a writer is waited for where waiting can be ended.
-  FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-  if (!file) throw systemError(path, errno);
+  FileDescriptor file(path == kStandardStream ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)
+                                              : open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  if (!file) throw systemError(path == kStandardStream ? "standard input" : path, errno);
   return file;
 }
 

@@ -43,6 +43,9 @@ std::string summaryText(const RenderSummary& summary, const SummaryFiles& files)
     if (telling->tally()) addTally(text, *telling->tally(), files.detections);
   }
   text << "look-back     " << counted(summary.detectionsLookedBack, "detection") << " used again\n";
+  if (summary.damaged > 0) {
+    text << "damaged       " << summary.damaged << " packets or frames of the input had errors\n";
+  }
   return text.str();
 }
 
@@ -54,6 +57,7 @@ std::string summaryJson(const RenderSummary& summary, const SummaryFiles& files)
   object.insert("frames", summary.frames);
   object.insert("detections", summary.detections);
   object.insert("lookback", summary.detectionsLookedBack);
+  object.insert("damaged", summary.damaged);
   object.insert("plugin", files.plugin);
   object.insert("render_ms", std::move(times));
   if (const Telling* const telling = summary.telling) {
@@ -73,7 +77,8 @@ std::string summaryJson(const RenderSummary& summary, const SummaryFiles& files)
   return text.str();
 }
 
-bool dropsAny(const RenderSummary& summary) {
+bool lacksAny(const RenderSummary& summary) {
+  if (summary.damaged > 0) return true;
   return summary.telling && summary.telling->tally() && !summary.telling->tally()->dropped().empty();
 }
 

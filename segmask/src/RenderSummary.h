@@ -17,6 +17,7 @@ struct RenderSummary {
   uint64_t framesDrawn = 0;
   uint64_t detections = 0;
   uint64_t detectionsLookedBack = 0;
+  uint64_t damaged = 0;  ///< packets and frames of the input with errors (FrameReader::damaged)
   RenderTimes renderTimes;
   StageTimes stageTimes;
   const Telling* telling = nullptr;  ///< not owned; null when nothing is to be told
@@ -35,12 +36,12 @@ struct SummaryFiles {
 std::string summaryText(const RenderSummary& summary, const SummaryFiles& files);
 
 /// The summary for programs, one JSON object without a line end: "frames", "detections", "lookback",
-/// "plugin", "render_ms" with "median" and "p99"; where it is told, "frames_changed" and "pixels_changed";
-/// and where the plug-in's rules are known, "drawn" and "dropped", an object of the words of outcomeWord to
-/// counts.
+/// "damaged", "plugin", "render_ms" with "median" and "p99"; where it is told, "frames_changed" and
+/// "pixels_changed"; and where the plug-in's rules are known, "drawn" and "dropped", an object of the words
+/// of outcomeWord to counts.
 std::string summaryJson(const RenderSummary& summary, const SummaryFiles& files);
 
-/// Whether any detection is known to have been dropped.
-bool dropsAny(const RenderSummary& summary);
+/// Whether any detection is known to have been dropped, or a frame may be damaged.
+bool lacksAny(const RenderSummary& summary);
 
 }  // namespace segmask

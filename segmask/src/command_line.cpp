@@ -4,14 +4,16 @@
 #include <algorithm>
 #include <csignal>
 #include <exception>
-#include <iostream>
 #include <new>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "io/Interrupt.h"
 #include "io/UserError.h"
 #include "src/commands.h"
+#include "src/messages.h"
+#include "src/nearest_name.h"
 #include "video/libav_handles.h"
 
 namespace segmask {
@@ -31,6 +33,18 @@ const CLI::Validator kWholeNumber(
     },
     "");
 
+const CLI::Validator kNotZero(
+    [](std::string& text) {
+      return text.find_first_not_of('0') == std::string::npos ? "has to be at least 1" : std::string();
+    },
+    "");
+
+const CLI::Validator kRotation(
+    [](std::string& text) {
+      return text == "apply" || text == "keep" ? std::string() : "'" + text + "' is neither apply nor keep";
+    },
+    "");
+
 void addPluginChoice(CLI::App& command, PluginChoice& plugin) {
   CLI::Option* const file =
       command.add_option("--plugin", plugin.file, "Plug-in library (default: the one beside this program)")
@@ -41,14 +55,31 @@ void addPluginChoice(CLI::App& command, PluginChoice& plugin) {
       ->excludes(file);
 }
 
-CLI::App* addRender(CLI::App& app, RenderOptions& options) {
-  CLI::App* const render = app.add_subcommand("render", "Draw segmentation masks into a video");
+void addInputs(CLI::App* render, RenderOptions& options) {
   render
-      ->add_option("--input", options.input,
-                   "Video or image to draw into, or raw frames (.nv12, with --size; taken as 30 frames/s)")
+      ->add_option(
+          "--input", options.input,
+          "Video or image to draw into, or raw frames (.nv12, with --size; taken as 30 frames/s); - is "
+          "standard input, raw frames with --size")
       ->required()
       ->type_name("FILE");
   render->add_option("--size", options.size, "Size of the frames in a raw .nv12 file")->type_name("WxH");
+  render
+      ->add_option("--start", options.start,
+                   "Begin at this frame (250) or time (12.5, 90s, 1:30); frames keep their numbers")
+      ->type_name("N|TIME");
+  render->add_option("--frames", options.frames, "Draw at most so many frames")
+      ->check(kWholeNumber)
+      ->check(kNotZero)
+      ->type_name("N");
+  render
+      ->add_option_function<std::string>(
+          "--rotate", [&options](const std::string& what) { options.keepRotation = what == "keep"; },
+          "A rotation that the input asks players for: apply (default), or keep the pixels as they are "
+          "stored "
+          "and pass it on")
+      ->check(kRotation)
+      ->type_name("apply|keep");
   render
       ->add_option(
           "--detections", options.detections,
@@ -56,13 +87,32 @@ CLI::App* addRender(CLI::App& app, RenderOptions& options) {
           "order, frames counted from 0; may be packed by gzip; - is standard input")
       ->required()
       ->type_name("FILE.jsonl");
+}
+
+void addOutputs(CLI::App* render, RenderOptions& options) {
   render
       ->add_option(
           "--output", options.output,
           "Where the result goes: .mp4 or .mkv (H.264; an odd side grows by one sample), .y4m, .nv12 "
-          "(raw), or name_%04d.png (one file a frame)")
+          "(raw), or name_%04d.png (one file a frame); - is standard output, Matroska. What is there is "
+          "overwritten")
       ->required()
       ->type_name("FILE");
+  CLI::Option* const never = render->add_flag("-n", options.neverOverwrite,
+                                              "Never overwrite: end with exit code 2 if something is there");
+  render->add_flag("-y", "Overwrite what is there, as without it")->excludes(never);
+  render->add_flag("--no-audio", options.noAudio,
+                   "Do not copy the input's sound; .mp4 and .mkv get it and the subtitles otherwise");
+  render
+      ->add_option("--crf", options.encoder.crf, "Quality of .mp4 and .mkv: 0 (lossless) to 51 (default: 18)")
+      ->type_name("Q");
+  render
+      ->add_option("--preset", options.encoder.preset,
+                   "Speed of the encoder for .mp4 and .mkv, from ultrafast to placebo (default: veryfast)")
+      ->type_name("NAME");
+}
+
+void addDrawing(CLI::App* render, RenderOptions& options) {
   render
       ->add_option("--config", options.config,
                    "Configuration of the plug-in, a JSON object as text (see segmask inspect)")
@@ -83,11 +133,20 @@ CLI::App* addRender(CLI::App& app, RenderOptions& options) {
       "--no-explain", options.noExplain,
       "Do not find out what changed and why detections were not drawn, which saves some time");
   render
-      ->add_flag("--strict", options.strict,
-                 "End with exit code 3, after writing the output, if a detection was not drawn")
+      ->add_flag(
+          "--strict", options.strict,
+          "End with exit code 3, after writing the output, if a detection was not drawn or the input was "
+          "damaged")
       ->excludes(noExplain);
   render->add_option("--summary-json", options.summaryJson, "Also write the summary as a JSON object")
       ->type_name("FILE.json");
+}
+
+CLI::App* addRender(CLI::App& app, RenderOptions& options) {
+  CLI::App* const render = app.add_subcommand("render", "Draw segmentation masks into a video");
+  addInputs(render, options);
+  addOutputs(render, options);
+  addDrawing(render, options);
   return render;
 }
 
@@ -116,8 +175,28 @@ CLI::App* addInspect(CLI::App& app, PluginChoice& plugin) {
 }
 
 int report(const std::string& text) {
-  std::cerr << "segmask: " + oneLine(text) + "\n" << std::flush;
+  tell(text);
   return kExitError;
+}
+
+/// What is wrong with the options of a command; empty when each exists. CLI11 would report that a required
+/// option is missing, without the one that was meant for it.
+std::string unknownOption(const CLI::App& command, int argc, char** argv) {
+  std::vector<std::string> names;
+  for (const CLI::Option* option : command.get_options()) {
+    for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+  }
+  for (int i = 2; i < argc; ++i) {
+    std::string name = argv[i];
+    name.resize(std::min(name.size(), name.find('=')));
+    const bool isLong = name.size() > 2 && name.compare(0, 2, "--") == 0;
+    if (!isLong || std::find(names.begin(), names.end(), name) != names.end()) continue;
+    const std::string nearest = nearestName(name, names);
+    return "there is no option '" + name + "'" +
+           (nearest.empty() ? " (see segmask " + command.get_name() + " --help)"
+                            : "; did you mean '" + nearest + "'?");
+  }
+  return {};
 }
 
 int parseAndRun(int argc, char** argv) {
@@ -126,7 +205,8 @@ int parseAndRun(int argc, char** argv) {
   app.set_version_flag("--version", SEGMASK_VERSION);
   app.footer(
       "Exit codes: 0 done; 2 bad input or a failure, nothing was written; 3 done, but with --strict some "
-      "detection was not drawn; 130 interrupted, what was done so far was written.");
+      "detection was not drawn or the input was damaged; 141 nobody reads the output any more; 130 "
+      "interrupted, what was done so far was written.");
   Options options;
   const CLI::App* const renderCommand = addRender(app, options.render);
   const CLI::App* const explainCommand = addExplain(app, options.explain);
@@ -135,7 +215,11 @@ int parseAndRun(int argc, char** argv) {
   const std::string first = argc > 1 ? argv[1] : "-";
   const auto isFirst = [&first](const CLI::App* command) { return command->get_name() == first; };
   const auto commands = {renderCommand, explainCommand, inspectCommand};
-  if (first[0] != '-' && std::none_of(commands.begin(), commands.end(), isFirst)) {
+  const auto command = std::find_if(commands.begin(), commands.end(), isFirst);
+  if (command != commands.end()) {
+    const std::string unknown = unknownOption(**command, argc, argv);
+    if (!unknown.empty()) return report(unknown);
+  } else if (first[0] != '-') {
     return report("there is no command '" + first +
                   "', only render, explain and inspect (see segmask --help)");
   }
@@ -160,6 +244,8 @@ int runCommandLine(int argc, char** argv) {
   silenceLibav();
   try {
     return parseAndRun(argc, argv);
+  } catch (const ClosedPipe&) {
+    return kExitClosedPipe;
   } catch (const std::bad_alloc&) {
     return report("out of memory");
   } catch (const std::exception& error) {

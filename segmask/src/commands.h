@@ -6,6 +6,7 @@
 
 #include "detection/decision_settings.h"
 #include "src/PluginChoice.h"
+#include "video/FrameWriter.h"
 
 namespace segmask {
 
@@ -13,6 +14,7 @@ namespace segmask {
 constexpr int kExitDone = 0;
 constexpr int kExitError = 2;          ///< an error in the command line, the input, the plug-in or the output
 constexpr int kExitDropped = 3;        ///< all was written, but with --strict not all was drawn
+constexpr int kExitClosedPipe = 141;   ///< nobody reads the output any more; what a shell reports of SIGPIPE
 constexpr int kExitInterrupted = 130;  ///< SIGINT or SIGTERM; what was done so far is kept
 
 /// The options of `segmask render`, as they stand on the command line.
@@ -21,6 +23,12 @@ struct RenderOptions {
   std::optional<std::string> size;
   std::string detections;
   std::string output;
+  bool neverOverwrite = false;
+  std::optional<std::string> start;  ///< see parseStartPoint
+  std::optional<uint64_t> frames;    ///< the most that are drawn
+  bool keepRotation = false;
+  bool noAudio = false;
+  EncoderOptions encoder;
   std::optional<std::string> config;
   PluginChoice plugin;
   std::optional<std::string> contactSheet;

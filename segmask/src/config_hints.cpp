@@ -1,44 +1,19 @@
 #include "src/config_hints.h"
 
-#include <algorithm>
 #include <optional>
 
 #include "core/SwJsonDocument.h"
 #include "render_base/settings.h"
+#include "src/nearest_name.h"
 
 namespace segmask {
 namespace {
 
-/// How many bytes have to be inserted, removed, changed, or swapped with their neighbour.
-std::size_t distance(const std::string& a, const std::string& b) {
-  std::vector<std::vector<std::size_t>> cost(a.size() + 1, std::vector<std::size_t>(b.size() + 1));
-  for (std::size_t i = 0; i <= a.size(); ++i) {
-    for (std::size_t j = 0; j <= b.size(); ++j) {
-      if (i == 0 || j == 0) {
-        cost[i][j] = i + j;
-        continue;
-      }
-      const std::size_t change = cost[i - 1][j - 1] + (a[i - 1] == b[j - 1] ? 0 : 1);
-      cost[i][j] = std::min({change, cost[i - 1][j] + 1, cost[i][j - 1] + 1});
-      if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1]) {
-        cost[i][j] = std::min(cost[i][j], cost[i - 2][j - 2] + 1);
-      }
-    }
-  }
-  return cost[a.size()][b.size()];
-}
-
-/// The key that was probably meant: at most a third of it is wrong. Empty when there is none.
+/// The key that was probably meant; empty when there is none.
 std::string nearestKey(const std::string& key, const SwJsonObject& properties) {
-  std::string nearest;
-  std::size_t least = key.size() / 3 + 1;
-  for (const auto& [name, rules] : properties) {
-    const std::size_t found = distance(key, name);
-    if (found >= least) continue;
-    least = found;
-    nearest = name;
-  }
-  return nearest;
+  std::vector<std::string> names;
+  for (const auto& [name, rules] : properties) names.push_back(name);
+  return nearestName(key, names);
 }
 
 std::optional<double> numberOf(const SwJsonValue& value) {

@@ -6,48 +6,42 @@
 #include <optional>
 #include <utility>
 
-#include "host/DetectionStream.h"
 #include "host/DetectionTally.h"
 #include "host/FrameRenderer.h"
 #include "host/PluginHost.h"
 #include "host/ProducerInputs.h"
+#include "io/FileDescriptor.h"
 #include "io/Interrupt.h"
-#include "io/OutputFile.h"
-#include "io/StagedOutput.h"
 #include "io/UserError.h"
 #include "io/nv12.h"
-#include "src/ContactSheet.h"
 #include "src/FramePipeline.h"
 #include "src/Progress.h"
+#include "src/RenderInputs.h"
+#include "src/RenderOutputs.h"
 #include "src/RenderSummary.h"
 #include "src/StderrGuard.h"
 #include "src/Telling.h"
 #include "src/commands.h"
 #include "src/config_hints.h"
-#include "src/detection_file_check.h"
+#include "src/messages.h"
 #include "src/payloads.h"
-#include "video/FrameReader.h"
-#include "video/FrameWriter.h"
 
 namespace segmask {
 namespace {
 
 /// The objects that read, draw and write the frames. Not owned.
 struct RenderStages {
-  FrameReader& reader;
-  DetectionStream& detections;
+  RenderInputs& inputs;
+  ProducerInputs& producers;
   FrameRenderer& renderer;
-  FrameWriter& writer;
-  ContactSheet* sheet;  ///< may be null
-  ProducerInputs& inputs;
-  Telling* telling;           ///< may be null
-  StagedOutput* summaryFile;  ///< may be null
   IRenderPlugin& plugin;
+  Telling* telling;  ///< may be null
+  RenderOutputs& outputs;
 };
 
 bool readJob(const RenderStages& stages, FrameJob& job) {
-  if (!stages.reader.next(job.frame)) return false;
-  job.lines = stages.detections.take(job.number);
+  if (!stages.inputs.frames.next(job.frame, job.number)) return false;
+  job.lines = stages.inputs.detections->take(job.number);
   // The request to stop may have cut the detections short, so that the frame would lack some.
   return !Interrupt::requested();
 }
@@ -58,8 +52,8 @@ bool drawJob(const RenderStages& stages, FrameJob& job, RenderTimes& times) {
   if (stages.telling) {
     for (const DetectionLine& line : job.lines) stages.telling->look(line);
   }
-  stages.inputs.advance(job.number, std::move(job.lines));
-  const FrameRenderer::Result result = stages.renderer.render(job.number, job.frame, stages.inputs);
+  stages.producers.advance(job.number, std::move(job.lines));
+  const FrameRenderer::Result result = stages.renderer.render(job.number, job.frame, stages.producers);
   times.add(result.renderMs);
   if (stages.telling) stages.telling->look(result, job.frame);
   job.drawn = result.drawn;
@@ -67,8 +61,7 @@ bool drawJob(const RenderStages& stages, FrameJob& job, RenderTimes& times) {
 }
 
 void writeJob(const RenderStages& stages, const FrameJob& job, RenderSummary& summary) {
-  stages.writer.write(job.frame);
-  if (stages.sheet) stages.sheet->offer(job.number, job.frame, job.drawn);
+  stages.outputs.write(job);
   if (job.drawn) ++summary.framesDrawn;
   ++summary.frames;
 }
@@ -84,8 +77,9 @@ RenderSummary renderFrames(const RenderStages& stages, const Interrupt& interrup
   };
   callbacks.stopReading = [&interrupt] { interrupt.request(); };
   summary.stageTimes = FramePipeline(std::move(callbacks)).run();
-  summary.detections = stages.inputs.detectionsSeen();
-  summary.detectionsLookedBack = stages.inputs.detectionsLookedBack();
+  summary.detections = stages.producers.detectionsSeen();
+  summary.detectionsLookedBack = stages.producers.detectionsLookedBack();
+  summary.damaged = stages.inputs.frames.reader().damaged();
   summary.telling = stages.telling;
   return summary;
 }
@@ -97,7 +91,7 @@ RenderSummary renderWithProgress(const RenderStages& stages, const RenderOptions
   using Style = Progress::Style;
   const Style style = options.noProgress ? Style::None : progressStyleFor(STDERR_FILENO);
   const FileDescriptor terminal(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
-  Progress progress(terminal ? style : Style::None, terminal.get(), stages.reader.frameCount());
+  Progress progress(terminal ? style : Style::None, terminal.get(), stages.inputs.frames.frameCount());
   std::unique_ptr<StderrGuard> guard;
   if (terminal && style == Style::Bar) {
     guard =
@@ -122,10 +116,6 @@ void makeTelling(std::optional<Telling>& telling, const RenderOptions& options, 
   telling.emplace(renderer, inputs, Nv12Layout{format.width, format.height}, std::move(tally));
 }
 
-void warn(const std::string& text) {
-  std::cerr << "segmask: warning: " + oneLine(text) + "\n" << std::flush;
-}
-
 /// Warnings of what was hardly meant so, at the end of a run.
 void warnOfHints(const Telling& telling, const RenderSummary& summary, const RenderOptions& options,
                  const std::string& schema) {
@@ -138,27 +128,31 @@ void warnOfHints(const Telling& telling, const RenderSummary& summary, const Ren
       "nothing is visible: no pixel of any frame has changed, though there are detections (see the summary)");
 }
 
+/// What the frames lose on the way to the output, and what is left out beside them.
+void noteLosses(FrameReader& reader) {
+  for (const std::string& remark : reader.remarks()) note(remark);
+  if (!reader.sideStreams()) return;
+  for (const std::string& stream : reader.sideStreams()->leftOut()) note(stream);
+}
+
 /// True when there are lines past the end of the video.
-bool warnOfRest(const FrameReader& reader, DetectionStream& detections, uint64_t frames) {
+bool warnOfRest(RenderInputs& inputs) {
+  const FrameReader& reader = inputs.frames.reader();
   if (!reader.warning().empty()) warn(reader.warning());
-  if (Interrupt::requested()) return false;
+  const std::optional<uint64_t> frames = inputs.frames.sourceFrames();
+  if (!frames) return false;  // the run ended before the video
+  DetectionStream& detections = *inputs.detections;
   const std::optional<DetectionLine>& rest = detections.rest();
   if (detections.heldNoLine()) warn(detections.path() + ": holds no line, so there was nothing to draw");
   if (!rest) return false;
   warn(detections.path() + ":" + std::to_string(rest->lineNumber) + ": frame " + std::to_string(rest->frame) +
-       " is past the end of the video, which has " + std::to_string(frames) +
+       " is past the end of the video, which has " + std::to_string(*frames) +
        " frames; this line and all after it were not used");
   return true;
 }
 
-void writeSummaryFile(const StagedOutput& staged, const std::string& name, const std::string& json) {
-  OutputFile file(staged.path(), name);
-  file.write(json + "\n");
-  file.close();
-}
-
 int reportEarlyInterrupt() {
-  std::cerr << "segmask: interrupted before the first frame; nothing was written\n" << std::flush;
+  tell("interrupted before the first frame; nothing was written");
   return kExitInterrupted;
 }
 
@@ -168,23 +162,16 @@ int finish(const RenderStages& stages, const RenderOptions& options, const std::
     if (!Interrupt::requested()) throw UserError(options.input + ": holds no frame");
     return reportEarlyInterrupt();
   }
-  const bool hasRest = warnOfRest(stages.reader, stages.detections, summary.frames);
-  // Everything that can fail for lack of space comes before the first output gets its name.
-  stages.writer.finish();
-  if (stages.sheet) stages.sheet->finish();
+  const bool hasRest = warnOfRest(stages.inputs);
   const SummaryFiles files{options.detections, options.output, options.contactSheet, pluginPath};
-  if (stages.summaryFile)
-    writeSummaryFile(*stages.summaryFile, *options.summaryJson, summaryJson(summary, files));
-  stages.writer.commit();
-  if (stages.sheet) stages.sheet->commit();
-  if (stages.summaryFile) stages.summaryFile->commit();
+  stages.outputs.finish([&] { return summaryJson(summary, files); });
   if (stages.telling) warnOfHints(*stages.telling, summary, options, stages.plugin.getConfigList());
-  std::cout << summaryText(summary, files) << std::flush;
+  // Standard output may be the video.
+  std::ostream& stream = options.output == kStandardStream ? std::cerr : std::cout;
+  stream << summaryText(summary, files) << std::flush;
   if (!Interrupt::requested())
-    return options.strict && (hasRest || dropsAny(summary)) ? kExitDropped : kExitDone;
-  std::cerr << "segmask: interrupted; the first " + std::to_string(summary.frames) + " frames are in " +
-                   options.output + "\n"
-            << std::flush;
+    return options.strict && (hasRest || lacksAny(summary)) ? kExitDropped : kExitDone;
+  tell("interrupted; the first " + std::to_string(summary.frames) + " frames are in " + options.output);
   return kExitInterrupted;
 }
 
@@ -194,25 +181,14 @@ void checkStrict(const Telling* telling, const std::string& pluginPath) {
                   ": what another plug-in drops is not known");
 }
 
-struct Inputs {
-  std::unique_ptr<FrameReader> reader;
-  std::unique_ptr<DetectionStream> detections;
-};
-
-/// Opens the inputs. Empty when the user has asked to stop meanwhile: pipes and streams may take long to
-/// open, and a failure after that request is not an error.
-std::optional<Inputs> openInputs(const RenderOptions& options) {
+/// Opens the outputs. Null when the user has asked to stop while a pipe was waited for.
+std::unique_ptr<RenderOutputs> openOutputs(const RenderOptions& options, FrameReader& reader) {
   try {
-    refuseOtherFiles(options.detections);
-    Inputs inputs{openFrameReader(options.input, options.size), nullptr};
-    const VideoFormat& format = inputs.reader->format();
-    inputs.detections = std::make_unique<DetectionStream>(
-        options.detections, render_base::FrameSize{format.width, format.height});
-    if (!Interrupt::requested()) return inputs;
+    return std::make_unique<RenderOutputs>(options, reader);
   } catch (const UserError&) {
     if (!Interrupt::requested()) throw;
   }
-  return std::nullopt;
+  return nullptr;
 }
 
 }  // namespace
@@ -220,10 +196,10 @@ std::optional<Inputs> openInputs(const RenderOptions& options) {
 int render(const RenderOptions& options) {
   const Interrupt interrupt;
   checkOptions(options);
-  const std::optional<Inputs> inputs = openInputs(options);
+  std::optional<RenderInputs> inputs = openInputs(options);
   if (!inputs) return reportEarlyInterrupt();
   registerPayloads(options.debug);
-  FrameReader& reader = *inputs->reader;
+  FrameReader& reader = inputs->frames.reader();
 
   // Declared before the plug-in, because the plug-in's backend must outlive it.
   FrameRenderer renderer(reader.format().width, reader.format().height);
@@ -236,14 +212,11 @@ int render(const RenderOptions& options) {
   if (!options.noExplain) makeTelling(telling, options, renderer, producers, host.plugin(), reader.format());
   if (options.strict) checkStrict(telling ? &*telling : nullptr, pluginPath);
 
-  const std::unique_ptr<FrameWriter> writer = openFrameWriter(options.output, reader.format());
-  std::unique_ptr<ContactSheet> sheet;
-  if (options.contactSheet) sheet = std::make_unique<ContactSheet>(*options.contactSheet, reader.format());
-  std::unique_ptr<StagedOutput> summaryFile;
-  if (options.summaryJson) summaryFile = std::make_unique<StagedOutput>(*options.summaryJson);
-  const RenderStages stages{
-      reader,    *inputs->detections,           renderer,          *writer,      sheet.get(),
-      producers, telling ? &*telling : nullptr, summaryFile.get(), host.plugin()};
+  const std::unique_ptr<RenderOutputs> outputs = openOutputs(options, reader);
+  if (!outputs) return reportEarlyInterrupt();
+  noteLosses(reader);
+  const RenderStages stages{*inputs, producers, renderer, host.plugin(), telling ? &*telling : nullptr,
+                            *outputs};
   return finish(stages, options, pluginPath, renderWithProgress(stages, options, interrupt));
 }
 

@@ -187,7 +187,8 @@ TEST_F(ToolDetections, TheSummaryForProgramsHasTheSameNumbers) {
   SwString error;
   ASSERT_TRUE(document.loadFromJson(readFile(json), error)) << error.str();
   const SwJsonObject summary = document.object();
-  EXPECT_EQ(summary.size(), 9U);
+  EXPECT_EQ(summary.size(), 10U);
+  EXPECT_EQ(summary["damaged"], SwJsonValue(0));
   EXPECT_EQ(summary["frames"], SwJsonValue(8));
   EXPECT_EQ(summary["frames_changed"], SwJsonValue(2));
   EXPECT_EQ(summary["pixels_changed"], SwJsonValue(48));

@@ -2,6 +2,7 @@
 
 #include <charconv>
 
+#include "io/FileDescriptor.h"
 #include "io/UserError.h"
 #include "io/file_names.h"
 #include "src/LibavReader.h"
@@ -36,7 +37,8 @@ FrameSize parseFrameSize(const std::string& text) {
 }
 
 std::unique_ptr<FrameReader> openFrameReader(const std::string& path, const ReadOptions& options) {
-  if (lowerCaseEnding(path) != ".nv12") {
+  const bool isRaw = path == kStandardStream ? options.size.has_value() : lowerCaseEnding(path) == ".nv12";
+  if (!isRaw) {
     if (options.size) throw UserError(path + ": --size is for raw .nv12 input; this file says its own");
     return std::make_unique<LibavReader>(path, options);
   }

@@ -1,5 +1,6 @@
 #include "video/FrameWriter.h"
 
+#include "io/OutputPlace.h"
 #include "io/UserError.h"
 #include "io/file_names.h"
 #include "src/H264Writer.h"
@@ -10,9 +11,34 @@
 
 namespace segmask {
 
+namespace {
+
+/// The ending that outputs of a kind have.
+const char* endingOf(OutputKind kind) {
+  switch (kind) {
+    case OutputKind::Mp4:
+      return ".mp4";
+    case OutputKind::Mkv:
+      return ".mkv";
+    case OutputKind::Y4m:
+      return ".y4m";
+    case OutputKind::RawNv12:
+      return ".nv12";
+    case OutputKind::PngSequence:
+      return ".png";
+  }
+  return "";
+}
+
+}  // namespace
+
 OutputKind outputKindOf(const std::string& path) {
+  if (path == kStandardStream) return OutputKind::Mkv;
   const std::string ending = lowerCaseEnding(path);
-  if (ending == ".mp4") return OutputKind::Mp4;
+  if (ending == ".mp4") {
+    if (isStream(path)) throw UserError(path + ": .mp4 cannot be written to a pipe; .mkv can");
+    return OutputKind::Mp4;
+  }
   if (ending == ".mkv") return OutputKind::Mkv;
   if (ending == ".y4m") return OutputKind::Y4m;
   if (ending == ".nv12") return OutputKind::RawNv12;
@@ -24,12 +50,17 @@ OutputKind outputKindOf(const std::string& path) {
                   "'; it can be .mp4, .mkv, .y4m, .nv12 or a pattern such as name_%04d.png");
 }
 
-std::unique_ptr<FrameWriter> openFrameWriter(const std::string& path, const VideoFormat& format) {
-  switch (outputKindOf(path)) {
+std::unique_ptr<FrameWriter> openFrameWriter(const std::string& path, const VideoFormat& format,
+                                             const WriteOptions& options) {
+  const OutputKind kind = outputKindOf(path);
+  const bool isContainer = kind == OutputKind::Mp4 || kind == OutputKind::Mkv;
+  if (options.side && !isContainer)
+    options.side->leaveOutAll(std::string(endingOf(kind)) + " cannot hold it");
+  switch (kind) {
     case OutputKind::Mp4:
-      return std::make_unique<H264Writer>(path, "mp4", format);
+      return std::make_unique<H264Writer>(path, "mp4", format, options);
     case OutputKind::Mkv:
-      return std::make_unique<H264Writer>(path, "matroska", format);
+      return std::make_unique<H264Writer>(path, "matroska", format, options);
     case OutputKind::Y4m:
       return std::make_unique<Y4mWriter>(path, format);
     case OutputKind::RawNv12:

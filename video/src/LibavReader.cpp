@@ -1,10 +1,13 @@
 #include "src/LibavReader.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <utility>
 
+#include "io/FileDescriptor.h"
 #include "io/Interrupt.h"
 #include "io/UserError.h"
 
@@ -23,6 +26,7 @@ int stopReading(void*) {
 
 /// The address of a file for libavformat, which would read the part of a name before a colon as a protocol.
 std::string addressOf(const std::string& path) {
+  if (path == kStandardStream) return "pipe:" + std::to_string(STDIN_FILENO);
   std::error_code ignored;
   return std::filesystem::exists(path, ignored) ? "file:" + path : path;
 }
@@ -57,6 +61,7 @@ std::optional<DisplayMatrix> displayMatrixOf(const AVStream& stream, const AVFra
 LibavReader::LibavReader(std::string path, const ReadOptions& options) : path_(std::move(path)) {
   openInput();
   openDecoder();
+  offerSideStreams(options.sideStreams);
   if (!decode()) throw UserError(path_ + ": no frame of its video stream can be decoded");
   describe(*decoded_);
   orient(*decoded_, options.keepRotation);
@@ -82,9 +87,6 @@ void LibavReader::openDecoder() {
   if (index == AVERROR_DECODER_NOT_FOUND) throw UserError(path_ + ": no decoder for its video stream");
   const bool isCover = index >= 0 && (input_->streams[index]->disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
   if (index < 0 || isCover) throw UserError(path_ + ": no video stream");
-  for (unsigned other = 0; other < input_->nb_streams; ++other) {
-    if (static_cast<int>(other) != index) input_->streams[other]->discard = AVDISCARD_ALL;
-  }
   stream_ = input_->streams[index];
 
   decoder_.reset(avcodec_alloc_context3(codec));
@@ -95,6 +97,20 @@ void LibavReader::openDecoder() {
   decoder_->thread_count = 0;
   const int opened = avcodec_open2(decoder_.get(), codec, nullptr);
   if (opened < 0) fail(opened);
+}
+
+void LibavReader::offerSideStreams(SideKinds kinds) {
+  for (unsigned index = 0; index < input_->nb_streams; ++index) {
+    AVStream& stream = *input_->streams[index];
+    if (&stream == stream_) continue;
+    const AVMediaType type = stream.codecpar->codec_type;
+    const bool isOffered = type == AVMEDIA_TYPE_AUDIO ? kinds == SideKinds::All : kinds != SideKinds::None;
+    if (isOffered && type != AVMEDIA_TYPE_VIDEO) {
+      side_.add(stream);
+    } else {
+      stream.discard = AVDISCARD_ALL;
+    }
+  }
 }
 
 void LibavReader::describe(const AVFrame& first) {
@@ -195,10 +211,14 @@ void LibavReader::feed() {
         refuseCutOff();
         if (error != AVERROR_EOF) fail(error);
       }
+      if (error == AVERROR_EOF) side_.end();
       inputEnded_ = true;
       break;
     }
-    if (packet_->stream_index != stream_->index) continue;
+    if (packet_->stream_index != stream_->index) {
+      side_.push(*packet_, path_);
+      continue;
+    }
     if (avcodec_send_packet(decoder_.get(), packet_.get()) < 0) ++brokenPackets_;
     return;
   }

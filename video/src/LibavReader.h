@@ -25,11 +25,14 @@ class LibavReader : public FrameReader {
   bool next(Frame& frame) override;
   std::string warning() const override;
   uint64_t damaged() const override { return brokenPackets_ + brokenFrames_; }
+  SideStreams* sideStreams() override { return &side_; }
   std::vector<std::string> remarks() const override { return remarks_; }
 
  private:
   void openInput();
   void openDecoder();
+  /// Offers every other stream that is no video.
+  void offerSideStreams(SideKinds kinds);
   void describe(const AVFrame& first);
   /// Decides how frames are turned, or that players are to do it.
   void orient(const AVFrame& first, bool keepRotation);
@@ -55,6 +58,7 @@ class LibavReader : public FrameReader {
   Orientation orientation_;
   std::vector<unsigned char> stored_;  ///< a frame before it is turned
   VideoFormat format_;
+  SideStreams side_;
   std::vector<std::string> remarks_;
   std::optional<uint64_t> frameCount_;
   bool firstIsDecoded_ = false;

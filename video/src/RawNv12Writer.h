@@ -3,7 +3,7 @@
 #include <string>
 
 #include "io/OutputFile.h"
-#include "io/StagedOutput.h"
+#include "io/OutputPlace.h"
 #include "video/FrameWriter.h"
 
 namespace segmask {
@@ -11,14 +11,14 @@ namespace segmask {
 /// Writes frames as they are, tightly packed, one after the other. Size, time and colour tags are not kept.
 class RawNv12Writer : public FrameWriter {
  public:
-  explicit RawNv12Writer(const std::string& path) : stage_(path), file_(stage_.path(), path) {}
+  explicit RawNv12Writer(const std::string& path) : place_(path), file_(place_.open()) {}
 
   void write(const Frame& frame) override { file_.write(frame.nv12.data(), frame.nv12.size()); }
   void finish() override { file_.close(); }
-  void commit() override { stage_.commit(); }
+  void commit() override { place_.commit(); }
 
  private:
-  StagedOutput stage_;
+  OutputPlace place_;
   OutputFile file_;
 };
 

@@ -35,8 +35,8 @@ std::string header(const VideoFormat& format) {
 Y4mWriter::Y4mWriter(const std::string& path, const VideoFormat& format)
     : layout_{format.width, format.height},
       chroma_(layout_.chromaBytes()),
-      stage_(path),
-      file_(stage_.path(), path) {
+      place_(path),
+      file_(place_.open()) {
   file_.write(header(format));
 }
 

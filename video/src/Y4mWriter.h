@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "io/OutputFile.h"
-#include "io/StagedOutput.h"
+#include "io/OutputPlace.h"
 #include "io/nv12.h"
 #include "video/FrameWriter.h"
 
@@ -18,12 +18,12 @@ class Y4mWriter : public FrameWriter {
 
   void write(const Frame& frame) override;
   void finish() override { file_.close(); }
-  void commit() override { stage_.commit(); }
+  void commit() override { place_.commit(); }
 
  private:
   Nv12Layout layout_;
   std::vector<unsigned char> chroma_;  ///< the U plane, then the V plane
-  StagedOutput stage_;
+  OutputPlace place_;
   OutputFile file_;
 };
 

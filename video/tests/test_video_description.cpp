@@ -84,8 +84,9 @@ TEST(VideoRotation, OfAnEighthOfATurnIsLeftToPlayersAndSaid) {
   const LibavReader reader(folder.path("v.mp4"));
   EXPECT_EQ(reader.format().width, 64);
   EXPECT_TRUE(reader.format().displayMatrix);
-  EXPECT_EQ(reader.remarks(), std::vector<std::string>{folder.path("v.mp4") +
-                                                       ": its rotation is no quarter turn and is left to players"});
+  EXPECT_EQ(reader.remarks(),
+            std::vector<std::string>{folder.path("v.mp4") +
+                                     ": its rotation is no quarter turn and is left to players"});
 }
 
 TEST(VideoFields, AreCarriedOver) {
@@ -189,8 +190,8 @@ TEST(VideoSizes, ThatChangeInMidStreamAreRefused) {
   large.video.width = 80;
   writeMedia(folder.path("small.mjpeg"), small);
   writeMedia(folder.path("large.mjpeg"), large);
-  LibavReader reader(folder.write(
-      "v.mjpeg", readFile(folder.path("small.mjpeg")) + readFile(folder.path("large.mjpeg"))));
+  LibavReader reader(
+      folder.write("v.mjpeg", readFile(folder.path("small.mjpeg")) + readFile(folder.path("large.mjpeg"))));
   try {
     for (Frame frame; reader.next(frame);) {
     }

@@ -5,6 +5,9 @@
 
 namespace segmask {
 
+/// The name of standard input and standard output among paths.
+constexpr char kStandardStream[] = "-";
+
 /// Owns a file descriptor and closes it at the end.
 class FileDescriptor {
  public:
@@ -29,7 +32,7 @@ class FileDescriptor {
   int fd_ = -1;
 };
 
-/// Opens `path` for reading. Throws UserError.
+/// Opens `path` for reading; "-" is standard input. Throws UserError.
 FileDescriptor openForReading(const std::string& path);
 
 /// Reads `size` bytes, waiting as long as necessary; fewer only at the end of the file or when the user has

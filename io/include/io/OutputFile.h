@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <string>
+#include <utility>
 
 #include "io/FileDescriptor.h"
 
@@ -13,6 +14,10 @@ class OutputFile {
   /// Creates or empties the file at `path`; `name` is what errors call it.
   OutputFile(const std::string& path, std::string name);
 
+  /// Writes to what is open already.
+  OutputFile(FileDescriptor file, std::string name) : name_(std::move(name)), file_(std::move(file)) {}
+
+  /// Throws ClosedPipe where nobody reads it any more.
   void write(const void* bytes, std::size_t size);
   void write(const std::string& bytes) { write(bytes.data(), bytes.size()); }
 

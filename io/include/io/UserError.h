@@ -16,6 +16,12 @@ class UserError : public std::runtime_error {
   explicit UserError(const std::string& text) : std::runtime_error(oneLine(text)) {}
 };
 
+/// Nobody reads the pipe any more that is written to.
+class ClosedPipe : public UserError {
+ public:
+  using UserError::UserError;
+};
+
 /// The error of the system call that just failed: "FILE: No such file or directory".
 UserError systemError(const std::string& file, int error);
 

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "io/Frame.h"
+#include "video/SideStreams.h"
 #include "video/VideoFormat.h"
 
 namespace segmask {
@@ -35,6 +36,10 @@ class FrameReader {
   /// Packets of the input that could not be decoded and frames that were decoded with errors, so far.
   virtual uint64_t damaged() const { return 0; }
 
+  /// The streams beside the video, for a writer that copies them. Null where the input can have none. Owned
+  /// by the reader.
+  virtual SideStreams* sideStreams() { return nullptr; }
+
   /// What frames cannot keep of the input (more than 8 bits a sample, finer chroma, alpha), a sentence each.
   /// Complete after construction.
   virtual std::vector<std::string> remarks() const { return {}; }
@@ -52,14 +57,20 @@ struct FrameSize {
 /// an x.
 FrameSize parseFrameSize(const std::string& text);
 
+/// Which streams beside the video a reader offers to copy (SideStreams). Who asks for them must connect a
+/// writer to them or leave them out.
+enum class SideKinds { None, AllButAudio, All };
+
 struct ReadOptions {
   std::optional<std::string> size;  ///< the --size text; empty for input that says its own
   bool keepRotation = false;        ///< leaves the pixels as they are stored and the rotation to players
+  SideKinds sideStreams = SideKinds::None;
 };
 
-/// Opens raw frames (by the ending .nv12, with a size) or whatever libavformat reads (without). A
-/// rotation that the input asks players for is applied. Throws UserError when the file cannot be opened,
-/// holds no video, or a size is missing, malformed or out of place.
+/// Opens raw frames (by the ending .nv12, with a size) or whatever libavformat reads (without). "-" is
+/// standard input, which holds raw frames where there is a size. A rotation that the input asks players for
+/// is applied. Throws UserError when the file cannot be opened, holds no video, or a size is missing,
+/// malformed or out of place.
 std::unique_ptr<FrameReader> openFrameReader(const std::string& path, const ReadOptions& options);
 
 /// The same without further options.

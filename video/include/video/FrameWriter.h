@@ -4,6 +4,7 @@
 #include <string>
 
 #include "io/Frame.h"
+#include "video/SideStreams.h"
 #include "video/VideoFormat.h"
 
 namespace segmask {
@@ -30,12 +31,28 @@ class FrameWriter {
   FrameWriter() = default;
 };
 
-/// The kinds of output, chosen by the ending of the output's name.
+/// The kinds of output, chosen by the ending of the output's name. Standard output, "-", is Matroska.
 enum class OutputKind { Mp4, Mkv, Y4m, RawNv12, PngSequence };
 
-/// Throws UserError for any other ending, and for a .png name that is not a pattern (PngPattern).
+/// Throws UserError for any other ending, for a .png name that is not a pattern (PngPattern), and for a pipe
+/// where the kind cannot go through one.
 OutputKind outputKindOf(const std::string& path);
 
-std::unique_ptr<FrameWriter> openFrameWriter(const std::string& path, const VideoFormat& format);
+/// The options of the H.264 encoder, as libx264 takes them. By default, a quality at which compression does
+/// not hide the overlay, at a speed that suits a laptop.
+struct EncoderOptions {
+  std::string crf = "18";
+  std::string preset = "veryfast";
+};
+
+struct WriteOptions {
+  EncoderOptions encoder;
+  SideStreams* side = nullptr;  ///< the streams to copy; not owned, may be null, outlives the writer
+};
+
+/// A pipe is opened here and waited for until someone reads it. Side streams that the output cannot hold are
+/// left out (SideStreams::leftOut).
+std::unique_ptr<FrameWriter> openFrameWriter(const std::string& path, const VideoFormat& format,
+                                             const WriteOptions& options = {});
 
 }  // namespace segmask

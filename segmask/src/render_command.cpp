@@ -13,6 +13,7 @@
 #include "io/FileDescriptor.h"
 #include "io/Interrupt.h"
 #include "io/UserError.h"
+#include "io/file_names.h"
 #include "io/nv12.h"
 #include "src/FramePipeline.h"
 #include "src/Progress.h"
@@ -129,8 +130,12 @@ void warnOfHints(const Telling& telling, const RenderSummary& summary, const Ren
 }
 
 /// What the frames lose on the way to the output, and what is left out beside them.
-void noteLosses(FrameReader& reader) {
+void noteLosses(FrameReader& reader, const std::string& output) {
   for (const std::string& remark : reader.remarks()) note(remark);
+  if (reader.format().displayMatrix && !carriesRotation(outputKindOf(output))) {
+    const std::string name = output == kStandardStream ? "Matroska" : lowerCaseEnding(output);
+    note(name + " cannot hold the rotation of the input");
+  }
   if (!reader.sideStreams()) return;
   for (const std::string& stream : reader.sideStreams()->leftOut()) note(stream);
 }
@@ -214,7 +219,7 @@ int render(const RenderOptions& options) {
 
   const std::unique_ptr<RenderOutputs> outputs = openOutputs(options, reader);
   if (!outputs) return reportEarlyInterrupt();
-  noteLosses(reader);
+  noteLosses(reader, options.output);
   const RenderStages stages{*inputs, producers, renderer, host.plugin(), telling ? &*telling : nullptr,
                             *outputs};
   return finish(stages, options, pluginPath, renderWithProgress(stages, options, interrupt));

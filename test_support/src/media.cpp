@@ -178,6 +178,7 @@ Track makeTrack(AVFormatContext& output, const MediaSound& sound) {
 }  // namespace
 
 void writeMedia(const std::string& path, const MediaFile& file) {
+  av_log_set_level(AV_LOG_QUIET);
   AVFormatContext* output = nullptr;
   const char* const container = file.container.empty() ? nullptr : file.container.c_str();
   check(avformat_alloc_output_context2(&output, nullptr, container, path.c_str()), "container");

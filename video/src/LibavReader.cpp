@@ -237,12 +237,16 @@ int64_t LibavReader::timeOf(const AVFrame& frame) const {
 
 void LibavReader::refuseCutOff() const {
   const int64_t size = avio_size(input_->pb);
-  const int entries = avformat_index_get_entries_count(stream_);
-  if (size < 0 || entries == 0) return;
-  const AVIndexEntry& last = *avformat_index_get_entry(stream_, entries - 1);
-  if (last.pos + last.size <= size) return;
-  throw UserError(path_ + ": the file is cut off: it has " + std::to_string(size) +
-                  " bytes, and its last frame ends at byte " + std::to_string(last.pos + last.size));
+  if (size < 0) return;
+  for (unsigned index = 0; index < input_->nb_streams; ++index) {
+    AVStream* const stream = input_->streams[index];
+    const int entries = avformat_index_get_entries_count(stream);
+    if (entries == 0 || stream->discard == AVDISCARD_ALL) continue;
+    const AVIndexEntry& last = *avformat_index_get_entry(stream, entries - 1);
+    if (last.pos + last.size <= size) continue;
+    throw UserError(path_ + ": the file is cut off: it has " + std::to_string(size) +
+                    " bytes, and by its own table " + std::to_string(last.pos + last.size) + " or more");
+  }
 }
 
 void LibavReader::fail(int error) const {

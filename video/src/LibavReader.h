@@ -42,7 +42,7 @@ class LibavReader : public FrameReader {
   /// Feeds the decoder one packet, or the end of the stream.
   void feed();
   int64_t timeOf(const AVFrame& frame) const;
-  /// Throws UserError when the file ends before the last frame of its table.
+  /// Throws UserError when the file ends before the last packet of its tables.
   void refuseCutOff() const;
   [[noreturn]] void fail(int error) const;
 

@@ -94,8 +94,7 @@ void Muxer::writeVideo(AVPacket& packet, const AVCodecContext& encoder) {
   packet.stream_index = video_->index;
   // Encoders do not set the duration, and a container cannot derive that of the last frame from time stamps.
   if (packet.duration == 0) {
-    packet.duration =
-        std::max<int64_t>(1, av_rescale_q(1, av_inv_q(encoder.framerate), video_->time_base));
+    packet.duration = std::max<int64_t>(1, av_rescale_q(1, av_inv_q(encoder.framerate), video_->time_base));
   }
   videoEnd_ = std::max(videoEnd_, packet.pts + packet.duration);
   const std::lock_guard<std::mutex> lock(mutex_);

@@ -45,6 +45,11 @@ struct EncoderOptions {
   std::string preset = "veryfast";
 };
 
+/// Whether outputs of the kind carry what is left for players to do (VideoFormat::displayMatrix).
+constexpr bool carriesRotation(OutputKind kind) {
+  return kind == OutputKind::Mp4;
+}
+
 struct WriteOptions {
   EncoderOptions encoder;
   SideStreams* side = nullptr;  ///< the streams to copy; not owned, may be null, outlives the writer

@@ -1,0 +1,188 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "io/UserError.h"
+#include "src/LibavReader.h"
+#include "src/Muxer.h"
+#include "test_support/TempFolder.h"
+#include "test_support/media.h"
+#include "video/FrameWriter.h"
+
+namespace segmask {
+namespace {
+
+using Texts = std::vector<std::string>;
+
+ReadOptions all() {
+  ReadOptions options;
+  options.sideStreams = SideKinds::All;
+  return options;
+}
+
+/// Copies the first `frames` frames; returns what was left out.
+Texts copy(const std::string& from, const std::string& to, int frames = 1'000'000,
+           const ReadOptions& options = all()) {
+  LibavReader reader(from, options);
+  const std::unique_ptr<FrameWriter> writer =
+      openFrameWriter(to, reader.format(), {{}, reader.sideStreams()});
+  Frame frame;
+  for (int number = 0; number < frames && reader.next(frame); ++number) writer->write(frame);
+  writer->finish();
+  writer->commit();
+  return reader.sideStreams()->leftOut();
+}
+
+MediaFile withSounds(const std::vector<MediaSound>& sounds) {
+  MediaFile file;
+  file.video.frames = 50;
+  file.sounds = sounds;
+  return file;
+}
+
+MediaSound sound(const std::string& encoder, double seconds, const std::string& language = "") {
+  MediaSound made;
+  made.encoder = encoder;
+  made.seconds = seconds;
+  made.language = language;
+  return made;
+}
+
+TEST(SideStreams, AreCopiedByteForByteWithTheirTimes) {
+  const TempFolder folder;
+  writeMedia(folder.path("v.mkv"), withSounds({sound("aac", 2, "deu"), sound("pcm_s16le", 2, "fra"),
+                                              sound("subrip", 2, "ita")}));
+  const std::vector<MediaTrack> before = tracksOf(folder.path("v.mkv"));
+  EXPECT_EQ(copy(folder.path("v.mkv"), folder.path("out.mkv")), Texts{});
+  const std::vector<MediaTrack> after = tracksOf(folder.path("out.mkv"));
+  ASSERT_EQ(after.size(), 4U);
+  for (std::size_t track = 1; track < 4; ++track) {
+    EXPECT_EQ(after[track].codec, before[track].codec);
+    EXPECT_EQ(after[track].language, before[track].language);
+    EXPECT_GT(before[track].packets.size(), 1U);
+    EXPECT_EQ(after[track].packets, before[track].packets) << track;
+    ASSERT_EQ(after[track].times.size(), before[track].times.size());
+    for (std::size_t i = 0; i < after[track].times.size(); ++i)
+      EXPECT_NEAR(after[track].times[i], before[track].times[i], 0.0015) << track << ", packet " << i;
+  }
+}
+
+TEST(SideStreams, ThatTheContainerCannotHoldAreLeftOut) {
+  const TempFolder folder;
+  writeMedia(folder.path("v.mkv"), withSounds({sound("pcm_s16le", 2), sound("aac", 2), sound("subrip", 2)}));
+  EXPECT_EQ(copy(folder.path("v.mkv"), folder.path("out.mp4")),
+            (Texts{"stream 1 (audio, pcm_s16le) is left out: mp4 cannot hold it",
+                   "stream 3 (subtitle, subrip) is left out: mp4 cannot hold it"}));
+  const std::vector<MediaTrack> tracks = tracksOf(folder.path("out.mp4"));
+  ASSERT_EQ(tracks.size(), 2U);
+  EXPECT_EQ(tracks[1].codec, AV_CODEC_ID_AAC);
+  EXPECT_EQ(tracks[1].packets, tracksOf(folder.path("v.mkv"))[2].packets);
+  EXPECT_EQ(copy(folder.path("v.mkv"), folder.path("out.y4m")).size(), 3U);
+  EXPECT_EQ(copy(folder.path("v.mkv"), folder.path("out.nv12"))[0],
+            "stream 1 (audio, pcm_s16le) is left out: .nv12 cannot hold it");
+}
+
+TEST(SideStreams, AreOfferedAsFarAsTheyAreWanted) {
+  const TempFolder folder;
+  writeMedia(folder.path("v.mkv"), withSounds({sound("aac", 2), sound("subrip", 2)}));
+  ReadOptions options;
+  options.sideStreams = SideKinds::AllButAudio;
+  copy(folder.path("v.mkv"), folder.path("out.mkv"), 50, options);
+  const std::vector<MediaTrack> tracks = tracksOf(folder.path("out.mkv"));
+  ASSERT_EQ(tracks.size(), 2U);
+  EXPECT_EQ(tracks[1].codec, AV_CODEC_ID_SUBRIP);
+  LibavReader without(folder.path("v.mkv"));
+  EXPECT_TRUE(without.sideStreams()->streams().empty());
+}
+
+TEST(SideStreams, EndWithAVideoThatIsCutAndNotBeforeOneThatIsWhole) {
+  const TempFolder folder;
+  writeMedia(folder.path("v.mkv"), withSounds({sound("aac", 4)}));
+  copy(folder.path("v.mkv"), folder.path("whole.mkv"));
+  EXPECT_NEAR(tracksOf(folder.path("whole.mkv"))[1].end, 4.0, 0.05);
+  copy(folder.path("v.mkv"), folder.path("cut.mkv"), 20);
+  const std::vector<MediaTrack> cut = tracksOf(folder.path("cut.mkv"));
+  EXPECT_EQ(cut[0].packets.size(), 20U);
+  // The last packet begins before the video's end; it has 1024 samples of 48000 a second.
+  EXPECT_NEAR(cut[0].end, 0.8, 0.03);
+  EXPECT_NEAR(cut[1].end, cut[0].end, 0.024);
+}
+
+TEST(SideStreams, BeginWithTheVideo) {
+  const TempFolder folder;
+  writeMedia(folder.path("v.mkv"), withSounds({sound("pcm_s16le", 2)}));
+  const std::vector<std::string> before = tracksOf(folder.path("v.mkv"))[1].packets;
+  LibavReader reader(folder.path("v.mkv"), all());
+  Frame frame;
+  for (int number = 0; number <= 25; ++number) {
+    ASSERT_TRUE(reader.next(frame));
+    reader.sideStreams()->beginAt(frame.pts, reader.format().timeBase);
+  }
+  const int64_t start = frame.pts;
+  const std::unique_ptr<FrameWriter> writer =
+      openFrameWriter(folder.path("out.mkv"), reader.format(), {{}, reader.sideStreams()});
+  do {
+    frame.pts -= start;
+    writer->write(frame);
+  } while (reader.next(frame));
+  writer->finish();
+  writer->commit();
+  const MediaTrack after = tracksOf(folder.path("out.mkv"))[1];
+  // Packets of 1024 samples: the 47th begins at 1.0027 s, the first one after the 25th frame.
+  EXPECT_EQ(after.packets, std::vector<std::string>(before.begin() + 47, before.end()));
+  EXPECT_NEAR(after.times[0], 0.0027, 0.0015);
+}
+
+/// All sound before all video, as nothing that is recorded has it.
+TEST(SideStreams, ThatLieFarFromTheVideoAreWrittenInTime) {
+  const TempFolder folder;
+  MediaFile file = withSounds({sound("pcm_s16le", 10)});
+  file.soundFirst = true;
+  file.video.frames = 250;
+  writeMedia(folder.path("v.mkv"), file);
+  const std::vector<int> order = trackOrderOf(folder.path("v.mkv"));
+  ASSERT_EQ(std::count(order.begin(), order.begin() + 100, 0), 0);
+  copy(folder.path("v.mkv"), folder.path("out.mkv"));
+  EXPECT_EQ(tracksOf(folder.path("out.mkv"))[1].packets, tracksOf(folder.path("v.mkv"))[1].packets);
+  // Among the first packets of the result are some of the video.
+  const std::vector<int> written = trackOrderOf(folder.path("out.mkv"));
+  EXPECT_GT(std::count(written.begin(), written.begin() + 100, 0), 10);
+}
+
+AVStream streamOf(AVCodecParameters& parameters) {
+  AVStream stream{};
+  stream.index = 1;
+  stream.codecpar = &parameters;
+  stream.time_base = {1, 1000};
+  return stream;
+}
+
+AVPacketPtr packetOf(int bytes, int64_t time) {
+  AVPacketPtr packet = makeAVPacket();
+  if (av_new_packet(packet.get(), bytes) < 0) throw std::bad_alloc();
+  packet->stream_index = 1;
+  packet->pts = packet->dts = time;
+  return packet;
+}
+
+TEST(SideStreams, WaitForAWriterWithinALimit) {
+  AVCodecParameters parameters{};
+  AVStream stream = streamOf(parameters);
+  SideStreams side;
+  side.add(stream);
+  constexpr int kMegabyte = 1 << 20;
+  for (int i = 0; i < 63; ++i) side.push(*packetOf(kMegabyte, i), "v.mkv");
+  // What is earlier than the first frame does not count.
+  side.beginAt(10, stream.time_base);
+  for (int i = 63; i < 73; ++i) side.push(*packetOf(kMegabyte, i), "v.mkv");
+  side.push(*packetOf(kMegabyte, 9), "v.mkv");
+  EXPECT_THROW(side.push(*packetOf(kMegabyte, 73), "v.mkv"), UserError);
+  int64_t next = 0;
+  side.connect([&next](AVPacket& packet) { EXPECT_EQ(packet.pts, next++); });
+  EXPECT_EQ(next, 63);
+  side.push(*packetOf(kMegabyte, 73), "v.mkv");
+  EXPECT_EQ(next, 64);
+}
+
+}  // namespace
+}  // namespace segmask

@@ -42,7 +42,8 @@ class ToolVideo : public ::testing::Test {
 
   std::vector<std::string> arguments(const std::string& input, const std::string& output,
                                      const std::vector<std::string>& more = {}) const {
-    std::vector<std::string> all{"render", "--input", input, "--output", output, "--detections", path("d.jsonl")};
+    std::vector<std::string> all{"render", "--input",      input,          "--output",
+                                 output,   "--detections", path("d.jsonl")};
     all.insert(all.end(), more.begin(), more.end());
     return all;
   }
@@ -54,8 +55,8 @@ class ToolVideo : public ::testing::Test {
   }
 
   /// The render is refused with this message, and leaves no trace.
-  void expectRefused(const std::string& input, const std::string& output, const std::vector<std::string>& more,
-                     const std::string& message) const {
+  void expectRefused(const std::string& input, const std::string& output,
+                     const std::vector<std::string>& more, const std::string& message) const {
     const std::vector<std::string> before = folder_.names();
     const ToolResult result = render(input, output, more);
     EXPECT_EQ(result.exitCode, 2);
@@ -179,9 +180,10 @@ TEST_F(ToolVideo, EncoderOptionsReachTheEncoder) {
   }
   expectRefused("v.mp4", "out.mp4", {"--preset", "veryfats"},
                 "--preset: there is no 'veryfats'; did you mean 'veryfast'?");
-  expectRefused("v.mp4", "out.mp4", {"--preset", "best"},
-                "--preset: there is no 'best', only ultrafast, superfast, veryfast, faster, fast, medium, slow, "
-                "slower, veryslow, placebo");
+  expectRefused(
+      "v.mp4", "out.mp4", {"--preset", "best"},
+      "--preset: there is no 'best', only ultrafast, superfast, veryfast, faster, fast, medium, slow, "
+      "slower, veryslow, placebo");
   expectRefused("v.mp4", "out.mp4", {"--frames", "0"}, "--frames: has to be at least 1 (see segmask --help)");
 }
 
@@ -199,8 +201,8 @@ TEST_F(ToolVideo, OverwritesUnlessItMayNot) {
   folder_.write("f_003.png", "old");
   expectRefused("v.mp4", "out.mp4", {"-n"}, path("out.mp4") + ": exists, and -n never overwrites");
   expectRefused("v.mp4", "f_%03d.png", {"-n"}, path("f_003.png") + ": exists, and -n never overwrites");
-  expectRefused("v.mp4", "new.mp4", {"-n", "--summary-json", path("d.jsonl.old"), "--contact-sheet",
-                                     path("f_003.png")},
+  expectRefused("v.mp4", "new.mp4",
+                {"-n", "--summary-json", path("d.jsonl.old"), "--contact-sheet", path("f_003.png")},
                 path("f_003.png") + ": exists, and -n never overwrites");
   EXPECT_EQ(readFile(path("out.mp4")), "old");
   EXPECT_EQ(render("v.mp4", "new.mp4", {"-n"}).exitCode, 0);
@@ -274,7 +276,8 @@ TEST_F(ToolVideo, AClosedPipeEndsTheRunQuietly) {
       reading = FileDescriptor(open(name.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     }
     const FileDescriptor err = openForTool("err", O_WRONLY | O_CREAT | O_TRUNC);
-    const pid_t process = startTool(arguments(path("in.nv12"), name, {"--size", "64x48"}), writing.get(), err.get());
+    const pid_t process =
+        startTool(arguments(path("in.nv12"), name, {"--size", "64x48"}), writing.get(), err.get());
     char first = 0;
     while (read(reading.get(), &first, 1) != 1) std::this_thread::yield();
     reading.reset();
@@ -313,7 +316,8 @@ TEST_F(ToolVideo, ATruncatedFileIsRefused) {
   const std::vector<std::string> before = folder_.names();
   const ToolResult result = render("cut.mp4", "out.mp4");
   EXPECT_EQ(result.exitCode, 2);
-  EXPECT_EQ(result.err.find("segmask: " + path("cut.mp4") + ": the file is cut off: it has "), 0U) << result.err;
+  EXPECT_EQ(result.err.find("segmask: " + path("cut.mp4") + ": the file is cut off: it has "), 0U)
+      << result.err;
   EXPECT_EQ(folder_.names(), before);
 }
 
@@ -330,7 +334,8 @@ TEST_F(ToolVideo, DamageIsCountedAndStrictnessMindsIt) {
   folder_.write("damaged.mkv", bytes);
   const ToolResult result = render("damaged.mkv", "out.nv12");
   EXPECT_EQ(result.exitCode, 0);
-  EXPECT_NE(result.out.find("\ndamaged       1 packets or frames of the input had errors\n"), std::string::npos)
+  EXPECT_NE(result.out.find("\ndamaged       1 packets or frames of the input had errors\n"),
+            std::string::npos)
       << result.out;
   EXPECT_EQ(result.err, "segmask: warning: " + path("damaged.mkv") +
                             ": 1 packet could not be decoded; frames may be missing or damaged\n");

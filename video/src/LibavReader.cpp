@@ -136,8 +136,7 @@ void LibavReader::describe(const AVFrame& first) {
 
 void LibavReader::orient(const AVFrame& first, bool keepRotation) {
   const std::optional<DisplayMatrix> matrix = displayMatrixOf(*stream_, first);
-  if (!matrix) return;
-  const std::optional<Orientation> orientation = orientationOf(*matrix);
+  const std::optional<Orientation> orientation = matrix ? orientationOf(*matrix) : exifOrientationOf(first);
   if (keepRotation || !orientation) {
     format_.displayMatrix = matrix;
     if (!orientation) remarks_.push_back(path_ + ": its rotation is no quarter turn and is left to players");

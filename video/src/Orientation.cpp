@@ -1,6 +1,7 @@
 #include "src/Orientation.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 
 namespace segmask {
@@ -87,6 +88,11 @@ Orientation orientationOfExif(int value) {
     default:
       return {};
   }
+}
+
+Orientation exifOrientationOf(const AVFrame& picture) {
+  const AVDictionaryEntry* const entry = av_dict_get(picture.metadata, "Orientation", nullptr, 0);
+  return entry ? orientationOfExif(std::atoi(entry->value)) : Orientation();
 }
 
 void turn(const std::vector<unsigned char>& stored, const Nv12Layout& layout, Orientation orientation,

@@ -5,6 +5,7 @@
 
 #include "io/nv12.h"
 #include "video/VideoFormat.h"
+#include "video/libav_handles.h"
 
 namespace segmask {
 
@@ -23,6 +24,9 @@ std::optional<Orientation> orientationOf(const DisplayMatrix& matrix);
 
 /// The orientation of the value of Exif's tag of that name, 1 to 8; upright for any other.
 Orientation orientationOfExif(int value);
+
+/// That of a decoded picture's Exif data; upright where it has none.
+Orientation exifOrientationOf(const AVFrame& picture);
 
 /// Turns a packed NV12 picture. Where a side is odd, the last chroma sample covers one pixel and not two;
 /// reversed, it becomes the first and covers two.

@@ -50,8 +50,8 @@ MediaSound sound(const std::string& encoder, double seconds, const std::string& 
 
 TEST(SideStreams, AreCopiedByteForByteWithTheirTimes) {
   const TempFolder folder;
-  writeMedia(folder.path("v.mkv"), withSounds({sound("aac", 2, "deu"), sound("pcm_s16le", 2, "fra"),
-                                              sound("subrip", 2, "ita")}));
+  writeMedia(folder.path("v.mkv"),
+             withSounds({sound("aac", 2, "deu"), sound("pcm_s16le", 2, "fra"), sound("subrip", 2, "ita")}));
   const std::vector<MediaTrack> before = tracksOf(folder.path("v.mkv"));
   EXPECT_EQ(copy(folder.path("v.mkv"), folder.path("out.mkv")), Texts{});
   const std::vector<MediaTrack> after = tracksOf(folder.path("out.mkv"));

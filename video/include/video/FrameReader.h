@@ -19,7 +19,7 @@ class FrameReader {
   FrameReader(const FrameReader&) = delete;
   FrameReader& operator=(const FrameReader&) = delete;
 
-  /// Does not change after construction.
+  /// Does not change after construction, but where pictures are read (PictureReader).
   virtual const VideoFormat& format() const = 0;
 
   /// The number of frames; an estimate for some containers, and empty when unknown.

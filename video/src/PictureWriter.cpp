@@ -1,0 +1,62 @@
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <utility>
+
+#include "io/OutputFile.h"
+#include "io/UserError.h"
+#include "video/pictures.h"
+
+namespace fs = std::filesystem;
+
+namespace segmask {
+namespace {
+
+/// Whether all that a frame's conversion depends on is the same.
+bool convertsAlike(const VideoFormat& a, const VideoFormat& b) {
+  return a.width == b.width && a.height == b.height && a.color.range == b.color.range &&
+         a.color.matrix == b.color.matrix;
+}
+
+}  // namespace
+
+PictureWriter::PictureWriter(const std::string& folder, std::vector<std::string> names)
+    : folder_(folder), names_(std::move(names)) {
+  isFolderMade_ = mkdir(folder_.c_str(), 0777) == 0;
+  if (!isFolderMade_ && errno != EEXIST) throw systemError(folder_, errno);
+  try {
+    stage_ = std::make_unique<StagedOutput>((fs::path(folder_) / names_.front()).string());
+  } catch (...) {
+    if (isFolderMade_) rmdir(folder_.c_str());
+    throw;
+  }
+}
+
+PictureWriter::~PictureWriter() {
+  stage_.reset();
+  if (isFolderMade_) rmdir(folder_.c_str());
+}
+
+void PictureWriter::setFormat(const VideoFormat& format) {
+  if (format_ && convertsAlike(*format_, format)) return;
+  const bool isSizeNew = !format_ || format_->width != format.width || format_->height != format.height;
+  format_ = format;
+  converter_ = std::make_unique<RgbConverter>(format, format.width, format.height);
+  if (isSizeNew) encoder_ = std::make_unique<PngEncoder>(format.width, format.height);
+}
+
+void PictureWriter::write(const Frame& frame) {
+  const std::string& name = names_[written_++];
+  OutputFile file(stage_->pathOf(name), (fs::path(folder_) / name).string());
+  file.write(encoder_->encode(converter_->convert(frame.nv12)));
+  file.close();
+}
+
+void PictureWriter::commit() {
+  stage_->commit();
+  isFolderMade_ = false;
+}
+
+}  // namespace segmask

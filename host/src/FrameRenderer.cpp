@@ -23,6 +23,13 @@ FrameRenderer::FrameRenderer(int width, int height)
       backend_(stream_.get()),
       pool_(std::make_shared<zelvo::ZelvoPicturePool>()) {}
 
+void FrameRenderer::setFrameSize(int width, int height) {
+  if (width == width_ && height == height_) return;
+  width_ = width;
+  height_ = height;
+  source_.reset();
+}
+
 void FrameRenderer::use(IRenderPlugin& plugin) {
   pool_->setWriter(plugin.getName());
   plugin.init(RenderInit{&backend_});

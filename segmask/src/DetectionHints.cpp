@@ -111,7 +111,8 @@ void DetectionHints::add(Note& note, const Place& place, const std::string& what
 }
 
 void DetectionHints::look(const DetectionLine& line) {
-  if (!firstFrame_) {
+  // A name says which picture is meant, whatever its number is.
+  if (!firstFrame_ && !line.payload.object->contains("image")) {
     firstFrame_ = line.frame;
     firstLine_ = line.lineNumber;
   }

@@ -21,6 +21,9 @@ class DetectionHints {
   /// For frames of that size.
   explicit DetectionHints(render_base::FrameSize frame) : frame_(frame) {}
 
+  /// The frames from now on have this size.
+  void setFrameSize(render_base::FrameSize frame) { frame_ = frame; }
+
   /// To be called for each line, in the file's order.
   void look(const DetectionLine& line);
 

@@ -1,23 +1,57 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 
 #include "host/DetectionStream.h"
+#include "host/PictureDetections.h"
+#include "src/FramePipeline.h"
 #include "src/FrameSource.h"
+#include "src/PicturePlan.h"
 #include "src/commands.h"
+#include "video/pictures.h"
 
 namespace segmask {
 
-/// What `segmask render` reads.
-struct RenderInputs {
-  FrameSource frames;
-  std::unique_ptr<DetectionStream> detections;
+/// What `segmask render` reads: the frames of a video and lines in their order, or pictures and lines in any.
+class RenderInputs {
+ public:
+  /// Opens the inputs and skips to the first frame that is wanted. Throws UserError.
+  RenderInputs(const RenderOptions& options, const std::optional<PicturePlan>& pictures);
+
+  FrameSource& frames() { return *frames_; }
+  const FrameReader& reader() const { return frames_->reader(); }
+
+  bool arePictures() const { return pictureReader_; }
+
+  /// The format of a frame that was read. Any thread may ask that got the frame since.
+  const VideoFormat& formatOf(uint64_t number) const {
+    return pictureReader_ ? pictureReader_->formatOf(number) : reader().format();
+  }
+
+  /// Fills in the next frame's job, without `drawn`; false at the end.
+  bool next(FrameJob& job);
+
+  /// When all frames were read: a warning of lines that are for none, or of there being no line; and whether
+  /// there were any for none. Empty when the run ended before its input.
+  struct Rest {
+    std::string warning;
+    bool hasLines = false;
+  };
+  std::optional<Rest> rest();
+
+ private:
+  std::optional<FrameSource> frames_;
+  std::unique_ptr<DetectionStream> stream_;
+  const PictureReader* pictureReader_ = nullptr;  ///< that of frames_, where pictures are read
+  std::unique_ptr<PictureDetections> pictureLines_;
 };
 
-/// Opens the inputs and skips to the first frame that is wanted. Empty when the user has asked to stop
-/// meanwhile: pipes and streams may take long to open, and a failure after that request is not an error.
-/// Throws UserError.
-std::optional<RenderInputs> openInputs(const RenderOptions& options);
+/// Opens the inputs. Empty when the user has asked to stop meanwhile: pipes and streams may take long to
+/// open, and a failure after that request is not an error. Throws UserError.
+std::unique_ptr<RenderInputs> openInputs(const RenderOptions& options,
+                                         const std::optional<PicturePlan>& pictures);
 
 }  // namespace segmask

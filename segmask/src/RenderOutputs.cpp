@@ -1,18 +1,29 @@
 #include "src/RenderOutputs.h"
 
+#include <utility>
+
 #include "io/OutputFile.h"
 
 namespace segmask {
 
-RenderOutputs::RenderOutputs(const RenderOptions& options, FrameReader& reader)
-    : summaryName_(options.summaryJson) {
+RenderOutputs::RenderOutputs(const RenderOptions& options, const std::optional<PicturePlan>& pictures,
+                             RenderInputs& inputs)
+    : inputs_(inputs), summaryName_(options.summaryJson) {
+  FrameReader& reader = inputs.frames().reader();
   // The small ones first: opening a pipe may wait.
   if (options.contactSheet) sheet_ = std::make_unique<ContactSheet>(*options.contactSheet, reader.format());
   if (summaryName_) summaryFile_ = std::make_unique<StagedOutput>(*summaryName_);
-  writer_ = openFrameWriter(options.output, reader.format(), {options.encoder, reader.sideStreams()});
+  if (!pictures) {
+    writer_ = openFrameWriter(options.output, reader.format(), {options.encoder, reader.sideStreams()});
+    return;
+  }
+  auto writer = std::make_unique<PictureWriter>(pictures->outputFolder, pictures->outputs);
+  pictureWriter_ = writer.get();
+  writer_ = std::move(writer);
 }
 
 void RenderOutputs::write(const FrameJob& job) {
+  if (pictureWriter_) pictureWriter_->begin(job.number, inputs_.formatOf(job.number));
   writer_->write(job.frame);
   if (sheet_) sheet_->offer(job.number, job.frame, job.drawn);
 }

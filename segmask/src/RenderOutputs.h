@@ -8,9 +8,11 @@
 #include "io/StagedOutput.h"
 #include "src/ContactSheet.h"
 #include "src/FramePipeline.h"
+#include "src/PicturePlan.h"
+#include "src/RenderInputs.h"
 #include "src/commands.h"
-#include "video/FrameReader.h"
 #include "video/FrameWriter.h"
+#include "video/pictures.h"
 
 namespace segmask {
 
@@ -18,8 +20,9 @@ namespace segmask {
 /// programs. Nothing gets its name before everything is complete. Used by one thread at a time.
 class RenderOutputs {
  public:
-  /// Opens the outputs for the frames of `reader`, which must outlive this object. Throws UserError.
-  RenderOutputs(const RenderOptions& options, FrameReader& reader);
+  /// Opens the outputs for the frames of `inputs`, which must outlive this object. Throws UserError.
+  RenderOutputs(const RenderOptions& options, const std::optional<PicturePlan>& pictures,
+                RenderInputs& inputs);
 
   void write(const FrameJob& job);
 
@@ -27,7 +30,9 @@ class RenderOutputs {
   void finish(const std::function<std::string()>& summary);
 
  private:
+  const RenderInputs& inputs_;
   std::unique_ptr<FrameWriter> writer_;
+  PictureWriter* pictureWriter_ = nullptr;  ///< writer_, where pictures are written
   std::unique_ptr<ContactSheet> sheet_;
   std::optional<std::string> summaryName_;
   std::unique_ptr<StagedOutput> summaryFile_;

@@ -14,14 +14,18 @@ constexpr int kTileHeight = 32;
 
 Telling::Telling(FrameRenderer& renderer, const ProducerInputs& inputs, Nv12Layout layout,
                  std::optional<DetectionTally> tally)
-    : renderer_(renderer),
-      layout_(layout),
-      tileColumns_((layout.width - 1) / kTileWidth + 1),
-      tileRows_((layout.height - 1) / kTileHeight + 1),
-      tally_(std::move(tally)),
-      hints_({layout.width, layout.height}) {
+    : renderer_(renderer), layout_(layout), tally_(std::move(tally)), hints_({layout.width, layout.height}) {
+  setLayout(layout);
   if (!tally_) return;
   renderer_.watch([this, &inputs](const RenderContext& context) { tally_->add(context, inputs); });
+}
+
+void Telling::setLayout(Nv12Layout layout) {
+  layout_ = layout;
+  tileColumns_ = (layout.width - 1) / kTileWidth + 1;
+  tileRows_ = (layout.height - 1) / kTileHeight + 1;
+  hints_.setFrameSize({layout.width, layout.height});
+  if (tally_) tally_->setFrameSize({layout.width, layout.height});
 }
 
 void Telling::look(const FrameRenderer::Result& result, const Frame& frame) {

@@ -27,6 +27,9 @@ class Telling {
   Telling(const Telling&) = delete;
   Telling& operator=(const Telling&) = delete;
 
+  /// The frames from now on have this layout.
+  void setLayout(Nv12Layout layout);
+
   /// Each line, before it is drawn.
   void look(const DetectionLine& line) { hints_.look(line); }
 
@@ -44,8 +47,8 @@ class Telling {
 
   FrameRenderer& renderer_;
   Nv12Layout layout_;
-  int tileColumns_;
-  int tileRows_;
+  int tileColumns_ = 0;
+  int tileRows_ = 0;
   std::vector<bool> tiles_;  ///< row by row: whether a box touches the tile
   std::optional<DetectionTally> tally_;
   DetectionHints hints_;

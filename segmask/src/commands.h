@@ -17,6 +17,8 @@ constexpr int kExitDropped = 3;        ///< all was written, but with --strict n
 constexpr int kExitClosedPipe = 141;   ///< nobody reads the output any more; what a shell reports of SIGPIPE
 constexpr int kExitInterrupted = 130;  ///< SIGINT or SIGTERM; what was done so far is kept
 
+struct PicturePlan;
+
 /// The options of `segmask render`, as they stand on the command line.
 struct RenderOptions {
   std::string input;
@@ -42,7 +44,7 @@ struct RenderOptions {
 
 /// Throws UserError for errors in the options of `segmask render` that show before any file is opened: an
 /// impossible output, one file in two roles, a configuration that a plug-in would ignore silently.
-void checkOptions(const RenderOptions& options);
+void checkOptions(const RenderOptions& options, const std::optional<PicturePlan>& pictures);
 
 /// Throws UserError for a configuration that a plug-in would ignore silently as a whole.
 void checkConfig(const std::string& config);

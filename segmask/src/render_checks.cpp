@@ -10,6 +10,7 @@
 #include "io/OutputPlace.h"
 #include "io/UserError.h"
 #include "io/file_names.h"
+#include "src/PicturePlan.h"
 #include "src/commands.h"
 #include "src/nearest_name.h"
 #include "video/FrameWriter.h"
@@ -28,25 +29,72 @@ bool isSamePath(const std::string& a, const std::string& b) {
   return !errorA && !errorB && first == second;
 }
 
-/// Whether writing `output` would replace `input`.
-bool replaces(const std::string& output, const std::string& input) {
-  if (output == kStandardStream) return false;
-  if (isSameFile(output, input) || isSamePath(output, input)) return true;
-  if (outputKindOf(output) != OutputKind::PngSequence) return false;
-  const fs::path file(input);
-  const bool sameFolder = isSamePath(fs::path(output).parent_path() / ".", file.parent_path() / ".");
-  return sameFolder && PngPattern(output).matches(file.filename().string());
+bool isInFolder(const std::string& file, const std::string& folder) {
+  return isSamePath(fs::path(file).parent_path() / ".", fs::path(folder) / ".");
 }
+
+std::string nameOf(const std::string& file) {
+  return fs::path(file).filename().string();
+}
+
+/// The files that the frames or pictures of a run become.
+class OutputFiles {
+ public:
+  OutputFiles(const std::string& output, const std::optional<PicturePlan>& pictures)
+      : output_(output), pictures_(pictures) {
+    if (!pictures_ && outputKindOf(output) == OutputKind::PngSequence) pattern_.emplace(output);
+  }
+
+  /// Whether writing them would replace `file`.
+  bool replace(const std::string& file) const {
+    if (pictures_) return isInFolder(file, pictures_->outputFolder) && isName(nameOf(file));
+    if (output_ == kStandardStream) return false;
+    if (isSameFile(output_, file) || isSamePath(output_, file)) return true;
+    return pattern_ && isInFolder(file, parentOf(output_)) && pattern_->matches(nameOf(file));
+  }
+
+  /// One that is there already.
+  std::optional<std::string> existing() const {
+    if (!pictures_ && !pattern_)
+      return isStream(output_) || !exists(output_) ? std::nullopt : std::optional(output_);
+    const std::string folder = pictures_ ? pictures_->outputFolder : parentOf(output_);
+    std::error_code error;  // of a folder that is missing: nothing is in it
+    for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
+      const std::string name = nameOf(entry->path().string());
+      if (pictures_ ? isName(name) : pattern_->matches(name)) return (fs::path(folder) / name).string();
+    }
+    return std::nullopt;
+  }
+
+  static bool exists(const std::string& path) {
+    std::error_code ignored;
+    return fs::symlink_status(path, ignored).type() != fs::file_type::not_found;
+  }
+
+ private:
+  static std::string parentOf(const std::string& path) {
+    const fs::path parent = fs::path(path).parent_path();
+    return parent.empty() ? "." : parent.string();
+  }
+
+  bool isName(const std::string& name) const {
+    return std::find(pictures_->outputs.begin(), pictures_->outputs.end(), name) != pictures_->outputs.end();
+  }
+
+  const std::string& output_;
+  const std::optional<PicturePlan>& pictures_;
+  std::optional<PngPattern> pattern_;
+};
 
 using Role = std::pair<const char*, const std::string*>;  ///< an option and its path
 
-void checkRoles(const RenderOptions& options) {
+void checkRoles(const RenderOptions& options, const OutputFiles& outputs) {
   const std::vector<Role> inputs{{"--input", &options.input}, {"--detections", &options.detections}};
   std::vector<Role> extras;  // outputs that are one file
   if (options.contactSheet) extras.emplace_back("--contact-sheet", &*options.contactSheet);
   if (options.summaryJson) extras.emplace_back("--summary-json", &*options.summaryJson);
   for (const auto& [option, path] : inputs) {
-    if (replaces(options.output, *path)) {
+    if (outputs.replace(*path)) {
       throw UserError(options.output + ": --output would replace " + option);
     }
     for (const auto& [extra, file] : extras) {
@@ -56,8 +104,7 @@ void checkRoles(const RenderOptions& options) {
     }
   }
   for (const auto& [extra, file] : extras) {
-    if (replaces(options.output, *file))
-      throw UserError(*file + ": " + extra + " and --output are the same file");
+    if (outputs.replace(*file)) throw UserError(*file + ": " + extra + " and --output are the same file");
   }
   if (extras.size() == 2 && isSamePath(*extras[0].second, *extras[1].second)) {
     throw UserError(*extras[1].second + ": --summary-json and --contact-sheet are the same file");
@@ -65,26 +112,12 @@ void checkRoles(const RenderOptions& options) {
 }
 
 /// Throws UserError when anything would be overwritten.
-void checkNothingIsThere(const RenderOptions& options) {
-  const auto refuse = [](const std::string& path) {
-    throw UserError(path + ": exists, and -n never overwrites");
-  };
-  std::vector<std::string> files;
-  if (options.contactSheet) files.push_back(*options.contactSheet);
-  if (options.summaryJson) files.push_back(*options.summaryJson);
-  if (outputKindOf(options.output) != OutputKind::PngSequence && !isStream(options.output)) {
-    files.push_back(options.output);
+void checkNothingIsThere(const RenderOptions& options, const OutputFiles& outputs) {
+  std::optional<std::string> existing = outputs.existing();
+  for (const std::optional<std::string>& file : {options.contactSheet, options.summaryJson}) {
+    if (file && OutputFiles::exists(*file)) existing = file;
   }
-  for (const std::string& file : files) {
-    if (fs::symlink_status(file).type() != fs::file_type::not_found) refuse(file);
-  }
-  if (outputKindOf(options.output) != OutputKind::PngSequence) return;
-  const PngPattern pattern(options.output);
-  std::error_code error;  // of a folder that is missing, which is the writer's to report
-  for (fs::directory_iterator entry(fs::path(options.output).parent_path() / ".", error), end;
-       !error && entry != end; entry.increment(error)) {
-    if (pattern.matches(entry->path().filename().string())) refuse(entry->path().lexically_normal().string());
-  }
+  if (existing) throw UserError(*existing + ": exists, and -n never overwrites");
 }
 
 /// Throws UserError for values that the encoder would refuse in its own words, or that have no effect.
@@ -137,15 +170,18 @@ seg_mask::DecisionSettings decisionSettings(const std::optional<std::string>& co
   return configuration ? seg_mask::readDecisionSettings(*configuration, {}) : seg_mask::DecisionSettings();
 }
 
-void checkOptions(const RenderOptions& options) {
-  outputKindOf(options.output);
+void checkOptions(const RenderOptions& options, const std::optional<PicturePlan>& pictures) {
+  const OutputFiles outputs(options.output, pictures);
   if (options.contactSheet && lowerCaseEnding(*options.contactSheet) != ".png") {
     throw UserError(*options.contactSheet + ": a contact sheet is a .png file");
   }
   checkEncoding(options);
   checkStreams(options);
-  checkRoles(options);
-  if (options.neverOverwrite) checkNothingIsThere(options);
+  checkRoles(options, outputs);
+  if (pictures && isSamePath(options.input, pictures->outputFolder)) {
+    throw UserError(options.output + ": --output is the folder of the --input");
+  }
+  if (options.neverOverwrite) checkNothingIsThere(options, outputs);
   if (options.config) checkConfig(*options.config);
 }
 

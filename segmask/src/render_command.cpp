@@ -40,17 +40,13 @@ struct RenderStages {
   RenderOutputs& outputs;
 };
 
-bool readJob(const RenderStages& stages, FrameJob& job) {
-  if (!stages.inputs.frames.next(job.frame, job.number)) return false;
-  job.lines = stages.inputs.detections->take(job.number);
-  // The request to stop may have cut the detections short, so that the frame would lack some.
-  return !Interrupt::requested();
-}
-
 bool drawJob(const RenderStages& stages, FrameJob& job, RenderTimes& times) {
   // On a request to stop, frames that are drawn are still written; frames that wait here are dropped.
   if (Interrupt::requested()) return false;
+  const VideoFormat& format = stages.inputs.formatOf(job.number);
+  stages.renderer.setFrameSize(format.width, format.height);
   if (stages.telling) {
+    stages.telling->setLayout({format.width, format.height});
     for (const DetectionLine& line : job.lines) stages.telling->look(line);
   }
   stages.producers.advance(job.number, std::move(job.lines));
@@ -70,7 +66,7 @@ void writeJob(const RenderStages& stages, const FrameJob& job, RenderSummary& su
 RenderSummary renderFrames(const RenderStages& stages, const Interrupt& interrupt, Progress& progress) {
   RenderSummary summary;
   FramePipeline::Stages callbacks;
-  callbacks.read = [&](FrameJob& job) { return readJob(stages, job); };
+  callbacks.read = [&](FrameJob& job) { return stages.inputs.next(job); };
   callbacks.draw = [&](FrameJob& job) { return drawJob(stages, job, summary.renderTimes); };
   callbacks.write = [&](const FrameJob& job) {
     writeJob(stages, job, summary);
@@ -80,7 +76,7 @@ RenderSummary renderFrames(const RenderStages& stages, const Interrupt& interrup
   summary.stageTimes = FramePipeline(std::move(callbacks)).run();
   summary.detections = stages.producers.detectionsSeen();
   summary.detectionsLookedBack = stages.producers.detectionsLookedBack();
-  summary.damaged = stages.inputs.frames.reader().damaged();
+  summary.damaged = stages.inputs.reader().damaged();
   summary.telling = stages.telling;
   return summary;
 }
@@ -92,7 +88,7 @@ RenderSummary renderWithProgress(const RenderStages& stages, const RenderOptions
   using Style = Progress::Style;
   const Style style = options.noProgress ? Style::None : progressStyleFor(STDERR_FILENO);
   const FileDescriptor terminal(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
-  Progress progress(terminal ? style : Style::None, terminal.get(), stages.inputs.frames.frameCount());
+  Progress progress(terminal ? style : Style::None, terminal.get(), stages.inputs.frames().frameCount());
   std::unique_ptr<StderrGuard> guard;
   if (terminal && style == Style::Bar) {
     guard =
@@ -129,7 +125,7 @@ void warnOfHints(const Telling& telling, const RenderSummary& summary, const Ren
       "nothing is visible: no pixel of any frame has changed, though there are detections (see the summary)");
 }
 
-/// What the frames lose on the way to the output, and what is left out beside them.
+/// What the frames of a video lose on the way to the output, and what is left out beside them.
 void noteLosses(FrameReader& reader, const std::string& output) {
   for (const std::string& remark : reader.remarks()) note(remark);
   if (reader.format().displayMatrix && !carriesRotation(outputKindOf(output))) {
@@ -140,20 +136,16 @@ void noteLosses(FrameReader& reader, const std::string& output) {
   for (const std::string& stream : reader.sideStreams()->leftOut()) note(stream);
 }
 
-/// True when there are lines past the end of the video.
+/// True when there are lines past the end of the input.
 bool warnOfRest(RenderInputs& inputs) {
-  const FrameReader& reader = inputs.frames.reader();
-  if (!reader.warning().empty()) warn(reader.warning());
-  const std::optional<uint64_t> frames = inputs.frames.sourceFrames();
-  if (!frames) return false;  // the run ended before the video
-  DetectionStream& detections = *inputs.detections;
-  const std::optional<DetectionLine>& rest = detections.rest();
-  if (detections.heldNoLine()) warn(detections.path() + ": holds no line, so there was nothing to draw");
+  if (inputs.arePictures()) {
+    for (const std::string& remark : inputs.reader().remarks()) note(remark);
+  }
+  if (!inputs.reader().warning().empty()) warn(inputs.reader().warning());
+  const std::optional<RenderInputs::Rest> rest = inputs.rest();
   if (!rest) return false;
-  warn(detections.path() + ":" + std::to_string(rest->lineNumber) + ": frame " + std::to_string(rest->frame) +
-       " is past the end of the video, which has " + std::to_string(*frames) +
-       " frames; this line and all after it were not used");
-  return true;
+  if (!rest->warning.empty()) warn(rest->warning);
+  return rest->hasLines;
 }
 
 int reportEarlyInterrupt() {
@@ -187,9 +179,10 @@ void checkStrict(const Telling* telling, const std::string& pluginPath) {
 }
 
 /// Opens the outputs. Null when the user has asked to stop while a pipe was waited for.
-std::unique_ptr<RenderOutputs> openOutputs(const RenderOptions& options, FrameReader& reader) {
+std::unique_ptr<RenderOutputs> openOutputs(const RenderOptions& options,
+                                           const std::optional<PicturePlan>& pictures, RenderInputs& inputs) {
   try {
-    return std::make_unique<RenderOutputs>(options, reader);
+    return std::make_unique<RenderOutputs>(options, pictures, inputs);
   } catch (const UserError&) {
     if (!Interrupt::requested()) throw;
   }
@@ -200,11 +193,12 @@ std::unique_ptr<RenderOutputs> openOutputs(const RenderOptions& options, FrameRe
 
 int render(const RenderOptions& options) {
   const Interrupt interrupt;
-  checkOptions(options);
-  std::optional<RenderInputs> inputs = openInputs(options);
+  const std::optional<PicturePlan> pictures = planPictures(options);
+  checkOptions(options, pictures);
+  const std::unique_ptr<RenderInputs> inputs = openInputs(options, pictures);
   if (!inputs) return reportEarlyInterrupt();
   registerPayloads(options.debug);
-  FrameReader& reader = inputs->frames.reader();
+  const FrameReader& reader = inputs->reader();
 
   // Declared before the plug-in, because the plug-in's backend must outlive it.
   FrameRenderer renderer(reader.format().width, reader.format().height);
@@ -217,9 +211,9 @@ int render(const RenderOptions& options) {
   if (!options.noExplain) makeTelling(telling, options, renderer, producers, host.plugin(), reader.format());
   if (options.strict) checkStrict(telling ? &*telling : nullptr, pluginPath);
 
-  const std::unique_ptr<RenderOutputs> outputs = openOutputs(options, reader);
+  const std::unique_ptr<RenderOutputs> outputs = openOutputs(options, pictures, *inputs);
   if (!outputs) return reportEarlyInterrupt();
-  noteLosses(reader, options.output);
+  if (!pictures) noteLosses(inputs->frames().reader(), options.output);
   const RenderStages stages{*inputs, producers, renderer, host.plugin(), telling ? &*telling : nullptr,
                             *outputs};
   return finish(stages, options, pluginPath, renderWithProgress(stages, options, interrupt));

@@ -76,7 +76,7 @@ TEST_F(ToolBadInput, FilesThatAreMissingOrNoVideo) {
   expectInputRefused(path("none.mp4"), path("none.mp4") + ": No such file or directory");
   expectInputRefused(folder_.write("text.mp4", "no video\n"), path("text.mp4") + ": Invalid data");
   expectInputRefused(folder_.write("empty.mkv", ""), path("empty.mkv") + ": ");
-  expectInputRefused(path(""), ": Is a directory");
+  expectInputRefused(path(""), ": is a folder, and its pictures become pictures; ");
 }
 
 TEST_F(ToolBadInput, AFileWithoutAVideoStream) {

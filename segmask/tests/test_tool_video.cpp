@@ -29,7 +29,7 @@ constexpr int kFrames = 50;
 class ToolVideo : public ::testing::Test {
  protected:
   ToolVideo() {
-    folder_.write("d.jsonl", "");
+    folder_.write("d.jsonl", "{\"frame\": 0, \"producer\": \"p\"}\n");
     video_.video.frames = kFrames;
     MediaSound sound;
     sound.seconds = 3;

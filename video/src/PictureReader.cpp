@@ -89,7 +89,8 @@ std::vector<std::string> picturesOf(const std::string& folder) {
     std::error_code ignored;
     if (name[0] == '.' || entry->is_directory(ignored)) continue;
     if (!isPictureName(name)) {
-      throw UserError(entry->path().string() + ": is no .png, .jpg or .jpeg; a folder of pictures holds nothing else");
+      throw UserError(entry->path().string() +
+                      ": is no .png, .jpg or .jpeg; a folder of pictures holds nothing else");
     }
     names.push_back(name);
   }
@@ -135,9 +136,10 @@ bool PictureReader::next(Frame& frame) {
   return true;
 }
 
-std::string PictureReader::warning() const {
-  if (losers_ <= 1) return firstLoss_;
-  return firstLoss_ + "; " + std::to_string(losers_) + " pictures lose something";
+std::vector<std::string> PictureReader::remarks() const {
+  if (losers_ == 0) return {};
+  if (losers_ == 1) return {firstLoss_};
+  return {firstLoss_ + "; " + std::to_string(losers_) + " pictures lose something"};
 }
 
 }  // namespace segmask

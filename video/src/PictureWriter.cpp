@@ -39,7 +39,8 @@ PictureWriter::~PictureWriter() {
   if (isFolderMade_) rmdir(folder_.c_str());
 }
 
-void PictureWriter::setFormat(const VideoFormat& format) {
+void PictureWriter::begin(uint64_t number, const VideoFormat& format) {
+  number_ = static_cast<std::size_t>(number);
   if (format_ && convertsAlike(*format_, format)) return;
   const bool isSizeNew = !format_ || format_->width != format.width || format_->height != format.height;
   format_ = format;
@@ -48,7 +49,7 @@ void PictureWriter::setFormat(const VideoFormat& format) {
 }
 
 void PictureWriter::write(const Frame& frame) {
-  const std::string& name = names_[written_++];
+  const std::string& name = names_[number_];
   OutputFile file(stage_->pathOf(name), (fs::path(folder_) / name).string());
   file.write(encoder_->encode(converter_->convert(frame.nv12)));
   file.close();

@@ -78,8 +78,8 @@ TEST_F(Pictures, AreListedByTheBytesOfTheirNames) {
     folder_.write(name, "");
   fs::create_directory(path("folder.png"));
   fs::create_directory(path("folder"));
-  EXPECT_EQ(picturesOf(path(".")), (Texts{path("./B.JPG"), path("./a10.jpeg"), path("./a9.Png"), path("./b.png"),
-                                          path("./\xC3\xA4.png")}));
+  EXPECT_EQ(picturesOf(path(".")), (Texts{path("./B.JPG"), path("./a10.jpeg"), path("./a9.Png"),
+                                          path("./b.png"), path("./\xC3\xA4.png")}));
   folder_.write("notes.txt", "");
   EXPECT_THROW(picturesOf(path(".")), UserError);
   EXPECT_THROW(picturesOf(path("folder")), UserError);
@@ -106,7 +106,7 @@ TEST_F(Pictures, OfAnySizeAndKindAreReadEachAsItIs) {
     EXPECT_EQ(reader.format().color.matrix, other.format().color.matrix);
   }
   EXPECT_FALSE(reader.next(frame));
-  EXPECT_EQ(reader.warning(), "");
+  EXPECT_EQ(reader.remarks(), Texts{});
 }
 
 TEST_F(Pictures, AreTurnedAsExifSays) {
@@ -132,11 +132,12 @@ TEST_F(Pictures, AreTurnedAsExifSays) {
 }
 
 TEST_F(Pictures, LoseTheirAlphaWhichIsSaid) {
-  const Texts paths{makePng("a.png"), make("b.png", "png", AV_PIX_FMT_RGBA), make("c.png", "png", AV_PIX_FMT_RGBA)};
+  const Texts paths{makePng("a.png"), make("b.png", "png", AV_PIX_FMT_RGBA),
+                    make("c.png", "png", AV_PIX_FMT_RGBA)};
   PictureReader reader(paths, false);
   for (Frame frame; reader.next(frame);) {
   }
-  EXPECT_EQ(reader.warning(), paths[1] + ": its alpha is dropped (rgba); 2 pictures lose something");
+  EXPECT_EQ(reader.remarks(), Texts{paths[1] + ": its alpha is dropped (rgba); 2 pictures lose something"});
 }
 
 TEST_F(Pictures, ThatAreDamagedEndTheReading) {
@@ -177,9 +178,9 @@ Frame grayFrame(int width, int height, unsigned char luma) {
 TEST_F(Pictures, AreWrittenUnderTheirNamesIntoAFolderThatIsMade) {
   {
     PictureWriter writer(path("out"), {"a.png", "b.png"});
-    writer.setFormat(formatOf(8, 4));
+    writer.begin(0, formatOf(8, 4));
     writer.write(grayFrame(8, 4, 100));
-    writer.setFormat(formatOf(5, 7));
+    writer.begin(1, formatOf(5, 7));
     writer.write(grayFrame(5, 7, 150));
     writer.finish();
     EXPECT_FALSE(fs::exists(path("out/a.png")));
@@ -198,7 +199,7 @@ TEST_F(Pictures, AreWrittenUnderTheirNamesIntoAFolderThatIsMade) {
 TEST_F(Pictures, ThatAreNotCommittedLeaveNoTrace) {
   {
     PictureWriter writer(path("out"), {"a.png"});
-    writer.setFormat(formatOf(8, 4));
+    writer.begin(0, formatOf(8, 4));
     writer.write(grayFrame(8, 4, 100));
     writer.finish();
   }

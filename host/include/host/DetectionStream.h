@@ -1,26 +1,14 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "core/SwJsonArray.h"
-#include "host/DetectionPayload.h"
-#include "io/LineReader.h"
+#include "host/DetectionLineReader.h"
 #include "render_base/geometry.h"
 
 namespace segmask {
-
-/// One producer's delivery for one frame: one line of the file.
-struct DetectionLine {
-  uint64_t frame = 0;
-  std::string producer;
-  DetectionPayload payload;
-  std::size_t detections = 0;  ///< elements of the payload's "detections"
-  uint64_t lineNumber = 0;
-};
 
 /// Reads detections as JSON lines, in frame order, without holding more than one frame's lines. A line is
 ///
@@ -37,9 +25,6 @@ struct DetectionLine {
 /// reads it throws UserError "FILE:LINE: what is wrong".
 class DetectionStream {
  public:
-  /// The most pixels that the compact masks of one line may have together: the texts of as many take 1.4 GB.
-  static constexpr int64_t kMostMaskPixels = int64_t{1} << 33;
-
   /// `path` "-" is standard input. `frameSize`, of all frames, is for polygons and for masks of a part of the
   /// frame. Throws UserError when the file cannot be opened.
   DetectionStream(const std::string& path, render_base::FrameSize frameSize);
@@ -59,20 +44,9 @@ class DetectionStream {
  private:
   void readAhead();
   std::optional<DetectionLine> readLine();
-  DetectionLine parse(const std::string& text) const;
-  void expandMasks(SwJsonArray& detections) const;
 
-  /// Calls visit(detection, its compact mask) for each detection that has one. A UserError from the mask and
-  /// from `visit` gets the detection's place.
-  template <class Visit>
-  void forEachCompactMask(SwJsonArray& detections, const Visit& visit) const;
-
-  /// Throws UserError "FILE:LINE: `what`".
-  [[noreturn]] void refuse(const std::string& what) const;
-
-  LineReader reader_;
+  DetectionLineReader reader_;
   render_base::FrameSize frameSize_;
-  std::string text_;
   std::optional<DetectionLine> ahead_;
   bool atEnd_ = false;
   std::optional<uint64_t> lastFrame_;

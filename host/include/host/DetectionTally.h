@@ -32,6 +32,9 @@ class DetectionTally {
   DetectionTally(seg_mask::DecisionSettings settings, render_base::FrameSize frame)
       : judge_(settings, 1), frame_(frame) {}
 
+  /// The frames from now on have this size.
+  void setFrameSize(render_base::FrameSize frame) { frame_ = frame; }
+
   /// Counts the detections of one frame. The context was filled by `inputs`.
   void add(const RenderContext& context, const ProducerInputs& inputs);
 

@@ -32,6 +32,9 @@ class FrameRenderer {
   /// For frames of `width` x `height` pixels.
   FrameRenderer(int width, int height);
 
+  /// The frames from now on have this size.
+  void setFrameSize(int width, int height);
+
   /// Passes the backend to `plugin`, which draws from now on. Not owned.
   void use(IRenderPlugin& plugin);
 

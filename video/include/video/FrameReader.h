@@ -41,7 +41,7 @@ class FrameReader {
   virtual SideStreams* sideStreams() { return nullptr; }
 
   /// What frames cannot keep of the input (more than 8 bits a sample, finer chroma, alpha), a sentence each.
-  /// Complete after construction.
+  /// Complete after construction, of pictures when next() has returned false.
   virtual std::vector<std::string> remarks() const { return {}; }
 
  protected:

@@ -25,8 +25,8 @@ std::vector<std::string> picturesOf(const std::string& folder);
 /// Reads pictures that have nothing to do with each other, each as one frame. Their sizes and colours may
 /// differ: format() is that of the frame that next() gave last, and before the first one that of the first.
 ///
-/// PNG and JPEG are told by their content. A picture with any error in it ends the reading. Exif's orientation
-/// is applied.
+/// PNG and JPEG are told by their content. A picture with any error in it ends the reading. Exif's
+/// orientation is applied.
 class PictureReader : public FrameReader {
  public:
   /// Reads the first of `paths`, of which there must be one. Throws UserError when that is not possible.
@@ -40,8 +40,7 @@ class PictureReader : public FrameReader {
   std::optional<uint64_t> frameCount() const override { return paths_.size(); }
   /// Frame::pts is the picture's number.
   bool next(Frame& frame) override;
-  /// Says what was lost: alpha, bits, chroma.
-  std::string warning() const override;
+  std::vector<std::string> remarks() const override;
 
  private:
   void read(Frame& frame);
@@ -60,13 +59,14 @@ class PictureReader : public FrameReader {
 /// appears before commit(), and a folder that was made is gone again without it.
 class PictureWriter : public FrameWriter {
  public:
-  /// `names` are those of the frames in their order, without the folder.
+  /// `names` are those of the pictures, by number, without the folder.
   PictureWriter(const std::string& folder, std::vector<std::string> names);
   ~PictureWriter() override;
 
-  /// The format of the frames that follow; to be called before the first.
-  void setFormat(const VideoFormat& format);
+  /// The next frame is the picture of this number and has this format.
+  void begin(uint64_t number, const VideoFormat& format);
 
+  /// After begin(), which says what it is.
   void write(const Frame& frame) override;
   void finish() override {}
   void commit() override;
@@ -79,7 +79,7 @@ class PictureWriter : public FrameWriter {
   std::optional<VideoFormat> format_;
   std::unique_ptr<RgbConverter> converter_;
   std::unique_ptr<PngEncoder> encoder_;
-  std::size_t written_ = 0;
+  std::size_t number_ = 0;
 };
 
 }  // namespace segmask

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstdint>
+
+#include "core/SwJsonArray.h"
+#include "render_base/geometry.h"
+
+namespace segmask {
+
+/// The most pixels that the compact masks of one list may have together: the texts of as many take 1.4 GB.
+inline constexpr int64_t kMostMaskPixels = int64_t{1} << 33;
+
+/// Replaces in a list of detections each "mask", run lengths or polygons (docs/formats.md has the forms), by
+/// the mask text in "class_info". `frame`, the size of the frame, is for polygons and for masks of a part of
+/// it. Throws UserError "detections[INDEX]: what is wrong" for a mask that is none; the list is as it was
+/// then, but for the detections before that one.
+void expandCompactMasks(SwJsonArray& detections, render_base::FrameSize frame);
+
+}  // namespace segmask

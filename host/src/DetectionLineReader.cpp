@@ -1,0 +1,93 @@
+#include "host/DetectionLineReader.h"
+
+#include <memory>
+#include <utility>
+
+#include "core/SwJsonArray.h"
+#include "core/SwJsonDocument.h"
+#include "host/compact_masks.h"
+#include "io/UserError.h"
+
+namespace segmask {
+namespace {
+
+constexpr char kByteOrderMark[] = "\xEF\xBB\xBF";
+constexpr std::size_t kByteOrderMarkBytes = 3;
+
+bool isBlank(const std::string& text) {
+  return text.find_first_not_of(" \t\r\v\f") == std::string::npos;
+}
+
+}  // namespace
+
+std::optional<RawDetectionLine> DetectionLineReader::next() {
+  while (reader_.next(text_)) {
+    if (reader_.lineNumber() == 1 && text_.compare(0, kByteOrderMarkBytes, kByteOrderMark) == 0) {
+      text_.erase(0, kByteOrderMarkBytes);
+    }
+    if (!isBlank(text_)) return parse();
+  }
+  return std::nullopt;
+}
+
+RawDetectionLine DetectionLineReader::parse() const {
+  RawDetectionLine line;
+  line.lineNumber = reader_.lineNumber();
+  SwJsonDocument document;
+  SwString error;
+  if (!document.loadFromJson(text_, error)) refuse(line.lineNumber, "not JSON: " + error.str());
+  SwJsonValue root = document.takeRoot();
+  SwJsonObject* const object = root.object();
+  if (!object) refuse(line.lineNumber, "not a JSON object");
+
+  readPlace(*object, line);
+  const SwJsonValue* const producer = object->find("producer");
+  if (!producer) refuse(line.lineNumber, "no \"producer\"");
+  if (!producer->isString() || producer->text().empty()) {
+    refuse(line.lineNumber, "\"producer\" is not a name");
+  }
+  const SwJsonValue* const detections = object->find("detections");
+  if (detections && !detections->isArray()) refuse(line.lineNumber, "\"detections\" is not an array");
+  line.producer = producer->text();
+  line.object = std::move(*object);
+  return line;
+}
+
+void DetectionLineReader::readPlace(const SwJsonObject& object, RawDetectionLine& line) const {
+  const SwJsonValue* const image = images_ == Images::Named ? object.find("image") : nullptr;
+  if (image) {
+    if (!image->isString() || image->text().empty()) refuse(line.lineNumber, "\"image\" is not a name");
+    line.image = image->text();
+    return;
+  }
+  const SwJsonValue* const frame = object.find("frame");
+  if (!frame) refuse(line.lineNumber, images_ == Images::Named ? "no \"image\" and no \"frame\"" : "no \"frame\"");
+  if (!frame->isInt() || frame->integer() < 0) {
+    refuse(line.lineNumber, "\"frame\" is not a whole number from 0 on");
+  }
+  line.frame = static_cast<uint64_t>(frame->integer());
+}
+
+DetectionLine DetectionLineReader::expand(RawDetectionLine raw, render_base::FrameSize frame) const {
+  DetectionLine line;
+  line.frame = raw.frame;
+  line.producer = std::move(raw.producer);
+  line.lineNumber = raw.lineNumber;
+  SwJsonValue* const detections = raw.object.find("detections");
+  if (detections && detections->array()) {
+    try {
+      expandCompactMasks(*detections->array(), frame);
+    } catch (const UserError& error) {
+      refuse(raw.lineNumber, error.what());
+    }
+    line.detections = detections->array()->size();
+  }
+  line.payload.object = std::make_shared<const SwJsonObject>(std::move(raw.object));
+  return line;
+}
+
+void DetectionLineReader::refuse(uint64_t lineNumber, const std::string& what) const {
+  throw UserError(path() + ":" + std::to_string(lineNumber) + ": " + what);
+}
+
+}  // namespace segmask

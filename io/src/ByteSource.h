@@ -28,6 +28,9 @@ class ByteSource {
   /// What errors call it.
   const std::string& name() const { return name_; }
 
+  /// Whether the file is packed by gzip.
+  bool isPacked() const { return isPacked_; }
+
  private:
   bool fillBlock();
   std::size_t takeFromBlock(char* bytes, std::size_t size);

@@ -21,6 +21,9 @@ class OutputFile {
   void write(const void* bytes, std::size_t size);
   void write(const std::string& bytes) { write(bytes.data(), bytes.size()); }
 
+  const std::string& name() const { return name_; }
+  int descriptor() const { return file_.get(); }
+
   /// Call it after the last write: some file systems report a full disk only here.
   void close();
 

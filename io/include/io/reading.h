@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "io/FileDescriptor.h"
+
+namespace segmask {
+
+/// What errors call a path, "-" being standard input.
+std::string inputName(const std::string& path);
+
+/// Opens `path`, "-" being standard input, to be read more than once and from any place. What cannot be read
+/// so, a pipe or a file that is packed by gzip, is copied, unpacked, into a temporary file without a name
+/// first. Throws UserError.
+///
+/// Once the user has asked to stop the copy may be incomplete.
+FileDescriptor openSeekable(const std::string& path);
+
+/// All bytes of a file of at most `most` bytes, "-" being standard input; one that is packed by gzip is
+/// unpacked. Throws UserError.
+std::string readWhole(const std::string& path, std::size_t most);
+
+/// A file without a name for reading and writing, in the folder that TMPDIR names or in /tmp. It is gone when
+/// it is closed. Throws UserError.
+FileDescriptor makeUnnamedFile();
+
+/// The names of the files in a folder, sorted by their bytes. Hidden ones and folders are left out. Throws
+/// UserError when it is no folder or cannot be read.
+std::vector<std::string> fileNames(const std::string& folder);
+
+/// The names of the pictures in a folder by their endings (.jpg, .jpeg, .png, .bmp, .tif, .tiff, .webp, in
+/// any case), sorted by their bytes. Throws UserError as fileNames does.
+std::vector<std::string> pictureNames(const std::string& folder);
+
+}  // namespace segmask

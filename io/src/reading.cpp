@@ -1,0 +1,94 @@
+#include "io/reading.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <filesystem>
+
+#include "io/UserError.h"
+#include "io/file_names.h"
+#include "src/ByteSource.h"
+
+namespace fs = std::filesystem;
+
+namespace segmask {
+namespace {
+
+constexpr std::size_t kBlockBytes = 1 << 16;
+
+bool isRegularFile(const std::string& path) {
+  std::error_code error;
+  return fs::is_regular_file(path, error);
+}
+
+}  // namespace
+
+std::string inputName(const std::string& path) {
+  return path == kStandardStream ? "standard input" : path;
+}
+
+FileDescriptor makeUnnamedFile() {
+  std::error_code error;
+  const fs::path folder = fs::temp_directory_path(error);
+  if (error) throw UserError("the folder for temporary files: " + error.message());
+  std::string pattern = (folder / "segmask-XXXXXX").string();
+  FileDescriptor file(mkostemp(pattern.data(), O_CLOEXEC));
+  if (!file) throw systemError(folder.string(), errno);
+  unlink(pattern.c_str());
+  return file;
+}
+
+FileDescriptor openSeekable(const std::string& path) {
+  ByteSource source(path);
+  if (path != kStandardStream && isRegularFile(path) && !source.isPacked()) return openForReading(path);
+  FileDescriptor copy = makeUnnamedFile();
+  std::array<char, kBlockBytes> block;
+  while (const std::size_t size = source.read(block.data(), block.size())) {
+    const int error = writeFully(copy.get(), block.data(), size);
+    if (error != 0) throw systemError("the temporary copy of " + source.name(), error);
+  }
+  if (lseek(copy.get(), 0, SEEK_SET) != 0) throw systemError("the temporary copy of " + source.name(), errno);
+  return copy;
+}
+
+std::string readWhole(const std::string& path, std::size_t most) {
+  ByteSource source(path);
+  std::string bytes;
+  std::array<char, kBlockBytes> block;
+  while (const std::size_t size = source.read(block.data(), block.size())) {
+    if (bytes.size() + size > most) {
+      throw UserError(source.name() + ": has more than " + std::to_string(most >> 20) + " MiB");
+    }
+    bytes.append(block.data(), size);
+  }
+  return bytes;
+}
+
+std::vector<std::string> fileNames(const std::string& folder) {
+  std::vector<std::string> names;
+  std::error_code error;
+  for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
+    std::string name = entry->path().filename().string();
+    std::error_code ignored;
+    if (name[0] != '.' && entry->is_regular_file(ignored)) names.push_back(std::move(name));
+  }
+  if (error) throw UserError(folder + ": " + error.message());
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+std::vector<std::string> pictureNames(const std::string& folder) {
+  std::vector<std::string> names = fileNames(folder);
+  const auto isOther = [](const std::string& name) {
+    constexpr std::array<const char*, 7> kEndings{".jpg", ".jpeg", ".png", ".bmp", ".tif", ".tiff", ".webp"};
+    return std::find(kEndings.begin(), kEndings.end(), lowerCaseEnding(name)) == kEndings.end();
+  };
+  names.erase(std::remove_if(names.begin(), names.end(), isOther), names.end());
+  return names;
+}
+
+}  // namespace segmask

@@ -10,14 +10,14 @@ extern "C" {
 
 namespace segmask {
 
-PngEncoder::PngEncoder(int width, int height) {
+PngEncoder::PngEncoder(int width, int height, AVPixelFormat format) {
   const AVCodec* const codec = avcodec_find_encoder(AV_CODEC_ID_PNG);
   if (!codec) throw UserError("libavcodec has no PNG encoder");
   encoder_.reset(avcodec_alloc_context3(codec));
   if (!encoder_) throw std::bad_alloc();
   encoder_->width = width;
   encoder_->height = height;
-  encoder_->pix_fmt = AV_PIX_FMT_RGB24;
+  encoder_->pix_fmt = format;
   encoder_->time_base = {1, 1};
   // One thread: with more, the encoder would return each picture only after later ones were sent.
   encoder_->thread_count = 1;

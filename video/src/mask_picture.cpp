@@ -1,0 +1,134 @@
+#include "video/mask_picture.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+#include "io/UserError.h"
+#include "video/PngEncoder.h"
+#include "video/libav_handles.h"
+
+namespace segmask {
+namespace {
+
+constexpr char kSignature[] = "\x89PNG\r\n\x1A\n";
+constexpr std::size_t kSignatureBytes = 8;
+
+/// Where the header's fields stand in the file.
+constexpr std::size_t kWidthAt = 16;
+constexpr std::size_t kHeightAt = 20;
+constexpr std::size_t kSampleBitsAt = 24;
+constexpr std::size_t kHeaderBytes = 33;
+
+uint32_t bigEndian(const std::string& bytes, std::size_t at) {
+  uint32_t number = 0;
+  for (std::size_t i = 0; i < 4; ++i) number = number << 8 | static_cast<unsigned char>(bytes[at + i]);
+  return number;
+}
+
+/// Looks at the header before anything is decoded.
+void checkHeader(const std::string& bytes) {
+  if (!isPng(bytes)) throw UserError("is no PNG file");
+  if (bytes.size() < kHeaderBytes) throw UserError("the PNG file is cut off");
+  const uint64_t pixels = uint64_t{bigEndian(bytes, kWidthAt)} * bigEndian(bytes, kHeightAt);
+  if (pixels > static_cast<uint64_t>(kMostMaskPicturePixels)) {
+    throw UserError("has more than " + std::to_string(kMostMaskPicturePixels) + " pixels");
+  }
+  if (bytes[kSampleBitsAt] == 16) throw UserError("has 16 bits a sample; masks have at most 8");
+}
+
+AVFramePtr decode(const std::string& bytes) {
+  const AVCodec* const codec = avcodec_find_decoder(AV_CODEC_ID_PNG);
+  if (!codec) throw UserError("libavcodec has no PNG decoder");
+  const AVCodecContextPtr decoder(avcodec_alloc_context3(codec));
+  if (!decoder) throw std::bad_alloc();
+  decoder->thread_count = 1;
+  decoder->err_recognition = AV_EF_CRCCHECK | AV_EF_EXPLODE;
+  if (avcodec_open2(decoder.get(), codec, nullptr) < 0) throw UserError("the PNG decoder does not start");
+  const AVPacketPtr packet = makeAVPacket();
+  if (av_new_packet(packet.get(), static_cast<int>(bytes.size())) < 0) throw std::bad_alloc();
+  std::memcpy(packet->data, bytes.data(), bytes.size());
+  AVFramePtr picture = makeAVFrame();
+  int error = avcodec_send_packet(decoder.get(), packet.get());
+  if (error == 0) error = avcodec_receive_frame(decoder.get(), picture.get());
+  if (error == AVERROR(ENOMEM)) throw std::bad_alloc();
+  if (error < 0) throw UserError("the PNG file is damaged or cut off");
+  return picture;
+}
+
+/// How a pixel stands in memory. One with alpha has it last.
+struct PixelForm {
+  std::size_t bytes;
+  bool hasAlpha;
+};
+
+PixelForm formOf(int format) {
+  switch (format) {
+    case AV_PIX_FMT_PAL8:
+    case AV_PIX_FMT_GRAY8:
+      return {1, false};
+    case AV_PIX_FMT_YA8:
+      return {2, true};
+    case AV_PIX_FMT_RGB24:
+      return {3, false};
+    case AV_PIX_FMT_RGBA:
+      return {4, true};
+    default:
+      throw UserError("is a PNG file of a kind that masks do not come in");
+  }
+}
+
+/// What a pixel of grey or an index says by its first byte, and a colour by any of its bytes.
+uint8_t valueOf(const uint8_t* pixel, PixelForm form) {
+  const std::size_t samples = form.bytes - (form.hasAlpha ? 1 : 0);
+  if (form.hasAlpha && pixel[samples] == 0) return 0;
+  if (samples == 1) return pixel[0];
+  return std::any_of(pixel, pixel + samples, [](uint8_t sample) { return sample != 0; }) ? 1 : 0;
+}
+
+/// One bit a pixel, the first pixel highest.
+void unpackBits(const uint8_t* row, std::size_t width, uint8_t* values) {
+  for (std::size_t x = 0; x < width; ++x) values[x] = (row[x / 8] >> (7 - x % 8) & 1U) != 0 ? 255 : 0;
+}
+
+void takeRow(const uint8_t* row, std::size_t width, PixelForm form, uint8_t* values) {
+  for (std::size_t x = 0; x < width; ++x) values[x] = valueOf(row + x * form.bytes, form);
+}
+
+}  // namespace
+
+bool isPng(const std::string& bytes) {
+  return bytes.compare(0, kSignatureBytes, kSignature, kSignatureBytes) == 0;
+}
+
+MaskPicture decodeMaskPicture(const std::string& bytes) {
+  checkHeader(bytes);
+  const AVFramePtr decoded = decode(bytes);
+  const bool isBits = decoded->format == AV_PIX_FMT_MONOBLACK;
+  const PixelForm form = isBits ? PixelForm{1, false} : formOf(decoded->format);
+  const auto width = static_cast<std::size_t>(decoded->width);
+  MaskPicture picture{decoded->width, decoded->height, form.bytes <= 2, {}};
+  picture.values.resize(width * static_cast<std::size_t>(decoded->height));
+  for (int y = 0; y < decoded->height; ++y) {
+    const uint8_t* const row = decoded->data[0] + std::ptrdiff_t{y} * decoded->linesize[0];
+    uint8_t* const values = picture.values.data() + static_cast<std::size_t>(y) * width;
+    if (isBits) {
+      unpackBits(row, width, values);
+    } else {
+      takeRow(row, width, form, values);
+    }
+  }
+  return picture;
+}
+
+std::string encodeGreyPng(const std::vector<uint8_t>& values, int width, int height) {
+  const AVFramePtr picture = makeAVFrame(AV_PIX_FMT_GRAY8, width, height);
+  for (int y = 0; y < height; ++y) {
+    std::memcpy(picture->data[0] + std::ptrdiff_t{y} * picture->linesize[0],
+                values.data() + static_cast<std::size_t>(y) * static_cast<std::size_t>(width),
+                static_cast<std::size_t>(width));
+  }
+  return PngEncoder(width, height, AV_PIX_FMT_GRAY8).encode(*picture);
+}
+
+}  // namespace segmask

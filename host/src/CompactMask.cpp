@@ -1,4 +1,4 @@
-#include "src/CompactMask.h"
+#include "host/CompactMask.h"
 
 #include <cmath>
 #include <limits>
@@ -162,13 +162,17 @@ int64_t CompactMask::pixels() const {
   return int64_t{size.width} * size.height;
 }
 
-std::string CompactMask::text() const {
+MaskBits CompactMask::bits() const {
   if (polygon_) {
-    return seg_mask::encodeMaskText(
-        seg_mask::rasterizePolygons(polygonsOf(*polygon_), frame_.width, frame_.height));
+    return seg_mask::rasterizePolygons(polygonsOf(*polygon_), frame_.width, frame_.height);
   }
-  const MaskBits mask = decodeCounts(*counts_, size_);
-  return seg_mask::encodeMaskText(at_ ? seg_mask::placeMask(mask, *at_, frame_.width, frame_.height) : mask);
+  MaskBits mask = decodeCounts(*counts_, size_);
+  if (at_) mask = seg_mask::placeMask(mask, *at_, frame_.width, frame_.height);
+  return mask;
+}
+
+std::string CompactMask::text() const {
+  return seg_mask::encodeMaskText(bits());
 }
 
 }  // namespace segmask

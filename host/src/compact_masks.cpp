@@ -4,7 +4,7 @@
 
 #include "core/SwJsonObject.h"
 #include "io/UserError.h"
-#include "src/CompactMask.h"
+#include "host/CompactMask.h"
 
 namespace segmask {
 namespace {

@@ -54,7 +54,15 @@ std::string noMaskText(const std::string& text) {
   return R"("class_info" is no mask text: it does not begin with "SEG1|")";
 }
 
-std::string faultText(const MaskTextFault& fault, const std::string& text) {
+std::string outsideText(const DetView& detection, render_base::FrameSize frame) {
+  if (detection.w <= 0 || detection.h <= 0) return "its box is empty (" + boxText(detection) + ")";
+  return "its box lies outside the " + sizeText(frame.width, frame.height) + " frame (" + boxText(detection) +
+         ")";
+}
+
+}  // namespace
+
+std::string whyNoMask(const MaskTextFault& fault, const std::string& text) {
   const std::string field = fieldText(fault.field);
   switch (fault.problem) {
     case MaskTextFault::Problem::Missing:
@@ -73,14 +81,6 @@ std::string faultText(const MaskTextFault& fault, const std::string& text) {
   return {};
 }
 
-std::string outsideText(const DetView& detection, render_base::FrameSize frame) {
-  if (detection.w <= 0 || detection.h <= 0) return "its box is empty (" + boxText(detection) + ")";
-  return "its box lies outside the " + sizeText(frame.width, frame.height) + " frame (" + boxText(detection) +
-         ")";
-}
-
-}  // namespace
-
 std::string whyDropped(const Verdict& verdict, const seg_mask::DecisionSettings& settings,
                        render_base::FrameSize frame) {
   switch (verdict.outcome) {
@@ -95,7 +95,7 @@ std::string whyDropped(const Verdict& verdict, const seg_mask::DecisionSettings&
       return "score " + numberText(verdict.detection->score) + " is below min_score " +
              numberText(settings.minScore);
     case Outcome::InvalidMask:
-      return faultText(verdict.fault, verdict.detection->class_info);
+      return whyNoMask(verdict.fault, verdict.detection->class_info);
     case Outcome::BoxOutside:
       return outsideText(*verdict.detection, frame);
     case Outcome::NoPixelInBox:

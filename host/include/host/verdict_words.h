@@ -3,6 +3,7 @@
 #include <string>
 
 #include "detection/DetectionJudge.h"
+#include "mask/mask_text.h"
 #include "render_base/geometry.h"
 
 namespace segmask {
@@ -14,6 +15,9 @@ namespace segmask {
 /// For example "score 0.2 is below min_score 0.5".
 std::string whyDropped(const seg_mask::Verdict& verdict, const seg_mask::DecisionSettings& settings,
                        render_base::FrameSize frame);
+
+/// The same for a text that decodeMaskText refuses with this fault.
+std::string whyNoMask(const seg_mask::MaskTextFault& fault, const std::string& text);
 
 /// The reason alone, for a list of reasons: "score below min_score". Empty for Drawn.
 std::string reasonOf(seg_mask::Outcome outcome);

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "core/SwJsonValue.h"
+#include "mask/mask_bits.h"
 #include "mask/mask_placement.h"
 #include "render_base/geometry.h"
 
@@ -27,10 +28,13 @@ class CompactMask {
   /// of the frame that the mask is for.
   CompactMask(const SwJsonValue& mask, render_base::FrameSize frame);
 
-  /// How many pixels text() has.
+  /// How many pixels the mask has.
   int64_t pixels() const;
 
-  /// The mask text: of the frame's size for polygons and for a part of the frame, else of the mask's own.
+  /// The mask: of the frame's size for polygons and for a part of the frame, else of its own.
+  seg_mask::MaskBits bits() const;
+
+  /// The same as a mask text.
   std::string text() const;
 
  private:

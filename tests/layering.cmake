@@ -15,7 +15,7 @@ macro(room folder)
 endmacro()
 
 set(plugin_side core cudart_cpu zelvo_tools render_base mask detection seg_mask_overlay seg_mask_overlay/src/blend)
-set(host_side io video host)
+set(host_side io video host import)
 
 room(core               AS core)
 room(cudart_cpu         AS cudart_cpu)
@@ -28,7 +28,8 @@ room(seg_mask_overlay/src/blend AS blend    MAY render_base/geometry.h seg_mask_
 room(io                 AS io)
 room(video              AS video            MAY io)
 room(host               AS host             MAY io core zelvo_tools cudart_cpu render_base mask detection)
-room(segmask                                MAY ${host_side} core render_base detection)
+room(import             AS import           MAY io video host core mask detection)
+room(segmask                                MAY ${host_side} core render_base mask detection)
 room(gst                                    MAY ${host_side} core render_base detection)
 room(python                                 MAY ${host_side} core render_base detection)
 room(examples/motion_producer               MAY io video core mask)

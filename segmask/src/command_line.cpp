@@ -12,6 +12,7 @@
 #include "io/Interrupt.h"
 #include "io/UserError.h"
 #include "src/commands.h"
+#include "src/mask_options.h"
 #include "src/messages.h"
 #include "src/nearest_name.h"
 #include "video/libav_handles.h"
@@ -22,6 +23,8 @@ namespace {
 struct Options {
   RenderOptions render;
   ExplainOptions explain;
+  ImportArguments import;
+  MaskArguments mask;
   PluginChoice inspectedPlugin;
 };
 
@@ -168,10 +171,9 @@ CLI::App* addExplain(CLI::App& app, ExplainOptions& options) {
   return explain;
 }
 
-CLI::App* addInspect(CLI::App& app, PluginChoice& plugin) {
+void addInspect(CLI::App& app, PluginChoice& plugin) {
   CLI::App* const inspect = app.add_subcommand("inspect", "Show what a plug-in says of itself");
   addPluginChoice(*inspect, plugin);
-  return inspect;
 }
 
 int report(const std::string& text) {
@@ -179,22 +181,35 @@ int report(const std::string& text) {
   return kExitError;
 }
 
+/// The subcommand of that name; null if there is none.
+const CLI::App* findCommand(const CLI::App& app, const std::string& name) {
+  const std::vector<const CLI::App*> found =
+      app.get_subcommands([&](const CLI::App* command) { return command->get_name() == name; });
+  return found.empty() ? nullptr : found.front();
+}
+
 /// What is wrong with the options of a command; empty when each exists. CLI11 would report that a required
 /// option is missing, without the one that was meant for it.
-std::string unknownOption(const CLI::App& command, int argc, char** argv) {
+std::string unknownOption(const CLI::App& app, int argc, char** argv) {
+  const CLI::App* command = &app;
+  std::string path = app.get_name();
+  int first = 1;
+  while (const CLI::App* const next = first < argc ? findCommand(*command, argv[first]) : nullptr) {
+    command = next;
+    path.append(" ").append(argv[first++]);
+  }
   std::vector<std::string> names;
-  for (const CLI::Option* option : command.get_options()) {
+  for (const CLI::Option* option : command->get_options()) {
     for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
   }
-  for (int i = 2; i < argc; ++i) {
+  for (int i = first; i < argc; ++i) {
     std::string name = argv[i];
     name.resize(std::min(name.size(), name.find('=')));
     const bool isLong = name.size() > 2 && name.compare(0, 2, "--") == 0;
     if (!isLong || std::find(names.begin(), names.end(), name) != names.end()) continue;
     const std::string nearest = nearestName(name, names);
     return "there is no option '" + name + "'" +
-           (nearest.empty() ? " (see segmask " + command.get_name() + " --help)"
-                            : "; did you mean '" + nearest + "'?");
+           (nearest.empty() ? " (see " + path + " --help)" : "; did you mean '" + nearest + "'?");
   }
   return {};
 }
@@ -210,19 +225,17 @@ int parseAndRun(int argc, char** argv) {
   Options options;
   const CLI::App* const renderCommand = addRender(app, options.render);
   const CLI::App* const explainCommand = addExplain(app, options.explain);
-  const CLI::App* const inspectCommand = addInspect(app, options.inspectedPlugin);
+  const CLI::App* const importCommand = addImport(app, options.import);
+  const CLI::App* const maskCommand = addMask(app, options.mask);
+  addInspect(app, options.inspectedPlugin);
   // CLI11 would report a misspelt command as "a subcommand is required".
   const std::string first = argc > 1 ? argv[1] : "-";
-  const auto isFirst = [&first](const CLI::App* command) { return command->get_name() == first; };
-  const auto commands = {renderCommand, explainCommand, inspectCommand};
-  const auto command = std::find_if(commands.begin(), commands.end(), isFirst);
-  if (command != commands.end()) {
-    const std::string unknown = unknownOption(**command, argc, argv);
-    if (!unknown.empty()) return report(unknown);
-  } else if (first[0] != '-') {
+  if (first[0] != '-' && !findCommand(app, first)) {
     return report("there is no command '" + first +
-                  "', only render, explain and inspect (see segmask --help)");
+                  "', only render, explain, import, mask and inspect (see segmask --help)");
   }
+  const std::string unknown = unknownOption(app, argc, argv);
+  if (!unknown.empty()) return report(unknown);
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success& success) {  // --help
@@ -232,6 +245,8 @@ int parseAndRun(int argc, char** argv) {
   }
   if (renderCommand->parsed()) return render(options.render);
   if (explainCommand->parsed()) return explain(options.explain);
+  if (importCommand->parsed()) return import(options.import.kind, options.import.options);
+  if (maskCommand->parsed()) return mask(options.mask.command, options.mask.options);
   return inspect(options.inspectedPlugin);
 }
 

@@ -26,10 +26,12 @@ bool has(const std::string& text, const std::string& member) {
 
 /// What the text is the beginning of, and what helps; empty for lines of detections.
 std::string otherKind(const std::string& text, const std::string& path) {
-  const std::string wanted = R"(; wanted are lines {"frame": 0, "producer": "name", "detections": [...]})";
   const std::string firstLine = text.substr(0, text.find_first_of("\r\n"));
   if (text.empty() || (text[0] != '[' && text[0] != '{')) return {};
-  if (!has(text, "frame") && (has(text, "image_id") || has(text, "images"))) return "is a COCO file" + wanted;
+  if (!has(text, "frame") && (has(text, "image_id") || has(text, "images"))) {
+    return "is a COCO file; segmask import coco makes lines of it: segmask import coco " + path +
+           " -o lines.jsonl";
+  }
   if (text[0] == '[') {
     return "is a JSON array; each element has to be a line of its own: jq -c '.[]' " + path +
            " > lines.jsonl";

@@ -151,9 +151,10 @@ TEST_F(ToolBadInput, DetectionsThatAreNoLinesAreCalledByTheirName) {
       " \n{ \n  \"frame\": 0,\n  \"producer\": \"p\"\n}\n",
       " is JSON over several lines; each object has to be one line: jq -c . " + file + " > lines.jsonl\n");
   expectDetectionsRefused(R"({"info": {}, "images": [], "annotations": []})",
-                          " is a COCO file; wanted are lines {");
+                          " is a COCO file; segmask import coco makes lines of it: segmask import coco " +
+                              file + " -o lines.jsonl\n");
   expectDetectionsRefused(R"([{"image_id": 1, "category_id": 2, "bbox": [1, 2, 3, 4]}])",
-                          " is a COCO file; ");
+                          " is a COCO file; segmask import coco ");
 }
 
 TEST_F(ToolBadInput, BytesThatWouldBreakTheLineAreMadeVisible) {
@@ -245,7 +246,8 @@ TEST_F(ToolBadInput, AMisspeltCommandIsNamed) {
   const ToolResult result = runTool({"rendr"});
   EXPECT_EQ(result.exitCode, 2);
   EXPECT_EQ(result.err,
-            "segmask: there is no command 'rendr', only render, explain and inspect (see segmask --help)\n");
+            "segmask: there is no command 'rendr', only render, explain, import, mask and inspect (see "
+            "segmask --help)\n");
 }
 
 TEST_F(ToolBadInput, ADiskThatIsFullLeavesNothingBehind) {

@@ -1,0 +1,116 @@
+#include "src/import_commands.h"
+
+#include <iostream>
+
+#include "detection/class_color.h"
+#include "import/importers.h"
+#include "io/FileDescriptor.h"
+#include "io/Interrupt.h"
+#include "io/TextOutput.h"
+#include "io/UserError.h"
+#include "io/file_names.h"
+#include "src/commands.h"
+
+namespace segmask {
+namespace {
+
+ClassBy classByOf(const std::string& word) {
+  if (word == "category") return ClassBy::Category;
+  if (word == "instance") return ClassBy::Instance;
+  if (word == "track") return ClassBy::Track;
+  throw UserError("--class-by: '" + word + "' is neither category, instance nor track");
+}
+
+bool isJson(const std::string& legend) {
+  const std::string ending = lowerCaseEnding(legend);
+  if (ending == ".json" || ending == ".csv") return ending == ".json";
+  throw UserError(legend + ": a legend is a .json or .csv file");
+}
+
+void checkRoles(const ImportOptions& options) {
+  if (isSameFile(options.output, options.source)) {
+    throw UserError(options.output + ": --output would replace what is imported");
+  }
+  if (!options.legend) return;
+  static_cast<void>(isJson(*options.legend));
+  if (isSameFile(*options.legend, options.source)) {
+    throw UserError(*options.legend + ": --legend would replace what is imported");
+  }
+  if (*options.legend == options.output || isSameFile(*options.legend, options.output)) {
+    throw UserError(*options.legend + ": --legend and --output are the same file");
+  }
+}
+
+PassedOver importAll(ImportKind kind, const ImportOptions& options, DetectionLines& lines,
+                     ClassTable& classes) {
+  ImportSource source;
+  source.path = options.source;
+  source.images = options.images;
+  source.classBy = classByOf(options.classBy.value_or(kind == ImportKind::Coco ? "category" : "track"));
+  if (kind == ImportKind::Coco) return importCoco(source, lines, classes);
+  return importMasks(source, options.pattern, lines, classes);
+}
+
+/// What is no error, but hardly meant so.
+void warn(ImportKind kind, const PassedOver& passedOver, const ClassTable& classes) {
+  constexpr std::size_t kColors = seg_mask::kPalette.size();
+  if (passedOver.count > 0) {
+    const bool isOne = passedOver.count == 1;
+    const std::string what = kind == ImportKind::Coco ? (isOne ? " annotation" : " annotations")
+                                                      : (isOne ? " file" : " files");
+    std::cerr << "segmask: warning: " + oneLine(passedOver.first) + ": " + std::to_string(passedOver.count) +
+                     what + (kind == ImportKind::Coco ? " without a segmentation" : " without a pixel inside") +
+                     (isOne ? " was" : " were") + " passed over" + (isOne ? "\n" : ", this one first\n");
+  }
+  if (classes.names().size() > kColors) {
+    std::cerr << "segmask: warning: " + std::to_string(classes.names().size()) + " classes share " +
+                     std::to_string(kColors) + " colours\n";
+  }
+  std::cerr << std::flush;
+}
+
+void printSummary(const ImportOptions& options, const DetectionLines& lines, const ClassTable& classes) {
+  std::cout << "frames        " << lines.frames() << "\n"
+            << "detections    " << lines.detections() << "\n"
+            << "classes       " << classes.names().size() << "\n"
+            << "output        " << options.output << "\n";
+  if (options.legend) std::cout << "legend        " << *options.legend << "\n";
+  std::cout << std::flush;
+}
+
+int reportInterrupt() {
+  std::cerr << "segmask: interrupted; nothing was written\n" << std::flush;
+  return kExitInterrupted;
+}
+
+int importUninterrupted(ImportKind kind, const ImportOptions& options) {
+  TextOutput output(options.output);
+  std::optional<TextOutput> legend;
+  if (options.legend) legend.emplace(*options.legend);
+  DetectionLines lines(output, kind == ImportKind::Coco ? "coco" : "masks");
+  ClassTable classes;
+  const PassedOver passedOver = importAll(kind, options, lines, classes);
+  if (Interrupt::requested()) return reportInterrupt();
+  if (legend) legend->write(legendText(classes, isJson(*options.legend)));
+  if (legend) legend->commit();
+  output.commit();
+  warn(kind, passedOver, classes);
+  if (options.output != kStandardStream) printSummary(options, lines, classes);
+  return kExitDone;
+}
+
+}  // namespace
+
+int import(ImportKind kind, const ImportOptions& options) {
+  const Interrupt interrupt;
+  checkRoles(options);
+  try {
+    return importUninterrupted(kind, options);
+  } catch (const UserError&) {
+    // What the request to stop has cut short looks like bad input.
+    if (!Interrupt::requested()) throw;
+    return reportInterrupt();
+  }
+}
+
+}  // namespace segmask

@@ -28,7 +28,8 @@ void scan(int file, const std::string& name, CocoContents& contents) {
   if (result && stream.isAtEnd()) return;
   const std::string place = " (byte " + std::to_string(stream.Tell()) + ")";
   if (result) throw UserError(name + ": not JSON: there is a byte of 0 after it" + place);
-  if (stream.isAtEnd() && stream.Tell() > 0) throw UserError(name + ": not JSON: the text is cut off" + place);
+  if (stream.isAtEnd() && stream.Tell() > 0)
+    throw UserError(name + ": not JSON: the text is cut off" + place);
   throw UserError(name + ": not JSON: " + rapidjson::GetParseError_En(result.Code()) + place);
 }
 
@@ -127,9 +128,8 @@ CocoRecord CocoFile::read(const AnnotationPlace& place) const {
 }
 
 std::string CocoFile::placeText(const AnnotationPlace& place) const {
-  const auto index = std::count_if(annotations_.begin(), annotations_.end(), [&](const AnnotationPlace& other) {
-    return other.offset < place.offset;
-  });
+  const auto index = std::count_if(annotations_.begin(), annotations_.end(),
+                                   [&](const AnnotationPlace& other) { return other.offset < place.offset; });
   return name_ + (isResultList_ ? ": results[" : ": annotations[") + std::to_string(index) + "]";
 }
 

@@ -13,7 +13,7 @@ namespace segmask {
 
 struct CocoImage {
   int64_t id;
-  int width;   ///< pixels; 0 where the file does not say it
+  int width;  ///< pixels; 0 where the file does not say it
   int height;
   std::string name;  ///< its file's name, without folders; empty where the file does not say it
 };
@@ -32,6 +32,7 @@ struct AnnotationPlace {
   uint64_t offset : 40;
   uint64_t length : 24;
 };
+static_assert(sizeof(AnnotationPlace) == 16, "an annotation's part of the index");
 
 /// A file in COCO's format, with an index of its annotations. A list of results has no categories, and its
 /// images are those that the results name, in the order of their numbers.

@@ -13,9 +13,12 @@ struct Member {
   std::optional<Value> CocoRecord::*field;
 };
 
-constexpr Member<int64_t> kNumbers[] = {
-    {"id", &CocoRecord::id},           {"image_id", &CocoRecord::imageId}, {"category_id", &CocoRecord::categoryId},
-    {"track_id", &CocoRecord::trackId}, {"width", &CocoRecord::width},      {"height", &CocoRecord::height}};
+constexpr Member<int64_t> kNumbers[] = {{"id", &CocoRecord::id},
+                                        {"image_id", &CocoRecord::imageId},
+                                        {"category_id", &CocoRecord::categoryId},
+                                        {"track_id", &CocoRecord::trackId},
+                                        {"width", &CocoRecord::width},
+                                        {"height", &CocoRecord::height}};
 constexpr Member<std::string> kTexts[] = {{"file_name", &CocoRecord::fileName}, {"name", &CocoRecord::name}};
 
 /// The field of that key, emptied, because of equal keys in one object the last counts. Null for another key.

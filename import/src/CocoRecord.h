@@ -26,8 +26,8 @@ struct CocoRecord {
   std::string segmentation;  ///< JSON without blanks; empty when absent
 };
 
-/// Reads one JSON object from the events of RapidJSON's reader. Throws UserError, which names the member, when
-/// one that is used is of another kind.
+/// Reads one JSON object from the events of RapidJSON's reader. Throws UserError, which names the member,
+/// when one that is used is of another kind.
 class CocoRecordHandler : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, CocoRecordHandler> {
  public:
   /// With `keepsSegmentation` false that member stays empty.

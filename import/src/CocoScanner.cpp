@@ -139,7 +139,8 @@ void CocoScanner::addAnnotation(const CocoRecord& record) {
   }
   if (elementAt_ > AnnotationPlace::kFarthest) throw UserError("is too far behind in the file");
   const int64_t image = required(record.imageId, "image_id");
-  contents_.annotations.push_back({image, elementAt_ & AnnotationPlace::kFarthest, length & AnnotationPlace::kMostBytes});
+  contents_.annotations.push_back(
+      {image, elementAt_ & AnnotationPlace::kFarthest, length & AnnotationPlace::kMostBytes});
   if (record.categoryId) contents_.usedCategories.insert(*record.categoryId);
 }
 

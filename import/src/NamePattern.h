@@ -15,9 +15,9 @@ struct MaskFileName {
   std::string category;
 };
 
-/// The pattern of mask files' names, for example "{frame}_{category}_{instance}.png". {frame} and {instance} stand
-/// for a number of at most 18 digits, {image} and {category} for any text. Each is there at most once, and
-/// either {frame} or {image} is.
+/// The pattern of mask files' names, for example "{frame}_{category}_{instance}.png". {frame} and {instance}
+/// stand for a number of at most 18 digits, {image} and {category} for any text. Each is there at most once,
+/// and either {frame} or {image} is.
 class NamePattern {
  public:
   /// Throws UserError for any other pattern.

@@ -24,8 +24,9 @@ struct MaskFolder {
 };
 
 /// Finds the PNG files of `folder` and the frames that they belong to. {frame} is a frame's number, {image} a
-/// picture's name. Without `images`, frames with {image} are numbered in the order of those names. Throws UserError
-/// for a folder without PNG files, a name that does not fit the pattern, and a frame that has no picture.
+/// picture's name. Without `images`, frames with {image} are numbered in the order of those names. Throws
+/// UserError for a folder without PNG files, a name that does not fit the pattern, and a frame that has no
+/// picture.
 MaskFolder readMaskFolder(const std::string& folder, const NamePattern& pattern,
                           const std::optional<std::string>& images);
 

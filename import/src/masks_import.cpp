@@ -64,7 +64,8 @@ class MaskImporter {
   /// One mask for each value but 0.
   void addValues(const MaskFile& file, const MaskPicture& picture) {
     if (!picture.isIndexed) {
-      throw UserError(file.path + ": is in colours; a file of several instances has a palette or grey values");
+      throw UserError(file.path +
+                      ": is in colours; a file of several instances has a palette or grey values");
     }
     std::array<bool, 256> isThere{};
     for (const uint8_t value : picture.values) isThere[value] = true;
@@ -135,7 +136,8 @@ PassedOver importMasks(const ImportSource& source, const std::string& pattern, D
   for (uint64_t frame = 0; !Interrupt::requested(); ++frame) {
     if (folder.pictures.empty() && next != end) frame = next->frame;
     if (next == end && frame >= folder.pictures.size()) break;
-    const MaskFile* const rest = std::find_if(next, end, [frame](const MaskFile& file) { return file.frame != frame; });
+    const MaskFile* const rest =
+        std::find_if(next, end, [frame](const MaskFile& file) { return file.frame != frame; });
     importer.importFrame(frame, folder.pictures.empty() ? std::string() : folder.pictures[frame], next, rest);
     next = rest;
   }

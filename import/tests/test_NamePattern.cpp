@@ -19,7 +19,8 @@ TEST(NamePattern, FieldsAreReadFromTheName) {
 TEST(NamePattern, ANameThatDoesNotFitIsNone) {
   const NamePattern pattern("{frame}.png");
   EXPECT_TRUE(pattern.match("7.png"));
-  for (const char* name : {"7xpng", ".png", "a.png", "7.png.png", "7a.png", "-7.png", "1234567890123456789.png"}) {
+  for (const char* name :
+       {"7xpng", ".png", "a.png", "7.png.png", "7a.png", "-7.png", "1234567890123456789.png"}) {
     EXPECT_FALSE(pattern.match(name)) << name;
   }
 }
@@ -42,8 +43,9 @@ TEST(NamePattern, RefusesPatternsThatNameNoFrameOrOneTwice) {
   EXPECT_EQ(refusal("x.png"), "--pattern: 'x.png' has to have either {frame} or {image}");
   EXPECT_EQ(refusal("{frame}{image}"), "--pattern: '{frame}{image}' has to have either {frame} or {image}");
   EXPECT_EQ(refusal("{frame}{frame}"), "--pattern: '{frame}{frame}' has {frame} twice");
-  EXPECT_EQ(refusal("{frame}{id}"),
-            "--pattern: '{frame}{id}' has {id}, and there are only {frame}, {image}, {instance} and {category}");
+  EXPECT_EQ(
+      refusal("{frame}{id}"),
+      "--pattern: '{frame}{id}' has {id}, and there are only {frame}, {image}, {instance} and {category}");
 }
 
 }  // namespace

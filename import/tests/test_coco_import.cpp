@@ -84,8 +84,7 @@ TEST_F(CocoImport, AnnotationsMayComeBeforeTheImagesThatTheyAreOf) {
 }
 
 TEST_F(CocoImport, CategoriesThatAreUsedAreNumberedFromZeroInTheListsOrder) {
-  const Imported result =
-      import(instances(annotation(7, 18, kRuns) + "," + annotation(7, 90, kRuns)));
+  const Imported result = import(instances(annotation(7, 18, kRuns) + "," + annotation(7, 90, kRuns)));
   EXPECT_EQ(result.classes.names(), (Names{"toothbrush", "a \"dog\""}));
   EXPECT_LT(result.lines.find("\"class_id\": 1"), result.lines.find("\"class_id\": 0"));
 }
@@ -119,9 +118,8 @@ TEST_F(CocoImport, AMaskWithoutAnyPixelIsKeptWithTheWholeImageAsItsBox) {
 }
 
 TEST_F(CocoImport, AnnotationsWithoutASegmentationArePassedOver) {
-  const Imported result =
-      import(instances(R"({"image_id": 7, "category_id": 1}, )" + annotation(7, 1, "[]") + "," +
-                       annotation(7, 1, "null") + "," + annotation(7, 1, kRuns)));
+  const Imported result = import(instances(R"({"image_id": 7, "category_id": 1}, )" + annotation(7, 1, "[]") +
+                                           "," + annotation(7, 1, "null") + "," + annotation(7, 1, kRuns)));
   EXPECT_EQ(result.error, "");
   EXPECT_EQ(result.passedOver.count, 3U);
   EXPECT_EQ(result.passedOver.first, folder_.path("c.json") + ": annotations[0]");
@@ -132,9 +130,10 @@ TEST_F(CocoImport, AListOfResultsHasTheImagesOfItsResultsByTheirNumbers) {
       import("[" + annotation(900, 18, kRuns, ", \"score\": 0.5") + "," +
              annotation(30, 3, R"({"size": [1, 1], "counts": "01"})", ", \"score\": 1e-3") + "]");
   EXPECT_EQ(result.error, "");
-  EXPECT_EQ(result.lines.find(R"({"frame": 0, "producer": "p", "detections": [{"x": 0, "y": 0, "w": 1, "h": 1, )"
-                              R"("class_id": 0, "score": 1e-3,)"),
-            0U)
+  EXPECT_EQ(
+      result.lines.find(R"({"frame": 0, "producer": "p", "detections": [{"x": 0, "y": 0, "w": 1, "h": 1, )"
+                        R"("class_id": 0, "score": 1e-3,)"),
+      0U)
       << result.lines;
   EXPECT_EQ(result.classes.names(), (Names{"category 3", "category 18"}));
 }
@@ -145,14 +144,15 @@ TEST_F(CocoImport, PicturesOfAFolderAreTheFramesSortedByName) {
   for (const char* name : {"a.jpg", "aa.png", "b.jpg"}) folder_.write(std::string("pictures/") + name, "");
   const Imported result = import(instances(annotation(7, 1, kRuns)));
   EXPECT_EQ(result.error, "");
-  EXPECT_EQ(result.lines.find("{\"frame\": 0, \"image\": \"a.jpg\", \"producer\": \"p\", \"detections\": []}\n"
-                              "{\"frame\": 1, \"image\": \"aa.png\", \"producer\": \"p\", \"detections\": []}\n"
-                              "{\"frame\": 2, \"image\": \"b.jpg\", \"producer\": \"p\", \"detections\": [{"),
-            0U)
+  EXPECT_EQ(
+      result.lines.find("{\"frame\": 0, \"image\": \"a.jpg\", \"producer\": \"p\", \"detections\": []}\n"
+                        "{\"frame\": 1, \"image\": \"aa.png\", \"producer\": \"p\", \"detections\": []}\n"
+                        "{\"frame\": 2, \"image\": \"b.jpg\", \"producer\": \"p\", \"detections\": [{"),
+      0U)
       << result.lines;
   std::filesystem::remove(folder_.path("pictures/b.jpg"));
-  EXPECT_EQ(import(instances("")).error, folder_.path("pictures") + ": pictures of " + folder_.path("c.json") +
-                                             " are missing: b.jpg");
+  EXPECT_EQ(import(instances("")).error,
+            folder_.path("pictures") + ": pictures of " + folder_.path("c.json") + " are missing: b.jpg");
 }
 
 TEST_F(CocoImport, ThePictureOfAResultHasItsImagesNumber) {
@@ -161,10 +161,12 @@ TEST_F(CocoImport, ThePictureOfAResultHasItsImagesNumber) {
   folder_.write("pictures/000000000009.jpg", "");
   folder_.write("pictures/000000000900.jpg", "");
   const std::string known = annotation(900, 1, kRuns);
-  EXPECT_EQ(import("[" + known + "]").lines.find(
-                "{\"frame\": 0, \"image\": \"000000000009.jpg\", \"producer\": \"p\", \"detections\": []}\n"
-                "{\"frame\": 1, \"image\": \"000000000900.jpg\", \"producer\": \"p\", \"detections\": [{"),
-            0U);
+  EXPECT_EQ(
+      import("[" + known + "]")
+          .lines.find(
+              "{\"frame\": 0, \"image\": \"000000000009.jpg\", \"producer\": \"p\", \"detections\": []}\n"
+              "{\"frame\": 1, \"image\": \"000000000900.jpg\", \"producer\": \"p\", \"detections\": [{"),
+      0U);
   std::string unknown;
   for (int image = 1; image <= 7; ++image) unknown += "," + annotation(image, 1, kRuns);
   EXPECT_EQ(import("[" + known + unknown + "]").error, folder_.path("pictures") + ": pictures of " +
@@ -182,8 +184,7 @@ TEST_F(CocoImport, RefusesWhatIsNoJson) {
   expectRefused(good + "x", "not JSON: The document root must not be followed by other values.");
   expectRefused(good + std::string(1, '\0'), "not JSON: there is a byte of 0 after it");
   expectRefused(instances(annotation(7, 1, "[[NaN, 0, 1, 1, 2, 2]]")), "not JSON: Invalid value.");
-  expectRefused(instances(annotation(7, 1, "[[1e999, 0, 1, 1, 2, 2]]")),
-                "not JSON: Number too big");
+  expectRefused(instances(annotation(7, 1, "[[1e999, 0, 1, 1, 2, 2]]")), "not JSON: Number too big");
 }
 
 TEST_F(CocoImport, RefusesWhatIsNoCocoFile) {
@@ -269,7 +270,8 @@ TEST_F(CocoImport, AnAnnotationOfMoreThan16MibIsRefused) {
 TEST_F(CocoImport, APipeIsRead) {
   const std::string path = folder_.path("pipe");
   ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
-  const std::string text = instances(annotation(7, 1, kRuns) + "," + annotation(5, 1, "[[0, 0, 2, 0, 2, 3]]"));
+  const std::string text =
+      instances(annotation(7, 1, kRuns) + "," + annotation(5, 1, "[[0, 0, 2, 0, 2, 3]]"));
   std::thread writer([&] { folder_.write("pipe", text); });
   const Imported result = imported([&](DetectionLines& lines, ClassTable& classes) {
     return importCoco({path, std::nullopt, ClassBy::Category}, lines, classes);

@@ -39,14 +39,16 @@ class MasksImport : public ::testing::Test {
 
   /// A detection of the right column, as a line has it.
   static std::string rightColumn(int id, int classId) {
-    return "{\"id\": " + std::to_string(id) + ", \"x\": 2, \"y\": 0, \"w\": 1, \"h\": 2, \"class_id\": " +
-           std::to_string(classId) + R"(, "score": 1, "mask": {"size": [2, 3], "counts": "42"}})";
+    return "{\"id\": " + std::to_string(id) +
+           ", \"x\": 2, \"y\": 0, \"w\": 1, \"h\": 2, \"class_id\": " + std::to_string(classId) +
+           R"(, "score": 1, "mask": {"size": [2, 3], "counts": "42"}})";
   }
 
   /// One of the pixel at the bottom left.
   static std::string bottomLeft(int id, int classId) {
-    return "{\"id\": " + std::to_string(id) + ", \"x\": 0, \"y\": 1, \"w\": 1, \"h\": 1, \"class_id\": " +
-           std::to_string(classId) + R"(, "score": 1, "mask": {"size": [2, 3], "counts": "114"}})";
+    return "{\"id\": " + std::to_string(id) +
+           ", \"x\": 0, \"y\": 1, \"w\": 1, \"h\": 1, \"class_id\": " + std::to_string(classId) +
+           R"(, "score": 1, "mask": {"size": [2, 3], "counts": "114"}})";
   }
 
   /// A file in colours.
@@ -71,9 +73,9 @@ TEST_F(MasksImport, AFileIsAnInstanceInTheOrderOfItsNumber) {
   folder_.write("masks/README.txt", "no mask");
   const Imported result = import();
   EXPECT_EQ(result.error, "");
-  EXPECT_EQ(result.lines, "{\"frame\": 2, \"producer\": \"p\", \"detections\": [" + bottomLeft(10, 0) + "]}\n" +
-                              "{\"frame\": 7, \"producer\": \"p\", \"detections\": [" + bottomLeft(9, 1) + ", " +
-                              rightColumn(10, 0) + "]}\n");
+  EXPECT_EQ(result.lines, "{\"frame\": 2, \"producer\": \"p\", \"detections\": [" + bottomLeft(10, 0) +
+                              "]}\n" + "{\"frame\": 7, \"producer\": \"p\", \"detections\": [" +
+                              bottomLeft(9, 1) + ", " + rightColumn(10, 0) + "]}\n");
   EXPECT_EQ(result.classes.names(), (Names{"track 10", "track 9"}));
 }
 
@@ -121,7 +123,8 @@ TEST_F(MasksImport, PicturesOfAFolderAreTheFramesAndTheirNamesAreWritten) {
       bottomLeft(1, 0) + "]}\n";
   EXPECT_EQ(import("{image}_{instance}.png").lines, expected);
   const std::string other = mask("c_1.png", kBottomLeft);
-  EXPECT_EQ(import("{image}_{instance}.png").error, other + ": its frame has no picture in " + *source_.images);
+  EXPECT_EQ(import("{image}_{instance}.png").error,
+            other + ": its frame has no picture in " + *source_.images);
   std::filesystem::remove(other);
   std::filesystem::rename(folder_.path("masks/b_1.png"), folder_.path("masks/1_1.png"));
   EXPECT_EQ(import().lines, expected);
@@ -153,7 +156,8 @@ TEST_F(MasksImport, RefusesFilesThatAreNoMasks) {
   const std::string bad = folder_.write("masks/0_2.png", "no PNG file");
   EXPECT_EQ(import().error, bad + ": is no PNG file");
   folder_.write("masks/0_2.png", encodeGreyPng({0, 0, 1, 0}, 2, 2));
-  EXPECT_EQ(import().error, bad + ": is 2x2, and " + folder_.path("masks/0_1.png") + " of the same frame 3x2");
+  EXPECT_EQ(import().error,
+            bad + ": is 2x2, and " + folder_.path("masks/0_1.png") + " of the same frame 3x2");
 }
 
 }  // namespace

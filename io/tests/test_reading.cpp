@@ -76,7 +76,8 @@ TEST(PictureNames, AreThoseOfPicturesSortedByTheirBytes) {
     folder.write(name, "");
   }
   std::filesystem::create_directory(folder.path("folder.png"));
-  EXPECT_EQ(pictureNames(folder.path("")), (std::vector<std::string>{"B.PNG", "a10.jpeg", "a9.webp", "b.jpg"}));
+  EXPECT_EQ(pictureNames(folder.path("")),
+            (std::vector<std::string>{"B.PNG", "a10.jpeg", "a9.webp", "b.jpg"}));
   EXPECT_EQ(fileNames(folder.path("")).size(), 6U);
 }
 

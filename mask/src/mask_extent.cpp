@@ -2,15 +2,30 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstring>
 
 namespace seg_mask {
 namespace {
 
+constexpr std::size_t kWord = 64;  // pixels
+
+/// The word that begins with the byte of pixel `at`.
+uint64_t wordAt(const MaskView& mask, std::size_t at) {
+  uint64_t word;
+  std::memcpy(&word, mask.bits + at / 8, sizeof(word));
+  return word;
+}
+
 /// The first pixel of [at, end) that is inside, or `end`.
 std::size_t firstInside(const MaskView& mask, std::size_t at, std::size_t end) {
-  for (; at < end; at += 8 - at % 8) {
+  while (at < end) {
+    if (at % 8 == 0 && at + kWord <= end && wordAt(mask, at) == 0) {
+      at += kWord;
+      continue;
+    }
     const unsigned rest = unsigned{mask.bits[at / 8]} >> (at % 8);
     if (rest != 0) return std::min(end, at + static_cast<std::size_t>(__builtin_ctz(rest)));
+    at += 8 - at % 8;
   }
   return end;
 }
@@ -18,6 +33,10 @@ std::size_t firstInside(const MaskView& mask, std::size_t at, std::size_t end) {
 /// The pixel behind the last one of [begin, end) that is inside, or `begin`.
 std::size_t endInside(const MaskView& mask, std::size_t begin, std::size_t end) {
   while (end > begin) {
+    if (end % 8 == 0 && end >= begin + kWord && wordAt(mask, end - kWord) == 0) {
+      end -= kWord;
+      continue;
+    }
     const std::size_t byte = (end - 1) / 8;
     const unsigned rest = mask.bits[byte] & (0xFFU >> (7 - (end - 1) % 8));
     if (rest != 0) return std::max(begin, byte * 8 + 32 - static_cast<std::size_t>(__builtin_clz(rest)));
@@ -26,39 +45,41 @@ std::size_t endInside(const MaskView& mask, std::size_t begin, std::size_t end) 
   return begin;
 }
 
-uint64_t countInside(const MaskView& mask, std::size_t pixels) {
+/// Of the pixels [begin, end), of which the first is a byte's first.
+uint64_t countInside(const MaskView& mask, std::size_t begin, std::size_t end) {
   uint64_t count = 0;
-  for (std::size_t byte = 0; byte < pixels / 8; ++byte) {
-    count += static_cast<unsigned>(__builtin_popcount(mask.bits[byte]));
+  for (; begin + kWord <= end; begin += kWord) {
+    const uint64_t word = wordAt(mask, begin);
+    if (word != 0) count += static_cast<unsigned>(__builtin_popcountll(word));
   }
-  if (pixels % 8 == 0) return count;
-  return count + static_cast<unsigned>(__builtin_popcount(mask.bits[pixels / 8] & ((1U << pixels % 8) - 1)));
+  for (; begin < end; ++begin) count += mask.inside(begin) ? 1 : 0;
+  return count;
 }
 
 }  // namespace
 
 MaskExtent extentOf(const MaskView& mask) {
   const auto width = static_cast<std::size_t>(mask.width);
-  MaskExtent extent;
-  extent.pixels = countInside(mask, width * static_cast<std::size_t>(mask.height));
-  if (extent.pixels == 0) return extent;
-  int left = mask.width;
-  int right = 0;
-  int top = mask.height;
-  int bottom = 0;
-  for (int row = 0; row < mask.height; ++row) {
-    const std::size_t begin = width * static_cast<std::size_t>(row);
-    const std::size_t first = firstInside(mask, begin, begin + width);
-    if (first == begin + width) continue;
-    left = std::min(left, static_cast<int>(first - begin));
-    right = std::max(right, static_cast<int>(endInside(mask, begin, begin + width) - begin));
-    top = std::min(top, row);
-    bottom = row + 1;
+  const std::size_t pixels = width * static_cast<std::size_t>(mask.height);
+  const std::size_t first = firstInside(mask, 0, pixels);
+  if (first == pixels) return {};
+  const std::size_t end = endInside(mask, first, pixels);
+  const std::size_t top = first / width;
+  const std::size_t bottom = (end - 1) / width;
+  std::size_t left = width;
+  std::size_t right = 0;
+  for (std::size_t row = top; row <= bottom; ++row) {
+    // Only what is left and right of the box so far can make it wider.
+    const std::size_t begin = row * width;
+    left = firstInside(mask, begin, begin + left) - begin;
+    right = endInside(mask, begin + right, begin + width) - begin;
   }
-  extent.x = left;
-  extent.y = top;
-  extent.w = right - left;
-  extent.h = bottom - top;
+  MaskExtent extent;
+  extent.pixels = countInside(mask, first / 8 * 8, end);
+  extent.x = static_cast<int>(left);
+  extent.y = static_cast<int>(top);
+  extent.w = static_cast<int>(right - left);
+  extent.h = static_cast<int>(bottom + 1 - top);
   return extent;
 }
 

@@ -27,10 +27,10 @@ TEST(MaskExtent, OfAMaskWithoutPixelsIsAllZeroWhateverStandsBehindTheLastPixel) 
 
 TEST(MaskExtent, IsThatOfEachPixelLookedAtByItself) {
   std::mt19937 random(2);
-  for (int width = 1; width <= 40; ++width) {
-    const int height = 1 + static_cast<int>(random() % 6);
+  for (int width = 1; width <= 300; ++width) {
+    const int height = 1 + static_cast<int>(random() % 9);
     std::vector<unsigned char> pixels(static_cast<std::size_t>(width * height));
-    for (unsigned char& pixel : pixels) pixel = random() % 12 == 0 ? 1 : 0;
+    for (unsigned char& pixel : pixels) pixel = random() % (width < 20 ? 12U : 200U) == 0 ? 1 : 0;
     pixels[random() % pixels.size()] = 1;
     uint64_t count = 0;
     int left = width;

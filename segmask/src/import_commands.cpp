@@ -56,10 +56,11 @@ void warn(ImportKind kind, const PassedOver& passedOver, const ClassTable& class
   constexpr std::size_t kColors = seg_mask::kPalette.size();
   if (passedOver.count > 0) {
     const bool isOne = passedOver.count == 1;
-    const std::string what = kind == ImportKind::Coco ? (isOne ? " annotation" : " annotations")
-                                                      : (isOne ? " file" : " files");
+    const std::string what =
+        kind == ImportKind::Coco ? (isOne ? " annotation" : " annotations") : (isOne ? " file" : " files");
     std::cerr << "segmask: warning: " + oneLine(passedOver.first) + ": " + std::to_string(passedOver.count) +
-                     what + (kind == ImportKind::Coco ? " without a segmentation" : " without a pixel inside") +
+                     what +
+                     (kind == ImportKind::Coco ? " without a segmentation" : " without a pixel inside") +
                      (isOne ? " was" : " were") + " passed over" + (isOne ? "\n" : ", this one first\n");
   }
   if (classes.names().size() > kColors) {

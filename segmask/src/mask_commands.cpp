@@ -105,13 +105,15 @@ int mask(MaskCommand command, const MaskOptions& options) {
   if (isSameFile(options.input, options.output)) {
     throw UserError(options.output + ": --output would replace the input");
   }
-  TextOutput output(options.output);
   const std::string bytes = readWhole(options.input, kMostInputBytes);
+  std::string result;
   try {
-    output.write(resultOf(command, options, bytes));
+    result = resultOf(command, options, bytes);
   } catch (const UserError& error) {
     throw UserError(inputName(options.input) + ": " + error.what());
   }
+  TextOutput output(options.output);
+  output.write(result);
   output.commit();
   return kExitDone;
 }

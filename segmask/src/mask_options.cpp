@@ -5,9 +5,10 @@ namespace {
 
 void addImportOptions(CLI::App& command, ImportOptions& options, const char* defaultClassBy) {
   command
-      .add_option("--images", options.images,
-                  "The folder of the pictures: they are the frames, sorted by name, and one that is missing is "
-                  "an error")
+      .add_option(
+          "--images", options.images,
+          "The folder of the pictures: they are the frames, sorted by name, and one that is missing is "
+          "an error")
       ->type_name("FOLDER");
   command
       .add_option("--class-by", options.classBy,
@@ -15,8 +16,7 @@ void addImportOptions(CLI::App& command, ImportOptions& options, const char* def
                               "or a track, the same object in all frames (default: ") +
                       defaultClassBy + ")")
       ->type_name("category|instance|track");
-  command
-      .add_option("--legend", options.legend, "Also write which number and colour each class has")
+  command.add_option("--legend", options.legend, "Also write which number and colour each class has")
       ->type_name("FILE.json|.csv");
   command.add_option("-o,--output", options.output, "Where the lines go; - is standard output")
       ->required()
@@ -41,10 +41,11 @@ void addMasks(CLI::App& import, ImportArguments& arguments) {
       ->required()
       ->type_name("FOLDER");
   masks
-      ->add_option("--pattern", arguments.options.pattern,
-                   "What the files' names say: {frame} and {instance} are numbers, {image} the name of a "
-                   "picture, {category} a text. Without {instance} each value of a file but 0 is an instance, "
-                   "as in \"{frame}.png\"")
+      ->add_option(
+          "--pattern", arguments.options.pattern,
+          "What the files' names say: {frame} and {instance} are numbers, {image} the name of a "
+          "picture, {category} a text. Without {instance} each value of a file but 0 is an instance, "
+          "as in \"{frame}.png\"")
       ->capture_default_str()
       ->type_name("PATTERN");
   addImportOptions(*masks, arguments.options, "track");

@@ -13,8 +13,8 @@ enum class ClassBy {
   Track      ///< the same object in all frames
 };
 
-/// The numbers of the classes that an import gives, 0 and up in the order in which they are asked for, so that
-/// the first 20 have different colours.
+/// The numbers of the classes that an import gives, 0 and up in the order in which they are asked for, so
+/// that the first 20 have different colours.
 class ClassTable {
  public:
   /// The number of the class with this key. A new one is called `name`.

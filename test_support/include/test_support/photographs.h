@@ -4,8 +4,8 @@
 #include <map>
 #include <string>
 
-// Photographs with the masks that people drew on them, in the COCO data set's format. They are not part of the
-// project: they lie beside it, in ../shared/data, or where SEG_MASK_DATA says.
+// Photographs with the masks that people drew on them, in the COCO data set's format. They are not part of
+// the project: they lie beside it, in ../shared/data, or where SEG_MASK_DATA says.
 
 /// The file of the annotations. It may not be there.
 std::string photographAnnotations();

@@ -25,12 +25,12 @@ struct CocoCategory {
 
 /// Where an annotation stands in the file. As small as it can be, because all of them are in memory.
 struct AnnotationPlace {
-  static constexpr std::size_t kFarthest = (std::size_t{1} << 40) - 1;
-  static constexpr std::size_t kMostBytes = (std::size_t{1} << 24) - 1;
+  static constexpr std::size_t kFarthest = (std::size_t{1} << 42) - 1;
+  static constexpr std::size_t kMostBytes = (std::size_t{1} << 22) - 1;
 
   int64_t imageId;
-  uint64_t offset : 40;
-  uint64_t length : 24;
+  uint64_t offset : 42;
+  uint64_t length : 22;
 };
 static_assert(sizeof(AnnotationPlace) == 16, "an annotation's part of the index");
 

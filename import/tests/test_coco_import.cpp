@@ -261,10 +261,10 @@ TEST_F(CocoImport, HostileNestingAndValuesWithoutAnEndTakeNoMemory) {
                 "a value from byte 7 on is longer than 64 MiB");
 }
 
-TEST_F(CocoImport, AnAnnotationOfMoreThan16MibIsRefused) {
+TEST_F(CocoImport, AnAnnotationOfMoreThan4MibIsRefused) {
   const std::string blanks(AnnotationPlace::kMostBytes, ' ');
   expectRefused(instances(annotation(7, 1, "[[" + blanks + "0, 0, 2, 0, 2, 3]]")),
-                "annotations[0]: is longer than 16777215 bytes");
+                "annotations[0]: is longer than 4194303 bytes");
 }
 
 TEST_F(CocoImport, APipeIsRead) {

@@ -88,7 +88,7 @@ std::string infoText(const ReadMask& mask) {
 std::string resultOf(MaskCommand command, const MaskOptions& options, const std::string& bytes) {
   switch (command) {
     case MaskCommand::Encode:
-      return seg_mask::encodeMaskText(readPicture(bytes).bits) + "\n";
+      return seg_mask::encodeMaskText(readMask(bytes, options.size).bits) + "\n";
     case MaskCommand::Decode: {
       const MaskBits bits = readMask(bytes, options.size).bits;
       return encodeGreyPng(pixelsOf(bits), bits.width, bits.height);

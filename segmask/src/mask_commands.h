@@ -9,13 +9,13 @@ namespace segmask {
 struct MaskOptions {
   std::string input;
   std::string output = "-";         ///< not of info
-  std::optional<std::string> size;  ///< of the frame, for masks that lack their own; not of encode
+  std::optional<std::string> size;  ///< of the frame, for masks that lack their own
 };
 
 enum class MaskCommand { Encode, Decode, Info };
 
-/// Turns a PNG file into a mask text, or a mask in any form into a PNG file, or says what a mask is. Returns
-/// the exit code. Throws UserError; nothing has been written then.
+/// Turns a mask in any form into a mask text or a PNG file, or says what it is. Returns the exit code. Throws
+/// UserError; nothing has been written then.
 int mask(MaskCommand command, const MaskOptions& options);
 
 }  // namespace segmask

@@ -55,24 +55,21 @@ void addMasks(CLI::App& import, ImportArguments& arguments) {
 void addMaskCommand(CLI::App& mask, MaskArguments& arguments, const char* name, const char* description,
                     MaskCommand kind) {
   CLI::App* const command = mask.add_subcommand(name, description);
-  const bool isEncode = kind == MaskCommand::Encode;
   command
-      ->add_option("input", arguments.options.input,
-                   isEncode ? "PNG file, 0 being outside; - is standard input"
-                            : "Mask text, compact mask as a JSON object, or PNG file; - is standard input")
+      ->add_option(
+          "input", arguments.options.input,
+          "PNG file, 0 being outside, mask text, or compact mask as a JSON object; - is standard input")
       ->required()
       ->type_name("FILE");
-  if (!isEncode) {
-    command
-        ->add_option("--size", arguments.options.size,
-                     "Size of the frame, for polygons and masks of a part of it")
-        ->type_name("WxH");
-  }
+  command
+      ->add_option("--size", arguments.options.size,
+                   "Size of the frame, for polygons and masks of a part of it")
+      ->type_name("WxH");
   if (kind != MaskCommand::Info) {
     command
         ->add_option("-o,--output", arguments.options.output,
                      "Where the result goes; - is standard output (default: -)")
-        ->type_name(isEncode ? "FILE" : "FILE.png");
+        ->type_name(kind == MaskCommand::Encode ? "FILE" : "FILE.png");
   }
   command->callback([&arguments, kind] { arguments.command = kind; });
 }
@@ -91,7 +88,7 @@ CLI::App* addImport(CLI::App& app, ImportArguments& arguments) {
 CLI::App* addMask(CLI::App& app, MaskArguments& arguments) {
   CLI::App* const mask = app.add_subcommand("mask", "Make, show and explain a single mask");
   mask->require_subcommand(1);
-  addMaskCommand(*mask, arguments, "encode", "A PNG file as a mask text", MaskCommand::Encode);
+  addMaskCommand(*mask, arguments, "encode", "A mask as a mask text, SEG1", MaskCommand::Encode);
   addMaskCommand(*mask, arguments, "decode", "A mask as a PNG file, white inside", MaskCommand::Decode);
   addMaskCommand(*mask, arguments, "info", "Say of a mask its form, size, pixels inside and box",
                  MaskCommand::Info);

@@ -50,8 +50,8 @@ class ToolImport : public ::testing::Test {
 };
 
 TEST_F(ToolImport, WhatItWritesIsDrawnByRender) {
-  const ToolResult imported = runTool(
-      {"import", "coco", path("c.json"), "-o", path("d.jsonl"), "--legend", path("legend.csv")});
+  const ToolResult imported =
+      runTool({"import", "coco", path("c.json"), "-o", path("d.jsonl"), "--legend", path("legend.csv")});
   EXPECT_EQ(imported.exitCode, 0);
   EXPECT_EQ(imported.err, "");
   EXPECT_EQ(imported.out, "frames        2\ndetections    2\nclasses       2\noutput        " +
@@ -59,8 +59,7 @@ TEST_F(ToolImport, WhatItWritesIsDrawnByRender) {
   EXPECT_EQ(readFile(path("legend.csv")),
             "class_id,name,red,green,blue\n0,\"cow\",255,56,56\n1,\"cake\",255,157,151\n");
 
-  const ToolResult explained =
-      runTool({"explain", "--detections", path("d.jsonl"), "--size", "8x4"});
+  const ToolResult explained = runTool({"explain", "--detections", path("d.jsonl"), "--size", "8x4"});
   EXPECT_EQ(explained.out, path("d.jsonl") +
                                ":1: frame 0, coco, detections[0]: drawn, class 1 in red 255, green 157, blue "
                                "151, 16 pixels\n" +
@@ -77,7 +76,8 @@ TEST_F(ToolImport, WhatItWritesIsDrawnByRender) {
 TEST_F(ToolImport, StandardStreamsGiveTheSameLines) {
   ASSERT_EQ(runTool({"import", "coco", path("c.json"), "--output", path("d.jsonl")}).exitCode, 0);
   const FileDescriptor input(open(path("c.json").c_str(), O_RDONLY | O_CLOEXEC));
-  const ToolResult result = runTool({"import", "coco", "-", "-o", "-"}, [&] { dup2(input.get(), STDIN_FILENO); });
+  const ToolResult result =
+      runTool({"import", "coco", "-", "-o", "-"}, [&] { dup2(input.get(), STDIN_FILENO); });
   EXPECT_EQ(result.exitCode, 0);
   EXPECT_EQ(result.err, "");
   EXPECT_EQ(result.out, readFile(path("d.jsonl")));
@@ -89,11 +89,12 @@ TEST_F(ToolImport, AFolderOfMasksBecomesALineAFrame) {
   const ToolResult result = runTool({"import", "masks", path("masks"), "--pattern", "frame {frame}.png",
                                      "--class-by", "instance", "-o", "-", "--legend", path("legend.json")});
   EXPECT_EQ(result.exitCode, 0);
-  EXPECT_EQ(result.out,
-            R"({"frame": 3, "producer": "masks", "detections": [{"id": 5, "x": 1, "y": 0, "w": 1, "h": 1, )"
-            R"("class_id": 0, "score": 1, "mask": {"size": [2, 2], "counts": "211"}}, {"id": 7, "x": 1, )"
-            R"("y": 1, "w": 1, "h": 1, "class_id": 1, "score": 1, "mask": {"size": [2, 2], "counts": "31"}}]})"
-            "\n");
+  EXPECT_EQ(
+      result.out,
+      R"({"frame": 3, "producer": "masks", "detections": [{"id": 5, "x": 1, "y": 0, "w": 1, "h": 1, )"
+      R"("class_id": 0, "score": 1, "mask": {"size": [2, 2], "counts": "211"}}, {"id": 7, "x": 1, )"
+      R"("y": 1, "w": 1, "h": 1, "class_id": 1, "score": 1, "mask": {"size": [2, 2], "counts": "31"}}]})"
+      "\n");
   EXPECT_EQ(readFile(path("legend.json")),
             "[\n{\"class_id\": 0, \"name\": \"instance 0\", \"color\": [255,56,56]},\n"
             "{\"class_id\": 1, \"name\": \"instance 1\", \"color\": [255,157,151]}\n]\n");

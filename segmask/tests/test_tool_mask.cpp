@@ -48,11 +48,13 @@ class ToolMask : public ::testing::Test {
   TempFolder folder_;
 };
 
-TEST_F(ToolMask, EncodeGivesTheMaskTextOfAPngFile) {
+TEST_F(ToolMask, EncodeGivesTheMaskTextOfAMaskInAnyForm) {
   const ToolResult result = mask({"encode", path("m.png")});
   EXPECT_EQ(result.exitCode, 0);
   EXPECT_EQ(result.err, "");
   EXPECT_EQ(result.out, kText);
+  EXPECT_EQ(mask({"encode", path("m.json")}).out, kText);
+  EXPECT_EQ(mask({"encode", path("m.txt")}).out, kText);
   EXPECT_EQ(mask({"encode", path("m.png"), "-o", path("out.txt")}).out, "");
   EXPECT_EQ(readFile(path("out.txt")), kText);
 }
@@ -77,8 +79,9 @@ TEST_F(ToolMask, InfoSaysFormSizePixelsAndBox) {
   folder_.write("m.json", R"({"polygon": [[0, 0, 4, 0, 4, 1, 0, 1]]})");
   EXPECT_EQ(mask({"info", path("m.json"), "--size", "4x2"}).out, infoOf("polygons"));
   folder_.write("m.txt", "SEG1|2|1|AA==");
-  EXPECT_EQ(mask({"info", path("m.txt")}).out,
-            "form          mask text SEG1\nsize          2x1\ninside        0 of 2 pixels\nbox           none\n");
+  EXPECT_EQ(
+      mask({"info", path("m.txt")}).out,
+      "form          mask text SEG1\nsize          2x1\ninside        0 of 2 pixels\nbox           none\n");
 }
 
 TEST_F(ToolMask, ReadsStandardInput) {
@@ -100,9 +103,9 @@ TEST_F(ToolMask, RefusesWhatIsNoMask) {
   refused("{\"size\": [2, 4]}", "\"mask\" has neither \"counts\" nor \"polygon\"");
   refused("{\"size\": [2, 4], \"counts\": [7]}", "\"counts\" is for fewer pixels");
   refused("{\"size\": [2, 4]", "not JSON: ");
-  refused("{\"polygon\": [[0, 0, 4, 0, 4, 1]]}", "polygons, and masks of a part of the frame, need the frame's");
+  refused("{\"polygon\": [[0, 0, 4, 0, 4, 1]]}",
+          "polygons, and masks of a part of the frame, need the frame's");
   refused("\x89PNG\r\n\x1A\n and no more", "the PNG file is cut off");
-  expectRefused({"encode", path("m.txt")}, path("m.txt") + ": is no PNG file");
   expectRefused({"info", path("none")}, path("none") + ": No such file");
   expectRefused({"info", path("")}, path("") + ": Is a directory");
 }

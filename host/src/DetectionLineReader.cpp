@@ -61,7 +61,8 @@ void DetectionLineReader::readPlace(const SwJsonObject& object, RawDetectionLine
     return;
   }
   const SwJsonValue* const frame = object.find("frame");
-  if (!frame) refuse(line.lineNumber, images_ == Images::Named ? "no \"image\" and no \"frame\"" : "no \"frame\"");
+  if (!frame)
+    refuse(line.lineNumber, images_ == Images::Named ? R"(no "image" and no "frame")" : "no \"frame\"");
   if (!frame->isInt() || frame->integer() < 0) {
     refuse(line.lineNumber, "\"frame\" is not a whole number from 0 on");
   }

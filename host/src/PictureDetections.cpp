@@ -20,7 +20,8 @@ PictureDetections::PictureDetections(const std::string& path, const std::vector<
     heldNoLine_ = false;
     if (!line->image.empty()) {
       const auto number = numbers.find(withoutFolders(line->image));
-      if (number == numbers.end()) reader_.refuse(line->lineNumber, "there is no picture \"" + line->image + "\"");
+      if (number == numbers.end())
+        reader_.refuse(line->lineNumber, "there is no picture \"" + line->image + "\"");
       line->frame = number->second;
     }
     if (line->frame < pictures.size()) {

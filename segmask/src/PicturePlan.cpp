@@ -54,7 +54,8 @@ void refuseOptionsOfVideos(const RenderOptions& options) {
   const auto refuse = [](const std::string& option, const std::string& why) {
     throw UserError(option + " is for videos: " + why);
   };
-  if (options.size) throw UserError(options.input + ": --size is for raw .nv12 input; pictures say their own");
+  if (options.size)
+    throw UserError(options.input + ": --size is for raw .nv12 input; pictures say their own");
   if (options.lookback > 0) refuse("--lookback", "a picture has nothing to do with the one before it");
   if (options.contactSheet) refuse("--contact-sheet", "pictures may differ in size");
   if (options.start && parseStartPoint(*options.start).seconds) {

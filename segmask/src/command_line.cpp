@@ -62,8 +62,8 @@ void addInputs(CLI::App* render, RenderOptions& options) {
   render
       ->add_option(
           "--input", options.input,
-          "Video or image to draw into, or raw frames (.nv12, with --size; taken as 30 frames/s); - is "
-          "standard input, raw frames with --size")
+          "Video to draw into; or a picture (.png, .jpg) or a folder of pictures; or raw frames (.nv12, with "
+          "--size; taken as 30 frames/s); - is standard input, raw frames with --size")
       ->required()
       ->type_name("FILE");
   render->add_option("--size", options.size, "Size of the frames in a raw .nv12 file")->type_name("WxH");
@@ -87,7 +87,9 @@ void addInputs(CLI::App* render, RenderOptions& options) {
       ->add_option(
           "--detections", options.detections,
           "What to draw: JSON lines {\"frame\":0,\"producer\":\"name\",\"detections\":[...]}, in frame "
-          "order, frames counted from 0; may be packed by gzip; - is standard input")
+          "order, frames counted from 0; of pictures also \"image\":\"name.jpg\", in any order; may be "
+          "packed by "
+          "gzip; - is standard input")
       ->required()
       ->type_name("FILE.jsonl");
 }
@@ -97,8 +99,9 @@ void addOutputs(CLI::App* render, RenderOptions& options) {
       ->add_option(
           "--output", options.output,
           "Where the result goes: .mp4 or .mkv (H.264; an odd side grows by one sample), .y4m, .nv12 "
-          "(raw), or name_%04d.png (one file a frame); - is standard output, Matroska. What is there is "
-          "overwritten")
+          "(raw), or name_%04d.png (one file a frame); of pictures, name.png or a folder, which is made; - "
+          "is "
+          "standard output, Matroska. What is there is overwritten")
       ->required()
       ->type_name("FILE");
   CLI::Option* const never = render->add_flag("-n", options.neverOverwrite,
@@ -146,7 +149,8 @@ void addDrawing(CLI::App* render, RenderOptions& options) {
 }
 
 CLI::App* addRender(CLI::App& app, RenderOptions& options) {
-  CLI::App* const render = app.add_subcommand("render", "Draw segmentation masks into a video");
+  CLI::App* const render =
+      app.add_subcommand("render", "Draw segmentation masks into a video or into pictures");
   addInputs(render, options);
   addOutputs(render, options);
   addDrawing(render, options);

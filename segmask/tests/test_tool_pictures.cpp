@@ -44,15 +44,21 @@ class ToolPictures : public ::testing::Test {
 
   /// A line with one detection, a rectangle that reaches over the edge of each picture.
   static std::string line(const std::string& place, int x = 5) {
-    return "{" + place + R"(, "producer": "p", "detections": [{"x": 0, "y": 0, "w": 99, "h": 99, "class_id": 4,)" +
+    return "{" + place +
+           R"(, "producer": "p", "detections": [{"x": 0, "y": 0, "w": 99, "h": 99, "class_id": 4,)" +
            R"( "score": 1, "mask": {"polygon": [[)" + std::to_string(x) + ", 10, 99, 10, 99, 99, " +
            std::to_string(x) + ", 99]]}}]}\n";
   }
 
   ToolResult render(const std::string& input, const std::string& output, const std::string& detections,
                     const std::vector<std::string>& more = {}) const {
-    std::vector<std::string> all{"render",   "--input",    path(input),
-                                 "--output", path(output), "--detections", folder_.write("d.jsonl", detections)};
+    std::vector<std::string> all{"render",
+                                 "--input",
+                                 path(input),
+                                 "--output",
+                                 path(output),
+                                 "--detections",
+                                 folder_.write("d.jsonl", detections)};
     all.insert(all.end(), more.begin(), more.end());
     return runTool(all);
   }
@@ -93,10 +99,12 @@ class ToolPictures : public ::testing::Test {
 TEST_F(ToolPictures, OfAFolderAreDrawnEachInItsSizeAndNamedAsTheyAre) {
   // In the order of their names: a.jpg, b.png, c.JPEG; the file has another.
   const ToolResult result =
-      render("in", "out", line(R"("image": "c.JPEG")", 7) + line(R"("frame": 0)") + line(R"("image": "in/b.png")", 9));
+      render("in", "out",
+             line(R"("image": "c.JPEG")", 7) + line(R"("frame": 0)") + line(R"("image": "in/b.png")", 9));
   EXPECT_EQ(result.exitCode, 0);
   EXPECT_EQ(result.err, chromaNote());
-  EXPECT_NE(result.out.find("frames        3\nframes drawn  3\ndetections    3\n"), std::string::npos) << result.out;
+  EXPECT_NE(result.out.find("frames        3\nframes drawn  3\ndetections    3\n"), std::string::npos)
+      << result.out;
   EXPECT_NE(result.out.find("drawn         3 detections\ndropped       0 detections\n"), std::string::npos);
   EXPECT_EQ(namesIn("out"), (Names{"a.png", "b.png", "c.png"}));
   EXPECT_EQ(readFile(path("out/a.png")), asVideo("in/a.jpg", line(R"("frame": 0)")));
@@ -134,7 +142,8 @@ TEST_F(ToolPictures, ReplaceWhatIsThereUnlessTheyMayNot) {
   fs::create_directory(path("out"));
   folder_.write("out/b.png", "old");
   folder_.write("out/other.png", "stays");
-  expectRefused("in", "out", line(R"("frame": 0)"), path("out/b.png") + ": exists, and -n never overwrites", {"-n"});
+  expectRefused("in", "out", line(R"("frame": 0)"), path("out/b.png") + ": exists, and -n never overwrites",
+                {"-n"});
   EXPECT_EQ(render("in", "out", line(R"("frame": 0)")).exitCode, 0);
   EXPECT_NE(readFile(path("out/b.png")), "old");
   EXPECT_EQ(readFile(path("out/other.png")), "stays");
@@ -159,8 +168,9 @@ TEST_F(ToolPictures, FoldersThatHoldNothingOrSomethingElseAreRefused) {
   fs::create_directory(path("empty"));
   expectRefused("empty", "out", good, path("empty") + ": holds no picture (.png, .jpg or .jpeg)");
   folder_.write("in/notes.txt", "x");
-  expectRefused("in", "out", good,
-                path("in/notes.txt") + ": is no .png, .jpg or .jpeg; a folder of pictures holds nothing else");
+  expectRefused(
+      "in", "out", good,
+      path("in/notes.txt") + ": is no .png, .jpg or .jpeg; a folder of pictures holds nothing else");
   fs::remove(path("in/notes.txt"));
   folder_.write("in/d.png", "x");
   expectRefused("in", "out", good, path("in/d.png") + ": is no picture, neither PNG nor JPEG");
@@ -174,10 +184,11 @@ TEST_F(ToolPictures, ADamagedOneEndsTheRunWithoutATrace) {
 
 TEST_F(ToolPictures, OutputsThatCannotTakeThemAreRefused) {
   const std::string good = line(R"("frame": 0)");
-  expectRefused("in", "out.mp4", good,
-                path("in") + ": is a folder, and its pictures become pictures; " + path("out.mp4") + " is no folder");
-  expectRefused("in", "out.png", good, path("out.png") + ": is one picture, and " + path("in") +
-                                           " holds 3; --output is a folder");
+  expectRefused(
+      "in", "out.mp4", good,
+      path("in") + ": is a folder, and its pictures become pictures; " + path("out.mp4") + " is no folder");
+  expectRefused("in", "out.png", good,
+                path("out.png") + ": is one picture, and " + path("in") + " holds 3; --output is a folder");
   expectRefused("in", "in", good, path("in") + ": --output is the folder of the --input");
   expectRefused("in/b.png", "in", good, path("in") + ": --output would replace --input");
   expectRefused("in/b.png", "in/b.png", good, path("in/b.png") + ": --output would replace --input");
@@ -190,7 +201,8 @@ TEST_F(ToolPictures, OutputsThatCannotTakeThemAreRefused) {
 
 TEST_F(ToolPictures, OptionsOfVideosAreRefused) {
   const std::string good = line(R"("frame": 0)");
-  expectRefused("in", "out", good, "--lookback is for videos: a picture has nothing to do with the one before it",
+  expectRefused("in", "out", good,
+                "--lookback is for videos: a picture has nothing to do with the one before it",
                 {"--lookback", "1"});
   expectRefused("in", "out", good, "--contact-sheet is for videos: pictures may differ in size",
                 {"--contact-sheet", path("sheet.png")});

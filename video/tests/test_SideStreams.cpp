@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 
 #include "io/UserError.h"
 #include "src/LibavReader.h"
@@ -182,6 +183,35 @@ TEST(SideStreams, WaitForAWriterWithinALimit) {
   EXPECT_EQ(next, 63);
   side.push(*packetOf(kMegabyte, 73), "v.mkv");
   EXPECT_EQ(next, 64);
+}
+
+/// No picture comes meanwhile, and what is held does not grow with what is pushed.
+TEST(SideStreams, ThatGoOnWithoutTheVideoAreWritten) {
+  const TempFolder folder;
+  VideoFormat format;
+  format.width = 64;
+  format.height = 48;
+  AVCodecParameters parameters{};
+  parameters.codec_type = AVMEDIA_TYPE_AUDIO;
+  parameters.codec_id = AV_CODEC_ID_PCM_S16LE;
+  parameters.sample_rate = 48'000;
+  parameters.ch_layout.order = AV_CHANNEL_ORDER_NATIVE;
+  parameters.ch_layout.nb_channels = 1;
+  parameters.ch_layout.u.mask = AV_CH_LAYOUT_MONO;
+  AVStream stream = streamOf(parameters);
+  SideStreams side;
+  side.add(stream);
+  const std::unique_ptr<FrameWriter> writer = openFrameWriter(folder.path("out.mkv"), format, {{}, &side});
+  EXPECT_EQ(side.leftOut(), Texts{});
+  constexpr int kPackets = 60;
+  constexpr int kMegabyte = 1 << 20;
+  constexpr int64_t kMilliseconds = 10'923;  // of a mebibyte of samples
+  for (int i = 0; i < kPackets; ++i) side.push(*packetOf(kMegabyte, i * kMilliseconds), "v.mkv");
+  std::uintmax_t written = 0;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder.path("")))
+    if (entry.is_regular_file()) written += entry.file_size();
+  // All but what the muxer holds, and ten seconds that libavformat puts in order.
+  EXPECT_GT(written, (kPackets - 20) * std::uintmax_t{kMegabyte});
 }
 
 }  // namespace

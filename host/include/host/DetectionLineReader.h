@@ -45,7 +45,7 @@ class DetectionLineReader {
   std::optional<RawDetectionLine> next();
 
   /// The line with its masks as texts, for a frame of that size. Throws UserError as next() does.
-  DetectionLine expand(RawDetectionLine line, render_base::FrameSize frame) const;
+  DetectionLine expand(RawDetectionLine raw, render_base::FrameSize frame) const;
 
   /// Throws UserError "FILE:LINE: `what`".
   [[noreturn]] void refuse(uint64_t lineNumber, const std::string& what) const;

@@ -1,6 +1,7 @@
 #include "src/H264Encoder.h"
 
 #include <cstring>
+#include <utility>
 
 #include "io/UserError.h"
 #include "io/nv12.h"
@@ -36,9 +37,9 @@ void repeatLastSamples(AVFrame& picture, int width, int height) {
 
 }  // namespace
 
-H264Encoder::H264Encoder(const std::string& path, const VideoFormat& format, const EncoderOptions& options,
+H264Encoder::H264Encoder(std::string path, const VideoFormat& format, const EncoderOptions& options,
                          bool globalHeader)
-    : path_(path), format_(format) {
+    : path_(std::move(path)), format_(format) {
   open(options, globalHeader);
   picture_ = makeAVFrame(AV_PIX_FMT_YUV420P, encoder_->width, encoder_->height);
 }

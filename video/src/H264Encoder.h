@@ -17,8 +17,7 @@ namespace segmask {
 class H264Encoder {
  public:
   /// Throws UserError that names `path` when libavcodec has no H.264 encoder or it refuses the options.
-  H264Encoder(const std::string& path, const VideoFormat& format, const EncoderOptions& options,
-              bool globalHeader);
+  H264Encoder(std::string path, const VideoFormat& format, const EncoderOptions& options, bool globalHeader);
 
   const AVCodecContext& context() const { return *encoder_; }
 

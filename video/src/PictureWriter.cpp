@@ -22,8 +22,8 @@ bool convertsAlike(const VideoFormat& a, const VideoFormat& b) {
 
 }  // namespace
 
-PictureWriter::PictureWriter(const std::string& folder, std::vector<std::string> names)
-    : folder_(folder), names_(std::move(names)) {
+PictureWriter::PictureWriter(std::string folder, std::vector<std::string> names)
+    : folder_(std::move(folder)), names_(std::move(names)) {
   isFolderMade_ = mkdir(folder_.c_str(), 0777) == 0;
   if (!isFolderMade_ && errno != EEXIST) throw systemError(folder_, errno);
   try {

@@ -60,7 +60,7 @@ class PictureReader : public FrameReader {
 class PictureWriter : public FrameWriter {
  public:
   /// `names` are those of the pictures, by number, without the folder.
-  PictureWriter(const std::string& folder, std::vector<std::string> names);
+  PictureWriter(std::string folder, std::vector<std::string> names);
   ~PictureWriter() override;
 
   /// The next frame is the picture of this number and has this format.

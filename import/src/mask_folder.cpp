@@ -53,10 +53,7 @@ MaskFolder readMaskFolder(const std::string& folder, const NamePattern& pattern,
                           const std::optional<std::string>& images) {
   const std::vector<NamedFile> files = namedFiles(folder, pattern);
   MaskFolder result;
-  if (images) {
-    result.pictures = pictureNames(*images);
-    if (result.pictures.empty()) throw UserError(*images + ": holds no picture");
-  }
+  if (images) result.pictures = pictureNames(*images);
   std::map<std::string, uint64_t> byImage;
   if (!pattern.hasFrame()) byImage = framesByImage(files, result.pictures);
   for (const auto& [path, name] : files) {

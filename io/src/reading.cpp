@@ -83,11 +83,13 @@ std::vector<std::string> fileNames(const std::string& folder) {
 
 std::vector<std::string> pictureNames(const std::string& folder) {
   std::vector<std::string> names = fileNames(folder);
-  const auto isOther = [](const std::string& name) {
-    constexpr std::array<const char*, 7> kEndings{".jpg", ".jpeg", ".png", ".bmp", ".tif", ".tiff", ".webp"};
-    return std::find(kEndings.begin(), kEndings.end(), lowerCaseEnding(name)) == kEndings.end();
-  };
-  names.erase(std::remove_if(names.begin(), names.end(), isOther), names.end());
+  if (names.empty()) throw UserError(folder + ": holds no picture (.png, .jpg or .jpeg)");
+  for (const std::string& name : names) {
+    const std::string ending = lowerCaseEnding(name);
+    if (ending == ".png" || ending == ".jpg" || ending == ".jpeg") continue;
+    throw UserError((fs::path(folder) / name).string() +
+                    ": is no .png, .jpg or .jpeg; a folder of pictures holds nothing else");
+  }
   return names;
 }
 

@@ -50,13 +50,13 @@ ReadMask readCompact(const std::string& json, const std::optional<std::string>& 
   SwJsonDocument document;
   SwString error;
   if (!document.loadFromJson(json, error)) throw UserError("not JSON: " + error.str());
-  const SwJsonObject* const object = document.root().object();
-  if (!size && object && (object->contains("polygon") || object->contains("at"))) {
+  const SwJsonObject object = document.object();
+  if (!size && (object.contains("polygon") || object.contains("at"))) {
     throw UserError("polygons, and masks of a part of the frame, need the frame's --size WIDTHxHEIGHT");
   }
   const FrameSize frame = size ? parseFrameSize(*size) : FrameSize();
   const CompactMask mask(document.root(), {frame.width, frame.height});
-  return {mask.bits(), formOf(*object)};
+  return {mask.bits(), formOf(object)};
 }
 
 /// A mask in whatever form the bytes are.

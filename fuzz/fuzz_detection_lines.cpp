@@ -58,7 +58,7 @@ struct Line {
   std::optional<reference::JsonValue> object;
   std::uint64_t frame = 0;
   std::string error;
-  bool isErrorsBegin = false;  // what is wrong with a mask is not modelled, only where
+  bool isErrorsBegin = false;  // what is wrong with a mask is not modelled, only where; and no hints
   bool gaveUp = false;         // the reference did: too deep, or too large
 };
 
@@ -203,8 +203,10 @@ Line readLine(const std::string& text) {
   while (end < text.size() && reference::isSpace(text[end])) ++end;
   if (!parsed.error.empty()) {
     line.error = "not JSON: " + parsed.error;
+    line.isErrorsBegin = true;
   } else if (end < text.size()) {
     line.error = "not JSON: Unexpected characters at the end of JSON.";
+    line.isErrorsBegin = true;
   } else if (parsed.value.kind != Kind::Object) {
     line.error = "not a JSON object";
   } else {

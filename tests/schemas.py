@@ -81,7 +81,7 @@ BAD = [
     ("detection-lines", "frame", 2**63, "maximum"),
     ("detection-lines", "image", 7, "type"),
     ("detection-lines", "image", "", "pattern"),
-    ("detection-lines", "image", "folder/a.png", "pattern"),
+    ("detection-lines", "image", "folder/", "pattern"),
     ("detection-lines", "producer", MISSING, "required"),
     ("detection-lines", "producer", "", "minLength"),
     ("detection-lines", "producer", 3, "type"),
@@ -142,6 +142,7 @@ BAD = [
     ("summary", "dropped/low_score", 0, "minimum"),
     ("summary", "dropped/low_score", "1", "type"),
     ("summary", "lookback", None, "type"),
+    ("summary", "damaged", -1, "minimum"),
     ("summary", "plugin", "", "minLength"),
     ("summary", "plugin", 1, "type"),
     ("summary", "render_ms", 0.5, "type"),
@@ -301,7 +302,7 @@ class Schemas(unittest.TestCase):
     def test_good_examples_are_taken(self):
         for name, value in GOOD.items():
             self.assert_valid(name, value)
-        self.assert_valid("detection-lines", {"image": "a.png", "producer": "p", "detections": []})
+        self.assert_valid("detection-lines", {"image": "val/a.png", "producer": "p", "detections": []})
         self.assert_valid("config", {})
 
     def test_bad_examples_are_refused_by_the_rule_that_they_break(self):

@@ -7,6 +7,7 @@
 #include "core/SwJsonDocument.h"
 #include "host/compact_masks.h"
 #include "io/UserError.h"
+#include "src/parse_hint.h"
 
 namespace segmask {
 namespace {
@@ -35,7 +36,9 @@ RawDetectionLine DetectionLineReader::parse() const {
   line.lineNumber = reader_.lineNumber();
   SwJsonDocument document;
   SwString error;
-  if (!document.loadFromJson(text_, error)) refuse(line.lineNumber, "not JSON: " + error.str());
+  if (!document.loadFromJson(text_, error)) {
+    refuse(line.lineNumber, "not JSON: " + error.str() + parseHint(text_, error.str()));
+  }
   SwJsonValue root = document.takeRoot();
   SwJsonObject* const object = root.object();
   if (!object) refuse(line.lineNumber, "not a JSON object");

@@ -125,9 +125,36 @@ TEST_F(DetectionStreamTest, RefusesALineAndSaysWhy) {
       {line(3, "p", "null"), "\"detections\" is not an array"},
       {line(2, "p"), "frame 2 comes after frame 3; lines must be in frame order"},
       {R"({"frame": 1,)", "not JSON: Unterminated JSON object (index 12) near \"{\"frame\": 1,\""},
-      {"{} x", "not JSON: Unexpected characters at the end of JSON."}};
+      {"{} x",
+       "not JSON: Unexpected characters at the end of JSON. (a line has to be one JSON object and nothing "
+       "else)"}};
   for (const auto& [text, what] : cases) {
     EXPECT_EQ(errorOf(line(3, "p") + "\n" + text + "\n"), at(3, what)) << text;
+  }
+}
+
+TEST_F(DetectionStreamTest, NamesWhatOtherProgramsWriteInThePlaceOfJson) {
+  const std::string little("{\0\"\0", 4);
+  const std::string big("\0{\0\"", 4);
+  const std::string noObject = " (a line has to be one JSON object and nothing else)";
+  const std::string notANumber = " (JSON has no NaN and no Infinity)";
+  const std::pair<std::string, std::string> cases[] = {
+      {little, " (the text is UTF-16LE and has to be UTF-8)"},
+      {"\xFF\xFE" + little, " (the text is UTF-16LE and has to be UTF-8)"},
+      {big, " (the text is UTF-16BE and has to be UTF-8)"},
+      {"\xFE\xFF" + big, " (the text is UTF-16BE and has to be UTF-8)"},
+      {std::string("\0\1", 2), noObject},
+      {"frame,x,y", noObject},
+      {R"({"x": NaN})", notANumber},
+      {R"({"x": -Infinity})", notANumber},
+      {R"({"NaN": x})", ""},
+      {"{'x': 1}", " (JSON has double quotes)"},
+      {R"({"x": '})", " (JSON has double quotes)"}};
+  for (const auto& [text, hint] : cases) {
+    const std::string error = errorOf(text);
+    EXPECT_EQ(error.find(at(1, "not JSON: ")), 0U) << error;
+    const std::size_t quoted = error.rfind('"') + 1;  // the parser's excerpt ends so
+    EXPECT_EQ(error.substr(quoted), hint) << error;
   }
 }
 

@@ -218,6 +218,24 @@ std::string unknownOption(const CLI::App& app, int argc, char** argv) {
   return {};
 }
 
+/// CLI11's words, but for the number of an option's values, "--size: At Most 1 required but received 2" and
+/// "--size: 1 required WxH missing".
+std::string textOf(const CLI::ParseError& error) {
+  std::string text = error.what();
+  const std::size_t colon = std::min(text.find(": "), text.size());
+  const auto goesOn = [&](const char* words) {
+    return text.compare(colon, std::string(words).size(), words) == 0;
+  };
+  if (goesOn(": At Most 1 required")) return text.substr(0, colon) + " is given more than once";
+  if (goesOn(": 1 required")) return text.substr(0, colon) + " needs a value";
+  return text;
+}
+
+/// Throws UserError unless standard output has taken all that was written to it.
+void checkStandardOutput() {
+  if (!std::cout.flush()) throw UserError("standard output: not all could be written");
+}
+
 int parseAndRun(int argc, char** argv) {
   CLI::App app("Draws segmentation masks into videos, through a render plug-in", "segmask");
   app.require_subcommand(1);
@@ -245,13 +263,15 @@ int parseAndRun(int argc, char** argv) {
   } catch (const CLI::Success& success) {  // --help
     return app.exit(success);
   } catch (const CLI::ParseError& error) {
-    return report(std::string(error.what()) + " (see segmask --help)");
+    return report(textOf(error) + " (see segmask --help)");
   }
   if (renderCommand->parsed()) return render(options.render);
-  if (explainCommand->parsed()) return explain(options.explain);
-  if (importCommand->parsed()) return import(options.import.kind, options.import.options);
-  if (maskCommand->parsed()) return mask(options.mask.command, options.mask.options);
-  return inspect(options.inspectedPlugin);
+  const int exitCode = explainCommand->parsed()  ? explain(options.explain)
+                       : importCommand->parsed() ? import(options.import.kind, options.import.options)
+                       : maskCommand->parsed()   ? mask(options.mask.command, options.mask.options)
+                                                 : inspect(options.inspectedPlugin);
+  checkStandardOutput();
+  return exitCode;
 }
 
 }  // namespace

@@ -28,6 +28,7 @@ bool has(const std::string& text, const std::string& member) {
 std::string otherKind(const std::string& text, const std::string& path) {
   const std::string firstLine = text.substr(0, text.find_first_of("\r\n"));
   if (text.empty() || (text[0] != '[' && text[0] != '{')) return {};
+  if (text.size() > 1 && text[1] == '\0') return {};  // UTF-16, which the stream names
   if (!has(text, "frame") && (has(text, "image_id") || has(text, "images"))) {
     return "is a COCO file; segmask import coco makes lines of it: segmask import coco " + path +
            " -o lines.jsonl";

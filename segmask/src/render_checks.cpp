@@ -160,8 +160,9 @@ void checkStreams(const RenderOptions& options) {
 void checkConfig(const std::string& config) {
   SwJsonDocument document;
   SwString error;
-  if (!document.loadFromJson(config, error)) throw UserError("--config: not JSON: " + error.str());
-  if (!document.root().isObject()) throw UserError("--config: not a JSON object");
+  const std::string wanted = R"( (it takes the object itself, like '{"alpha": 0.5}'))";
+  if (!document.loadFromJson(config, error)) throw UserError("--config: not JSON: " + error.str() + wanted);
+  if (!document.root().isObject()) throw UserError("--config: not a JSON object" + wanted);
 }
 
 seg_mask::DecisionSettings decisionSettings(const std::optional<std::string>& config) {

@@ -23,8 +23,7 @@ bool convertsAlike(const VideoFormat& a, const VideoFormat& b) {
 }  // namespace
 
 PictureWriter::PictureWriter(std::string folder, std::vector<std::string> names)
-    : folder_(std::move(folder)), names_(std::move(names)) {
-  isFolderMade_ = mkdir(folder_.c_str(), 0777) == 0;
+    : folder_(std::move(folder)), names_(std::move(names)), isFolderMade_(mkdir(folder_.c_str(), 0777) == 0) {
   if (!isFolderMade_ && errno != EEXIST) throw systemError(folder_, errno);
   try {
     stage_ = std::make_unique<StagedOutput>((fs::path(folder_) / names_.front()).string());

@@ -3,8 +3,8 @@
 #include <string>
 
 #include "core/SwJsonObject.h"
-#include "io/UserError.h"
 #include "host/CompactMask.h"
+#include "io/UserError.h"
 
 namespace segmask {
 namespace {

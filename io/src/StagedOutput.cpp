@@ -36,6 +36,17 @@ bool isOld(const struct stat& status) {
   return status.st_mtime < std::time(nullptr) - kOldSeconds;
 }
 
+bool isOldStage(const fs::path& path);
+
+/// Whether a file or folder in a stage folder has not been written for long. A folder is that of a further
+/// process, for which this stage was the target.
+bool isOldInStage(const fs::path& path) {
+  struct stat status {};
+  if (lstat(path.c_str(), &status) != 0) return false;
+  if (S_ISREG(status.st_mode)) return isOld(status);
+  return isStageName(path.filename().string()) && isOldStage(path);
+}
+
 /// Whether a StagedOutput of this user could have made this folder, and neither it nor its files have been
 /// written for long. The files count too, because a network file system may not show the writer's lock to
 /// other machines.
@@ -45,10 +56,14 @@ bool isOldStage(int folder, const fs::path& path) {
   if (status.st_uid != geteuid() || (status.st_mode & 0777) != 0700) return false;
   std::error_code error;
   for (fs::directory_iterator entry(path, error), end; !error && entry != end; entry.increment(error)) {
-    struct stat file {};
-    if (lstat(entry->path().c_str(), &file) != 0 || !S_ISREG(file.st_mode) || !isOld(file)) return false;
+    if (!isOldInStage(entry->path())) return false;
   }
   return !error;
+}
+
+bool isOldStage(const fs::path& path) {
+  const FileDescriptor folder = openFolder(path.string());
+  return folder && isOldStage(folder.get(), path);
 }
 
 /// Removes the stage folders that killed processes have left in `folder`. One that cannot be read, locked or
@@ -85,14 +100,14 @@ void refuseUnlessFile(const fs::path& target) {
 
 }  // namespace
 
-StagedOutput::StagedOutput(const std::string& target) {
+StagedOutput::StagedOutput(const std::string& target, LeftBehind leftBehind) {
   const fs::path path = resolved(target);
   refuseUnlessFile(path);
   folder_ = path.has_parent_path() ? path.parent_path().string() : ".";
   fileName_ = path.filename().string();
   if (fileName_.empty()) throw UserError(target + ": names no file");
 
-  removeLeftBehind(folder_);
+  if (leftBehind == LeftBehind::Remove) removeLeftBehind(folder_);
   std::string pattern = folder_ + "/" + kStagePrefix + kStagePattern;
   if (!mkdtemp(pattern.data())) {
     const int error = errno;

@@ -105,6 +105,25 @@ TEST(StagedOutput, RemovesWhatAKilledProcessLeftAnHourAgo) {
   EXPECT_EQ(folder.names(), Names{});
 }
 
+TEST(StagedOutput, RemovesWhatKilledProcessesLeftInEachOther) {
+  const TempFolder folder;
+  const std::string outer = leaveBehind(folder, ".segmask-outer1");
+  makeStageOld(leaveBehind(folder, ".segmask-outer1/.segmask-inner1"), kOverAnHour);
+  makeStageOld(outer, kOverAnHour);
+  const std::string young = leaveBehind(folder, ".segmask-outer2");
+  makeStageOld(leaveBehind(folder, ".segmask-outer2/.segmask-inner2"), kOverAnHour - 200);
+  makeStageOld(young, kOverAnHour);
+  { const StagedOutput next(folder.path("out.mp4")); }
+  EXPECT_EQ(folder.names(), Names{".segmask-outer2"});
+}
+
+TEST(StagedOutput, LooksForNothingThatWasLeftWhenItIsToldSo) {
+  const TempFolder folder;
+  makeStageOld(leaveBehind(folder, ".segmask-aB3dE9"), kOverAnHour);
+  { const StagedOutput next(folder.path("out.mp4"), StagedOutput::LeftBehind::Leave); }
+  EXPECT_EQ(folder.names(), Names{".segmask-aB3dE9"});
+}
+
 TEST(StagedOutput, LeavesWhatIsYoung) {
   const TempFolder folder;
   makeStageOld(leaveBehind(folder, ".segmask-young1"), kOverAnHour - 200);

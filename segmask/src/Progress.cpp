@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "io/FileDescriptor.h"
 
@@ -43,14 +44,15 @@ std::string clockText(double seconds) {
 
 std::string rateText(double rate) {
   char text[32];
-  std::snprintf(text, sizeof text, "%.1f frames/s", rate);
+  std::snprintf(text, sizeof text, "%.1f", rate);
   return text;
 }
 
 }  // namespace
 
-Progress::Progress(Style style, int fd, std::optional<uint64_t> total, Clock::time_point start)
-    : style_(style), fd_(fd), total_(total), start_(start), nextWrite_(start) {
+Progress::Progress(Style style, int fd, std::optional<uint64_t> total, Clock::time_point start,
+                   std::string unit)
+    : style_(style), fd_(fd), total_(total), start_(start), unit_(std::move(unit)), nextWrite_(start) {
   // The first line comes after a full interval, because short work needs none.
   if (style_ == Style::Lines) nextWrite_ += kLineInterval;
 }
@@ -59,10 +61,10 @@ Progress::~Progress() {
   if (!shown_.empty()) write(kEraseLine);
 }
 
-void Progress::update(uint64_t frames, Clock::time_point now) {
+void Progress::update(uint64_t done, Clock::time_point now) {
   if (style_ == Style::None) return;
   const std::lock_guard<std::mutex> lock(mutex_);
-  frames_ = frames;
+  done_ = done;
   if (now < nextWrite_) return;
   if (style_ == Style::Bar) {
     nextWrite_ = now + kBarInterval;
@@ -85,20 +87,20 @@ void Progress::printAbove(const std::string& line) {
 
 std::string Progress::status(Clock::time_point now) const {
   const double elapsed = Seconds(now - start_).count();
-  const double rate = elapsed > 0 ? static_cast<double>(frames_) / elapsed : 0.0;
-  std::string text = std::to_string(frames_);
+  const double rate = elapsed > 0 ? static_cast<double>(done_) / elapsed : 0.0;
+  std::string text = std::to_string(done_);
   // Some containers give an estimated total, which the video may exceed.
-  const bool ahead = total_ && *total_ >= frames_;
+  const bool ahead = total_ && *total_ >= done_;
   if (ahead) text += " of " + std::to_string(*total_);
-  text += " frames, " + rateText(rate);
-  if (ahead && rate > 0) text += ", " + clockText(static_cast<double>(*total_ - frames_) / rate) + " left";
+  text += " " + unit_ + ", " + rateText(rate) + " " + unit_ + "/s";
+  if (ahead && rate > 0) text += ", " + clockText(static_cast<double>(*total_ - done_) / rate) + " left";
   return text;
 }
 
 std::string Progress::bar(Clock::time_point now) const {
   std::string text;
   if (total_ && *total_ > 0) {
-    const double part = std::min(1.0, static_cast<double>(frames_) / static_cast<double>(*total_));
+    const double part = std::min(1.0, static_cast<double>(done_) / static_cast<double>(*total_));
     const auto filled = static_cast<std::size_t>(part * double{kBarWidth});
     text = "[" + std::string(filled, '#') + std::string(kBarWidth - filled, '.') + "] ";
   }

@@ -17,8 +17,10 @@ class Progress {
   enum class Style { None, Lines, Bar };
   using Clock = std::chrono::steady_clock;
 
-  /// Writes to `fd`, which is not owned. `total` is the number of frames, where it is known.
-  Progress(Style style, int fd, std::optional<uint64_t> total, Clock::time_point start = Clock::now());
+  /// Writes to `fd`, which is not owned. `total` is the number of frames, or of what `unit` names, where it
+  /// is known.
+  Progress(Style style, int fd, std::optional<uint64_t> total, Clock::time_point start = Clock::now(),
+           std::string unit = "frames");
 
   /// Erases the bar.
   ~Progress();
@@ -26,8 +28,8 @@ class Progress {
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
-  /// `frames` are done. Cheap enough for every frame: it writes only now and then.
-  void update(uint64_t frames, Clock::time_point now = Clock::now());
+  /// So many units are done. Cheap enough for every frame: it writes only now and then.
+  void update(uint64_t done, Clock::time_point now = Clock::now());
 
   /// Writes a line (without its line feed) above the bar.
   void printAbove(const std::string& line);
@@ -41,8 +43,9 @@ class Progress {
   const int fd_;
   const std::optional<uint64_t> total_;
   const Clock::time_point start_;
+  const std::string unit_;
   std::mutex mutex_;
-  uint64_t frames_ = 0;
+  uint64_t done_ = 0;
   Clock::time_point nextWrite_;
   std::string shown_;  ///< the bar on the terminal; empty before the first
 };

@@ -7,6 +7,7 @@
 #include <new>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "io/Interrupt.h"
@@ -26,6 +27,7 @@ struct Options {
   ImportArguments import;
   MaskArguments mask;
   PluginChoice inspectedPlugin;
+  BatchOptions batch;
 };
 
 /// CLI11's own range check would print the range of a double in its message.
@@ -180,6 +182,40 @@ void addInspect(CLI::App& app, PluginChoice& plugin) {
   addPluginChoice(*inspect, plugin);
 }
 
+CLI::App* addBatch(CLI::App& app, BatchOptions& options) {
+  CLI::App* const batch = app.add_subcommand("batch", "Render many files, several at a time");
+  batch
+      ->add_option(
+          "list", options.list,
+          "The jobs: JSON lines {\"input\":\"a.mp4\",\"detections\":\"a.jsonl\",\"output\":\"out.mp4\"} "
+          "with options of segmask render; paths are relative to the list's folder. A job that is done "
+          "and whose files and options are as they were is skipped")
+      ->required()
+      ->type_name("JOBS.jsonl");
+  batch->add_option("--jobs", options.processes, "How many run at a time (default: one for each core)")
+      ->check(kWholeNumber)
+      ->check(kNotZero)
+      ->type_name("N");
+  batch
+      ->add_option("--retries", options.retries,
+                   "How often a job is started again that crashed or was killed (default: 2); one that "
+                   "ended with an error of its own is not")
+      ->check(kWholeNumber)
+      ->type_name("N");
+  batch->add_flag("--redo", options.redo, "Do all jobs, also those that are done");
+  batch->add_flag("--check", options.check, "Check the list and start nothing");
+  batch
+      ->add_option("--results", options.results,
+                   "Where the results go, one JSON object a line for each job (default: standard output)")
+      ->type_name("FILE.jsonl");
+  batch->add_flag("--no-progress", options.noProgress, "Show no progress");
+  batch->footer(
+      "Exit codes: 0 all jobs are done; 1 some failed, the others are done; 2 an error in the list or the "
+      "options, nothing was started; 3 done, but a job with \"strict\" dropped something; 130 interrupted, "
+      "outputs are whole or not there.");
+  return batch;
+}
+
 int report(const std::string& text) {
   tell(text);
   return kExitError;
@@ -241,20 +277,21 @@ int parseAndRun(int argc, char** argv) {
   app.require_subcommand(1);
   app.set_version_flag("--version", SEGMASK_VERSION);
   app.footer(
-      "Exit codes: 0 done; 2 bad input or a failure, nothing was written; 3 done, but with --strict some "
-      "detection was not drawn or the input was damaged; 141 nobody reads the output any more; 130 "
-      "interrupted, what was done so far was written.");
+      "Exit codes: 0 done; 1 some jobs of a batch failed; 2 bad input or a failure, nothing was written; 3 "
+      "done, but with --strict some detection was not drawn or the input was damaged; 141 nobody reads the "
+      "output any more; 130 interrupted, what was done so far was written.");
   Options options;
   const CLI::App* const renderCommand = addRender(app, options.render);
   const CLI::App* const explainCommand = addExplain(app, options.explain);
   const CLI::App* const importCommand = addImport(app, options.import);
   const CLI::App* const maskCommand = addMask(app, options.mask);
+  const CLI::App* const batchCommand = addBatch(app, options.batch);
   addInspect(app, options.inspectedPlugin);
   // CLI11 would report a misspelt command as "a subcommand is required".
   const std::string first = argc > 1 ? argv[1] : "-";
   if (first[0] != '-' && !findCommand(app, first)) {
     return report("there is no command '" + first +
-                  "', only render, explain, import, mask and inspect (see segmask --help)");
+                  "', only render, explain, import, mask, batch and inspect (see segmask --help)");
   }
   const std::string unknown = unknownOption(app, argc, argv);
   if (!unknown.empty()) return report(unknown);
@@ -266,12 +303,21 @@ int parseAndRun(int argc, char** argv) {
     return report(textOf(error) + " (see segmask --help)");
   }
   if (renderCommand->parsed()) return render(options.render);
+  if (batchCommand->parsed()) return batch(options.batch);
   const int exitCode = explainCommand->parsed()  ? explain(options.explain)
                        : importCommand->parsed() ? import(options.import.kind, options.import.options)
                        : maskCommand->parsed()   ? mask(options.mask.command, options.mask.options)
                                                  : inspect(options.inspectedPlugin);
   checkStandardOutput();
   return exitCode;
+}
+
+RenderOption::Kind kindOf(const CLI::Option& option) {
+  using Kind = RenderOption::Kind;
+  if (option.get_items_expected_max() == 0) return Kind::Flag;
+  const std::string value = option.get_type_name();
+  if (value.rfind("FILE", 0) == 0) return Kind::File;
+  return value == "JSON" ? Kind::Json : Kind::Value;
 }
 
 }  // namespace
@@ -281,8 +327,38 @@ int runCommandLine(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);
   std::signal(SIGXFSZ, SIG_IGN);
   silenceLibav();
+  return runReporting([argc, argv] { return parseAndRun(argc, argv); });
+}
+
+std::vector<RenderOption> renderOptions() {
+  const std::vector<std::string> others{"help", "debug", "no-progress", "summary-json"};
+  CLI::App app;
+  RenderOptions ignored;
+  std::vector<RenderOption> options;
+  for (const CLI::Option* option : addRender(app, ignored)->get_options()) {
+    const std::vector<std::string>& names = option->get_lnames();
+    if (names.empty() || std::find(others.begin(), others.end(), names.front()) != others.end()) continue;
+    options.push_back({names.front(), kindOf(*option), option->get_required()});
+  }
+  return options;
+}
+
+RenderOptions parseRenderOptions(const std::vector<std::string>& arguments) {
+  CLI::App app;
+  RenderOptions options;
+  CLI::App* const render = addRender(app, options);
   try {
-    return parseAndRun(argc, argv);
+    // The parser takes them from the end.
+    render->parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+  } catch (const CLI::ParseError& error) {
+    throw UserError(error.what());
+  }
+  return options;
+}
+
+int runReporting(const std::function<int()>& body) {
+  try {
+    return body();
   } catch (const ClosedPipe&) {
     return kExitClosedPipe;
   } catch (const std::bad_alloc&) {

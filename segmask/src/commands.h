@@ -12,6 +12,7 @@ namespace segmask {
 
 /// The program's exit codes. Scripts rely on these numbers.
 constexpr int kExitDone = 0;
+constexpr int kExitSomeFailed = 1;     ///< of a batch: some jobs failed, the others are done
 constexpr int kExitError = 2;          ///< an error in the command line, the input, the plug-in or the output
 constexpr int kExitDropped = 3;        ///< all was written, but with --strict not all was drawn
 constexpr int kExitClosedPipe = 141;   ///< nobody reads the output any more; what a shell reports of SIGPIPE
@@ -69,6 +70,22 @@ struct ExplainOptions {
 /// pixels, or the first rule that drops it. Returns the exit code, which does not depend on what is dropped.
 /// Throws UserError.
 int explain(const ExplainOptions& options);
+
+/// The options of `segmask batch`.
+struct BatchOptions {
+  std::string list;
+  std::optional<uint64_t> processes;  ///< at a time
+  uint64_t retries = 2;               ///< of a job whose process was killed or crashed
+  bool redo = false;
+  bool check = false;  ///< the list alone is checked
+  bool noProgress = false;
+  std::optional<std::string> results;
+};
+
+/// Renders the jobs of a list, each in a process of its own, and writes a line of result for each. Returns
+/// the exit code. Throws UserError when anything is wrong with list or options, before a job is started, and
+/// when the results cannot be written. To be called while the process has one thread.
+int batch(const BatchOptions& options);
 
 /// Prints the classes of a plug-in library and its plug-in's name, payload types and configuration. Returns
 /// the exit code. Throws UserError.

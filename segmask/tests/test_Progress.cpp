@@ -48,6 +48,14 @@ TEST_F(ProgressTest, LinesComeEveryFiveSeconds) {
             "segmask: 200 of 1000 frames, 20.0 frames/s, 0:40 left\n");
 }
 
+TEST_F(ProgressTest, TheUnitMayBeAnother) {
+  {
+    Progress progress(Progress::Style::Lines, fd(), 100, start_, "jobs");
+    progress.update(50, start_ + seconds(5));
+  }
+  EXPECT_EQ(written(), "segmask: 50 of 100 jobs, 10.0 jobs/s, 0:05 left\n");
+}
+
 TEST_F(ProgressTest, WithoutATotalOrWithOneThatIsTooSmallThereIsNoTimeLeftAndHoursAreShownAsHours) {
   std::string expected;
   for (const auto& [total, line] :

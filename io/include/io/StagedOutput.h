@@ -14,10 +14,14 @@ namespace segmask {
 /// nothing has been written there for an hour: a living process keeps its own locked, however old it gets.
 class StagedOutput {
  public:
+  /// Whether to look for what killed processes have left in the folder. That reads the whole folder, which is
+  /// too much for each of many outputs.
+  enum class LeftBehind { Remove, Leave };
+
   /// `target` is the output's path as the user gave it; a link is followed. For a sequence it is any path in
   /// the same folder. Throws UserError when the folder is missing or cannot be written, or the target exists
   /// and is no regular file.
-  explicit StagedOutput(const std::string& target);
+  explicit StagedOutput(const std::string& target, LeftBehind leftBehind = LeftBehind::Remove);
   ~StagedOutput();
   StagedOutput(const StagedOutput&) = delete;
   StagedOutput& operator=(const StagedOutput&) = delete;

@@ -1,0 +1,157 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "io/UserError.h"
+#include "src/job_list.h"
+#include "test_support/TempFolder.h"
+
+namespace fs = std::filesystem;
+
+namespace segmask {
+namespace {
+
+class JobListTest : public ::testing::Test {
+ protected:
+  JobListTest() {
+    for (const char* name : {"a.nv12", "b.nv12", "a.jsonl"}) folder_.write(name, "");
+  }
+
+  std::string path(const std::string& name) const { return folder_.path(name); }
+
+  std::vector<BatchJob> read(const std::string& text) const {
+    return readJobList(folder_.write("jobs.jsonl", text));
+  }
+
+  /// What the list is refused with, without the list's path.
+  std::string faultOf(const std::string& text) const {
+    try {
+      read(text);
+    } catch (const UserError& error) {
+      const std::string what = error.what();
+      EXPECT_EQ(what.substr(0, path("jobs.jsonl:").size()), path("jobs.jsonl:"));
+      return what.substr(path("jobs.jsonl:").size());
+    }
+    return "none";
+  }
+
+  TempFolder folder_;
+};
+
+/// A job with that output, and with that input if one is given.
+std::string job(const std::string& output, const std::string& more = "",
+                const std::string& input = "a.nv12") {
+  return R"({"input": ")" + input + R"(", "size": "4x4", "detections": "a.jsonl", "output": ")" + output +
+         "\"" + more + "}\n";
+}
+
+TEST_F(JobListTest, PathsAreRelativeToTheListsFolder) {
+  const std::vector<BatchJob> jobs =
+      read(job("out.nv12", R"(, "contact-sheet": "s.png")") + "\n \n" + job(path("other.nv12")));
+  ASSERT_EQ(jobs.size(), 2U);
+  EXPECT_EQ(jobs[0].line, 1U);
+  EXPECT_EQ(jobs[0].render.input, path("a.nv12"));
+  EXPECT_EQ(jobs[0].render.detections, path("a.jsonl"));
+  EXPECT_EQ(jobs[0].render.output, path("out.nv12"));
+  EXPECT_EQ(jobs[0].render.contactSheet, path("s.png"));
+  EXPECT_EQ(jobs[0].render.size, "4x4");
+  EXPECT_EQ(jobs[1].line, 4U);
+  EXPECT_EQ(jobs[1].render.output, path("other.nv12"));
+}
+
+TEST_F(JobListTest, OptionsHaveTheirKinds) {
+  const std::vector<BatchJob> jobs = read(
+      job("1.nv12", R"(, "lookback": 3, "strict": true, "no-explain": false, "config": {"alpha": 0.5})") +
+      job("2.nv12", R"(, "lookback": "3", "config": "{}", "fast": true)"));
+  EXPECT_EQ(jobs[0].render.lookback, 3U);
+  EXPECT_TRUE(jobs[0].render.strict);
+  EXPECT_FALSE(jobs[0].render.noExplain);
+  EXPECT_EQ(jobs[0].render.config, R"({"alpha": 0.5})");
+  EXPECT_EQ(jobs[1].render.lookback, 3U);
+  EXPECT_EQ(jobs[1].render.config, "{}");
+  EXPECT_TRUE(jobs[1].render.plugin.fast);
+  // What names no file, as texts.
+  EXPECT_EQ(jobs[0].settings.size(), 4U);
+  EXPECT_EQ(jobs[0].settings["lookback"].text(), "3");
+  EXPECT_EQ(jobs[0].settings["strict"].text(), "true");
+  EXPECT_EQ(jobs[0].settings["config"].text(), R"({"alpha": 0.5})");
+  EXPECT_EQ(jobs[0].settings["size"].text(), "4x4");
+}
+
+TEST_F(JobListTest, FaultsNameTheLine) {
+  const std::string good = job("good.nv12");
+  EXPECT_EQ(faultOf(good + "{"), "2: not JSON: Unterminated JSON object (index 1) near \"{\"");
+  EXPECT_EQ(faultOf("[]\n"), "1: not a JSON object");
+  EXPECT_EQ(faultOf("{}"), "1: no \"input\"");
+  EXPECT_EQ(faultOf(good + R"({"input": "a.nv12", "detections": "a.jsonl"})"), "2: no \"output\"");
+  EXPECT_EQ(faultOf(job("o.nv12", R"(, "detection": "a.jsonl")")),
+            "1: a job has no \"detection\"; did you mean \"detections\"?");
+  EXPECT_EQ(faultOf(job("o.nv12", R"(, "summary-json": "s.json")")),
+            "1: a job has no \"summary-json\" (its members are options of segmask render)");
+  EXPECT_EQ(faultOf(job("o.nv12", R"(, "strict": "yes")")), "1: \"strict\" is neither true nor false");
+  EXPECT_EQ(faultOf(job("o.nv12", R"(, "contact-sheet": 1)")), "1: \"contact-sheet\" is not a path");
+  EXPECT_EQ(faultOf(job("o.nv12", R"(, "config": 1)")), "1: \"config\" is not an object");
+  EXPECT_EQ(faultOf(job("o.nv12", R"(, "lookback": true)")), "1: \"lookback\" is not a text or a number");
+  EXPECT_EQ(faultOf(job("o.nv12", R"(, "lookback": -1)")),
+            "1: --lookback: '-1' is not a whole number from 0 on");
+  EXPECT_EQ(faultOf(job("o.nv12", R"(, "config": "[]")")),
+            "1: --config: not a JSON object (it takes the object itself, like '{\"alpha\": 0.5}')");
+  EXPECT_EQ(faultOf(job("o.nv12", R"(, "strict": true, "no-explain": true)")).substr(0, 3), "1: ");
+  EXPECT_EQ(faultOf(job("-")), "1: -: a job has files, not standard input or output");
+}
+
+TEST_F(JobListTest, AListWithoutAJobIsRefused) {
+  EXPECT_EQ(faultOf(""), " holds no job");
+  EXPECT_EQ(faultOf("\n\n"), " holds no job");
+}
+
+TEST_F(JobListTest, MissingFilesAreFoundBefore) {
+  EXPECT_EQ(faultOf(job("o.nv12", "", "none.nv12")),
+            "1: " + path("none.nv12") + ": No such file or directory");
+  EXPECT_EQ(faultOf(job("o.nv12", "", ".")), "1: " + path(".") + ": is no regular file");
+  EXPECT_EQ(faultOf(job("none/o.nv12")), "1: " + path("none/o.nv12") + ": its folder does not exist");
+  EXPECT_EQ(faultOf(job("o.nv12", R"(, "plugin": "p.so")")),
+            "1: " + path("p.so") + ": No such file or directory");
+  fs::create_directory(path("folder.nv12"));
+  EXPECT_EQ(faultOf(job("folder.nv12")), "1: " + path("folder.nv12") + ": is no regular file");
+  EXPECT_EQ(faultOf(job("o.txt")).substr(0, 3), "1: ");
+  EXPECT_EQ(faultOf(job("o")), "1: " + path("o") + ": the output of a job is a file or name_%04d.png");
+}
+
+TEST_F(JobListTest, TwoJobsMustNotWriteOneFile) {
+  fs::create_directory(path("sub"));
+  fs::create_directory_symlink("sub", path("link"));
+  folder_.write("real.nv12", "");
+  fs::create_symlink("real.nv12", path("alias.nv12"));
+  const std::pair<const char*, const char*> pairs[] = {
+      {"o.nv12", "o.nv12"},          {"o.nv12", "./o.nv12"},      {"o.nv12", "sub/../o.nv12"},
+      {"sub/o.nv12", "link/o.nv12"}, {"real.nv12", "alias.nv12"}, {"f_%d.png", "sub/../f_%d.png"},
+      {"f_%04d.png", "f_%d.png"},    {"f_%d.png", "f_1%d.png"}};
+  for (const auto& [first, second] : pairs) {
+    EXPECT_EQ(faultOf(job(first) + job("between.nv12") + job(second)),
+              "3: " + path(second) + ": the job of line 1 writes it too");
+  }
+  EXPECT_EQ(faultOf(job("f_%d.png") + job("g_%d.png")), "none");
+  EXPECT_EQ(faultOf(job("f_%d.png") + job("sub/f_%d.png")), "none");
+}
+
+TEST_F(JobListTest, ContactSheetsAreOutputsToo) {
+  EXPECT_EQ(faultOf(job("1.nv12", R"(, "contact-sheet": "f_3.png")") + job("f_%d.png")),
+            "2: " + path("f_3.png") + ": the job of line 1 writes it too");
+  EXPECT_EQ(faultOf(job("f_%d.png") + job("1.nv12", R"(, "contact-sheet": "f_3.png")")),
+            "2: " + path("f_3.png") + ": the job of line 1 writes it too");
+}
+
+TEST_F(JobListTest, NoJobMayReplaceAnInput) {
+  EXPECT_EQ(faultOf(job("a.nv12")), "1: " + path("a.nv12") + ": --output would replace --input");
+  EXPECT_EQ(faultOf(job("./b.nv12") + job("o.nv12", "", "b.nv12")),
+            "2: " + path("b.nv12") + ": is an input here, and the job of line 1 would replace it");
+  EXPECT_EQ(faultOf(job("o.nv12", "", "b.nv12") + job("b.nv12")),
+            "1: " + path("b.nv12") + ": is an input here, and the job of line 2 would replace it");
+  folder_.write("f_7.png", "");
+  EXPECT_EQ(faultOf(job("o.nv12", "", "f_7.png") + job("f_%d.png")),
+            "1: " + path("f_7.png") + ": is an input here, and the job of line 2 would replace it");
+}
+
+}  // namespace
+}  // namespace segmask

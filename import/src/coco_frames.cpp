@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "io/UserError.h"
-#include "io/reading.h"
+#include "src/picture_names.h"
 
 namespace segmask {
 namespace {

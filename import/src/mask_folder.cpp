@@ -9,6 +9,7 @@
 #include "io/UserError.h"
 #include "io/file_names.h"
 #include "io/reading.h"
+#include "src/picture_names.h"
 
 namespace segmask {
 namespace {

@@ -10,7 +10,6 @@
 #include <filesystem>
 
 #include "io/UserError.h"
-#include "io/file_names.h"
 #include "src/ByteSource.h"
 
 namespace fs = std::filesystem;
@@ -78,18 +77,6 @@ std::vector<std::string> fileNames(const std::string& folder) {
   }
   if (error) throw UserError(folder + ": " + error.message());
   std::sort(names.begin(), names.end());
-  return names;
-}
-
-std::vector<std::string> pictureNames(const std::string& folder) {
-  std::vector<std::string> names = fileNames(folder);
-  if (names.empty()) throw UserError(folder + ": holds no picture (.png, .jpg or .jpeg)");
-  for (const std::string& name : names) {
-    const std::string ending = lowerCaseEnding(name);
-    if (ending == ".png" || ending == ".jpg" || ending == ".jpeg") continue;
-    throw UserError((fs::path(folder) / name).string() +
-                    ": is no .png, .jpg or .jpeg; a folder of pictures holds nothing else");
-  }
   return names;
 }
 

@@ -30,8 +30,4 @@ FileDescriptor makeUnnamedFile();
 /// UserError when it is no folder or cannot be read.
 std::vector<std::string> fileNames(const std::string& folder);
 
-/// The names of a folder's pictures (.png, .jpg or .jpeg, in either case), sorted by their bytes. Throws
-/// UserError as fileNames does, and when the folder holds no picture, or a file that is none by its name.
-std::vector<std::string> pictureNames(const std::string& folder);
-
 }  // namespace segmask

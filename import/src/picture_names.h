@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace segmask {
+
+/// The names of a folder's pictures without the folder, in the order in which they are drawn on. Throws
+/// UserError as picturesOf does.
+std::vector<std::string> pictureNames(const std::string& folder);
+
+}  // namespace segmask

@@ -36,7 +36,10 @@ bool isOld(const struct stat& status) {
   return status.st_mtime < std::time(nullptr) - kOldSeconds;
 }
 
-bool isOldStage(const fs::path& path);
+/// Whether a StagedOutput of this user could have made a folder with this status, and long ago.
+bool isOldFolder(const struct stat& status) {
+  return isOld(status) && status.st_uid == geteuid() && (status.st_mode & 0777) == 0700;
+}
 
 /// Whether a file or folder in a stage folder has not been written for long. A folder is that of a further
 /// process, for which this stage was the target.
@@ -44,26 +47,21 @@ bool isOldInStage(const fs::path& path) {
   struct stat status {};
   if (lstat(path.c_str(), &status) != 0) return false;
   if (S_ISREG(status.st_mode)) return isOld(status);
-  return isStageName(path.filename().string()) && isOldStage(path);
+  return S_ISDIR(status.st_mode) && isStageName(path.filename().string()) && isOldFolder(status);
 }
 
-/// Whether a StagedOutput of this user could have made this folder, and neither it nor its files have been
+/// Whether a StagedOutput of this user could have made this folder, and neither it nor what is in it has been
 /// written for long. The files count too, because a network file system may not show the writer's lock to
 /// other machines.
 bool isOldStage(int folder, const fs::path& path) {
   struct stat status {};
-  if (fstat(folder, &status) != 0 || !isOld(status)) return false;
-  if (status.st_uid != geteuid() || (status.st_mode & 0777) != 0700) return false;
+  if (fstat(folder, &status) != 0 || !isOldFolder(status)) return false;
   std::error_code error;
-  for (fs::directory_iterator entry(path, error), end; !error && entry != end; entry.increment(error)) {
+  for (fs::recursive_directory_iterator entry(path, error), end; !error && entry != end;
+       entry.increment(error)) {
     if (!isOldInStage(entry->path())) return false;
   }
   return !error;
-}
-
-bool isOldStage(const fs::path& path) {
-  const FileDescriptor folder = openFolder(path.string());
-  return folder && isOldStage(folder.get(), path);
 }
 
 /// Removes the stage folders that killed processes have left in `folder`. One that cannot be read, locked or

@@ -21,4 +21,12 @@ bool isSameFile(const std::string& a, const std::string& b) {
   return first.st_dev == second.st_dev && first.st_ino == second.st_ino;
 }
 
+bool isSamePath(const std::string& a, const std::string& b) {
+  std::error_code errorA;
+  std::error_code errorB;
+  const std::filesystem::path first = std::filesystem::weakly_canonical(a, errorA);
+  const std::filesystem::path second = std::filesystem::weakly_canonical(b, errorB);
+  return !errorA && !errorB && first == second;
+}
+
 }  // namespace segmask

@@ -6,8 +6,8 @@
 #include <string>
 
 #include "host/DetectionStream.h"
+#include "host/FramePipeline.h"
 #include "host/PictureDetections.h"
-#include "src/FramePipeline.h"
 #include "src/FrameSource.h"
 #include "src/PicturePlan.h"
 #include "src/commands.h"

@@ -7,7 +7,6 @@
 
 #include "io/StagedOutput.h"
 #include "src/ContactSheet.h"
-#include "src/FramePipeline.h"
 #include "src/PicturePlan.h"
 #include "src/RenderInputs.h"
 #include "src/commands.h"

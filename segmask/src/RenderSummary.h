@@ -4,8 +4,8 @@
 #include <optional>
 #include <string>
 
+#include "host/StageTimes.h"
 #include "src/RenderTimes.h"
-#include "src/StageTimes.h"
 #include "src/Telling.h"
 
 namespace segmask {

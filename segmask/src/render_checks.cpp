@@ -21,14 +21,6 @@ namespace fs = std::filesystem;
 namespace segmask {
 namespace {
 
-bool isSamePath(const std::string& a, const std::string& b) {
-  std::error_code errorA;
-  std::error_code errorB;
-  const fs::path first = fs::weakly_canonical(a, errorA);
-  const fs::path second = fs::weakly_canonical(b, errorB);
-  return !errorA && !errorB && first == second;
-}
-
 bool isInFolder(const std::string& file, const std::string& folder) {
   return isSamePath(fs::path(file).parent_path() / ".", fs::path(folder) / ".");
 }
@@ -48,9 +40,7 @@ class OutputFiles {
   /// Whether writing them would replace `file`.
   bool replace(const std::string& file) const {
     if (pictures_) return isInFolder(file, pictures_->outputFolder) && isName(nameOf(file));
-    if (output_ == kStandardStream) return false;
-    if (isSameFile(output_, file) || isSamePath(output_, file)) return true;
-    return pattern_ && isInFolder(file, parentOf(output_)) && pattern_->matches(nameOf(file));
+    return wouldReplace(output_, file);
   }
 
   /// One that is there already.

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "host/DetectionTally.h"
+#include "host/FramePipeline.h"
 #include "host/FrameRenderer.h"
 #include "host/PluginHost.h"
 #include "host/ProducerInputs.h"
@@ -15,7 +16,6 @@
 #include "io/UserError.h"
 #include "io/file_names.h"
 #include "io/nv12.h"
-#include "src/FramePipeline.h"
 #include "src/Progress.h"
 #include "src/RenderInputs.h"
 #include "src/RenderOutputs.h"

@@ -1,5 +1,7 @@
 #include "video/FrameWriter.h"
 
+#include <filesystem>
+
 #include "io/OutputPlace.h"
 #include "io/UserError.h"
 #include "io/file_names.h"
@@ -48,6 +50,17 @@ OutputKind outputKindOf(const std::string& path) {
   }
   throw UserError(path + ": unknown output ending '" + ending +
                   "'; it can be .mp4, .mkv, .y4m, .nv12 or a pattern such as name_%04d.png");
+}
+
+bool wouldReplace(const std::string& output, const std::string& input) {
+  namespace fs = std::filesystem;
+  const OutputKind kind = outputKindOf(output);
+  if (output == kStandardStream) return false;
+  if (isSameFile(output, input) || isSamePath(output, input)) return true;
+  if (kind != OutputKind::PngSequence) return false;
+  const fs::path file(input);
+  const bool sameFolder = isSamePath(fs::path(output).parent_path() / ".", file.parent_path() / ".");
+  return sameFolder && PngPattern(output).matches(file.filename().string());
 }
 
 std::unique_ptr<FrameWriter> openFrameWriter(const std::string& path, const VideoFormat& format,

@@ -10,4 +10,7 @@ std::string lowerCaseEnding(const std::string& path);
 /// Whether both names lead to one existing file, whatever links are on the way.
 bool isSameFile(const std::string& a, const std::string& b);
 
+/// Whether both names are of one place, where a file may exist or not.
+bool isSamePath(const std::string& a, const std::string& b);
+
 }  // namespace segmask

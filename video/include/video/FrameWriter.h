@@ -38,6 +38,10 @@ enum class OutputKind { Mp4, Mkv, Y4m, RawNv12, PngSequence };
 /// where the kind cannot go through one.
 OutputKind outputKindOf(const std::string& path);
 
+/// Whether writing `output` would replace the file `input`, by name or as a picture of a sequence. Standard
+/// output replaces none. Throws as outputKindOf.
+bool wouldReplace(const std::string& output, const std::string& input);
+
 /// The options of the H.264 encoder, as libx264 takes them. By default, a quality at which compression does
 /// not hide the overlay, at a speed that suits a laptop.
 struct EncoderOptions {

@@ -8,10 +8,10 @@
 #include <mutex>
 #include <vector>
 
-#include "host/DetectionStream.h"
+#include "host/BoundedQueue.h"
+#include "host/DetectionLineReader.h"
+#include "host/StageTimes.h"
 #include "io/Frame.h"
-#include "src/BoundedQueue.h"
-#include "src/StageTimes.h"
 
 namespace segmask {
 

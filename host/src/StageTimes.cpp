@@ -1,4 +1,4 @@
-#include "src/StageTimes.h"
+#include "host/StageTimes.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "src/StageTimes.h"
+#include "host/StageTimes.h"
 
 namespace segmask {
 namespace {

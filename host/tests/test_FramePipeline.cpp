@@ -11,7 +11,7 @@
 #include <thread>
 #include <vector>
 
-#include "src/FramePipeline.h"
+#include "host/FramePipeline.h"
 
 namespace segmask {
 namespace {

@@ -1,4 +1,4 @@
-#include "src/FramePipeline.h"
+#include "host/FramePipeline.h"
 
 #include <chrono>
 #include <optional>

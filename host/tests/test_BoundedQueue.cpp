@@ -7,7 +7,7 @@
 #include <thread>
 #include <vector>
 
-#include "src/BoundedQueue.h"
+#include "host/BoundedQueue.h"
 
 namespace segmask {
 namespace {

@@ -159,7 +159,7 @@ endmacro()
 
 macro(case_picture_library_with_tests_is_refused)
   configure("-DZELVO_TOOLS_ROOT=${world}/zelvo" -DSEG_MASK_BUILD_TESTS=ON)
-  expect_refusal("ZELVO_TOOLS_ROOT builds the plug-in alone; turn SEG_MASK_BUILD_TOOLS, _TESTS and _BENCHMARKS off")
+  expect_refusal("ZELVO_TOOLS_ROOT builds the plug-in alone; turn SEG_MASK_BUILD_TOOLS, _TESTS, _BENCHMARKS and _PYTHON off")
 endmacro()
 
 macro(case_picture_library_is_taken)

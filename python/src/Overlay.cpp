@@ -1,0 +1,101 @@
+#include "src/Overlay.h"
+
+#include <array>
+#include <cstdio>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "host/DetectionPayload.h"
+#include "src/DetectionList.h"
+#include "src/HeldBuffer.h"
+#include "src/Shutdown.h"
+#include "src/bindings.h"
+
+namespace nb = nanobind;
+
+using segmask::Nv12Layout;
+
+namespace segmask_python {
+namespace {
+
+void checkChroma(const HeldBuffer& uv, const Nv12Layout& layout) {
+  const auto columns = static_cast<int>(layout.chromaRowBytes());
+  if (uv.rows() == layout.chromaRows() && uv.columns() == columns) return;
+  std::array<char, 160> text{};
+  std::snprintf(text.data(), text.size(),
+                "uv: its shape (%d, %d) is not (%d, %d), which belongs to y of (%d, %d)", uv.rows(),
+                uv.columns(), layout.chromaRows(), columns, layout.height, layout.width);
+  throw nb::value_error(text.data());
+}
+
+}  // namespace
+
+std::string Settings::config() const {
+  std::array<char, 160> text{};
+  std::snprintf(text.data(), text.size(), R"({"alpha": %.17g, "min_score": %.17g, "max_overlay_dets": %d})",
+                alpha, minScore, maxOverlayDets);
+  return text.data();
+}
+
+std::string choosePlugin(bool fast) {
+  static std::mutex mutex;
+  static std::optional<bool> chosen;
+  const std::lock_guard<std::mutex> lock(mutex);
+  const auto fileOf = [](bool fused) { return fused ? segmask::kFastPluginFile : segmask::kPluginFile; };
+  if (chosen && *chosen != fast) {
+    throw std::runtime_error("fast: this process already draws with " + std::string(fileOf(*chosen)) +
+                             ", and a process can use one of the two: " + fileOf(fast) +
+                             " would need another process");
+  }
+  chosen = fast;
+  return segmask::defaultPluginPath(fileOf(fast));
+}
+
+void registerPayloads() {
+  static std::once_flag once;
+  std::call_once(once, segmask::registerDetectionPayload);
+}
+
+Overlay::Overlay(const Settings& settings) : host_(choosePlugin(settings.fast)) {
+  registerPayloads();
+  host_.plugin().setConfig(settings.config());
+}
+
+bool Overlay::draw(nb::handle y, nb::handle uv, nb::handle detections) {
+  const HeldBuffer luma(y.ptr(), "y", HeldBuffer::Access::Write);
+  const HeldBuffer chroma(uv.ptr(), "uv", HeldBuffer::Access::Write);
+  const Nv12Layout layout{luma.columns(), luma.rows()};
+  checkChroma(chroma, layout);
+  std::vector<segmask::DetectionLine> lines;
+  lines.push_back(detectionLine(detections, 0, {layout.width, layout.height}));
+
+  const Unlocked unlocked;
+  const std::lock_guard<std::mutex> lock(mutex_);
+  const uint64_t number = next_++;
+  lines[0].frame = number;
+  inputs_.advance(number, std::move(lines));
+  return rendererFor(layout).render(host_.plugin(), number, {luma.bytes(), luma.stride()},
+                                    {chroma.bytes(), chroma.stride()}, inputs_);
+}
+
+segmask::PlanesRenderer& Overlay::rendererFor(const Nv12Layout& layout) {
+  if (!renderer_ || layout.width != layout_.width || layout.height != layout_.height) {
+    renderer_ = std::make_unique<segmask::PlanesRenderer>(layout);
+    layout_ = layout;
+  }
+  return *renderer_;
+}
+
+void bindOverlay(nb::module_& module) {
+  nb::class_<Overlay>(module, "Overlay")
+      .def(
+          "__init__",
+          [](Overlay* self, double alpha, double minScore, int maxOverlayDets, bool fast) {
+            new (self) Overlay({alpha, minScore, maxOverlayDets, fast});
+          },
+          nb::arg("alpha"), nb::arg("min_score"), nb::arg("max_overlay_dets"), nb::arg("fast"))
+      .def("draw", &Overlay::draw, nb::arg("y").none(), nb::arg("uv").none(), nb::arg("detections").none());
+}
+
+}  // namespace segmask_python

@@ -1,0 +1,23 @@
+#include "io/UserError.h"
+#include "src/Shutdown.h"
+#include "src/bindings.h"
+
+namespace nb = nanobind;
+
+NB_MODULE(_native, module) {
+  // A program may end with overlays that are still used; that is no fault of its author's.
+  nb::set_leak_warnings(false);
+  nb::register_exception_translator([](const std::exception_ptr& error, void*) {
+    try {
+      std::rethrow_exception(error);
+    } catch (const segmask::UserError& user) {
+      PyErr_SetString(PyExc_RuntimeError, user.what());
+    }
+  });
+  segmask_python::Shutdown::install();
+  segmask_python::bindMasks(module);
+  segmask_python::bindDetections(module);
+  segmask_python::bindOverlay(module);
+  segmask_python::bindExplain(module);
+  segmask_python::bindRender(module);
+}

@@ -4,9 +4,9 @@
     bench/peers.py PROGRAM RESULTS LIBRARY...
 
 PROGRAM is bench/time_render.cpp's, RESULTS the JSON file to write, and each LIBRARY one of the plug-in (scripts/bench --peers
-gives them, and the Python that has the others). People of about 200x400 stand on a dark grey frame of 1920x1080; their masks
-of 160x160 span the frame. Ours get them as text and draw into NV12; the others get boolean masks of the frame's size and draw
-into RGB. Before anything is timed, each must have changed exactly the masks' pixels, and ours the same bytes.
+gives them, the Python that has the others, and the package segmask). People of about 200x400 stand on a dark grey frame of
+1920x1080; their masks of 160x160 span the frame. Ours get them as text and draw into NV12; the others get boolean masks of the
+frame's size and draw into RGB. Before anything is timed, each must have changed exactly the masks' pixels, and ours the same bytes.
 """
 
 import base64
@@ -23,6 +23,7 @@ import time
 
 WIDTH, HEIGHT, MASK_SIDE, ALPHA = 1920, 1080, 160, 0.45
 COUNTS = (1, 10, 30, 100)
+PACKAGE = "segmask.Overlay"  # of the Python package, with the library that draws a frame in one pass
 ROUNDS = 7
 VERSIONS = ("supervision", "torchvision", "torch", "ultralytics", "opencv-python", "numpy")
 
@@ -89,7 +90,8 @@ def require_drawn(who, crowd, before, after, color):
 
 
 class Ours:
-    """The plug-in's libraries, drawing one crowd; a process for each of them and every round."""
+    """The plug-in's libraries, drawing one crowd, a process for each of them and every round; and the Python package in this one,
+    whose payload is made of dicts, and which draws into planes of its caller's."""
 
     def __init__(self, program, libraries, folder, crowd):
         frame, payload, self.drawn = (str(folder / name) for name in ("frame.nv12", "payload.json", "drawn.nv12"))
@@ -101,18 +103,22 @@ class Ours:
         pathlib.Path(payload).write_text(crowd.payload)
         red, green, blue = crowd.colors[0]
         color = [0.299 * red + 0.587 * green + 0.114 * blue]
-        pictures = {library: self.picture(library) for library in self.commands}
+        self.y, self.uv = luma.copy(), np.full((HEIGHT // 2, WIDTH), 128, np.uint8)
+        self.detections, self.overlay = json.loads(crowd.payload)["detections"], segmask.Overlay()
+        pictures = {name: self.picture(name) for name in (*self.commands, PACKAGE)}
         for library, picture in pictures.items():
             require_drawn(library, crowd, luma[..., None], picture[: luma.size].reshape(HEIGHT, WIDTH, 1), color)
         if len({picture.tobytes() for picture in pictures.values()}) != 1:
             sys.exit(f"peers: {' and '.join(pictures)} draw differently")
 
-    def picture(self, library):
-        self.time(library)
-        return np.fromfile(self.drawn, dtype=np.uint8)
+    def picture(self, name):
+        self.time(name)
+        return np.concatenate([self.y.ravel(), self.uv.ravel()]) if name == PACKAGE else np.fromfile(self.drawn, dtype=np.uint8)
 
-    def time(self, library):
-        ended = subprocess.run(self.commands[library], capture_output=True, text=True, check=False)
+    def time(self, name):
+        if name == PACKAGE:
+            return milliseconds(lambda: self.overlay.draw(self.y, self.uv, self.detections))
+        ended = subprocess.run(self.commands[name], capture_output=True, text=True, check=False)
         if ended.returncode != 0:
             sys.exit(f"peers: {ended.stderr}")
         return json.loads(ended.stdout)[0]
@@ -249,11 +255,13 @@ def measure(program, libraries, peers, count, threads):
     crowd = Crowd(count)
     with tempfile.TemporaryDirectory() as folder:
         plugin = Ours(program, libraries, pathlib.Path(folder), crowd)
-        ours, theirs = {library: [] for library in plugin.commands}, {(peer.name, n): [] for peer in peers for n in threads}
+        ours, theirs = {name: [] for name in (*plugin.commands, PACKAGE)}, {(peer.name, n): [] for peer in peers for n in threads}
         drawings = {peer.name: checked(peer, crowd) for peer in peers}
         for _ in range(ROUNDS):
-            for library, times in ours.items():
-                times.append(plugin.time(library))
+            for name, times in ours.items():
+                if name == PACKAGE:
+                    plugin.time(name)  # as the others, it draws twice
+                times.append(plugin.time(name))
             for (name, n), times in theirs.items():
                 use_threads(n)
                 drawings[name].draw()
@@ -278,7 +286,7 @@ def main():
     peers, missing = without_missing(PEERS)
     rows = {peer.name: {"name": peer.name, "frame-sized": peer.frame_sized, "leaves out": peer.leaves_out, "milliseconds": {}}
             for peer in peers}
-    ours = {pathlib.Path(library).name: {} for library in libraries}
+    ours = {name: {} for name in (*(pathlib.Path(library).name for library in libraries), PACKAGE)}
     for count in COUNTS:
         print(f"peers: {count} masks", flush=True)
         own, theirs = measure(program, libraries, peers, count, threads)
@@ -303,5 +311,6 @@ if __name__ == "__main__":
     os.environ.setdefault("YOLO_VERBOSE", "false")
     os.environ.setdefault("YOLO_CONFIG_DIR", str(pathlib.Path(sys.argv[2]).resolve().parent))
     import numpy as np
+    import segmask
 
     main()

@@ -3,10 +3,12 @@
 
     bench/report.py RESULTS_FOLDER DOCUMENT
     bench/report.py --peers PEERS_FILE DOCUMENT
+    bench/report.py --python PACKAGE_FILE DOCUMENT
 
 RESULTS_FOLDER holds Google Benchmark's JSON, one file a program (scripts/bench makes them). In DOCUMENT, what stands between
 "<!-- NAME -->" and "<!-- /NAME -->" is replaced by the table of that name. Times are medians of processor time. With --peers,
-only the table of that name is, from what bench/peers.py measured; its times are medians by the clock.
+only the table of that name is, from what bench/peers.py measured; its times are medians by the clock. With --python, likewise
+from what bench/python_package.py measured, in processor time.
 """
 
 import json
@@ -270,6 +272,23 @@ def peers_table(measured):
     return "\n\n".join(lines)
 
 
+def python_tables(measured):
+    """Milliseconds, and as multiples of the first row; of drawing a frame, and of encoding all masks."""
+    def cell(time, least):
+        return f"{time:.3g}" if time == least else f"{time:.3g} ({time / least:.2f})"
+
+    drawing, encoding = measured["drawing"], measured["encoding"]
+    least = next(iter(drawing.values()))
+    header = ["drawing", *(f"{count} mask{'s' if count != '1' else ''}" for count in least)]
+    rows = [[name, *(cell(time, least[count]) for count, time in times.items())] for name, times in drawing.items()]
+    first = next(iter(encoding.values()))
+    versions = ", ".join(f"{name} {version}" for name, version in measured["versions"].items())
+    return "\n\n".join([
+        table(header, rows),
+        table(["encoding", "100 masks of 1920x1080"], [[name, cell(time, first)] for name, time in encoding.items()]),
+        f"{machine()} The others: {versions}. Medians of {measured['rounds']} rounds."])
+
+
 def write_tables(document, parts):
     text = document.read_text()
     for name, body in parts.items():
@@ -283,6 +302,10 @@ def main():
     if len(sys.argv) == 4 and sys.argv[1] == "--peers":
         measured = json.loads(pathlib.Path(sys.argv[2]).read_text())
         write_tables(pathlib.Path(sys.argv[3]), {"peers": peers_table(measured)})
+        return
+    if len(sys.argv) == 4 and sys.argv[1] == "--python":
+        measured = json.loads(pathlib.Path(sys.argv[2]).read_text())
+        write_tables(pathlib.Path(sys.argv[3]), {"python": python_tables(measured)})
         return
     if len(sys.argv) != 3:
         sys.exit(__doc__.strip())

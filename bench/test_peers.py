@@ -61,6 +61,18 @@ class PeersTable(unittest.TestCase):
                          "On a machine. The others: Python 3.11, torch 2; with 1 and 2 threads. Medians of 9 rounds.")
 
 
+class PythonTables(unittest.TestCase):
+    def test_have_a_row_each_with_the_time_and_its_ratio_to_the_first(self):
+        measured = {"drawing": {"C++": {"1": 2.0, "30": 4.0}, "ours": {"1": 2.1, "30": 4.2}}, "encoding": {"ours": 25.0, "NumPy": 100.0},
+                    "versions": {"numpy": "2"}, "rounds": 9}
+        with mock.patch("report.machine", return_value="On a machine."):
+            lines = report.python_tables(measured).splitlines()
+        self.assertEqual(lines, [
+            "| drawing | 1 mask | 30 masks |", "| --- | --- | --- |", "| C++ | 2 | 4 |", "| ours | 2.1 (1.05) | 4.2 (1.05) |", "",
+            "| encoding | 100 masks of 1920x1080 |", "| --- | --- |", "| ours | 25 |", "| NumPy | 100 (4.00) |", "",
+            "On a machine. The others: numpy 2. Medians of 9 rounds."])
+
+
 class WriteTables(unittest.TestCase):
     def written(self, text):
         with tempfile.TemporaryDirectory() as folder:

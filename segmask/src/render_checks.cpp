@@ -110,8 +110,12 @@ void checkNothingIsThere(const RenderOptions& options, const OutputFiles& output
   if (existing) throw UserError(*existing + ": exists, and -n never overwrites");
 }
 
+bool isEncoded(OutputKind kind) {
+  return kind == OutputKind::Mp4 || kind == OutputKind::Mkv;
+}
+
 /// Throws UserError for values that the encoder would refuse in its own words, or that have no effect.
-void checkEncoding(const RenderOptions& options) {
+void checkEncoding(const RenderOptions& options, bool pictures) {
   constexpr double kLargestCrf = 51;
   const std::string& crf = options.encoder.crf;
   const bool isNumber =
@@ -128,6 +132,11 @@ void checkEncoding(const RenderOptions& options) {
     for (std::size_t i = 1; i < presets.size(); ++i) all += ", " + presets[i];
     throw UserError("--preset: there is no '" + preset + "'" +
                     (nearest.empty() ? ", only " + all : "; did you mean '" + nearest + "'?"));
+  }
+  const EncoderOptions usual;
+  const bool isAsked = crf != usual.crf || preset != usual.preset;
+  if (isAsked && (pictures || !isEncoded(outputKindOf(options.output)))) {
+    throw UserError(options.output + ": --crf and --preset are for outputs in .mp4 and .mkv");
   }
 }
 
@@ -166,7 +175,7 @@ void checkOptions(const RenderOptions& options, const std::optional<PicturePlan>
   if (options.contactSheet && lowerCaseEnding(*options.contactSheet) != ".png") {
     throw UserError(*options.contactSheet + ": a contact sheet is a .png file");
   }
-  checkEncoding(options);
+  checkEncoding(options, pictures.has_value());
   checkStreams(options);
   checkRoles(options, outputs);
   if (pictures && isSamePath(options.input, pictures->outputFolder)) {

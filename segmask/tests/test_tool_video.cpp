@@ -178,6 +178,8 @@ TEST_F(ToolVideo, EncoderOptionsReachTheEncoder) {
     expectRefused("v.mp4", "out.mp4", {std::string("--crf=") + crf},
                   std::string("--crf: '") + crf + "' is not a number from 0 to 51");
   }
+  expectRefused("v.mp4", "out.y4m", {"--crf", "20"},
+                path("out.y4m") + ": --crf and --preset are for outputs in .mp4 and .mkv");
   expectRefused("v.mp4", "out.mp4", {"--preset", "veryfats"},
                 "--preset: there is no 'veryfats'; did you mean 'veryfast'?");
   expectRefused(

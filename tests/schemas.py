@@ -159,6 +159,8 @@ BAD = [
     ("explanation", "line", "1", "type"),
     ("explanation", "frame", -1, "minimum"),
     ("explanation", "frame", "0", "type"),
+    ("explanation", "image", "", "minLength"),
+    ("explanation", "image", 1, "type"),
     ("explanation", "producer", "", "minLength"),
     ("explanation", "producer", 1, "type"),
     ("explanation", "index", -1, "minimum"),

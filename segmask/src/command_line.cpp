@@ -165,9 +165,12 @@ CLI::App* addExplain(CLI::App& app, ExplainOptions& options) {
   explain->add_option("--detections", options.detections, "Detections, as for segmask render")
       ->required()
       ->type_name("FILE.jsonl");
-  explain->add_option("--size", options.size, "Size of the frames that they are for")
-      ->required()
-      ->type_name("WxH");
+  CLI::Option* const size =
+      explain->add_option("--size", options.size, "Size of the frames that they are for")->type_name("WxH");
+  explain
+      ->add_option("--images", options.images, "In its place: the folder of the pictures that they are for")
+      ->excludes(size)
+      ->type_name("FOLDER");
   explain->add_option("--frame", options.frame, "Explain this frame alone (default: all)")
       ->check(kWholeNumber)
       ->type_name("N");

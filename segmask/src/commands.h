@@ -60,8 +60,9 @@ int render(const RenderOptions& options);
 /// The options of `segmask explain`.
 struct ExplainOptions {
   std::string detections;
-  std::string size;
-  std::optional<uint64_t> frame;  ///< the only one to explain
+  std::optional<std::string> size;    ///< of all frames
+  std::optional<std::string> images;  ///< in its place, the folder of the pictures that the lines are for
+  std::optional<uint64_t> frame;      ///< the only one to explain
   std::optional<std::string> config;
   bool json = false;
 };

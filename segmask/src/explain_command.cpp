@@ -1,17 +1,24 @@
 #include <cstddef>
+#include <filesystem>
 #include <iostream>
 #include <optional>
 #include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "core/SwJsonDocument.h"
 #include "detection/class_color.h"
 #include "host/DetectionStream.h"
+#include "host/PictureDetections.h"
 #include "host/ProducerInputs.h"
 #include "host/verdict_words.h"
+#include "io/UserError.h"
 #include "src/commands.h"
 #include "src/detection_file_check.h"
 #include "src/payloads.h"
 #include "video/FrameReader.h"
+#include "video/pictures.h"
 
 using seg_mask::Outcome;
 using seg_mask::RgbColor;
@@ -20,38 +27,47 @@ using seg_mask::Verdict;
 namespace segmask {
 namespace {
 
-/// What is explained: frames of a detections file, by the rules of a plug-in with these settings.
+/// What is explained: frames or pictures of a detections file, by the rules of a plug-in with these settings.
 class Explanation {
  public:
   explicit Explanation(const ExplainOptions& options)
-      : options_(options),
-        size_(sizeOf(options.size)),
-        stream_(options.detections, size_),
-        judge_(decisionSettings(options.config)) {}
+      : options_(options), judge_(decisionSettings(options.config)) {}
 
-  /// All lines, or those of one frame, to standard output.
-  void print() {
-    // The lines before that frame count too, because producers stand in the order of their first line.
-    while (const std::optional<uint64_t> frame = nextFrame()) {
-      if (options_.frame && *frame > *options_.frame) break;
-      inputs_.advance(*frame, stream_.take(*frame));
-      if (!options_.frame || *frame == *options_.frame) printFrame(*frame);
+  /// All lines, or those of one frame, to standard output. The lines before that frame count too, because
+  /// producers stand in the order of their first line.
+  void printFrames() {
+    const FrameSize size = parseFrameSize(*options_.size);
+    size_ = {size.width, size.height};
+    DetectionStream stream(options_.detections, size_);
+    file_ = stream.path();
+    while (stream.rest()) {
+      const uint64_t frame = stream.rest()->frame;
+      if (options_.frame && frame > *options_.frame) break;
+      explainFrame(frame, stream.take(frame));
     }
-    std::cout << std::flush;
+  }
+
+  /// The same for a folder of pictures, each of its own size.
+  void printPictures() {
+    const std::vector<std::string> paths = picturesOf(*options_.images);
+    std::vector<std::string> names;
+    for (const std::string& path : paths) names.push_back(std::filesystem::path(path).filename().string());
+    PictureDetections detections(options_.detections, names);
+    file_ = detections.path();
+    PictureReader reader(paths, false);
+    Frame frame;
+    for (uint64_t number = 0; reader.next(frame); ++number) {
+      if (options_.frame && number > *options_.frame) break;
+      size_ = {reader.formatOf(number).width, reader.formatOf(number).height};
+      image_ = names[static_cast<std::size_t>(number)];
+      explainFrame(number, detections.take(number, size_));
+    }
   }
 
  private:
-  static render_base::FrameSize sizeOf(const std::string& text) {
-    const FrameSize size = parseFrameSize(text);
-    return {size.width, size.height};
-  }
-
-  std::optional<uint64_t> nextFrame() {
-    const std::optional<DetectionLine>& line = stream_.rest();
-    return line ? std::optional<uint64_t>(line->frame) : std::nullopt;
-  }
-
-  void printFrame(uint64_t frame) {
+  void explainFrame(uint64_t frame, std::vector<DetectionLine> lines) {
+    inputs_.advance(frame, std::move(lines));
+    if (options_.frame && frame != *options_.frame) return;
     RenderContext context;
     inputs_.fill(context, frame);
     for (const Verdict& verdict : judge_.judge(context, size_)) {
@@ -61,8 +77,13 @@ class Explanation {
 
   std::string textLine(uint64_t frame, const Verdict& verdict) const {
     std::ostringstream text;
-    text << stream_.path() << ":" << inputs_.lineOf(*verdict.input) << ": frame " << frame << ", "
-         << providerKey(*verdict.input) << ", detections[" << verdict.index << "]: ";
+    text << file_ << ":" << inputs_.lineOf(*verdict.input) << ": ";
+    if (image_.empty()) {
+      text << "frame " << frame;
+    } else {
+      text << image_;
+    }
+    text << ", " << providerKey(*verdict.input) << ", detections[" << verdict.index << "]: ";
     if (verdict.outcome != Outcome::Drawn) {
       text << "not drawn: " << whyDropped(verdict, judge_.settings(), size_);
     } else {
@@ -78,6 +99,7 @@ class Explanation {
     SwJsonObject object;
     object.insert("line", inputs_.lineOf(*verdict.input));
     object.insert("frame", frame);
+    if (!image_.empty()) object.insert("image", image_);
     object.insert("producer", providerKey(*verdict.input));
     object.insert("index", verdict.index);
     object.insert("drawn", verdict.outcome == Outcome::Drawn);
@@ -98,8 +120,9 @@ class Explanation {
   }
 
   const ExplainOptions& options_;
-  render_base::FrameSize size_;
-  DetectionStream stream_;
+  std::string file_;
+  render_base::FrameSize size_{};  ///< of the frame or picture that is explained
+  std::string image_;              ///< its name; empty for a frame
   ProducerInputs inputs_{0};
   seg_mask::DetectionJudge judge_;
 };
@@ -108,10 +131,17 @@ class Explanation {
 
 int explain(const ExplainOptions& options) {
   if (options.config) checkConfig(*options.config);
+  if (!options.size && !options.images) {
+    throw UserError("--size or --images is required, because the frames' size decides what is drawn");
+  }
   refuseOtherFiles(options.detections);
-  Explanation explanation(options);
   registerPayloads(false);
-  explanation.print();
+  Explanation explanation(options);
+  if (options.images) {
+    explanation.printPictures();
+  } else {
+    explanation.printFrames();
+  }
   return kExitDone;
 }
 

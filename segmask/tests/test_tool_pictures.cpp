@@ -218,4 +218,28 @@ TEST_F(ToolPictures, LinesThatNameNoPictureAreRefused) {
                 path("d.jsonl") + ":2: there is no picture \"x.png\"");
 }
 
+TEST_F(ToolPictures, AreExplainedEachInItsSize) {
+  const auto explain = [&](const std::vector<std::string>& more) {
+    std::vector<std::string> all{"explain", "--detections", path("d.jsonl"), "--images", path("in")};
+    all.insert(all.end(), more.begin(), more.end());
+    return runTool(all);
+  };
+  folder_.write("d.jsonl",
+                line(R"("image": "in/b.png")") + line(R"("frame": 0)", 63) + line(R"("frame": 2)", 40));
+  const auto drawn = [&](const std::string& place, int pixels) {
+    return path("d.jsonl") + ":" + place +
+           ", p, detections[0]: drawn, class 4 in red 207, green 210, blue 49, " + std::to_string(pixels) +
+           (pixels == 1 ? " pixel\n" : " pixels\n");
+  };
+  EXPECT_EQ(explain({}).out,
+            drawn("2: a.jpg", 38) + drawn("1: b.png", 35 * 20) + path("d.jsonl") +
+                ":3: c.JPEG, p, detections[0]: not drawn: its mask has no pixel inside its box (x 0, y "
+                "0, w 99, h 99); the mask spans the whole frame, the box only limits it\n");
+  EXPECT_EQ(explain({"--frame", "1"}).out, drawn("1: b.png", 35 * 20));
+  const std::string object = explain({"--frame", "1", "--json"}).out;
+  EXPECT_NE(object.find(R"("frame": 1,"image": "b.png",)"), std::string::npos) << object;
+  EXPECT_EQ(runTool({"explain", "--detections", path("d.jsonl")}).err,
+            "segmask: --size or --images is required, because the frames' size decides what is drawn\n");
+}
+
 }  // namespace

@@ -18,7 +18,7 @@ LEARNING = 0.05  # weight of a frame in the mean
 THRESHOLD = 25.0  # of the luma
 LEAST = 40  # mask pixels
 
-if len(sys.argv) != 2:
+if len(sys.argv) != 2 or sys.argv[1].startswith("-"):
     sys.exit(__doc__)
 mean = None
 with av.open(sys.argv[1]) as container:

@@ -21,6 +21,7 @@
 #include "src/bindings.h"
 #include "video/FrameReader.h"
 #include "video/FrameWriter.h"
+#include "video/libav_handles.h"
 
 namespace nb = nanobind;
 
@@ -137,6 +138,7 @@ void checkOutput(const std::string& output, const std::string& input) {
 nb::dict render(const std::string& input, const std::string& output, const std::optional<std::string>& size,
                 const Settings& settings, Callbacks callbacks) {
   checkOutput(output, input);
+  segmask::silenceLibav();  // its notes would come to the host's standard error
   std::unique_ptr<segmask::FrameReader> reader;
   {
     const Unlocked unlocked;

@@ -1,5 +1,8 @@
 #include "src/command_line.h"
 
+#include <poll.h>
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <csignal>
@@ -73,7 +76,7 @@ void addInputs(CLI::App* render, RenderOptions& options) {
       ->add_option("--start", options.start,
                    "Begin at this frame (250) or time (12.5, 90s, 1:30); frames keep their numbers")
       ->type_name("N|TIME");
-  render->add_option("--frames", options.frames, "Draw at most so many frames")
+  render->add_option("--frames", options.frames, "Draw at most N frames")
       ->check(kWholeNumber)
       ->check(kNotZero)
       ->type_name("N");
@@ -108,7 +111,7 @@ void addOutputs(CLI::App* render, RenderOptions& options) {
       ->type_name("FILE");
   CLI::Option* const never = render->add_flag("-n", options.neverOverwrite,
                                               "Never overwrite: end with exit code 2 if something is there");
-  render->add_flag("-y", "Overwrite what is there, as without it")->excludes(never);
+  render->add_flag("-y", "Overwrite existing files (the default)")->excludes(never);
   render->add_flag("--no-audio", options.noAudio,
                    "Do not copy the input's sound; .mp4 and .mkv get it and the subtitles otherwise");
   render
@@ -181,7 +184,8 @@ CLI::App* addExplain(CLI::App& app, ExplainOptions& options) {
 }
 
 void addInspect(CLI::App& app, PluginChoice& plugin) {
-  CLI::App* const inspect = app.add_subcommand("inspect", "Show what a plug-in says of itself");
+  CLI::App* const inspect =
+      app.add_subcommand("inspect", "Show a plug-in's name, inputs and configuration schema");
   addPluginChoice(*inspect, plugin);
 }
 
@@ -270,9 +274,13 @@ std::string textOf(const CLI::ParseError& error) {
   return text;
 }
 
-/// Throws UserError unless standard output has taken all that was written to it.
+/// Throws ClosedPipe or another UserError unless standard output has taken all that was written to it.
 void checkStandardOutput() {
-  if (!std::cout.flush()) throw UserError("standard output: not all could be written");
+  if (std::cout.flush()) return;
+  pollfd output{STDOUT_FILENO, POLLOUT, 0};
+  const bool isClosed = poll(&output, 1, 0) == 1 && (output.revents & POLLERR) != 0;
+  if (isClosed) throw ClosedPipe("standard output: nobody reads it any more");
+  throw UserError("standard output: not all could be written");
 }
 
 int parseAndRun(int argc, char** argv) {
@@ -281,8 +289,8 @@ int parseAndRun(int argc, char** argv) {
   app.set_version_flag("--version", SEGMASK_VERSION);
   app.footer(
       "Exit codes: 0 done; 1 some jobs of a batch failed; 2 bad input or a failure, nothing was written; 3 "
-      "done, but with --strict some detection was not drawn or the input was damaged; 141 nobody reads the "
-      "output any more; 130 interrupted, what was done so far was written.");
+      "done, but with --strict some detection was not drawn or the input was damaged; 130 interrupted, what "
+      "render had done so far was written; 141 nobody reads the output any more.");
   Options options;
   const CLI::App* const renderCommand = addRender(app, options.render);
   const CLI::App* const explainCommand = addExplain(app, options.explain);

@@ -51,6 +51,7 @@ class Explanation {
   void printPictures() {
     const std::vector<std::string> paths = picturesOf(*options_.images);
     std::vector<std::string> names;
+    names.reserve(paths.size());
     for (const std::string& path : paths) names.push_back(std::filesystem::path(path).filename().string());
     PictureDetections detections(options_.detections, names);
     file_ = detections.path();

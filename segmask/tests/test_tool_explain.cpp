@@ -1,9 +1,14 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include "io/FileDescriptor.h"
 #include "test_support/TempFolder.h"
 #include "tests/run_tool.h"
 
 namespace {
+
+using segmask::FileDescriptor;
 
 std::string detection(const std::string& box, const std::string& score, int class_id = 0) {
   return "{" + box + R"(, "class_id": )" + std::to_string(class_id) + R"(, "score": )" + score +
@@ -81,6 +86,19 @@ TEST_F(ToolExplain, RefusesWhatItCannotRead) {
   EXPECT_NE(runTool({"explain", "--detections", folder_.path("d.jsonl"), "--size", "8"})
                 .err.find("'8' is not WIDTHxHEIGHT"),
             std::string::npos);
+}
+
+TEST_F(ToolExplain, AClosedPipeEndsItQuietly) {
+  int ends[2];
+  ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+  close(ends[0]);
+  const std::string messages = folder_.write("messages", "");
+  const FileDescriptor file(open(messages.c_str(), O_WRONLY | O_CLOEXEC));
+  const pid_t process =
+      startTool({"explain", "--detections", folder_.path("d.jsonl"), "--size", "8x4"}, ends[1], file.get());
+  close(ends[1]);
+  EXPECT_EQ(waitForTool(process), 141);
+  EXPECT_EQ(readFile(messages), "");
 }
 
 }  // namespace

@@ -82,10 +82,15 @@ void removeLeftBehind(const std::string& folder) {
 /// The target with links followed, because renaming onto a link would replace the link and not the file that
 /// it leads to.
 fs::path resolved(const std::string& target) {
+  constexpr int kMostLinks = 40;  // as Linux follows
+  fs::path path = target;
   std::error_code error;
-  if (!fs::is_symlink(target, error)) return target;
-  const fs::path real = fs::weakly_canonical(target, error);
-  return error ? fs::path(target) : real;
+  for (int i = 0; i < kMostLinks && fs::is_symlink(path, error); ++i) {
+    const fs::path next = fs::read_symlink(path, error);
+    if (error) break;
+    path = next.is_absolute() ? next : path.parent_path() / next;
+  }
+  return path;
 }
 
 void refuseUnlessFile(const fs::path& target) {

@@ -51,6 +51,19 @@ TEST(StagedOutput, MovesAllFilesOfASequence) {
   EXPECT_EQ(readFile(folder.path("9.png")), "old");
 }
 
+TEST(StagedOutput, FollowsALinkToAFileThatIsNotThereYet) {
+  const TempFolder folder;
+  std::filesystem::create_directory(folder.path("sub"));
+  std::filesystem::create_symlink("sub/real", folder.path("link"));
+  {
+    StagedOutput output(folder.path("link"));
+    put(output.path(), "new");
+    output.commit();
+  }
+  EXPECT_TRUE(std::filesystem::is_symlink(folder.path("link")));
+  EXPECT_EQ(readFile(folder.path("sub/real")), "new");
+}
+
 TEST(StagedOutput, FollowsALinkInsteadOfReplacingIt) {
   const TempFolder folder;
   folder.write("real", "old");

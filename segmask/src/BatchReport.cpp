@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <cerrno>
 #include <iostream>
 #include <utility>
 
@@ -40,6 +41,7 @@ void BatchReport::writeLine(const std::string& line) {
     // It is the terminal with the bar.
     progress_->printAbove(line);
   } else if (const int error = writeFully(STDOUT_FILENO, text.data(), text.size())) {
+    if (error == EPIPE) throw ClosedPipe("standard output: nobody reads it any more");
     throw systemError("standard output", error);
   }
 }

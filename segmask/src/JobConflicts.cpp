@@ -58,10 +58,12 @@ void JobConflicts::addSequence(const std::string& path, uint64_t line) {
       if (meet) refuse(path, other.line);
     }
   }
-  for (auto file = files_.lower_bound(folder + "/"); file != files_.end(); ++file) {
-    const fs::path name(file->first);
-    if (name.parent_path() != folder) break;
-    if (pattern.matches(name.filename().string())) refuse(file->first, file->second);
+  const std::string prefix = fs::path(folder) / "";
+  for (auto file = files_.lower_bound(prefix); file != files_.end(); ++file) {
+    const auto& [name, writer] = *file;
+    if (name.compare(0, prefix.size(), prefix) != 0) break;
+    // Folders within it stand among its files.
+    if (pattern.matches(name.substr(prefix.size()))) refuse(name, writer);
   }
   others.push_back({pattern, line});
 }

@@ -137,7 +137,8 @@ std::optional<JobRecord> readRecord(const BatchJob& job) {
 
 InputsAre compareInputs(const SwJsonObject& now, const SwJsonObject& recorded) {
   if (!haveSame("size", now, recorded)) return InputsAre::Different;
-  return haveSame("mtime_ns", now, recorded) ? InputsAre::Same : InputsAre::Touched;
+  const bool isSame = haveSame("path", now, recorded) && haveSame("mtime_ns", now, recorded);
+  return isSame ? InputsAre::Same : InputsAre::Touched;
 }
 
 bool haveSameDigests(const SwJsonObject& now, const SwJsonObject& recorded) {

@@ -218,7 +218,8 @@ CLI::App* addBatch(CLI::App& app, BatchOptions& options) {
   batch->add_flag("--no-progress", options.noProgress, "Show no progress");
   batch->footer(
       "Exit codes: 0 all jobs are done; 1 some failed, the others are done; 2 an error in the list or the "
-      "options, nothing was started; 3 done, but a job with \"strict\" dropped something; 130 interrupted, "
+      "options, nothing was started, or the results could not be written; 3 done, but a job with \"strict\" "
+      "dropped something; 130 interrupted, "
       "outputs are whole or not there.");
   return batch;
 }

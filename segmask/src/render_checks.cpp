@@ -10,6 +10,7 @@
 #include "io/OutputPlace.h"
 #include "io/UserError.h"
 #include "io/file_names.h"
+#include "src/FrameSource.h"
 #include "src/PicturePlan.h"
 #include "src/commands.h"
 #include "src/nearest_name.h"
@@ -29,7 +30,7 @@ std::string nameOf(const std::string& file) {
   return fs::path(file).filename().string();
 }
 
-/// The files that the frames or pictures of a run become.
+/// The files that the frames or pictures of a run become, and the pictures that they are made of.
 class OutputFiles {
  public:
   OutputFiles(const std::string& output, const std::optional<PicturePlan>& pictures)
@@ -39,8 +40,14 @@ class OutputFiles {
 
   /// Whether writing them would replace `file`.
   bool replace(const std::string& file) const {
-    if (pictures_) return isInFolder(file, pictures_->outputFolder) && isName(nameOf(file));
+    if (pictures_) return isInFolder(file, pictures_->outputFolder) && isIn(pictures_->outputs, nameOf(file));
     return wouldReplace(output_, file);
+  }
+
+  /// Whether `file` is one of the pictures that are read.
+  bool read(const std::string& file) const {
+    return pictures_ && isInFolder(file, fs::path(pictures_->inputs.front()).parent_path().string()) &&
+           isIn(pictures_->names, nameOf(file));
   }
 
   /// One that is there already.
@@ -51,7 +58,8 @@ class OutputFiles {
     std::error_code error;  // of a folder that is missing: nothing is in it
     for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
       const std::string name = nameOf(entry->path().string());
-      if (pictures_ ? isName(name) : pattern_->matches(name)) return (fs::path(folder) / name).string();
+      if (pictures_ ? isIn(pictures_->outputs, name) : pattern_->matches(name))
+        return (fs::path(folder) / name).string();
     }
     return std::nullopt;
   }
@@ -67,8 +75,8 @@ class OutputFiles {
     return parent.empty() ? "." : parent.string();
   }
 
-  bool isName(const std::string& name) const {
-    return std::find(pictures_->outputs.begin(), pictures_->outputs.end(), name) != pictures_->outputs.end();
+  static bool isIn(const std::vector<std::string>& names, const std::string& name) {
+    return std::find(names.begin(), names.end(), name) != names.end();
   }
 
   const std::string& output_;
@@ -95,6 +103,9 @@ void checkRoles(const RenderOptions& options, const OutputFiles& outputs) {
   }
   for (const auto& [extra, file] : extras) {
     if (outputs.replace(*file)) throw UserError(*file + ": " + extra + " and --output are the same file");
+  }
+  for (const auto& [extra, file] : extras) {
+    if (outputs.read(*file)) throw UserError(*file + ": " + extra + " would replace --input");
   }
   if (extras.size() == 2 && isSamePath(*extras[0].second, *extras[1].second)) {
     throw UserError(*extras[1].second + ": --summary-json and --contact-sheet are the same file");
@@ -176,6 +187,7 @@ void checkOptions(const RenderOptions& options, const std::optional<PicturePlan>
     throw UserError(*options.contactSheet + ": a contact sheet is a .png file");
   }
   checkEncoding(options, pictures.has_value());
+  if (options.start) static_cast<void>(parseStartPoint(*options.start));
   checkStreams(options);
   checkRoles(options, outputs);
   if (pictures && isSamePath(options.input, pictures->outputFolder)) {

@@ -97,6 +97,7 @@ TEST_F(JobListTest, FaultsNameTheLine) {
   EXPECT_EQ(faultOf(job("o.nv12", R"(, "config": "[]")")),
             "1: --config: not a JSON object (it takes the object itself, like '{\"alpha\": 0.5}')");
   EXPECT_EQ(faultOf(job("o.nv12", R"(, "strict": true, "no-explain": true)")).substr(0, 3), "1: ");
+  EXPECT_EQ(faultOf(job("o.nv12", R"(, "start": "0:0:0:1")")).substr(0, 10), "1: --start");
   EXPECT_EQ(faultOf(job("-")), "1: -: a job has files, not standard input or output");
 }
 
@@ -139,6 +140,12 @@ TEST_F(JobListTest, ContactSheetsAreOutputsToo) {
   EXPECT_EQ(faultOf(job("1.nv12", R"(, "contact-sheet": "f_3.png")") + job("f_%d.png")),
             "2: " + path("f_3.png") + ": the job of line 1 writes it too");
   EXPECT_EQ(faultOf(job("f_%d.png") + job("1.nv12", R"(, "contact-sheet": "f_3.png")")),
+            "2: " + path("f_3.png") + ": the job of line 1 writes it too");
+}
+
+TEST_F(JobListTest, FilesOfFoldersThatComeFirstDoNotHideThoseBehind) {
+  fs::create_directory(path("aa"));
+  EXPECT_EQ(faultOf(job("aa/1.nv12", R"(, "contact-sheet": "f_3.png")") + job("f_%d.png")),
             "2: " + path("f_3.png") + ": the job of line 1 writes it too");
 }
 

@@ -293,6 +293,28 @@ TEST_F(ToolBatch, AnInputOfTheSameBytesWithAnotherTimeIsTheSame) {
   EXPECT_EQ(statuses(batch().out), Names{"done"});
 }
 
+TEST_F(ToolBatch, AnotherInputOfTheSameSizeAndTimeIsNotTheSame) {
+  folder_.write("other.nv12", std::string(2 * frameBytes(16, 16), '\x40'));
+  const std::array<timespec, 2> times{timespec{1'000'000'000, 5}, timespec{1'000'000'000, 5}};
+  for (const char* input : {"in.nv12", "other.nv12"}) {
+    ASSERT_EQ(utimensat(AT_FDCWD, path(input).c_str(), times.data(), 0), 0);
+    list_.clear();
+    add("a.nv12", "", input);
+    EXPECT_EQ(statuses(batch().out), Names{"done"}) << input;
+    EXPECT_TRUE(readFile(path("out/a.nv12")) == drawn(input));
+  }
+}
+
+TEST_F(ToolBatch, AClosedPipeEndsItQuietly) {
+  add("a.nv12");
+  int ends[2];
+  ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+  close(ends[0]);
+  const pid_t process = startTool(arguments(), ends[1], STDERR_FILENO);
+  close(ends[1]);
+  EXPECT_EQ(waitForTool(process), 141);
+}
+
 TEST_F(ToolBatch, AJobThatFailsIsNamedAndTheOthersAreDone) {
   folder_.write("broken.mp4", "this is no video");
   add("a.nv12");

@@ -195,8 +195,21 @@ TEST_F(ToolPictures, OutputsThatCannotTakeThemAreRefused) {
   expectRefused("in", "none/out", good, path("none/out") + ": No such file or directory");
   expectRefused("in", "out", good, path("out/a.png") + ": --summary-json and --output are the same file",
                 {"--summary-json", path("out/a.png")});
+  expectRefused("in", "out", good, path("in/b.png") + ": --summary-json would replace --input",
+                {"--summary-json", path("in/b.png")});
   make("in/a.png", "png", AV_PIX_FMT_RGB24, 8, 8);
   expectRefused("in", "out", good, path("in") + ": a.jpg and a.png would both become a.png");
+}
+
+TEST_F(ToolPictures, ALinkInTheFolderIsReplacedAndNotFollowed) {
+  fs::create_directory(path("out"));
+  fs::create_symlink("../in/b.png", path("out/a.png"));
+  const std::string before = readFile(path("in/b.png"));
+  EXPECT_EQ(render("in", "out", line(R"("frame": 0)")).exitCode, 0);
+  EXPECT_EQ(namesIn("out"), (Names{"a.png", "b.png", "c.png"}));
+  EXPECT_FALSE(fs::is_symlink(path("out/a.png")));
+  EXPECT_EQ(namesIn("in"), (Names{"a.jpg", "b.png", "c.JPEG"}));
+  EXPECT_TRUE(readFile(path("in/b.png")) == before);
 }
 
 TEST_F(ToolPictures, OptionsOfVideosAreRefused) {

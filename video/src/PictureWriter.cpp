@@ -26,7 +26,8 @@ PictureWriter::PictureWriter(std::string folder, std::vector<std::string> names)
     : folder_(std::move(folder)), names_(std::move(names)), isFolderMade_(mkdir(folder_.c_str(), 0777) == 0) {
   if (!isFolderMade_ && errno != EEXIST) throw systemError(folder_, errno);
   try {
-    stage_ = std::make_unique<StagedOutput>((fs::path(folder_) / names_.front()).string());
+    // Not the name of a picture, which may be a link to another folder.
+    stage_ = std::make_unique<StagedOutput>((fs::path(folder_) / ".segmask").string());
   } catch (...) {
     if (isFolderMade_) rmdir(folder_.c_str());
     throw;

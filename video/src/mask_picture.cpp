@@ -1,6 +1,7 @@
 #include "video/mask_picture.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <new>
 
@@ -13,12 +14,25 @@ namespace {
 
 constexpr char kSignature[] = "\x89PNG\r\n\x1A\n";
 constexpr std::size_t kSignatureBytes = 8;
+constexpr char kDamaged[] = "the PNG file is damaged or cut off";
 
-/// Where the header's fields stand in the file.
+constexpr char kHeaderKind[] = "IHDR";
+
+/// Where the header's fields stand in the file, of which it is the first chunk.
+constexpr std::size_t kHeaderKindAt = 12;
 constexpr std::size_t kWidthAt = 16;
 constexpr std::size_t kHeightAt = 20;
 constexpr std::size_t kSampleBitsAt = 24;
+constexpr std::size_t kColorKindAt = 25;
 constexpr std::size_t kHeaderBytes = 33;
+
+constexpr char kColorKindGrey = 0;
+constexpr char kColorKindPalette = 3;
+
+/// A chunk is the number of its data's bytes, four letters, the data and a checksum.
+constexpr std::size_t kChunkKindAt = 4;
+constexpr std::size_t kChunkDataAt = 8;
+constexpr std::size_t kChunkFrameBytes = 12;
 
 uint32_t bigEndian(const std::string& bytes, std::size_t at) {
   uint32_t number = 0;
@@ -30,6 +44,7 @@ uint32_t bigEndian(const std::string& bytes, std::size_t at) {
 void checkHeader(const std::string& bytes) {
   if (!isPng(bytes)) throw UserError("is no PNG file");
   if (bytes.size() < kHeaderBytes) throw UserError("the PNG file is cut off");
+  if (bytes.compare(kHeaderKindAt, 4, kHeaderKind) != 0) throw UserError(kDamaged);
   const uint64_t pixels = uint64_t{bigEndian(bytes, kWidthAt)} * bigEndian(bytes, kHeightAt);
   if (pixels > static_cast<uint64_t>(kMostMaskPicturePixels)) {
     throw UserError("has more than " + std::to_string(kMostMaskPicturePixels) + " pixels");
@@ -43,6 +58,7 @@ AVFramePtr decode(const std::string& bytes) {
   const AVCodecContextPtr decoder(avcodec_alloc_context3(codec));
   if (!decoder) throw std::bad_alloc();
   decoder->thread_count = 1;
+  decoder->max_pixels = kMostMaskPicturePixels;
   decoder->err_recognition = AV_EF_CRCCHECK | AV_EF_EXPLODE;
   if (avcodec_open2(decoder.get(), codec, nullptr) < 0) throw UserError("the PNG decoder does not start");
   const AVPacketPtr packet = makeAVPacket();
@@ -52,8 +68,43 @@ AVFramePtr decode(const std::string& bytes) {
   int error = avcodec_send_packet(decoder.get(), packet.get());
   if (error == 0) error = avcodec_receive_frame(decoder.get(), picture.get());
   if (error == AVERROR(ENOMEM)) throw std::bad_alloc();
-  if (error < 0) throw UserError("the PNG file is damaged or cut off");
+  if (error < 0) throw UserError(kDamaged);
   return picture;
+}
+
+/// The data of the chunk that says which palette indices, or which value of grey or colours, are transparent.
+/// Empty where there is none before the picture's own data.
+std::string transparencyOf(const std::string& bytes) {
+  std::size_t at = kSignatureBytes;
+  while (bytes.size() - at >= kChunkFrameBytes) {
+    const std::size_t size = bigEndian(bytes, at);
+    const std::string kind = bytes.substr(at + kChunkKindAt, 4);
+    if (kind == "IDAT" || size > bytes.size() - at - kChunkFrameBytes) break;
+    if (kind == "tRNS") return bytes.substr(at + kChunkDataAt, size);
+    at += kChunkFrameBytes + size;
+  }
+  return {};
+}
+
+using ValueTable = std::array<uint8_t, 256>;
+
+/// What the decoder's palette indices and grey values are in the file, or 0 where that is transparent. The
+/// decoder stretches 2 and 4 bits of grey to 8, and compares only then with the transparent value.
+ValueTable valueTable(const std::string& bytes) {
+  const std::string transparency = transparencyOf(bytes);
+  const bool isGrey = bytes[kColorKindAt] == kColorKindGrey;
+  const int bits = bytes[kSampleBitsAt];
+  const bool isStretched = isGrey && (bits == 2 || bits == 4);
+  const int transparentGrey =
+      isGrey && transparency.size() == 2 ? static_cast<unsigned char>(transparency[1]) : 0;
+  ValueTable table{};
+  for (std::size_t i = 0; i < table.size(); ++i) {
+    const int value = static_cast<int>(i) >> (isStretched ? 8 - bits : 0);
+    const bool isTransparentIndex =
+        bytes[kColorKindAt] == kColorKindPalette && i < transparency.size() && transparency[i] == 0;
+    if (!isTransparentIndex && value != transparentGrey) table[i] = static_cast<uint8_t>(value);
+  }
+  return table;
 }
 
 /// How a pixel stands in memory. One with alpha has it last.
@@ -88,7 +139,7 @@ uint8_t valueOf(const uint8_t* pixel, PixelForm form) {
 
 /// One bit a pixel, the first pixel highest.
 void unpackBits(const uint8_t* row, std::size_t width, uint8_t* values) {
-  for (std::size_t x = 0; x < width; ++x) values[x] = (row[x / 8] >> (7 - x % 8) & 1U) != 0 ? 255 : 0;
+  for (std::size_t x = 0; x < width; ++x) values[x] = row[x / 8] >> (7 - x % 8) & 1U;
 }
 
 void takeRow(const uint8_t* row, std::size_t width, PixelForm form, uint8_t* values) {
@@ -117,6 +168,10 @@ MaskPicture decodeMaskPicture(const std::string& bytes) {
     } else {
       takeRow(row, width, form, values);
     }
+  }
+  if (picture.isIndexed) {
+    const ValueTable table = valueTable(bytes);
+    for (uint8_t& value : picture.values) value = table[value];
   }
   return picture;
 }

@@ -46,6 +46,38 @@ const char kSixteenBits[] =
     "89504e470d0a1a0a0000000d494844520000000200000001100000000081d9fc150000000d49444154789c6364"
     "6064d40600003a002fd9d5cc0c0000000049454e44ae426082";
 
+/// 0 1 2 2 as indices of 8 bits, of which index 1 is transparent.
+const char kTransparentIndex[] =
+    "89504e470d0a1a0a0000000d4948445200000004000000010803000000cee2ffff00000009504c544500000000"
+    "00000000008363e9c00000000374524e53ff00ff69ec1fbe0000000d49444154789c63606064620200000e0006"
+    "69da81da0000000049454e44ae426082";
+
+/// 0 1 2 15 in grey of 4 bits.
+const char kGreyOfFourBits[] =
+    "89504e470d0a1a0a0000000d494844520000000400000001040000000019a7bd100000000b49444154789c6360"
+    "d4070000340031766fa2d10000000049454e44ae426082";
+
+/// 0 1 2 3 in grey of 2 bits.
+const char kGreyOfTwoBits[] =
+    "89504e470d0a1a0a0000000d494844520000000400000001020000000096e748b00000000a49444154789c6390"
+    "0600001d001c8ef4f5210000000049454e44ae426082";
+
+/// 0 1 2 3 in grey of 4 bits, of which 2 is transparent.
+const char kTransparentGrey[] =
+    "89504e470d0a1a0a0000000d494844520000000400000001040000000019a7bd100000000274524e530002989d"
+    "ac140000000b49444154789c6360540600002800253ac315ef0000000049454e44ae426082";
+
+/// 0 1 1 0 in grey of 1 bit, of which 1 is transparent.
+const char kTransparentBit[] =
+    "89504e470d0a1a0a0000000d4948445200000004000000010100000000d14732600000000274524e5300010194"
+    "fdae0000000a49444154789c6348000000620061b19879f20000000049454e44ae426082";
+
+/// 1 2 3 in grey of 8 bits. Before the header stands a chunk of another kind, which says 1 x 1 in its place.
+const char kHeaderSecond[] =
+    "89504e470d0a1a0a0000001d746553740000000100000001080000000000000000000000000000000000000000"
+    "512c79850000000d49484452000000030000000108000000003e8b4b680000000c49444154789c636064620600"
+    "000e0007d76fe4780000000049454e44ae426082";
+
 std::string bytesOf(const std::string& digits) {
   std::string bytes;
   for (std::size_t i = 0; i < digits.size(); i += 2) {
@@ -75,7 +107,9 @@ TEST(MaskPicture, GreyValuesAndPaletteIndicesAreValuesWhateverTheColour) {
   EXPECT_EQ(picture.values, (Values{0, 1, 2, 3, 0, 200}));
   EXPECT_TRUE(decoded(kPalette).isIndexed);
   EXPECT_EQ(decoded(kPalette).values, (Values{0, 1, 2, 3, 3}));
-  EXPECT_EQ(decoded(kBits).values, (Values{0, 255, 255, 255, 0, 0}));
+  EXPECT_EQ(decoded(kBits).values, (Values{0, 1, 1, 1, 0, 0}));
+  EXPECT_EQ(decoded(kGreyOfTwoBits).values, (Values{0, 1, 2, 3}));
+  EXPECT_EQ(decoded(kGreyOfFourBits).values, (Values{0, 1, 2, 15}));
 }
 
 TEST(MaskPicture, OfColoursAllButBlackIsInside) {
@@ -86,6 +120,9 @@ TEST(MaskPicture, OfColoursAllButBlackIsInside) {
 TEST(MaskPicture, TransparentPixelsAreOutside) {
   EXPECT_EQ(decoded(kColorsWithAlpha).values, (Values{0, 0, 1}));
   EXPECT_EQ(decoded(kGreyWithAlpha).values, (Values{7, 0, 0}));
+  EXPECT_EQ(decoded(kTransparentIndex).values, (Values{0, 0, 2, 2}));
+  EXPECT_EQ(decoded(kTransparentGrey).values, (Values{0, 1, 0, 3}));
+  EXPECT_EQ(decoded(kTransparentBit).values, (Values{0, 0, 0, 0}));
 }
 
 TEST(MaskPicture, RefusesWhatIsNoWholePngFileOfEightBits) {
@@ -107,6 +144,11 @@ TEST(MaskPicture, RefusesTooManyPixelsByTheirHeaderAlone) {
   std::string file = bytesOf(kGrey);
   file.replace(16, 8, std::string("\0\1\0\0\0\0\4\1", 8));
   EXPECT_EQ(refusal(file), "has more than 67108864 pixels");
+}
+
+// The limits would be compared with another chunk's bytes.
+TEST(MaskPicture, RefusesAFileThatDoesNotBeginWithItsHeader) {
+  EXPECT_EQ(refusal(bytesOf(kHeaderSecond)), "the PNG file is damaged or cut off");
 }
 
 TEST(MaskPicture, GreyValuesAreReadBackAsTheyWereWritten) {

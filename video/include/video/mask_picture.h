@@ -23,7 +23,7 @@ inline constexpr int64_t kMostMaskPicturePixels = int64_t{1} << 26;
 /// Whether the bytes begin as a PNG file does.
 bool isPng(const std::string& bytes);
 
-/// Decodes a PNG file of 1 to 8 bits a sample. Grey values of fewer than 8 bits are stretched to 0 to 255.
+/// Decodes a PNG file of 1 to 8 bits a sample. Grey values are the file's, 0 to 15 where they have 4 bits.
 /// Throws UserError, without the file's name, when it is no PNG file, damaged or cut off, has 16 bits a
 /// sample, or more pixels than kMostMaskPicturePixels.
 MaskPicture decodeMaskPicture(const std::string& bytes);

@@ -48,6 +48,18 @@ std::map<std::string, uint64_t> framesByImage(const std::vector<NamedFile>& file
   return frames;
 }
 
+/// Throws UserError when two files would give one frame two detections of one number. Each category may count
+/// from the start.
+void checkNoneIsThereTwice(const std::vector<MaskFile>& files, const NamePattern& pattern) {
+  std::map<std::tuple<uint64_t, uint64_t, std::string>, std::string> seen;
+  for (const MaskFile& file : files) {
+    const auto [first, isNew] = seen.emplace(std::tuple(file.frame, file.instance, file.category), file.path);
+    if (isNew) continue;
+    throw UserError(file.path + ": has the same frame" + (pattern.hasInstance() ? " and instance" : "") +
+                    " as " + first->second);
+  }
+}
+
 }  // namespace
 
 MaskFolder readMaskFolder(const std::string& folder, const NamePattern& pattern,
@@ -70,6 +82,7 @@ MaskFolder readMaskFolder(const std::string& folder, const NamePattern& pattern,
   std::stable_sort(result.files.begin(), result.files.end(), [](const MaskFile& a, const MaskFile& b) {
     return std::tie(a.frame, a.instance) < std::tie(b.frame, b.instance);
   });
+  checkNoneIsThereTwice(result.files, pattern);
   return result;
 }
 

@@ -141,6 +141,28 @@ TEST_F(MasksImport, FilesWithoutAPixelInsideArePassedOver) {
   EXPECT_EQ(result.passedOver.first, empty);
 }
 
+// Their detections would have one "id" in one frame.
+TEST_F(MasksImport, RefusesTwoFilesOfOneMask) {
+  const std::string first = mask("00_1.png", kBottomLeft);
+  const std::string second = mask("0_1.png", kRightColumn);
+  EXPECT_EQ(import().error, second + ": has the same frame and instance as " + first);
+  std::filesystem::rename(first, folder_.path("masks/0_01.png"));
+  EXPECT_EQ(import().error,
+            second + ": has the same frame and instance as " + folder_.path("masks/0_01.png"));
+}
+
+TEST_F(MasksImport, RefusesTwoFilesOfOneFrameWhereEachHasAllMasks) {
+  const std::string first = mask("0.png", kBottomLeft);
+  const std::string second = mask("00.png", kRightColumn);
+  EXPECT_EQ(import("{frame}.png").error, second + ": has the same frame as " + first);
+}
+
+TEST_F(MasksImport, EachCategoryMayCountItsInstances) {
+  mask("0_cat_1.png", kBottomLeft);
+  mask("0_dog_1.png", kRightColumn);
+  EXPECT_EQ(import("{frame}_{category}_{instance}.png").error, "");
+}
+
 TEST_F(MasksImport, RefusesFoldersThatAreNoneOrEmptyAndNamesThatDoNotFit) {
   EXPECT_EQ(import().error, source_.path + ": holds no .png file");
   const std::string file = mask("cat.png", kBottomLeft);

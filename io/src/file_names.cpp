@@ -4,10 +4,21 @@
 
 #include <filesystem>
 
+namespace fs = std::filesystem;
+
 namespace segmask {
+namespace {
+
+/// Without the first step a relative path stays relative when its beginning does not exist.
+fs::path wholePath(const std::string& path, std::error_code& error) {
+  const fs::path absolute = fs::absolute(path, error);
+  return error ? absolute : fs::weakly_canonical(absolute, error);
+}
+
+}  // namespace
 
 std::string lowerCaseEnding(const std::string& path) {
-  std::string ending = std::filesystem::path(path).extension().string();
+  std::string ending = fs::path(path).extension().string();
   for (char& byte : ending) {
     if (byte >= 'A' && byte <= 'Z') byte = static_cast<char>(byte - 'A' + 'a');
   }
@@ -24,8 +35,8 @@ bool isSameFile(const std::string& a, const std::string& b) {
 bool isSamePath(const std::string& a, const std::string& b) {
   std::error_code errorA;
   std::error_code errorB;
-  const std::filesystem::path first = std::filesystem::weakly_canonical(a, errorA);
-  const std::filesystem::path second = std::filesystem::weakly_canonical(b, errorB);
+  const fs::path first = wholePath(a, errorA);
+  const fs::path second = wholePath(b, errorB);
   return !errorA && !errorB && first == second;
 }
 

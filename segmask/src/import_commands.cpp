@@ -1,5 +1,7 @@
 #include "src/import_commands.h"
 
+#include <algorithm>
+#include <filesystem>
 #include <iostream>
 
 #include "detection/class_color.h"
@@ -9,7 +11,9 @@
 #include "io/TextOutput.h"
 #include "io/UserError.h"
 #include "io/file_names.h"
+#include "io/reading.h"
 #include "src/commands.h"
+#include "video/pictures.h"
 
 namespace segmask {
 namespace {
@@ -27,16 +31,35 @@ bool isJson(const std::string& legend) {
   throw UserError(legend + ": a legend is a .json or .csv file");
 }
 
-void checkRoles(const ImportOptions& options) {
-  if (isSameFile(options.output, options.source)) {
-    throw UserError(options.output + ": --output would replace what is imported");
+/// The PNG files of a folder, whatever their names say.
+std::vector<std::string> masksOf(const std::string& folder) {
+  std::vector<std::string> masks;
+  for (const std::string& name : fileNames(folder)) {
+    if (lowerCaseEnding(name) == ".png") masks.push_back((std::filesystem::path(folder) / name).string());
   }
+  return masks;
+}
+
+/// Throws UserError when `file`, which `option` names, is one that the import reads.
+void checkReplacesNothing(ImportKind kind, const ImportOptions& options, const char* option,
+                          const std::string& file) {
+  if (file == kStandardStream) return;
+  const auto refuseAnyOf = [&](const std::vector<std::string>& inputs, const char* what) {
+    const auto isIt = [&](const std::string& input) { return isSameFile(file, input); };
+    if (std::none_of(inputs.begin(), inputs.end(), isIt)) return;
+    throw UserError(file + ": " + option + " would replace " + what);
+  };
+  refuseAnyOf(kind == ImportKind::Masks ? masksOf(options.source) : std::vector{options.source},
+              "what is imported");
+  if (options.images) refuseAnyOf(picturesOf(*options.images), "a picture of --images");
+}
+
+void checkRoles(ImportKind kind, const ImportOptions& options) {
+  checkReplacesNothing(kind, options, "--output", options.output);
   if (!options.legend) return;
   static_cast<void>(isJson(*options.legend));
-  if (isSameFile(*options.legend, options.source)) {
-    throw UserError(*options.legend + ": --legend would replace what is imported");
-  }
-  if (*options.legend == options.output || isSameFile(*options.legend, options.output)) {
+  checkReplacesNothing(kind, options, "--legend", *options.legend);
+  if (isSamePath(*options.legend, options.output) || isSameFile(*options.legend, options.output)) {
     throw UserError(*options.legend + ": --legend and --output are the same file");
   }
 }
@@ -104,7 +127,7 @@ int importUninterrupted(ImportKind kind, const ImportOptions& options) {
 
 int import(ImportKind kind, const ImportOptions& options) {
   const Interrupt interrupt;
-  checkRoles(options);
+  checkRoles(kind, options);
   try {
     return importUninterrupted(kind, options);
   } catch (const UserError&) {

@@ -155,6 +155,64 @@ TEST_F(ToolImport, RefusesOutputsThatCannotBe) {
                 "--class-by: 'color' is neither category, instance nor track");
 }
 
+// The import would succeed, and the files that it came from would be gone.
+TEST_F(ToolImport, RefusesOutputsThatAreFilesOfItsFolders) {
+  std::filesystem::create_directory(path("masks"));
+  std::filesystem::create_directory(path("pics"));
+  const std::string mask = folder_.write("masks/0_1.png", segmask::encodeGreyPng({1}, 1, 1));
+  const std::string picture = folder_.write("pics/a.png", "a picture");
+  folder_.write("pics/b.png", "a picture");
+  folder_.write("pics/c.JPG", "a picture");
+  std::filesystem::create_symlink("masks/0_1.png", path("link"));
+  const auto refused = [&](std::vector<std::string> arguments, const std::string& output,
+                           const std::string& what) {
+    const std::string maskBytes = readFile(mask);
+    arguments.insert(arguments.end(), {"-o", output});
+    expectRefused(arguments, output + ": --output would replace " + what);
+    EXPECT_EQ(readFile(mask), maskBytes);
+    EXPECT_EQ(readFile(picture), "a picture");
+  };
+  refused({"masks", path("masks")}, path("masks/0_1.png"), "what is imported");
+  refused({"masks", path("masks")}, path("masks/../masks/0_1.png"), "what is imported");
+  refused({"masks", path("masks")}, path("link"), "what is imported");
+  refused({"coco", path("c.json"), "--images", path("pics")}, path("pics/a.png"), "a picture of --images");
+  refused({"coco", path("c.json"), "--images", path("pics")}, path("pics/c.JPG"), "a picture of --images");
+  refused({"masks", path("masks"), "--images", path("pics")}, path("pics/a.png"), "a picture of --images");
+  std::filesystem::create_symlink("pics/a.png", path("legend.csv"));
+  expectRefused({"coco", path("c.json"), "--images", path("pics"), "-o", "-", "--legend", path("legend.csv")},
+                path("legend.csv") + ": --legend would replace a picture of --images");
+}
+
+TEST_F(ToolImport, ItsOutputMayStandBesideTheMasks) {
+  std::filesystem::create_directory(path("masks"));
+  folder_.write("masks/0_1.png", segmask::encodeGreyPng({1}, 1, 1));
+  for (int run = 0; run < 2; ++run) {
+    EXPECT_EQ(runTool({"import", "masks", path("masks"), "-o", path("masks/d.jsonl")}).exitCode, 0);
+  }
+}
+
+TEST_F(ToolImport, RefusesOneFileUnderTwoNames) {
+  const ToolResult result =
+      runTool({"import", "coco", path("c.json"), "-o", "x.json", "--legend", "./x.json"},
+              [this] { EXPECT_EQ(chdir(path("").c_str()), 0); });
+  EXPECT_EQ(result.exitCode, 2);
+  EXPECT_EQ(result.err, "segmask: ./x.json: --legend and --output are the same file\n");
+  EXPECT_EQ(folder_.names(), std::vector<std::string>{"c.json"});
+}
+
+TEST_F(ToolImport, AClosedPipeEndsItQuietly) {
+  int ends[2];
+  ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+  close(ends[0]);
+  const std::string messages = folder_.write("messages", "");
+  const FileDescriptor out(ends[1]);
+  const FileDescriptor err(open(messages.c_str(), O_WRONLY | O_CLOEXEC));
+  EXPECT_EQ(waitForTool(startTool({"import", "coco", path("c.json"), "-o", "-"}, out.get(), err.get())), 141);
+  const std::string text = folder_.write("m.txt", "SEG1|4|2|Dw==");
+  EXPECT_EQ(waitForTool(startTool({"mask", "encode", text}, out.get(), err.get())), 141);
+  EXPECT_EQ(readFile(messages), "");
+}
+
 TEST_F(ToolImport, RefusesCommandLinesThatSayTooLittle) {
   expectRefused({}, "");
   expectRefused({"coco", "-o", "-"}, "annotations is required");

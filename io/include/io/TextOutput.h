@@ -9,7 +9,8 @@
 namespace segmask {
 
 /// A text that appears whole or not at all: as a file (StagedOutput), or on standard output, for which it is
-/// kept in a temporary file until the commit. Every error is a UserError.
+/// kept in a temporary file until the commit. Every error is a UserError, and
+/// ClosedPipe where nobody reads it any more.
 class TextOutput {
  public:
   /// `target` "-" is standard output. Nothing is printed or replaced before commit().

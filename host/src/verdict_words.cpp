@@ -1,7 +1,8 @@
 #include "host/verdict_words.h"
 
+#include <array>
+#include <charconv>
 #include <cstdint>
-#include <cstdio>
 
 using seg_mask::DetView;
 using seg_mask::MaskTextFault;
@@ -18,10 +19,13 @@ std::string grouped(uint64_t number) {
   return text;
 }
 
+/// As printf's "%.6g", but with a point in every locale.
 std::string numberText(float number) {
-  char text[32];
-  std::snprintf(text, sizeof text, "%.6g", static_cast<double>(number));
-  return text;
+  constexpr int kDigits = 6;
+  std::array<char, 32> text{};
+  return {
+      text.data(),
+      std::to_chars(text.data(), text.data() + text.size(), number, std::chars_format::general, kDigits).ptr};
 }
 
 std::string sizeText(int width, int height) {

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <clocale>
+
 #include "host/verdict_words.h"
 
 namespace segmask {
@@ -46,6 +48,16 @@ TEST(WhyDropped, HasTheNumbersThatTheRuleWasAppliedTo) {
             "its mask has no pixel inside its box (x 1, y 2, w 3, h 4); the mask spans the whole frame, the "
             "box only limits it");
   EXPECT_EQ(why(Outcome::Drawn, {}), "");
+}
+
+TEST(WhyDropped, HasAPointInNumbersWhateverTheLocale) {
+  // Without that locale, C's stays, and the sentence has to be the same.
+  std::setlocale(LC_NUMERIC, "de_DE.UTF-8");
+  DetView faint;
+  faint.score = 0.4F;
+  const std::string text = why(Outcome::LowScore, faint);
+  std::setlocale(LC_NUMERIC, "C");
+  EXPECT_EQ(text, "score 0.4 is below min_score 0.5");
 }
 
 TEST(WhyDropped, SaysWhichFieldOfAMaskTextIsWrong) {

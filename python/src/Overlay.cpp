@@ -1,8 +1,10 @@
 #include "src/Overlay.h"
 
 #include <array>
+#include <charconv>
 #include <cstdio>
 #include <optional>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -19,6 +21,12 @@ using segmask::Nv12Layout;
 namespace segmask_python {
 namespace {
 
+/// The shortest text that reads as this very number. Not by printf, whose decimal point is the locale's.
+std::string numberText(double number) {
+  std::array<char, 32> text{};
+  return {text.data(), std::to_chars(text.data(), text.data() + text.size(), number).ptr};
+}
+
 void checkChroma(const HeldBuffer& uv, const Nv12Layout& layout) {
   const auto columns = static_cast<int>(layout.chromaRowBytes());
   if (uv.rows() == layout.chromaRows() && uv.columns() == columns) return;
@@ -32,10 +40,8 @@ void checkChroma(const HeldBuffer& uv, const Nv12Layout& layout) {
 }  // namespace
 
 std::string Settings::config() const {
-  std::array<char, 160> text{};
-  std::snprintf(text.data(), text.size(), R"({"alpha": %.17g, "min_score": %.17g, "max_overlay_dets": %d})",
-                alpha, minScore, maxOverlayDets);
-  return text.data();
+  return R"({"alpha": )" + numberText(alpha) + R"(, "min_score": )" + numberText(minScore) +
+         R"(, "max_overlay_dets": )" + std::to_string(maxOverlayDets) + "}";
 }
 
 std::string choosePlugin(bool fast) {

@@ -345,6 +345,26 @@ d = [segmask.detection(np.ones((48, 64)), size=(640, 480))] * 20
     assert ended.stderr.replace("*", "").strip() in ("CALL ONCE NOT TWICE", "")
 
 
+def test_the_locales_decimal_comma_changes_nothing(python, tmp_path):
+    """Of 100 and the palette's 168, alpha 0.9 makes 161; the configuration's default would make 131."""
+    (tmp_path / "in.nv12").write_bytes(bytes([100] * 64 * 48 + [128] * 64 * 24))
+    ended = python(f"""
+import locale
+import numpy as np, segmask
+locale.setlocale(locale.LC_ALL, "de_DE.UTF-8")
+assert locale.localeconv()["decimal_point"] == ","
+y, uv = np.full((48, 64), 100, np.uint8), np.full((24, 64), 128, np.uint8)
+d = [segmask.detection(np.ones((48, 64)), class_id={GREEN}, score=0.4)]
+segmask.Overlay(alpha=0.9).draw(y, uv, d)
+drawn = segmask.render("in.nv12", "out.nv12", [d], alpha=0.9, min_score=0.25, size=(64, 48), progress=False)["drawn"]
+below = segmask.render("in.nv12", "low.nv12", [d], alpha=0.9, min_score=0.5, size=(64, 48), progress=False)["drawn"]
+print(y[0, 0], open("out.nv12", "rb").read()[0], drawn, open("low.nv12", "rb").read()[0], below)
+print(segmask.explain(d, (64, 48), min_score=0.5)[0]["why"])
+""", cwd=tmp_path)
+    assert ended.returncode == 0, ended.stderr
+    assert ended.stdout == "161 161 1 100 0\nscore 0.4 is below min_score 0.5\n"
+
+
 def test_the_value_librarys_line_comes_once(python):
     ended = python("""
 import numpy as np, segmask

@@ -39,7 +39,9 @@ def from_coco(source: Mapping[str, Any] | Iterable[Mapping[str, Any]], *, image_
     "annotations".
 
     `image_id` chooses those of one picture. Polygons and run lengths become compact masks, whose pixels are those of COCO's own
-    tools; "category_id" is the class, "score" 1 where there is none. A box is whole pixels, with one more around it. ValueError for one without a segmentation.
+    tools; "category_id" is the class, "score" 1 where there is none. A box is whole pixels, with one more around it. ValueError,
+    which names the annotation by its place, for one without a segmentation, run lengths without a size of two whole numbers, and
+    a polygon of fewer than three points or with a number that is not finite.
     """
     if isinstance(source, Mapping):
         if "annotations" not in source:
@@ -69,12 +71,12 @@ def _from_annotation(annotation: Mapping[str, Any], place: str) -> dict[str, Any
             raise ValueError(f'{place}: run lengths need "size" and "counts"')
         counts = segmentation["counts"]
         mask = {
-            "size": [whole_number(side, "size") for side in segmentation["size"]],
+            "size": _size_of_runs(segmentation["size"], place),
             "counts": counts.decode("ascii") if isinstance(counts, bytes) else counts,
         }
-        box: Box = (0, 0, mask["size"][-1], mask["size"][0])
+        box: Box = (0, 0, mask["size"][1], mask["size"][0])
     else:
-        mask = {"polygon": [[float(number) for number in polygon] for polygon in segmentation]}
+        mask = {"polygon": [_corners(polygon, f"{place}: polygon {at}") for at, polygon in enumerate(segmentation)]}
         box = _box_of_polygons(mask["polygon"])
     if "bbox" in annotation:
         box = _grown(rounded_box(annotation["bbox"]))
@@ -86,6 +88,24 @@ def _from_annotation(annotation: Mapping[str, Any], place: str) -> dict[str, Any
     }
 
 
+def _size_of_runs(size: Any, place: str) -> list[int]:
+    try:
+        height, width = (whole_number(side, "size") for side in size)
+    except (TypeError, ValueError):
+        raise ValueError(f"{place}: its size {size!r} is no pair of whole numbers") from None
+    return [height, width]
+
+
+def _corners(polygon: Any, place: str) -> list[float]:
+    try:
+        numbers = [finite_number(number, place) for number in polygon]
+    except (TypeError, ValueError):
+        raise ValueError(f"{place} is not a list of finite numbers") from None
+    if len(numbers) < 6 or len(numbers) % 2:
+        raise ValueError(f"{place} has {len(numbers)} numbers, not an even count from 6 on: x and y of three points or more")
+    return numbers
+
+
 def _grown(box: Box) -> Box:
     """With a pixel around it: the pixels of a mask are found in fifths, and some lie beside the box of its outline."""
     x, y, w, h = box
@@ -95,8 +115,6 @@ def _grown(box: Box) -> Box:
 def _box_of_polygons(polygons: list[list[float]]) -> Box:
     columns = [number for polygon in polygons for number in polygon[::2]]
     rows = [number for polygon in polygons for number in polygon[1::2]]
-    if not rows:
-        return 0, 0, 0, 0
     left, top = min(columns), min(rows)
     return _grown(rounded_box((left, top, max(columns) - left, max(rows) - top)))
 

@@ -71,6 +71,9 @@ def test_a_polygon_without_a_box_is_drawn_whole():
     assert (found[0]["class_id"], found[0]["score"]) == (0, 1.0)
 
 
+GOOD = {"segmentation": [[3, 2, 9, 2, 9, 8]]}
+
+
 @pytest.mark.parametrize(
     "source, error, words",
     [
@@ -78,6 +81,13 @@ def test_a_polygon_without_a_box_is_drawn_whole():
         ([{"bbox": [1, 2, 3, 4]}], ValueError, r"annotations\[0\]: has no segmentation"),
         ([{"segmentation": {"size": [2, 2]}}], ValueError, r'annotations\[0\]: run lengths need "size" and "counts"'),
         ([3], TypeError, r"annotations\[0\]: a int, not an object"),
+        *(([GOOD, {"segmentation": {"size": size, "counts": [4]}}], ValueError,
+           r"annotations\[1\]: its size .* is no pair of whole numbers") for size in (5, [], [2], [2, 2, 2], [2, 2.5], "22")),
+        *(([GOOD, {"segmentation": [*GOOD["segmentation"], polygon]}], ValueError, r"annotations\[1\]: polygon 1 " + words)
+          for polygon, words in (([], "has 0 numbers"), ([1, 2, 3, 4], "has 4 numbers"), ([1, 2, 3, 4, 5, 6, 7], "has 7 numbers"),
+                                 ([1, 2, 3, 4, 5, float("nan")], "is not a list of finite numbers"),
+                                 ([1, 2, 3, 4, 5, float("inf")], "is not a list of finite numbers"),
+                                 (5, "is not a list of finite numbers"), ("123456", "is not a list of finite numbers"))),
     ],
 )
 def test_what_is_no_annotation_is_named(source, error, words):

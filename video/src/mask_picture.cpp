@@ -93,7 +93,7 @@ using ValueTable = std::array<uint8_t, 256>;
 ValueTable valueTable(const std::string& bytes) {
   const std::string transparency = transparencyOf(bytes);
   const bool isGrey = bytes[kColorKindAt] == kColorKindGrey;
-  const int bits = bytes[kSampleBitsAt];
+  const int bits = static_cast<unsigned char>(bytes[kSampleBitsAt]);
   const bool isStretched = isGrey && (bits == 2 || bits == 4);
   const int transparentGrey =
       isGrey && transparency.size() == 2 ? static_cast<unsigned char>(transparency[1]) : 0;

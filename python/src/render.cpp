@@ -1,3 +1,4 @@
+#include <cxxabi.h>
 #include <nanobind/nanobind.h>
 #include <nanobind/stl/optional.h>
 #include <nanobind/stl/string.h>
@@ -6,6 +7,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <utility>
 
 #include "host/DetectionTally.h"
@@ -94,24 +96,39 @@ class VideoRun {
     nb::object frame = nb::none();
     if (callbacks_.wantsFrame) frame = nb::bytes(job.frame.nv12.data(), job.frame.nv12.size());
     job.lines.clear();
-    const nb::object detections = callbacks_.detections(job.number, size_.width, size_.height, frame);
+    const nb::object detections = detectionsOf(job.number, frame);
     job.lines.push_back(detectionLine(detections, job.number, size_));
     callbacks_.progress(job.number + 1, reader_->frameCount());
     return true;
   }
 
+  /// Asks Python, which may wait as long as it likes: the interpreter's end does not wait for it.
+  nb::object detectionsOf(uint64_t number, const nb::object& frame) {
+    const Shutdown::Pause pause;
+    try {
+      return callbacks_.detections(number, size_.width, size_.height, frame);
+    } catch (const abi::__forced_unwind&) {
+      // The interpreter has ended and ends this thread when it asks for the GIL, without which no Python
+      // object of the functions above may be released.
+      Shutdown::sleep();
+    }
+  }
+
   bool draw(FrameJob& job) {
+    const Shutdown::Part part(caller_);
     inputs_.advance(job.number, std::move(job.lines));
     job.drawn = renderer_.render(job.number, job.frame, inputs_).drawn;
     return true;
   }
 
   void write(const FrameJob& job) {
+    const Shutdown::Part part(caller_);
     writer_->write(job.frame);
     ++frames_;
     if (job.drawn) ++framesDrawn_;
   }
 
+  std::thread::id caller_ = std::this_thread::get_id();
   std::unique_ptr<segmask::FrameReader> reader_;
   render_base::FrameSize size_;
   Callbacks callbacks_;

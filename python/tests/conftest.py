@@ -25,9 +25,9 @@ def tool():
 def python():
     """Runs a text of Python in a process of its own; gives what came of it."""
 
-    def run(text, *arguments, **options):
+    def run(text, *arguments, timeout=300, **options):
         return subprocess.run(
-            [sys.executable, "-c", text, *map(str, arguments)], capture_output=True, text=True, timeout=300, **options
+            [sys.executable, "-c", text, *map(str, arguments)], capture_output=True, text=True, timeout=timeout, **options
         )
 
     return run

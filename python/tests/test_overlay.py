@@ -310,6 +310,22 @@ def test_the_planes_are_held_while_they_are_drawn_on():
     segmask.Overlay().draw(y, uv, [{"x": Freeing()}])
 
 
+WAITING = """
+import tempfile, threading, time
+def detections():
+    yield d
+    yield d
+    started.set()
+    {wait}
+def work():
+    with tempfile.TemporaryDirectory() as folder:
+        open(folder + "/in.nv12", "wb").write(bytes(640 * 480 * 3 // 2) * 4)
+        segmask.render(folder + "/in.nv12", folder + "/out.nv12", detections(), size=(640, 480), progress=False)
+started = threading.Event()
+threading.Thread(target=work, daemon=True).start()
+started.wait()
+"""
+
 EXITS = {
     "with an overlay in a global": "overlay = segmask.Overlay(); overlay.draw(y, uv, [])",
     "with an overlay in a cycle": "a = [segmask.Overlay()]; a.append(a); a[0].draw(y, uv, [])",
@@ -328,6 +344,36 @@ for _ in range(4):
 for _ in range(8):
     started.acquire()
 """,
+    "while a generator of a daemon thread waits": WAITING.format(wait="threading.Event().wait()"),
+    "while a generator of a daemon thread waits again and again": WAITING.format(wait="while True: time.sleep(0.001)"),
+    "rendering in atexit": """
+import tempfile
+folder = tempfile.mkdtemp()
+open(folder + "/in.nv12", "wb").write(bytes(16 * 16 * 3 // 2) * 20)
+def work():
+    summary = segmask.render(folder + "/in.nv12", folder + "/out.nv12", [d] * 20, size=(16, 16))
+    assert summary["drawn"] == 400
+last = work
+""",
+    "in a child while another thread draws": """
+import os, sys, threading
+def work():
+    overlay = segmask.Overlay()
+    while not stop:
+        overlay.draw(y, uv, d)
+        started.release()
+stop, started = False, threading.Semaphore(0)
+thread = threading.Thread(target=work)
+thread.start()
+for _ in range(10):
+    started.acquire()
+    child = os.fork()
+    if child == 0:
+        sys.exit(0)
+    assert os.waitpid(child, 0) == (child, 0)
+stop = True
+thread.join()
+""",
     "drawing in atexit": "import atexit; overlay = segmask.Overlay(); atexit.register(overlay.draw, y, uv, d)",
     "by sys.exit while another overlay goes": "segmask.Overlay(); import sys; overlay = segmask.Overlay(); sys.exit(0)",
 }
@@ -336,11 +382,14 @@ for _ in range(8):
 @pytest.mark.parametrize("text", EXITS.values(), ids=EXITS)
 def test_the_interpreter_ends_well(python, text):
     start = """
+import atexit
+last = None
+atexit.register(lambda: last and last())  # after what segmask does at the end, which is registered later
 import numpy as np, segmask
 y, uv = np.zeros((480, 640), np.uint8), np.zeros((240, 640), np.uint8)
 d = [segmask.detection(np.ones((48, 64)), size=(640, 480))] * 20
 """
-    ended = python(start + text)
+    ended = python(start + text, timeout=60)
     assert ended.returncode == 0, ended.stderr
     assert ended.stderr.replace("*", "").strip() in ("CALL ONCE NOT TWICE", "")
 

@@ -12,8 +12,8 @@ def explain(
     detections: Sequence[Any], width: int, height: int, min_score: float, max_overlay_dets: int
 ) -> list[Reasons]: ...
 def render(
-    input: str,
-    output: str,
+    input: bytes,
+    output: bytes,
     size: str | None,
     alpha: float,
     min_score: float,

@@ -18,6 +18,7 @@ from ._overlay import settings
 
 Plane = npt.NDArray[np.uint8]
 Source = Union[Iterable[Sequence[Any]], Callable[[int, Plane, Plane], Sequence[Any]]]
+Path = Union[str, bytes, "os.PathLike[str]", "os.PathLike[bytes]"]
 
 _LINE_SECONDS = 5.0
 _BAR_SECONDS = 0.2
@@ -34,8 +35,8 @@ class RenderSummary(TypedDict):
 
 
 def render(
-    input: str | os.PathLike[str],
-    output: str | os.PathLike[str],
+    input: Path,
+    output: Path,
     detections: Source,
     *,
     alpha: float = 0.45,
@@ -60,14 +61,14 @@ def render(
     the run, Ctrl-C between two frames as well. FileNotFoundError for an input that is not there, ValueError for paths and sizes
     that cannot be, RuntimeError, which names the file, for what cannot be read or written.
     """
-    source, target = os.fspath(input), os.fspath(output)
+    source, target = _name(input, "input"), _name(output, "output")
     alpha, min_score, max_overlay_dets = settings(alpha, min_score, max_overlay_dets)
     _check_paths(source, target, size)
     text = None if size is None else "{}x{}".format(*frame_size(size))
     shown = _Progress() if progress else None
     try:
         found = _native.render(
-            source, target, text, alpha, min_score, max_overlay_dets, bool(fast), *_caller(detections),
+            os.fsencode(source), os.fsencode(target), text, alpha, min_score, max_overlay_dets, bool(fast), *_caller(detections),
             shown.update if shown else lambda frames, total: None,
         )
     finally:
@@ -77,6 +78,20 @@ def render(
     if warning:
         warnings.warn(warning, RuntimeWarning, stacklevel=2)
     return found  # type: ignore[return-value]
+
+
+def _name(path: Path, argument: str) -> str:
+    """The path as a text, in which bytes that are no UTF-8 stand as os.fsdecode gives them."""
+    try:
+        name = os.fsdecode(path)
+        encoded = os.fsencode(name)
+    except TypeError:
+        raise TypeError(f"{argument}: a {type(path).__name__}, not a path") from None
+    except UnicodeError:
+        raise ValueError(f"{argument}: {path!r} cannot be the name of a file") from None
+    if b"\0" in encoded:
+        raise ValueError(f"{argument}: {name!r} has a NUL, which no name of a file has")
+    return name
 
 
 def _check_paths(source: str, target: str, size: tuple[int, int] | None) -> None:

@@ -4,6 +4,15 @@
 
 namespace nb = nanobind;
 
+namespace segmask_python {
+
+void setError(PyObject* type, const char* message) {
+  const nb::object text = nb::steal(PyUnicode_DecodeFSDefault(message));
+  if (text.is_valid()) PyErr_SetObject(type, text.ptr());
+}
+
+}  // namespace segmask_python
+
 NB_MODULE(_native, module) {
   // A program may end with overlays that are still used; that is no fault of its author's.
   nb::set_leak_warnings(false);
@@ -11,7 +20,7 @@ NB_MODULE(_native, module) {
     try {
       std::rethrow_exception(error);
     } catch (const segmask::UserError& user) {
-      PyErr_SetString(PyExc_RuntimeError, user.what());
+      segmask_python::setError(PyExc_RuntimeError, user.what());
     }
   });
   segmask_python::Shutdown::install();

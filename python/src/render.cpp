@@ -141,15 +141,24 @@ class VideoRun {
   uint64_t framesDrawn_ = 0;
 };
 
+[[noreturn]] void throwValueError(const std::string& message) {
+  setError(PyExc_ValueError, message.c_str());
+  throw nb::python_error();
+}
+
 /// ValueError for an output that cannot be one for that input.
 void checkOutput(const std::string& output, const std::string& input) {
-  if (segmask::isStream(output)) throw nb::value_error((output + ": output is a stream and no file").c_str());
+  if (segmask::isStream(output)) throwValueError(output + ": output is a stream and no file");
   try {
     if (!segmask::wouldReplace(output, input)) return;
   } catch (const segmask::UserError& error) {
-    throw nb::value_error(error.what());
+    throwValueError(error.what());
   }
-  throw nb::value_error((output + ": output would replace input").c_str());
+  throwValueError(output + ": output would replace input");
+}
+
+std::string textOf(const nb::bytes& bytes) {
+  return {bytes.c_str(), bytes.size()};
 }
 
 nb::dict render(const std::string& input, const std::string& output, const std::optional<std::string>& size,
@@ -174,10 +183,10 @@ nb::dict render(const std::string& input, const std::string& output, const std::
 void bindRender(nb::module_& module) {
   module.def(
       "render",
-      [](const std::string& input, const std::string& output, const std::optional<std::string>& size,
+      [](const nb::bytes& input, const nb::bytes& output, const std::optional<std::string>& size,
          double alpha, double minScore, int maxOverlayDets, bool fast, nb::callable detections,
          bool wantsFrame, nb::callable progress) {
-        return render(input, output, size, {alpha, minScore, maxOverlayDets, fast},
+        return render(textOf(input), textOf(output), size, {alpha, minScore, maxOverlayDets, fast},
                       {std::move(detections), wantsFrame, std::move(progress)});
       },
       nb::arg("input"), nb::arg("output"), nb::arg("size").none(), nb::arg("alpha"), nb::arg("min_score"),

@@ -2,6 +2,7 @@
 
 import json
 import os
+import pathlib
 import subprocess
 
 import av
@@ -205,6 +206,33 @@ def test_paths_and_settings_that_cannot_be_are_named(tmp_path, input, output, op
     os.mkfifo(tmp_path / "pipe.mkv")
     with pytest.raises(error, match=words):
         segmask.render(tmp_path / input, tmp_path / output, [], **options)
+
+
+BYTES = b"z\xff.nv12"
+
+
+@pytest.mark.parametrize("of", [lambda path: path, os.fsdecode, lambda path: pathlib.Path(os.fsdecode(path))],
+                         ids=["bytes", "str", "Path"])
+def test_names_that_are_no_utf_8(tmp_path, of):
+    folder = os.fsencode(tmp_path) + b"/\xfe"
+    os.mkdir(folder)
+    raw_video(folder + b"/" + BYTES, frames=2)
+    segmask.render(of(folder + b"/" + BYTES), of(folder + b"/out\xfd.nv12"), [], size=(WIDTH, HEIGHT))
+    assert sorted(os.listdir(folder)) == [b"out\xfd.nv12", BYTES]
+    with pytest.raises(ValueError, match="z\udcff.nv12: output would replace input"):
+        segmask.render(of(folder + b"/" + BYTES), of(folder + b"/" + BYTES), [], size=(WIDTH, HEIGHT))
+    with pytest.raises(RuntimeError, match="z\udcff.nv12"):
+        segmask.render(of(folder + b"/" + BYTES), of(folder + b"/out.nv12"), [], size=(999, 999))
+
+
+@pytest.mark.parametrize("bad, error, words", [("a\0.nv12", ValueError, "has a NUL"), (b"a\0.nv12", ValueError, "has a NUL"),
+                                               (5, TypeError, "a int, not a path"), ("\ud800", ValueError, "cannot be the name")])
+def test_names_that_are_none_are_refused_by_the_argument(tmp_path, bad, error, words):
+    video = raw_video(tmp_path / "a.nv12", frames=2)
+    with pytest.raises(error, match="input: .*" + words):
+        segmask.render(bad, tmp_path / "out.nv12", [], size=(WIDTH, HEIGHT))
+    with pytest.raises(error, match="output: .*" + words):
+        segmask.render(video, bad, [], size=(WIDTH, HEIGHT))
 
 
 def test_progress_goes_to_pythons_stderr(tmp_path, capsys, monkeypatch):

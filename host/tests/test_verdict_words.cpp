@@ -52,11 +52,11 @@ TEST(WhyDropped, HasTheNumbersThatTheRuleWasAppliedTo) {
 
 TEST(WhyDropped, HasAPointInNumbersWhateverTheLocale) {
   // Without that locale, C's stays, and the sentence has to be the same.
-  std::setlocale(LC_NUMERIC, "de_DE.UTF-8");
+  std::setlocale(LC_NUMERIC, "de_DE.UTF-8");  // NOLINT(concurrency-mt-unsafe): the only thread
   DetView faint;
   faint.score = 0.4F;
   const std::string text = why(Outcome::LowScore, faint);
-  std::setlocale(LC_NUMERIC, "C");
+  std::setlocale(LC_NUMERIC, "C");  // NOLINT(concurrency-mt-unsafe)
   EXPECT_EQ(text, "score 0.4 is below min_score 0.5");
 }
 

@@ -83,7 +83,7 @@ class VideoRun {
     summary["detections"] = inputs_.detectionsSeen();
     summary["drawn"] = tally_.drawn();
     summary["dropped"] = std::move(dropped);
-    summary["warning"] = reader_->warning();
+    summary["warning"] = nb::steal(PyUnicode_DecodeFSDefault(reader_->warning().c_str()));  // names the input
     return summary;
   }
 

@@ -1,8 +1,8 @@
-#include <cxxabi.h>
 #include <nanobind/nanobind.h>
 #include <nanobind/stl/optional.h>
 #include <nanobind/stl/string.h>
 
+#include <exception>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -107,9 +107,12 @@ class VideoRun {
     const Shutdown::Pause pause;
     try {
       return callbacks_.detections(number, size_.width, size_.height, frame);
-    } catch (const abi::__forced_unwind&) {
-      // The interpreter has ended and ends this thread when it asks for the GIL, without which no Python
-      // object of the functions above may be released.
+    } catch (const std::exception&) {
+      throw;
+    } catch (...) {
+      // No exception but the unwinding of a thread that is being ended: the interpreter has ended, and ends
+      // this thread when it asks for the GIL, without which no Python object of the functions above may be
+      // released.
       Shutdown::sleep();
     }
   }

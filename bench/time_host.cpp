@@ -1,17 +1,14 @@
 // Times what a C++ host does to draw detections that it has as numbers and texts into the planes of a frame
 // in its memory: the counterpart of the Python package's Overlay.draw, for scripts/bench --python.
 
-#include <cstdio>
 #include <ctime>
-#include <exception>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "bench/timed_passes.h"
 #include "detection/detections.h"
 #include "host/DetectionPayload.h"
 #include "host/DetectionStream.h"
@@ -29,16 +26,6 @@ const char kUsage[] =
     "then draws it REPETITIONS times more and prints the milliseconds of processor time that each\n"
     "took, as a JSON array.\n";
 
-struct Options {
-  std::string library;
-  int width;
-  int height;
-  std::string frame;
-  std::string detections;
-  int repetitions;
-  std::string drawn;
-};
-
 /// The processor time of this thread.
 double threadMilliseconds() {
   timespec time{};
@@ -49,10 +36,11 @@ double threadMilliseconds() {
 /// A frame in the host's own memory, and what was found in it.
 class HostDrawing {
  public:
-  explicit HostDrawing(const Options& options)
+  explicit HostDrawing(const TimedOptions& options)
       : layout_{options.width, options.height}, renderer_(layout_), host_(options.library) {
-    std::ifstream file(options.frame, std::ios::binary);
-    planes_.assign(std::istreambuf_iterator<char>(file), {});
+    segmask::registerDetectionPayload();
+    const std::string frame = contentsOf(options.frame);
+    planes_.assign(frame.begin(), frame.end());
     if (planes_.size() != layout_.frameBytes()) throw std::runtime_error(options.frame + ": not one frame");
     segmask::DetectionStream stream(options.detections, {options.width, options.height});
     for (const segmask::DetectionLine& line : stream.take(0)) {
@@ -75,7 +63,7 @@ class HostDrawing {
     return threadMilliseconds() - start;
   }
 
-  const std::vector<unsigned char>& planes() const { return planes_; }
+  const std::vector<unsigned char>& pixels() const { return planes_; }
 
  private:
   segmask::DetectionPayload payload() const {
@@ -106,32 +94,8 @@ class HostDrawing {
   segmask::PluginHost host_;
 };
 
-void run(const Options& options) {
-  segmask::registerDetectionPayload();
-  HostDrawing drawing(options);
-  drawing.pass();
-  std::ofstream file(options.drawn, std::ios::binary);
-  file.write(reinterpret_cast<const char*>(drawing.planes().data()),
-             static_cast<std::streamsize>(drawing.planes().size()));
-  if (!file.flush()) throw std::runtime_error("cannot write " + options.drawn);
-  for (int i = 0; i < options.repetitions; ++i) {
-    std::printf("%s%.6f", i == 0 ? "[" : ", ", drawing.pass());
-  }
-  std::puts("]");
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 8) {
-    std::fputs(kUsage, stderr);
-    return 2;
-  }
-  try {
-    run({argv[1], std::stoi(argv[2]), std::stoi(argv[3]), argv[4], argv[5], std::stoi(argv[6]), argv[7]});
-    return 0;
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "time_host: %s\n", error.what());
-    return 1;
-  }
+  return timePasses<HostDrawing>("time_host", kUsage, argc, argv);
 }

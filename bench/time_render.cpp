@@ -6,10 +6,6 @@
 #include <chrono>
 #include <class_loader/class_loader.hpp>
 #include <cstdint>
-#include <cstdio>
-#include <exception>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -17,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include "bench/timed_passes.h"
 #include "core/SwAny.h"
 #include "render_base/IRenderPlugin.h"
 #include "render_base/RenderContext.h"
@@ -34,33 +31,17 @@ const char kUsage[] =
     "DRAWN, then draws them REPETITIONS times more and prints the milliseconds that each time took,\n"
     "as a JSON array.\n";
 
-struct Options {
-  std::string library;
-  int width;
-  int height;
-  std::string frame;
-  std::string payload;
-  int repetitions;
-  std::string drawn;
-};
-
-std::string contentsOf(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) throw std::runtime_error("cannot read " + path);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
 /// The plug-in and one frame, on the default stream.
 class LoadedDrawing {
  public:
-  LoadedDrawing(const Options& options, const std::string& frame, std::string payload)
+  explicit LoadedDrawing(const TimedOptions& options)
       : loader_(options.library),
         plugin_(loader_.createUniqueInstance<IRenderPlugin>("SegMaskOverlayPlugin")) {
     plugin_->init(RenderInit{&backend_});
     RenderInput input;
     input.payload_type = "detection.v1";
     input.producer_id = "detector";
-    input.payload = SwAny(std::move(payload));
+    input.payload = SwAny(contentsOf(options.detections));
     inputs_[input.payload_type].push_back(std::move(input));
     context_.frame_id = 1;
     context_.payload_resolver = &resolver_;
@@ -68,6 +49,7 @@ class LoadedDrawing {
     context_.picture.sourceId = 1;
     context_.picture.source = std::make_shared<zelvo::ZelvoPicture>(options.width, options.height);
     context_.picture.pool = std::make_shared<zelvo::ZelvoPicturePool>();
+    const std::string frame = contentsOf(options.frame);
     if (frame.size() != zelvo::packedNv12Bytes(options.width, options.height)) {
       throw std::runtime_error(options.frame + " is not one NV12 frame of that size");
     }
@@ -99,31 +81,8 @@ class LoadedDrawing {
   RenderContext context_;
 };
 
-void run(const Options& options) {
-  LoadedDrawing drawing(options, contentsOf(options.frame), contentsOf(options.payload));
-  drawing.pass();
-  const std::vector<unsigned char> pixels = drawing.pixels();
-  std::ofstream file(options.drawn, std::ios::binary);
-  file.write(reinterpret_cast<const char*>(pixels.data()), static_cast<std::streamsize>(pixels.size()));
-  if (!file.flush()) throw std::runtime_error("cannot write " + options.drawn);
-  for (int i = 0; i < options.repetitions; ++i) {
-    std::printf("%s%.6f", i == 0 ? "[" : ", ", drawing.pass());
-  }
-  std::puts("]");
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 8) {
-    std::fputs(kUsage, stderr);
-    return 2;
-  }
-  try {
-    run({argv[1], std::stoi(argv[2]), std::stoi(argv[3]), argv[4], argv[5], std::stoi(argv[6]), argv[7]});
-    return 0;
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "time_render: %s\n", error.what());
-    return 1;
-  }
+  return timePasses<LoadedDrawing>("time_render", kUsage, argc, argv);
 }

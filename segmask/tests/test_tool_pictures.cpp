@@ -27,19 +27,17 @@ class ToolPictures : public ::testing::Test {
 
   void make(const std::string& name, const std::string& encoder, AVPixelFormat format, int width,
             int height) const {
-    MediaFile file;
-    file.container = "image2pipe";
-    file.video.encoder = encoder;
-    file.video.pixelFormat = format;
-    file.video.width = width;
-    file.video.height = height;
-    file.video.frames = 1;
-    file.video.fill = [](int, AVFrame& frame) {
+    MediaVideo picture;
+    picture.encoder = encoder;
+    picture.width = width;
+    picture.height = height;
+    picture.pixelFormat = format;
+    picture.fill = [](int, AVFrame& frame) {
       for (int y = 0; y < frame.height; ++y)
         for (int x = 0; x < frame.width; ++x)
           frame.data[0][y * frame.linesize[0] + x] = static_cast<uint8_t>(3 * x + 2 * y);
     };
-    writeMedia(path(name), file);
+    writePicture(path(name), std::move(picture));
   }
 
   /// A line with one detection, a rectangle that reaches over the edge of each picture.

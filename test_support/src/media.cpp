@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <stdexcept>
+#include <utility>
 
 extern "C" {
 #include <libavformat/avformat.h>
@@ -212,6 +213,14 @@ void writeMedia(const std::string& path, const MediaFile& file) {
   check(av_write_trailer(output), "trailer");
   avio_closep(&output->pb);
   avformat_free_context(output);
+}
+
+void writePicture(const std::string& path, MediaVideo picture) {
+  picture.frames = 1;
+  MediaFile file;
+  file.container = "image2pipe";
+  file.video = std::move(picture);
+  writeMedia(path, file);
 }
 
 std::vector<MediaTrack> tracksOf(const std::string& path) {

@@ -40,15 +40,13 @@ class Pictures : public ::testing::Test {
 
   std::string make(const std::string& name, const std::string& encoder, AVPixelFormat format, int width = 32,
                    int height = 16) const {
-    MediaFile file;
-    file.container = "image2pipe";
-    file.video.encoder = encoder;
-    file.video.pixelFormat = format;
-    file.video.width = width;
-    file.video.height = height;
-    file.video.frames = 1;
-    file.video.fill = &fillCorner;
-    writeMedia(path(name), file);
+    MediaVideo picture;
+    picture.encoder = encoder;
+    picture.width = width;
+    picture.height = height;
+    picture.pixelFormat = format;
+    picture.fill = &fillCorner;
+    writePicture(path(name), std::move(picture));
     return path(name);
   }
 

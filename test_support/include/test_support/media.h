@@ -48,6 +48,9 @@ struct MediaFile {
 
 void writeMedia(const std::string& path, const MediaFile& file);
 
+/// Writes one frame as a picture, by an encoder of pictures ("png", "mjpeg").
+void writePicture(const std::string& path, MediaVideo picture);
+
 /// One track as a demuxer gives it.
 struct MediaTrack {
   AVMediaType type = AVMEDIA_TYPE_UNKNOWN;

@@ -17,9 +17,7 @@ constexpr int kGzipWindowBits = 16 + MAX_WBITS;  // zlib's sign for gzip's forma
 }  // namespace
 
 ByteSource::ByteSource(const std::string& path)
-    : name_(path == kStandardStream ? "standard input" : path),
-      file_(openForReading(path)),
-      block_(kBlockBytes) {
+    : name_(inputName(path)), file_(openForReading(path)), block_(kBlockBytes) {
   // Reads the first block at once, so that a path that cannot be read, such as a folder, fails here. A pipe
   // may give its first byte alone.
   std::size_t size = readSome(file_.get(), block_.data(), block_.size(), name_);

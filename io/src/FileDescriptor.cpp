@@ -47,11 +47,15 @@ int FileDescriptor::reset() {
   return close(release()) == 0 ? 0 : errno;
 }
 
+std::string inputName(const std::string& path) {
+  return path == kStandardStream ? "standard input" : path;
+}
+
 FileDescriptor openForReading(const std::string& path) {
   // Not blocking, so that a pipe without a writer is waited for where waiting can be ended.
   FileDescriptor file(path == kStandardStream ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)
                                               : open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-  if (!file) throw systemError(path == kStandardStream ? "standard input" : path, errno);
+  if (!file) throw systemError(inputName(path), errno);
   return file;
 }
 
@@ -86,6 +90,12 @@ int writeFully(int fd, const void* bytes, std::size_t size) {
     size -= static_cast<std::size_t>(count);
   }
   return 0;
+}
+
+void writeFully(int fd, const void* bytes, std::size_t size, const std::string& path) {
+  const int error = writeFully(fd, bytes, size);
+  if (error == EPIPE) throw ClosedPipe(path);
+  if (error != 0) throw systemError(path, error);
 }
 
 }  // namespace segmask

@@ -26,10 +26,6 @@ bool isRegularFile(const std::string& path) {
 
 }  // namespace
 
-std::string inputName(const std::string& path) {
-  return path == kStandardStream ? "standard input" : path;
-}
-
 FileDescriptor makeUnnamedFile() {
   std::error_code error;
   const fs::path folder = fs::temp_directory_path(error);
@@ -47,8 +43,7 @@ FileDescriptor openSeekable(const std::string& path) {
   FileDescriptor copy = makeUnnamedFile();
   std::array<char, kBlockBytes> block;
   while (const std::size_t size = source.read(block.data(), block.size())) {
-    const int error = writeFully(copy.get(), block.data(), size);
-    if (error != 0) throw systemError("the temporary copy of " + source.name(), error);
+    writeFully(copy.get(), block.data(), size, "the temporary copy of " + source.name());
   }
   if (lseek(copy.get(), 0, SEEK_SET) != 0) throw systemError("the temporary copy of " + source.name(), errno);
   return copy;

@@ -13,6 +13,7 @@
 #include "io/UserError.h"
 #include "io/file_names.h"
 #include "src/file_digest.h"
+#include "src/json_output.h"
 #include "video/PngPattern.h"
 
 namespace fs = std::filesystem;
@@ -115,9 +116,7 @@ std::string recordText(const BatchJob& job, const JobRecord& record) {
   object.insert("summary", record.summary);
   object.insert("exit_code", record.exitCode);
   object.insert("seconds", record.seconds);
-  SwString text;
-  SwJsonDocument().generateJson(object, text, true, 0, {});
-  return text.str() + "\n";
+  return jsonPage(object) + "\n";
 }
 
 std::optional<JobRecord> readRecord(const BatchJob& job) {

@@ -3,10 +3,10 @@
 #include <filesystem>
 #include <utility>
 
-#include "core/SwJsonDocument.h"
 #include "io/OutputFile.h"
 #include "io/UserError.h"
 #include "src/command_line.h"
+#include "src/json_output.h"
 
 namespace fs = std::filesystem;
 
@@ -50,9 +50,7 @@ int JobStage::run(const SwJsonObject* recorded) const {
     SwJsonObject inputs = inputFacts(job_);
     addDigests(inputs);
     const bool isDone = recorded && haveSameDigests(inputs, *recorded);
-    SwString text;
-    SwJsonDocument().generateJson(std::move(inputs), text, false, 0, {});
-    writeFile(inputsPath(), job_.render.output, text.str());
+    writeFile(inputsPath(), job_.render.output, jsonLine(std::move(inputs)));
     if (isDone) return kUnchanged;
 
     RenderOptions options = job_.render;

@@ -4,8 +4,8 @@
 #include <sstream>
 #include <utility>
 
-#include "core/SwJsonDocument.h"
 #include "host/verdict_words.h"
+#include "src/json_output.h"
 
 namespace segmask {
 namespace {
@@ -72,9 +72,7 @@ std::string summaryJson(const RenderSummary& summary, const SummaryFiles& files)
       object.insert("dropped", std::move(dropped));
     }
   }
-  SwString text;
-  SwJsonDocument().generateJson(SwJsonValue(std::move(object)), text, true, 0, {});
-  return text.str();
+  return jsonPage(std::move(object));
 }
 
 bool lacksAny(const RenderSummary& summary) {

@@ -280,7 +280,7 @@ void checkStandardOutput() {
   if (std::cout.flush()) return;
   pollfd output{STDOUT_FILENO, POLLOUT, 0};
   const bool isClosed = poll(&output, 1, 0) == 1 && (output.revents & POLLERR) != 0;
-  if (isClosed) throw ClosedPipe("standard output: nobody reads it any more");
+  if (isClosed) throw ClosedPipe("standard output");
   throw UserError("standard output: not all could be written");
 }
 

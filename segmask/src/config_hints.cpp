@@ -2,8 +2,8 @@
 
 #include <optional>
 
-#include "core/SwJsonDocument.h"
 #include "render_base/settings.h"
+#include "src/json_output.h"
 #include "src/nearest_name.h"
 
 namespace segmask {
@@ -30,12 +30,6 @@ bool hasType(const SwJsonValue& value, const std::string& type) {
   return true;  // the other types of a schema are not checked
 }
 
-std::string numberText(const SwJsonValue& number) {
-  SwString text;
-  SwJsonDocument().generateJson(number, text, false, 0, {});
-  return text.str();
-}
-
 /// What is wrong with the value by its property's rules; empty when nothing is.
 std::string faultOf(const SwJsonValue& value, const SwJsonObject& rules) {
   const std::string type = rules["type"].text();
@@ -43,8 +37,8 @@ std::string faultOf(const SwJsonValue& value, const SwJsonObject& rules) {
   const std::optional<double> number = numberOf(value);
   const std::optional<double> minimum = numberOf(rules["minimum"]);
   const std::optional<double> maximum = numberOf(rules["maximum"]);
-  if (number && minimum && *number < *minimum) return "is below its minimum, " + numberText(rules["minimum"]);
-  if (number && maximum && *number > *maximum) return "is above its maximum, " + numberText(rules["maximum"]);
+  if (number && minimum && *number < *minimum) return "is below its minimum, " + jsonLine(rules["minimum"]);
+  if (number && maximum && *number > *maximum) return "is above its maximum, " + jsonLine(rules["maximum"]);
   return {};
 }
 

@@ -7,7 +7,6 @@
 #include <utility>
 #include <vector>
 
-#include "core/SwJsonDocument.h"
 #include "detection/class_color.h"
 #include "host/DetectionStream.h"
 #include "host/PictureDetections.h"
@@ -16,6 +15,7 @@
 #include "io/UserError.h"
 #include "src/commands.h"
 #include "src/detection_file_check.h"
+#include "src/json_output.h"
 #include "src/payloads.h"
 #include "video/FrameReader.h"
 #include "video/pictures.h"
@@ -72,7 +72,7 @@ class Explanation {
     RenderContext context;
     inputs_.fill(context, frame);
     for (const Verdict& verdict : judge_.judge(context, size_)) {
-      std::cout << (options_.json ? jsonLine(frame, verdict) : textLine(frame, verdict)) << "\n";
+      std::cout << (options_.json ? objectLine(frame, verdict) : textLine(frame, verdict)) << "\n";
     }
   }
 
@@ -96,7 +96,7 @@ class Explanation {
     return text.str();
   }
 
-  std::string jsonLine(uint64_t frame, const Verdict& verdict) const {
+  std::string objectLine(uint64_t frame, const Verdict& verdict) const {
     SwJsonObject object;
     object.insert("line", inputs_.lineOf(*verdict.input));
     object.insert("frame", frame);
@@ -115,9 +115,7 @@ class Explanation {
       object.insert("color", std::move(rgb));
       object.insert("pixels", verdict.pixels);
     }
-    SwString text;
-    SwJsonDocument().generateJson(SwJsonValue(std::move(object)), text, false, 0, {});
-    return text.str();
+    return jsonLine(std::move(object));
   }
 
   const ExplainOptions& options_;

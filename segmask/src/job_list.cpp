@@ -11,6 +11,7 @@
 #include "src/JobConflicts.h"
 #include "src/PicturePlan.h"
 #include "src/command_line.h"
+#include "src/json_output.h"
 #include "src/nearest_name.h"
 
 namespace fs = std::filesystem;
@@ -36,17 +37,11 @@ const RenderOption& optionNamed(const std::string& name, const std::vector<Rende
                                    : "; did you mean " + quoted(nearest) + "?"));
 }
 
-std::string jsonText(const SwJsonValue& value) {
-  SwString text;
-  SwJsonDocument().generateJson(value, text, false, 0, {});
-  return text.str();
-}
-
 /// What stands after "--name=" on a command line. Empty for a value of a wrong kind.
 std::string valueText(const SwJsonValue& value, Kind kind) {
   if (value.isString()) return value.text();
-  if (kind == Kind::Json && value.isObject()) return jsonText(value);
-  if (kind == Kind::Value && (value.isInt() || value.isDouble())) return jsonText(value);
+  if (kind == Kind::Json && value.isObject()) return jsonLine(value);
+  if (kind == Kind::Value && (value.isInt() || value.isDouble())) return jsonLine(value);
   return {};
 }
 

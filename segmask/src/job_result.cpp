@@ -7,8 +7,8 @@
 #include <utility>
 
 #include "core/SwJsonArray.h"
-#include "core/SwJsonDocument.h"
 #include "io/UserError.h"
+#include "src/json_output.h"
 
 namespace segmask {
 namespace {
@@ -72,9 +72,7 @@ std::string resultLine(const BatchJob& job, const JobResult& result) {
     for (const std::string& warning : result.warnings) warnings.append(warning);
     object.insert("warnings", std::move(warnings));
   }
-  SwString text;
-  SwJsonDocument().generateJson(std::move(object), text, false, 0, {});
-  return text.str();
+  return jsonLine(std::move(object));
 }
 
 std::optional<int> exitCodeOf(int status) {

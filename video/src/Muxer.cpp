@@ -154,7 +154,7 @@ void Muxer::finish() {
 }
 
 void Muxer::check(int error) const {
-  if (error == AVERROR(EPIPE)) throw ClosedPipe(path_ + ": nobody reads it any more");
+  if (error == AVERROR(EPIPE)) throw ClosedPipe(path_);
   if (error < 0) throw UserError(path_ + ": " + libavErrorText(error));
 }
 

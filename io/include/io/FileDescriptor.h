@@ -32,6 +32,9 @@ class FileDescriptor {
   int fd_ = -1;
 };
 
+/// What errors call a path that is read, "-" being standard input.
+std::string inputName(const std::string& path);
+
 /// Opens `path` for reading; "-" is standard input. Throws UserError.
 FileDescriptor openForReading(const std::string& path);
 
@@ -45,5 +48,8 @@ std::size_t readSome(int fd, void* bytes, std::size_t size, const std::string& p
 
 /// Writes all bytes. Returns 0 or the error number.
 int writeFully(int fd, const void* bytes, std::size_t size);
+
+/// The same. Throws UserError that names `path`, ClosedPipe where nobody reads it any more.
+void writeFully(int fd, const void* bytes, std::size_t size, const std::string& path);
 
 }  // namespace segmask

@@ -16,10 +16,10 @@ class UserError : public std::runtime_error {
   explicit UserError(const std::string& text) : std::runtime_error(oneLine(text)) {}
 };
 
-/// Nobody reads the pipe any more that is written to.
+/// Nobody reads the pipe `file` any more, which is written to.
 class ClosedPipe : public UserError {
  public:
-  using UserError::UserError;
+  explicit ClosedPipe(const std::string& file) : UserError(file + ": nobody reads it any more") {}
 };
 
 /// The error of the system call that just failed: "FILE: No such file or directory".

@@ -8,9 +8,6 @@
 
 namespace segmask {
 
-/// What errors call a path, "-" being standard input.
-std::string inputName(const std::string& path);
-
 /// Opens `path`, "-" being standard input, to be read more than once and from any place. What cannot be read
 /// so, a pipe or a file that is packed by gzip, is copied, unpacked, into a temporary file without a name
 /// first. Throws UserError.

@@ -74,7 +74,7 @@ void BadInput::words(const Arguments& more) const {
 }
 
 void BadInput::pipe(const std::string& option, const std::string& name, const std::string& bytes,
-          const std::function<void()>& meanwhile) const {
+                    const std::function<void()>& meanwhile) const {
   ASSERT_EQ(mkfifo(path(name).c_str(), 0600), 0);
   const std::vector<std::string> before = folder_.names();
   const TempFolder streams;

@@ -11,8 +11,8 @@
 #include "tests/bad_input_table.h"
 #include "tests/run_tool.h"
 
-/// Runs the program with bad input. Each test is a row of the table of bad input in docs/reliability.md, which
-/// has the message and the exit code that are expected.
+/// Runs the program with bad input. Each test is a row of the table of bad input in docs/reliability.md,
+/// which has the message and the exit code that are expected.
 class BadInput : public ::testing::Test {
  protected:
   using Arguments = std::vector<std::string>;

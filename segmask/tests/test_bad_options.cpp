@@ -1,4 +1,5 @@
-// Bad input in options: the frames and their size, outputs, the plug-in and its configuration, and the command line.
+// Bad input in options: the frames and their size, outputs, the plug-in and its configuration, and the
+// command line.
 
 #include <fcntl.h>
 #include <sched.h>

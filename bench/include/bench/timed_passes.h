@@ -37,8 +37,8 @@ int timePasses(const char* name, const char* usage, int argc, char** argv) {
     return 2;
   }
   try {
-    const TimedOptions options{argv[1], std::stoi(argv[2]), std::stoi(argv[3]), argv[4],
-                               argv[5], std::stoi(argv[6]), argv[7]};
+    const TimedOptions options{
+        argv[1], std::stoi(argv[2]), std::stoi(argv[3]), argv[4], argv[5], std::stoi(argv[6]), argv[7]};
     Drawing drawing(options);
     drawing.pass();
     const std::vector<unsigned char> pixels = drawing.pixels();

@@ -20,7 +20,7 @@ def run(*command, **options):
 
 
 def test_the_five_lines_of_the_readme(photographs, tmp_path):
-    section = (ROOT / "README.md").read_text().split("## From Python")[1].split("\n## ")[0]
+    section = (ROOT / "README.md").read_text().split("## Use it from Python")[1].split("\n## ")[0]
     (lines,) = (text for text in re.findall(r"```python\n(.*?)```", section, re.S) if "from_coco" in text)
     assert lines.count("\n") == 5
     (tmp_path / "coco").symlink_to(photographs)
@@ -49,3 +49,22 @@ def test_the_notebook(tmp_path):
     ended = run(sys.executable, EXAMPLES / "notebook.py", cwd=tmp_path, env={**os.environ, "MPLBACKEND": "agg"})
     assert ended.stdout.count("'drawn': True") == 4 and ended.stdout.count("low_score") == 1
     assert (tmp_path / "notebook.png").stat().st_size > 10000
+
+
+BEFORE = """
+import itertools, av, numpy as np, segmask
+y, uv = np.zeros((1080, 1920), np.uint8), np.zeros((540, 1920), np.uint8)
+mask, array, frame = np.ones((54, 96)), np.zeros((1620, 1920), np.uint8), av.VideoFrame(1920, 1080, "nv12")
+detections = [segmask.detection(mask, size=(1920, 1080))]
+detect = lambda seen: detections
+"""
+
+
+@pytest.mark.parametrize("document", ["README.md", "docs/python.md"])
+def test_the_code_that_documents_show(document, tmp_path):
+    pytest.importorskip("av", reason="PyAV is not installed")
+    (tmp_path / "in.mp4").symlink_to(VIDEO)
+    shown = re.findall(r"```python\n(.*?)```", (ROOT / document).read_text(), re.S)
+    code = [text for text in shown if "coco" not in text]
+    assert code
+    run(sys.executable, "-c", BEFORE + "".join(code), cwd=tmp_path)

@@ -131,8 +131,9 @@ void addDrawing(CLI::App* render, RenderOptions& options) {
   addPluginChoice(*render, options.plugin);
   render->add_flag("--debug", options.debug, "Let the plug-in and the libraries print diagnostics");
   render
-      ->add_option("--lookback", options.lookback,
-                   "For how many frames without a line of its own a producer's last line serves (default: 0)")
+      ->add_option(
+          "--lookback", options.lookback,
+          "Draw a producer's last line again in up to N further frames that have no line of it (default: 0)")
       ->check(kWholeNumber)
       ->type_name("N");
   render

@@ -78,7 +78,7 @@ void addMaskCommand(CLI::App& mask, MaskArguments& arguments, const char* name, 
 
 CLI::App* addImport(CLI::App& app, ImportArguments& arguments) {
   CLI::App* const import =
-      app.add_subcommand("import", "Make detections of masks in other forms: COCO's, PNG files");
+      app.add_subcommand("import", "Make a detections file from COCO annotations or PNG masks");
   import->require_subcommand(1);
   addCoco(*import, arguments);
   addMasks(*import, arguments);
@@ -86,7 +86,7 @@ CLI::App* addImport(CLI::App& app, ImportArguments& arguments) {
 }
 
 CLI::App* addMask(CLI::App& app, MaskArguments& arguments) {
-  CLI::App* const mask = app.add_subcommand("mask", "Make, show and explain a single mask");
+  CLI::App* const mask = app.add_subcommand("mask", "Convert or describe a single mask");
   mask->require_subcommand(1);
   addMaskCommand(*mask, arguments, "encode", "A mask as a mask text, SEG1", MaskCommand::Encode);
   addMaskCommand(*mask, arguments, "decode", "A mask as a PNG file, white inside", MaskCommand::Decode);

@@ -14,7 +14,7 @@ import subprocess
 import sys
 import tempfile
 
-# By the command's beginning: a text of .ci/run or of a script that it starts, a test by ctest's name, or why by hand.
+# By the command's beginning: a text of .ci/run or of scripts/test, a test by ctest's name, or why by hand.
 CI, TEST, HAND = "in .ci/run", "by the test", "by hand:"
 ELSEWHERE = {
     "scripts/demo": (CI, "scripts/demo"),
@@ -69,8 +69,7 @@ def elsewhere(command):
 
 
 def check_elsewhere(source, used, faults):
-    scripts = [source / ".ci/run", *(source / "scripts").iterdir()]
-    ci = "".join(path.read_text() for path in scripts if path.name in ("run", "test", "demo"))
+    ci = "".join((source / name).read_text() for name in (".ci/run", "scripts/test"))
     lists = "".join(path.read_text() for path in [source / "tests/CMakeLists.txt", source / "python/tests/CMakeLists.txt"])
     for rule, (kind, where) in ELSEWHERE.items():
         if rule not in used:

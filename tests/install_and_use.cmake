@@ -113,7 +113,7 @@ function(check_refusals)
   set(_known "core, cudart_cpu, cudart, zelvo_tools, render_base, mask, detection, io, host")
   check_refusal(unknown_component "REQUIRED COMPONENTS core paint"
     "SegMaskOverlay has no component 'paint'; its components are: ${_known}")
-  check_refusal(newer_version "0.2 REQUIRED" "compatible with requested version \"0.2\"")
+  check_refusal(newer_version "0.3 REQUIRED" "compatible with requested version \"0.3\"")
   check_refusal(missing_package "REQUIRED COMPONENTS detection"
     "component 'detection' needs its component 'mask', which needs OpenCV, which was not found (core and imgproc;"
     -DCMAKE_DISABLE_FIND_PACKAGE_OpenCV=ON)
@@ -188,7 +188,7 @@ function(check_pkg_config)
     return()
   endif()
   execute_process(COMMAND "${CMAKE_COMMAND}" -E env "PKG_CONFIG_PATH=${prefix}/lib/pkgconfig"
-      "${_pkg_config}" --cflags --libs "sw_core >= 0.1"
+      "${_pkg_config}" --cflags --libs "sw_core >= 0.2"
     OUTPUT_VARIABLE _flags OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
   separate_arguments(_flags UNIX_COMMAND "${_flags}")
   set(_source "${WORK_DIR}/pkg_config.cpp")

@@ -20,6 +20,8 @@ def test_the_wheel(tmp_path, python):
          f"--config-settings=build-dir={tmp_path}/build", sources], capture_output=True, text=True)
     assert made.returncode == 0, made.stdout[-3000:] + made.stderr[-3000:]
     (wheel,) = tmp_path.glob("segmask-*.whl")
+    project = (sources.parent / "CMakeLists.txt").read_text()
+    assert f"project(SegMaskOverlay VERSION {wheel.name.split('-')[1]} " in project
     with zipfile.ZipFile(wheel) as archive:
         archive.extractall(tmp_path / "site")
         names = {name.split("/", 1)[1] for name in archive.namelist() if name.startswith("segmask/")}

@@ -19,10 +19,13 @@
 #include "src/mask_options.h"
 #include "src/messages.h"
 #include "src/nearest_name.h"
+#include "src/version_text.h"
 #include "video/libav_handles.h"
 
 namespace segmask {
 namespace {
+
+constexpr char kProgram[] = "segmask";
 
 struct Options {
   RenderOptions render;
@@ -285,21 +288,40 @@ void checkStandardOutput() {
   throw UserError("standard output: not all could be written");
 }
 
-int parseAndRun(int argc, char** argv) {
-  CLI::App app("Draws segmentation masks into videos, through a render plug-in", "segmask");
+/// The commands that are told apart when the line is parsed.
+struct Commands {
+  const CLI::App* render;
+  const CLI::App* explain;
+  const CLI::App* import;
+  const CLI::App* mask;
+  const CLI::App* batch;
+};
+
+/// Gives the program's App all that its command line may have. `options` must live until the line is parsed.
+Commands addAll(CLI::App& app, Options& options) {
+  app.name(kProgram);
+  app.description("Draws segmentation masks into videos, through a render plug-in");
   app.require_subcommand(1);
-  app.set_version_flag("--version", SEGMASK_VERSION);
+  app.set_version_flag("--version", versionText,
+                       "Print the versions of the program and its libraries, and the device, and exit");
   app.footer(
       "Exit codes: 0 done; 1 some jobs of a batch failed; 2 bad input or a failure, nothing was written; 3 "
       "done, but with --strict some detection was not drawn or the input was damaged; 130 interrupted, what "
       "render had done so far was written; 141 nobody reads the output any more.");
-  Options options;
-  const CLI::App* const renderCommand = addRender(app, options.render);
-  const CLI::App* const explainCommand = addExplain(app, options.explain);
-  const CLI::App* const importCommand = addImport(app, options.import);
-  const CLI::App* const maskCommand = addMask(app, options.mask);
-  const CLI::App* const batchCommand = addBatch(app, options.batch);
+  Commands commands{};
+  commands.render = addRender(app, options.render);
+  commands.explain = addExplain(app, options.explain);
+  commands.import = addImport(app, options.import);
+  commands.mask = addMask(app, options.mask);
+  commands.batch = addBatch(app, options.batch);
   addInspect(app, options.inspectedPlugin);
+  return commands;
+}
+
+int parseAndRun(int argc, char** argv) {
+  CLI::App app;
+  Options options;
+  const Commands commands = addAll(app, options);
   // CLI11 would report a misspelt command as "a subcommand is required".
   const std::string first = argc > 1 ? argv[1] : "-";
   if (first[0] != '-' && !findCommand(app, first)) {
@@ -315,12 +337,12 @@ int parseAndRun(int argc, char** argv) {
   } catch (const CLI::ParseError& error) {
     return report(textOf(error) + " (see segmask --help)");
   }
-  if (renderCommand->parsed()) return render(options.render);
-  if (batchCommand->parsed()) return batch(options.batch);
-  const int exitCode = explainCommand->parsed()  ? explain(options.explain)
-                       : importCommand->parsed() ? import(options.import.kind, options.import.options)
-                       : maskCommand->parsed()   ? mask(options.mask.command, options.mask.options)
-                                                 : inspect(options.inspectedPlugin);
+  if (commands.render->parsed()) return render(options.render);
+  if (commands.batch->parsed()) return batch(options.batch);
+  const int exitCode = commands.explain->parsed()  ? explain(options.explain)
+                       : commands.import->parsed() ? import(options.import.kind, options.import.options)
+                       : commands.mask->parsed()   ? mask(options.mask.command, options.mask.options)
+                                                   : inspect(options.inspectedPlugin);
   checkStandardOutput();
   return exitCode;
 }
@@ -341,6 +363,13 @@ int runCommandLine(int argc, char** argv) {
   std::signal(SIGXFSZ, SIG_IGN);
   silenceLibav();
   return runReporting([argc, argv] { return parseAndRun(argc, argv); });
+}
+
+void describeCommandLine(const std::function<void(const CLI::App&)>& describe) {
+  CLI::App app;
+  Options options;
+  addAll(app, options);
+  describe(app);
 }
 
 std::vector<RenderOption> renderOptions() {

@@ -6,6 +6,10 @@
 
 #include "src/commands.h"
 
+namespace CLI {
+class App;
+}
+
 namespace segmask {
 
 /// The whole program: parses the command line, runs the command, reports its error as one line on standard
@@ -15,6 +19,9 @@ int runCommandLine(int argc, char** argv);
 /// Runs the body of a command. Its errors are reported on standard error as one line, "segmask: what", and
 /// give the exit code that belongs to them. Throws nothing.
 int runReporting(const std::function<int()>& body);
+
+/// Lets `describe` see the definitions of the command line: all commands and options, with their texts.
+void describeCommandLine(const std::function<void(const CLI::App&)>& describe);
 
 /// An option of `segmask render` that a job may have.
 struct RenderOption {

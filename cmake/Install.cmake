@@ -4,25 +4,54 @@
 
 include(CMakePackageConfigHelpers)
 
+# seg_mask_run_path(result folder)
+#
+# The run path of a file that is installed into `folder`: where it finds our libraries, but for those that the loader finds.
+function(seg_mask_run_path result folder)
+  if(NOT SEG_MASK_PACKAGES)
+    set(${result} "${CMAKE_INSTALL_RPATH}" PARENT_SCOPE)
+    return()
+  endif()
+  file(RELATIVE_PATH _path "/${folder}" "/${SEG_MASK_PLUGINDIR}")
+  string(REGEX REPLACE "/$" "" _path "$ORIGIN/${_path}")
+  set(${result} "${_path}" PARENT_SCOPE)
+endfunction()
+
 # seg_mask_install(target [install arguments...])
 #
-# Installs a program into bin/ and a library into lib/. CMake pads the run path of a file that is linked with another
-# one than it is installed with by empty entries, which the loader reads as the working directory. So these files are
-# linked with the installed run path, followed by the folders of libraries that lie elsewhere, which the installation
-# removes.
+# Installs a program into bin/ and a library into its folder of libraries. CMake pads the run path of a file that is linked
+# with another one than it is installed with by empty entries, which the loader reads as the working directory. So these
+# files are linked with the installed run path, followed by the folders of libraries that lie elsewhere, which the
+# installation removes.
 function(seg_mask_install target)
-  install(TARGETS ${target} ${ARGN} RUNTIME DESTINATION bin LIBRARY DESTINATION lib ARCHIVE DESTINATION lib)
+  set(_component overlay)
+  set(_folder "${SEG_MASK_PLUGINDIR}")
   get_target_property(_type ${target} TYPE)
+  if(_type STREQUAL "EXECUTABLE")
+    set(_component tool)
+    set(_folder bin)
+  elseif(target STREQUAL "sw_core")
+    set(_component core)
+    set(_folder "${SEG_MASK_LIBDIR}")
+  endif()
+  install(TARGETS ${target} ${ARGN}
+    RUNTIME DESTINATION bin COMPONENT ${_component}
+    LIBRARY DESTINATION "${_folder}" COMPONENT ${_component} NAMELINK_COMPONENT dev
+    ARCHIVE DESTINATION "${SEG_MASK_LIBDIR}" COMPONENT dev)
   if(_type MATCHES "STATIC|INTERFACE")
     return()
   endif()
-  set_target_properties(${target} PROPERTIES BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH_USE_LINK_PATH ON)
-  set(_folder "$<IF:$<STREQUAL:$<TARGET_PROPERTY:${target},TYPE>,EXECUTABLE>,bin,lib>")
+  seg_mask_run_path(_run_path "${_folder}")
+  if(SEG_MASK_PACKAGES AND target STREQUAL "sw_core")
+    set(_run_path "")
+  endif()
+  set_target_properties(${target} PROPERTIES
+    BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH "${_run_path}" INSTALL_RPATH_USE_LINK_PATH ON)
   set(_file "\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${_folder}/$<TARGET_FILE_NAME:${target}>")
-  install(CODE "file(RPATH_SET FILE \"${_file}\" NEW_RPATH [[${CMAKE_INSTALL_RPATH}]])")
+  install(CODE "file(RPATH_SET FILE \"${_file}\" NEW_RPATH [[${_run_path}]])" COMPONENT ${_component})
 endfunction()
 
-set(_package lib/cmake/SegMaskOverlay)
+set(_package "${SEG_MASK_LIBDIR}/cmake/SegMaskOverlay")
 
 # seg_mask_install_component(component headers target...)
 #
@@ -37,39 +66,34 @@ macro(seg_mask_install_component component headers)
     seg_mask_install(${_target} EXPORT SegMaskOverlay-${component} INCLUDES DESTINATION ${headers})
     get_target_property(_folder ${_target} SOURCE_DIR)
     if(EXISTS "${_folder}/include")
-      install(DIRECTORY "${_folder}/include/" DESTINATION ${headers} FILES_MATCHING PATTERN "*.h")
+      install(DIRECTORY "${_folder}/include/" DESTINATION ${headers} COMPONENT dev FILES_MATCHING PATTERN "*.h")
     endif()
   endforeach()
-  install(EXPORT SegMaskOverlay-${component} NAMESPACE SegMaskOverlay:: DESTINATION ${_package})
+  install(EXPORT SegMaskOverlay-${component} NAMESPACE SegMaskOverlay:: DESTINATION ${_package} COMPONENT dev)
 endmacro()
 
 seg_mask_install(seg_mask_overlay)
 seg_mask_install(seg_mask_overlay_fused)
 if(SEG_MASK_BUILD_TOOLS)
   seg_mask_install(segmask)
-  if(TARGET segmask_manual)
-    install(FILES "${SEGMASK_PAGES}/segmask.1" DESTINATION share/man/man1)
-    install(FILES "${SEGMASK_PAGES}/segmask-detections.5" DESTINATION share/man/man5)
-    install(FILES "${SEGMASK_PAGES}/segmask.bash" DESTINATION share/bash-completion/completions RENAME segmask)
-  endif()
 endif()
 
-seg_mask_install_component(core include sw_core)
+seg_mask_install_component(core "${SEG_MASK_INCLUDEDIR}" sw_core)
 if(SEG_MASK_DEVICE STREQUAL "cpu")
   # In a folder of its own: its cuda_runtime.h must not be found by whoever looks for the toolkit's in include/.
   set_target_properties(cudart_cpu PROPERTIES EXPORT_NO_SYSTEM ON)
-  seg_mask_install_component(cudart_cpu include/cudart_cpu cudart_cpu)
+  seg_mask_install_component(cudart_cpu "${SEG_MASK_INCLUDEDIR}/cudart_cpu" cudart_cpu)
 endif()
-seg_mask_install_component(cudart include seg_mask_cudart)
+seg_mask_install_component(cudart "${SEG_MASK_INCLUDEDIR}" seg_mask_cudart)
 if(NOT ZELVO_TOOLS_ROOT)
-  seg_mask_install_component(zelvo_tools include zelvo_tools)
+  seg_mask_install_component(zelvo_tools "${SEG_MASK_INCLUDEDIR}" zelvo_tools)
 endif()
-seg_mask_install_component(render_base include render_geometry render_base)
-seg_mask_install_component(mask include seg_mask_mask)
-seg_mask_install_component(detection include seg_mask_detection)
+seg_mask_install_component(render_base "${SEG_MASK_INCLUDEDIR}" render_geometry render_base)
+seg_mask_install_component(mask "${SEG_MASK_INCLUDEDIR}" seg_mask_mask)
+seg_mask_install_component(detection "${SEG_MASK_INCLUDEDIR}" seg_mask_detection)
 if(SEG_MASK_BUILD_TOOLS)
-  seg_mask_install_component(io include segmask_io)
-  seg_mask_install_component(host include segmask_host)
+  seg_mask_install_component(io "${SEG_MASK_INCLUDEDIR}" segmask_io)
+  seg_mask_install_component(host "${SEG_MASK_INCLUDEDIR}" segmask_host)
 endif()
 
 set(_platform_pictures OFF)
@@ -87,9 +111,10 @@ install(FILES
   "${PROJECT_SOURCE_DIR}/cmake/SegMaskOverlayAddPlugin.cmake"
   "${PROJECT_SOURCE_DIR}/cmake/SegMaskOverlayPlatform.cmake"
   "${PROJECT_SOURCE_DIR}/cmake/plugin_exports.map"
-  DESTINATION ${_package})
+  DESTINATION ${_package} COMPONENT dev)
 install(FILES "${PROJECT_SOURCE_DIR}/cmake/FindOpenCV.cmake" "${PROJECT_SOURCE_DIR}/cmake/Findclass_loader.cmake"
-  DESTINATION ${_package}/modules)
+  DESTINATION ${_package}/modules COMPONENT dev)
 
+file(RELATIVE_PATH _to_prefix "/${SEG_MASK_LIBDIR}/pkgconfig" "/")
 configure_file("${PROJECT_SOURCE_DIR}/cmake/sw_core.pc.in" "${PROJECT_BINARY_DIR}/package/sw_core.pc" @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/package/sw_core.pc" DESTINATION lib/pkgconfig)
+install(FILES "${PROJECT_BINARY_DIR}/package/sw_core.pc" DESTINATION "${SEG_MASK_LIBDIR}/pkgconfig" COMPONENT dev)

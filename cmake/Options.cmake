@@ -48,3 +48,18 @@ else()
   set(_guard_bytes OFF)
 endif()
 option(SEG_MASK_GUARD_BYTES "Surround picture planes with guard bytes, checked when a picture is freed" ${_guard_bytes})
+
+option(SEG_MASK_PACKAGES "Install as Debian's packages do, and let cpack make some (scripts/package)" OFF)
+
+# Where the installation puts libraries, the libraries that have no version in their names (the plug-ins and what belongs to
+# them), and the public headers, below the prefix. The loader searches Debian's folder of libraries, so those without a version
+# have one of their own there.
+if(SEG_MASK_PACKAGES)
+  set(SEG_MASK_LIBDIR "lib/${CMAKE_LIBRARY_ARCHITECTURE}")
+  set(SEG_MASK_PLUGINDIR "${SEG_MASK_LIBDIR}/seg-mask-overlay")
+  set(SEG_MASK_INCLUDEDIR include/seg-mask-overlay)
+else()
+  set(SEG_MASK_LIBDIR lib)
+  set(SEG_MASK_PLUGINDIR lib)
+  set(SEG_MASK_INCLUDEDIR include)
+endif()

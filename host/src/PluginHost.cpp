@@ -64,10 +64,13 @@ std::string choose(const std::vector<std::string>& classes, const std::string& p
 
 std::string defaultPluginPath(const char* pluginFile) {
   const fs::path folder = ownFile().parent_path();
-  std::error_code ignored;
-  const fs::path beside = folder / pluginFile;
-  if (fs::exists(beside, ignored)) return beside.string();
-  return (folder.parent_path() / "lib" / pluginFile).string();
+  const fs::path above = folder.parent_path();
+  const fs::path installed = SEG_MASK_PLUGINDIR;
+  for (const fs::path& each : {folder, above / installed, above / installed.filename()}) {
+    std::error_code ignored;
+    if (fs::exists(each / pluginFile, ignored)) return (each / pluginFile).string();
+  }
+  return (above / installed / pluginFile).string();
 }
 
 PluginHost::PluginHost(const std::string& path) {

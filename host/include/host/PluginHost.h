@@ -20,8 +20,9 @@ inline constexpr char kPluginClass[] = "SegMaskOverlayPlugin";
 
 /// The path of the plug-in that belongs to the file that contains this code, a program or a library:
 /// `pluginFile` in that file's folder if it exists there, else in ../lib relative to that folder, whether it
-/// exists or not. Links to the file are followed. Throws UserError when the folder cannot be found. Any
-/// thread may call it.
+/// exists or not. In Debian's packages the latter is ../lib/TRIPLET/seg-mask-overlay, as seen from a program,
+/// or ../seg-mask-overlay, as seen from a module of another program, where it exists. Links to the file are
+/// followed. Throws UserError when the folder cannot be found. Any thread may call it.
 std::string defaultPluginPath(const char* pluginFile = kPluginFile);
 
 /// A loaded plug-in library and the instance made from it, together, because an instance must not outlive its

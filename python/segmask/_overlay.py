@@ -57,6 +57,8 @@ class Overlay:
         """The same on one array with both planes, of (H + (H + 1) // 2, W), where W is even."""
         if not isinstance(frame, np.ndarray):
             raise TypeError(f"frame: a {type(frame).__name__}, not a NumPy array")
+        if frame.dtype != np.uint8:
+            raise TypeError(f"frame: its dtype is {frame.dtype}, not uint8")
         if frame.ndim != 2 or frame.shape[0] % 3 == 1 or frame.shape[1] % 2 or 0 in frame.shape:
             raise ValueError(f"frame: its shape {frame.shape} is not (H + (H + 1) // 2, W) with an even W")
         height = (2 * frame.shape[0] + 1) // 3 if frame.shape[0] % 3 else 2 * frame.shape[0] // 3

@@ -18,6 +18,14 @@ std::string shapeText(const Py_buffer& view) {
   return "(" + text + (view.ndim == 1 ? ",)" : ")");
 }
 
+/// What its items are, as its author has named them.
+std::string itemsText(const Py_buffer& view, const std::string& format) {
+  const nb::handle array(view.obj);
+  if (!nb::hasattr(array, "dtype")) return "its items have the format '" + format + "'";
+  const nb::object dtype = array.attr("dtype");
+  return "its dtype is " + nb::cast<std::string>(nb::str(dtype));
+}
+
 /// The message of the Python error that is set, which is cleared.
 std::string takeMessage() {
   const nb::python_error error;
@@ -48,9 +56,7 @@ HeldBuffer::~HeldBuffer() {
 void HeldBuffer::check(const char* name) const {
   const std::string prefix = std::string(name) + ": ";
   const std::string format = view_.format ? view_.format : "B";
-  if (format != "B" && format != "b" && format != "?") {
-    throw nb::type_error((prefix + "its items have the format '" + format + "', not uint8").c_str());
-  }
+  if (format != "B") throw nb::type_error((prefix + itemsText(view_, format) + ", not uint8").c_str());
   const std::string shape = prefix + "its shape " + shapeText(view_);
   if (view_.ndim != 2) throw nb::value_error((shape + " is not (rows, columns)").c_str());
   constexpr Py_ssize_t kMost = std::numeric_limits<int>::max();

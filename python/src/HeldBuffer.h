@@ -12,7 +12,7 @@ class HeldBuffer {
  public:
   enum class Access { Read, Write };
 
-  /// `name` is what errors call the array. Throws TypeError for an object that is no array of one-byte items,
+  /// `name` is what errors call the array. Throws TypeError for an object that is no array of uint8,
   /// ValueError for one that is not two-dimensional, that is empty, whose rows have gaps between their items,
   /// that has more than 2^31 - 1 rows or columns, or that cannot be written where it has to be.
   HeldBuffer(PyObject* object, const char* name, Access access);

@@ -41,7 +41,7 @@ std::tuple<int, int, nb::bytes> decode(const nb::bytes& bytes) {
 
 void bindMasks(nb::module_& module) {
   module.def("encode", &encode, nb::arg("mask"),
-             "The mask text of a two-dimensional array of one-byte items; non-zero is inside.");
+             "The mask text of a two-dimensional array of uint8; non-zero is inside.");
   module.def("decode", &decode, nb::arg("text"),
              "Width, height and packed bits of a mask text, the lowest bit of a byte first.");
 }

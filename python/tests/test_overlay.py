@@ -141,6 +141,11 @@ def test_one_array_with_both_planes(height):
     assert np.array_equal(frame, np.concatenate([y, uv]))
 
 
+def test_one_array_of_another_dtype_is_a_type_error():
+    with pytest.raises(TypeError, match="frame: its dtype is int8, not uint8"):
+        segmask.Overlay().draw_nv12(np.zeros((30, 20), np.int8), [])
+
+
 @pytest.mark.parametrize("width, height", [(44, 30), (64, 48)])
 def test_a_frame_of_pyav(width, height):
     y, uv = noise(width, height)
@@ -165,8 +170,11 @@ def readonly(plane):
 
 Y, UV = grey()
 bad_planes = [
-    (Y.astype(np.uint16), UV, TypeError, "y: its items have the format 'H', not uint8"),
-    (Y.astype(float), UV, TypeError, "y: its items have the format 'd', not uint8"),
+    (Y.astype(np.uint16), UV, TypeError, "y: its dtype is uint16, not uint8"),
+    (Y, UV.astype(float), TypeError, "uv: its dtype is float64, not uint8"),
+    (Y.astype(np.int8), UV, TypeError, "y: its dtype is int8, not uint8"),
+    (Y, UV.astype(bool), TypeError, "uv: its dtype is bool, not uint8"),
+    (memoryview(Y.astype(np.int8)), UV, TypeError, "y: its items have the format 'b', not uint8"),
     (Y[0], UV, ValueError, r"y: its shape \(45,\) is not \(rows, columns\)"),
     (Y[:0], UV, ValueError, r"y: its shape \(0, 45\)"),
     (Y.T, UV, ValueError, "y: its columns are 45 bytes apart, not 1"),

@@ -145,6 +145,11 @@ macro(case_unknown_device_is_refused)
   expect_refusal("SEG_MASK_DEVICE is 'gpu'; it can be cpu or cuda")
 endmacro()
 
+macro(case_python_package_without_the_program_is_refused)
+  configure(-DSEG_MASK_BUILD_PYTHON=ON)
+  expect_refusal("SEG_MASK_BUILD_PYTHON needs SEG_MASK_BUILD_TOOLS: the package holds the program segmask")
+endmacro()
+
 macro(case_picture_library_without_header_is_refused)
   file(WRITE "${world}/zelvo/lib/libZelvoTools.so" "")
   configure("-DZELVO_TOOLS_ROOT=${world}/zelvo")

@@ -24,6 +24,7 @@ except ImportError as error:
 from ._convert import from_coco, from_supervision, from_torchvision, from_ultralytics, undo_letterbox
 from ._explain import Reasons, explain
 from ._masks import Detection, decode_mask, detection, encode_mask
+from ._native import __version__ as __version__
 from ._overlay import Overlay
 from ._render import RenderSummary, render
 from ._writer import DetectionWriter

@@ -5,6 +5,7 @@ from __future__ import annotations
 
 import datetime
 import hashlib
+import importlib.util
 import json
 import os
 import re
@@ -36,10 +37,12 @@ def file_system(url: str) -> tuple[Any, str]:
 
 
 def program_path(name: str | None) -> str | None:
-    """The program `segmask`: the one named, or the one inside this package, beside this Python or in the PATH."""
+    """The program `segmask`: the one named, or else the first of those inside the package, beside this Python and in the PATH."""
     if name:
         return shutil.which(name)
-    places = (os.path.dirname(__file__), os.path.dirname(sys.executable), os.environ.get("PATH", os.defpath))
+    package = importlib.util.find_spec("segmask")  # not this module's folder, which is that of the machine it was sent from
+    inside = package.submodule_search_locations if package else None
+    places = (*(inside or ()), os.path.dirname(sys.executable), os.environ.get("PATH", os.defpath))
     return shutil.which("segmask", path=os.pathsep.join(places))
 
 

@@ -1,7 +1,8 @@
 """`python -m segmask.batch JOBS.jsonl --scheduler tcp://HOST:8786`: the jobs of a list on the workers of a Dask cluster.
 
 The list, the results and the records are those of `segmask batch`, which does each job. A path may be a URL that fsspec knows.
-Needs the program `segmask`, here and on the workers, and `pip install segmask[dask]`. docs/scale.md has the rules and recipes.
+Needs the extra `dask` of the package here; workers need Dask, and the package or the program `segmask`. docs/scale.md has the rules
+and recipes.
 """
 
 from __future__ import annotations
@@ -26,7 +27,7 @@ try:
     cloudpickle: Any = importlib.import_module("cloudpickle")
     distributed: Any = importlib.import_module("distributed")
 except ImportError as error:
-    raise ImportError(f"{error}; segmask.batch needs Dask: pip install segmask[dask]") from None
+    raise ImportError(f"{error}; segmask.batch needs Dask: pip install distributed fsspec") from None
 
 from . import _batch_job
 from ._batch_job import INPUTS, OUTPUTS, file_system, is_url
@@ -202,8 +203,8 @@ def _arguments(arguments: Sequence[str] | None) -> argparse.Namespace:
                         "crashed or found a disk full or a storage unreachable (default: 2)")
     parser.add_argument("--redo", action="store_true", help="do all jobs, also those that are done")
     parser.add_argument("--check", action="store_true", help="check the list and the workers, and start nothing")
-    parser.add_argument("--program", metavar="FILE", help="the program segmask, here and on the workers (default: the one beside "
-                        "Python or in the PATH)")
+    parser.add_argument("--program", metavar="FILE", help="the program segmask, here and on the workers (default: the one of "
+                        "the package)")
     return parser.parse_args(arguments)
 
 

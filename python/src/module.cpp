@@ -23,6 +23,7 @@ NB_MODULE(_native, module) {
       segmask_python::setError(PyExc_RuntimeError, user.what());
     }
   });
+  module.attr("__version__") = SEGMASK_VERSION;
   segmask_python::Shutdown::install();
   segmask_python::bindMasks(module);
   segmask_python::bindDetections(module);

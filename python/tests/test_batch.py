@@ -147,7 +147,7 @@ def test_the_whole_run_killed_and_resumed(inputs, run, holding, tool, tmp_path):
     output.mkdir()
     program, held = holding
     path = write_list(folder, names, output)
-    script = tmp_path / "run.py"
+    script, said = tmp_path / "run.py", tmp_path / "said"
     script.write_text(f"""
 import distributed
 from segmask import batch
@@ -155,13 +155,15 @@ if __name__ == "__main__":
     with distributed.LocalCluster(n_workers=2, threads_per_worker=1, dashboard_address=":0") as cluster:
         batch.main([{str(path)!r}, "--scheduler", cluster.scheduler_address, "--program", {str(program)!r}])
 """)
-    with subprocess.Popen([sys.executable, script], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
-                          start_new_session=True) as whole:
-        first = [json.loads(whole.stdout.readline())["output"] for _ in range(5)]
-        wait_for(held.exists)
+    with said.open("w") as errors, subprocess.Popen([sys.executable, script], stdout=subprocess.PIPE, stderr=errors,
+                                                    start_new_session=True) as whole:
+        first = [whole.stdout.readline() for _ in range(5)]
+        wait_for(lambda: held.exists() or whole.poll() is not None)
+        assert whole.poll() is None, said.read_text()
         os.killpg(whole.pid, signal.SIGKILL)
         whole.stdout.read()  # ends when the last process that could write to it has ended
     wait_for(lambda: not is_alive(int(held.read_text())))
+    first = [json.loads(line)["output"] for line in first]
     before = {name: os.stat(name).st_mtime_ns for name in first}
 
     code, results, told = run(path, "--program", program)
@@ -290,6 +292,15 @@ def test_a_worker_of_another_version_is_refused(inputs, run, another_version, to
     assert told == f"segmask: the worker {worker} has segmask 0.0.9, and this is segmask {version}\n"
 
 
+def test_the_program_is_the_packages_own_unless_another_is_named(tool, tmp_path, monkeypatch):
+    (tmp_path / "segmask").write_text("#!/bin/sh\n")
+    (tmp_path / "segmask").chmod(0o755)
+    monkeypatch.setenv("PATH", str(tmp_path))
+    assert _batch_job.program_path(None) == str(pathlib.Path(segmask.__file__).parent / "segmask")
+    assert _batch_job.program_path("segmask") == str(tmp_path / "segmask")
+    assert _batch_job.program_path(tool) == tool
+
+
 def test_a_worker_that_comes_later_with_another_version_gets_no_job_done(inputs, tool, tmp_path):
     result = _batch_job.run_job(job_of(inputs[0], "000", tmp_path), tool, "0.0.9", False)
     assert result["status"] == "trouble"
@@ -298,11 +309,13 @@ def test_a_worker_that_comes_later_with_another_version_gets_no_job_done(inputs,
 
 
 @pytest.fixture
-def bare_cluster(tmp_path):
-    """A scheduler file; scheduler and worker are programs of their own, which cannot import the package."""
+def bare_cluster(tool, tmp_path):
+    """A scheduler file; scheduler and worker are programs of their own, which cannot import the package. The worker's PATH has the
+    program."""
     path = tmp_path / "cluster" / "scheduler.json"
     path.parent.mkdir()
     environment = {name: value for name, value in os.environ.items() if name != "PYTHONPATH"}
+    environment["PATH"] = os.pathsep.join([os.path.dirname(tool), environment["PATH"]])
     common = {"env": environment, "cwd": path.parent, "stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL}
     cli = [sys.executable, "-m", "distributed.cli.dask_{}", "--scheduler-file", path, "--no-dashboard"]
     scheduler = subprocess.Popen([str(word).format("scheduler") for word in cli] + ["--port", "0"], **common)
@@ -320,7 +333,7 @@ def test_scheduler_and_workers_need_no_package(inputs, run, bare_cluster, tool, 
             pytest.skip("the package is installed where this Python always finds it")
     output = tmp_path / "out"
     output.mkdir()
-    code, results, told = run(write_list(inputs[0], ["000"], output), "--program", tool, scheduler=str(bare_cluster))
+    code, results, told = run(write_list(inputs[0], ["000"], output), scheduler=str(bare_cluster))
     assert (code, results["000"]["status"]) == (0, "done"), told
     assert_as_by_one_process(inputs[0], ["000"], output)
 

@@ -70,6 +70,20 @@ def test_a_missing_library_is_named_in_one_sentence_with_what_installs_it(python
     assert "During handling" not in ended.stderr
 
 
+def test_without_dask_the_batch_says_what_installs_it(python):
+    ended = python("import sys; sys.modules['distributed'] = None; import segmask.batch")
+    *_, last = ended.stderr.strip().splitlines()
+    assert last.startswith("ImportError: ") and last.endswith("segmask.batch needs Dask: pip install distributed fsspec")
+
+
+def test_the_program_inside_is_of_the_packages_version_and_draws_with_its_plugin(tmp_path):
+    def told(*arguments):
+        return subprocess.run([PACKAGE / "segmask", *arguments], check=True, capture_output=True, text=True).stdout
+
+    assert told("--version") == segmask.__version__ + "\n"
+    assert re.search(r"^library +(.*)$", told("inspect"), re.MULTILINE)[1] == str(PACKAGE / "libseg_mask_overlay.so")
+
+
 def test_the_types_hold(tmp_path):
     """The package's own files, a user's text with each call, and one with errors."""
     (tmp_path / "good.py").write_text("""

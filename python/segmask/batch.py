@@ -150,8 +150,8 @@ def _portable(function: Callable[..., Any]) -> Callable[..., Any]:
 
 
 def check_workers(client: Any, program: str | None, version: str) -> None:
-    """Raises UserError if a worker that is there has not this version of the program."""
-    for address, found in client.run(_portable(_batch_job.program_version), program).items():
+    """Raises UserError if a worker that answers has not this version of the program. One that has just gone does not answer."""
+    for address, found in client.run(_portable(_batch_job.program_version), program, on_error="ignore").items():
         why = _batch_job.refusal(found, version)
         if why:
             raise UserError(f"the worker {address} {why}")

@@ -261,8 +261,9 @@ def test_faults_of_the_list_are_found_before_anything_starts(inputs, run, tool, 
 
 
 def test_a_list_that_another_run_holds_is_refused(inputs, run, tool, tmp_path):
+    """However it holds it, so that of two runs at the same time one is refused."""
     path = write_list(inputs[0], ["000"], tmp_path)
-    with subprocess.Popen(["flock", path, "cat"], stdin=subprocess.PIPE, stdout=subprocess.PIPE) as holder:
+    with subprocess.Popen(["flock", "--shared", path, "cat"], stdin=subprocess.PIPE, stdout=subprocess.PIPE) as holder:
         holder.stdin.write(b"held\n")
         holder.stdin.flush()
         holder.stdout.readline()
@@ -290,6 +291,20 @@ def test_a_worker_of_another_version_is_refused(inputs, run, another_version, to
     code, results, told = run(write_list(inputs[0], ["000"], tmp_path), "--program", program)
     assert (code, results) == (2, {})
     assert told == f"segmask: the worker {worker} has segmask 0.0.9, and this is segmask {version}\n"
+
+
+def test_a_worker_that_dies_when_it_is_asked_is_passed_over(cluster, inputs, run, tool, tmp_path):
+    program = tmp_path / "deadly"
+    program.write_text(f'#!/bin/sh\nif [ -n "$DOOMED" ]; then kill -KILL $PPID; else exec "{tool}" "$@"; fi\n')
+    program.chmod(0o755)
+    with distributed.Client(cluster) as client:
+        worker = next(iter(client.nthreads()))
+        client.run(lambda: os.environ.update(DOOMED="1"), workers=[worker])
+    output = tmp_path / "out"
+    output.mkdir()
+    code, results, told = run(write_list(inputs[0], ["000"], output), "--program", program)
+    assert (code, results["000"]["status"]) == (0, "done"), told
+    assert results["000"]["worker"] != worker
 
 
 def test_the_program_is_the_packages_own_unless_another_is_named(tool, tmp_path, monkeypatch):

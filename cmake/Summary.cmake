@@ -6,7 +6,7 @@ else()
   set(_made "the plug-in, the value library")
 endif()
 foreach(_choice IN ITEMS "TOOLS|the reference host and the examples" "TESTS|the tests" "BENCHMARKS|the benchmarks"
-    "PYTHON|the Python package")
+    "PYTHON|the Python package" "GSTREAMER|the GStreamer element")
   string(REPLACE "|" ";" _choice "${_choice}")
   list(GET _choice 0 _option)
   list(GET _choice 1 _what)

@@ -31,6 +31,7 @@ room(host               AS host             MAY io core zelvo_tools cudart_cpu r
 room(import             AS import           MAY io video host core mask detection)
 room(segmask                                MAY ${host_side} core render_base mask detection)
 room(python                                 MAY ${host_side} core render_base detection mask)
+room(gst                                    MAY io host core render_base detection)
 room(examples/motion_producer               MAY io video core mask)
 room(examples/minimal_host                  MAY core zelvo_tools render_base)
 room(examples/plugin_probe                  MAY render_base)

@@ -90,6 +90,12 @@ DetectionLine DetectionLineReader::expand(RawDetectionLine raw, render_base::Fra
   return line;
 }
 
+void DetectionLineReader::checkOrder(uint64_t before, uint64_t frame, uint64_t lineNumber) const {
+  if (frame >= before) return;
+  refuse(lineNumber, "frame " + std::to_string(frame) + " comes after frame " + std::to_string(before) +
+                         "; lines must be in frame order");
+}
+
 void DetectionLineReader::refuse(uint64_t lineNumber, const std::string& what) const {
   throw UserError(path() + ":" + std::to_string(lineNumber) + ": " + what);
 }

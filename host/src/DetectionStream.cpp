@@ -33,10 +33,7 @@ std::optional<DetectionLine> DetectionStream::readLine() {
   std::optional<RawDetectionLine> raw = reader_.next();
   if (!raw) return std::nullopt;
   DetectionLine line = reader_.expand(std::move(*raw), frameSize_);
-  if (lastFrame_ && line.frame < *lastFrame_) {
-    reader_.refuse(line.lineNumber, "frame " + std::to_string(line.frame) + " comes after frame " +
-                                        std::to_string(*lastFrame_) + "; lines must be in frame order");
-  }
+  if (lastFrame_) reader_.checkOrder(*lastFrame_, line.frame, line.lineNumber);
   lastFrame_ = line.frame;
   return line;
 }

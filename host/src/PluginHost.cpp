@@ -66,7 +66,8 @@ std::string defaultPluginPath(const char* pluginFile) {
   const fs::path folder = ownFile().parent_path();
   const fs::path above = folder.parent_path();
   const fs::path installed = SEG_MASK_PLUGINDIR;
-  for (const fs::path& each : {folder, above / installed, above / installed.filename()}) {
+  for (const fs::path& each :
+       {folder, above / installed, above / installed.filename(), above, above.parent_path()}) {
     std::error_code ignored;
     if (fs::exists(each / pluginFile, ignored)) return (each / pluginFile).string();
   }

@@ -87,6 +87,15 @@ TEST_F(DefaultPluginOfALibrary, IsTheOneBesideTheLibraryOrElseInTheLibBesideItsF
   EXPECT_EQ(defaultOf(path("modules/host.so")), path("modules/libseg_mask_overlay.so"));
 }
 
+TEST_F(DefaultPluginOfALibrary, IsElseInAFolderAboveThatOfTheModules) {
+  fs::create_directories(folder_.path("lib/machine/modules"));
+  fs::copy_file(OWN_LIBRARY, folder_.path("lib/machine/modules/host.so"));
+  folder_.write("lib/libseg_mask_overlay.so", "");
+  EXPECT_EQ(defaultOf(path("lib/machine/modules/host.so")), path("lib/libseg_mask_overlay.so"));
+  folder_.write("lib/machine/libseg_mask_overlay.so", "");
+  EXPECT_EQ(defaultOf(path("lib/machine/modules/host.so")), path("lib/machine/libseg_mask_overlay.so"));
+}
+
 TEST_F(DefaultPluginOfALibrary, IsLookedForWhereTheLibraryLiesAndNotALinkToIt) {
   folder_.write("modules/libseg_mask_overlay.so", "");
   fs::create_symlink("../modules/host.so", folder_.path("lib/host.so"));

@@ -9,6 +9,8 @@
 #include <vector>
 
 #include "host/DetectionPayload.h"
+#include "host/PluginChoice.h"
+#include "io/UserError.h"
 #include "src/DetectionList.h"
 #include "src/HeldBuffer.h"
 #include "src/Shutdown.h"
@@ -45,26 +47,15 @@ std::string Settings::config() const {
 }
 
 std::string choosePlugin(bool fast) {
-  static std::mutex mutex;
-  static std::optional<bool> chosen;
-  const std::lock_guard<std::mutex> lock(mutex);
-  const auto fileOf = [](bool fused) { return fused ? segmask::kFastPluginFile : segmask::kPluginFile; };
-  if (chosen && *chosen != fast) {
-    throw std::runtime_error("fast: this process already draws with " + std::string(fileOf(*chosen)) +
-                             ", and a process can use one of the two: " + fileOf(fast) +
-                             " would need another process");
+  try {
+    return segmask::PluginChoice{std::nullopt, fast}.pathInProcess();
+  } catch (const segmask::UserError& error) {
+    throw segmask::UserError("fast: " + std::string(error.what()));
   }
-  chosen = fast;
-  return segmask::defaultPluginPath(fileOf(fast));
-}
-
-void registerPayloads() {
-  static std::once_flag once;
-  std::call_once(once, segmask::registerDetectionPayload);
 }
 
 Overlay::Overlay(const Settings& settings) : host_(choosePlugin(settings.fast)) {
-  registerPayloads();
+  segmask::registerDetectionPayload();
   host_.plugin().setConfig(settings.config());
 }
 

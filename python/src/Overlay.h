@@ -27,11 +27,8 @@ struct Settings {
 };
 
 /// The path of the plug-in's file to load. A process uses one of the two, by the first call; another choice
-/// is a RuntimeError that names both. Any thread may call it.
+/// is a UserError that names both. Any thread may call it.
 std::string choosePlugin(bool fast);
-
-/// Registers the payload types, once in the process, which writes the value library's line to standard error.
-void registerPayloads();
 
 /// An instance of the plug-in that draws on planes in place. Any thread may call it; calls wait for each
 /// other.

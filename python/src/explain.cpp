@@ -5,6 +5,7 @@
 
 #include "detection/DetectionJudge.h"
 #include "detection/class_color.h"
+#include "host/DetectionPayload.h"
 #include "host/ProducerInputs.h"
 #include "host/verdict_words.h"
 #include "render_base/RenderContext.h"
@@ -39,7 +40,7 @@ nb::dict reasonsOf(const Verdict& verdict, const seg_mask::DecisionSettings& set
 }
 
 nb::list explain(nb::handle detections, int width, int height, double minScore, int maxOverlayDets) {
-  registerPayloads();
+  segmask::registerDetectionPayload();
   const render_base::FrameSize size{width, height};
   std::vector<segmask::DetectionLine> lines;
   lines.push_back(detectionLine(detections, 0, size));

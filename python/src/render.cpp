@@ -10,6 +10,7 @@
 #include <thread>
 #include <utility>
 
+#include "host/DetectionPayload.h"
 #include "host/DetectionTally.h"
 #include "host/FramePipeline.h"
 #include "host/FrameRenderer.h"
@@ -52,7 +53,7 @@ class VideoRun {
         host_(choosePlugin(settings.fast)),
         tally_({static_cast<float>(settings.minScore), settings.maxOverlayDets}, size_),
         writer_(segmask::openFrameWriter(output, reader_->format(), {{}, reader_->sideStreams()})) {
-    registerPayloads();
+    segmask::registerDetectionPayload();
     renderer_.use(host_.plugin());
     host_.plugin().setConfig(settings.config());
     renderer_.watch([this](const RenderContext& context) { tally_.add(context, inputs_); });

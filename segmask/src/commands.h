@@ -5,7 +5,7 @@
 #include <string>
 
 #include "detection/decision_settings.h"
-#include "src/PluginChoice.h"
+#include "host/PluginChoice.h"
 #include "video/FrameWriter.h"
 
 namespace segmask {

@@ -47,6 +47,10 @@ class DetectionLineReader {
   /// The line with its masks as texts, for a frame of that size. Throws UserError as next() does.
   DetectionLine expand(RawDetectionLine raw, render_base::FrameSize frame) const;
 
+  /// Throws UserError "FILE:LINE: what is wrong" when `frame`, that of the line of this number, is earlier
+  /// than `before`, that of the line before it: for readers of files in frame order.
+  void checkOrder(uint64_t before, uint64_t frame, uint64_t lineNumber) const;
+
   /// Throws UserError "FILE:LINE: `what`".
   [[noreturn]] void refuse(uint64_t lineNumber, const std::string& what) const;
 

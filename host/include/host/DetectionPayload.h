@@ -13,8 +13,8 @@ struct DetectionPayload {
   std::shared_ptr<const SwJsonObject> object;
 };
 
-/// Makes SwAny hold DetectionPayload and convert it to SwJsonObject. To be called once, before any other
-/// thread uses SwAny.
+/// Makes SwAny hold DetectionPayload and convert it to SwJsonObject. To be called before any other thread
+/// uses SwAny; a further call does nothing, and any thread may make it.
 void registerDetectionPayload();
 
 }  // namespace segmask

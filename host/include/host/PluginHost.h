@@ -19,9 +19,10 @@ inline constexpr char kFastPluginFile[] = "libseg_mask_overlay_fused.so";
 inline constexpr char kPluginClass[] = "SegMaskOverlayPlugin";
 
 /// The path of the plug-in that belongs to the file that contains this code, a program or a library:
-/// `pluginFile` in that file's folder if it exists there, else in ../lib relative to that folder, whether it
-/// exists or not. In Debian's packages the latter is ../lib/TRIPLET/seg-mask-overlay, as seen from a program,
-/// or ../seg-mask-overlay, as seen from a module of another program, where it exists. Links to the file are
+/// `pluginFile` in the first of these folders where it exists: that file's own, ../lib, .. and ../.. relative
+/// to it (where systems keep a folder of modules within that of the libraries); in ../lib if it is nowhere.
+/// In Debian's packages the place of ../lib is taken by ../lib/TRIPLET/seg-mask-overlay, as seen from a
+/// program, and ../seg-mask-overlay, as seen from a module of another program. Links to the file are
 /// followed. Throws UserError when the folder cannot be found. Any thread may call it.
 std::string defaultPluginPath(const char* pluginFile = kPluginFile);
 

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <charconv>
-#include <cstdint>
 
 using seg_mask::DetView;
 using seg_mask::MaskTextFault;
@@ -11,13 +10,6 @@ using seg_mask::Verdict;
 
 namespace segmask {
 namespace {
-
-/// 12345 as "12,345".
-std::string grouped(uint64_t number) {
-  std::string text = std::to_string(number);
-  for (std::size_t at = text.size(); at > 3; at -= 3) text.insert(at - 3, ",");
-  return text;
-}
 
 /// As printf's "%.6g", but with a point in every locale.
 std::string numberText(float number) {
@@ -65,6 +57,12 @@ std::string outsideText(const DetView& detection, render_base::FrameSize frame) 
 }
 
 }  // namespace
+
+std::string grouped(uint64_t number) {
+  std::string text = std::to_string(number);
+  for (std::size_t at = text.size(); at > 3; at -= 3) text.insert(at - 3, ",");
+  return text;
+}
 
 std::string whyNoMask(const MaskTextFault& fault, const std::string& text) {
   const std::string field = fieldText(fault.field);

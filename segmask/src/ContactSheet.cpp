@@ -37,7 +37,7 @@ ContactSheet::Size ContactSheet::tileSize(const VideoFormat& format) {
 }
 
 void ContactSheet::offer(uint64_t number, const Frame& frame, bool drawn) {
-  SpreadChoice& choice = drawn ? drawn_ : plain_;
+  SpreadChoice<Tile>& choice = drawn ? drawn_ : plain_;
   if (!choice.wants(number)) return;
   const AVFrame& picture = converter_.convert(frame.nv12);
   const std::size_t rowBytes = rgbRowBytes(tile_.width);

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "io/Frame.h"
 #include "io/StagedOutput.h"
@@ -22,12 +23,21 @@ class ContactSheet {
   void offer(uint64_t number, const Frame& frame, bool drawn);
 
   void finish();
+
+  /// Where the sheet stands between finish() and commit().
+  std::string finishedFile() const { return stage_.path(); }
+
   void commit() { stage_.commit(); }
 
  private:
   struct Size {
     int width;
     int height;
+  };
+  /// One small RGB picture, rows without gaps.
+  struct Tile {
+    uint64_t frame = 0;
+    std::vector<unsigned char> rgb;
   };
   static Size tileSize(const VideoFormat& format);
   AVFramePtr compose() const;
@@ -36,8 +46,8 @@ class ContactSheet {
   StagedOutput stage_;
   Size tile_;
   RgbConverter converter_;
-  SpreadChoice drawn_;
-  SpreadChoice plain_;
+  SpreadChoice<Tile> drawn_;
+  SpreadChoice<Tile> plain_;
 };
 
 }  // namespace segmask

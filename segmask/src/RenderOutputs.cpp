@@ -8,11 +8,12 @@ namespace segmask {
 
 RenderOutputs::RenderOutputs(const RenderOptions& options, const std::optional<PicturePlan>& pictures,
                              RenderInputs& inputs)
-    : inputs_(inputs), summaryName_(options.summaryJson) {
+    : inputs_(inputs) {
   FrameReader& reader = inputs.frames().reader();
   // The small ones first: opening a pipe may wait.
   if (options.contactSheet) sheet_ = std::make_unique<ContactSheet>(*options.contactSheet, reader.format());
-  if (summaryName_) summaryFile_ = std::make_unique<StagedOutput>(*summaryName_);
+  if (options.summaryJson) summaryFile_.emplace(*options.summaryJson);
+  if (options.report) reportFile_.emplace(*options.report);
   if (!pictures) {
     writer_ = openFrameWriter(options.output, reader.format(), {options.encoder, reader.sideStreams()});
     return;
@@ -28,18 +29,23 @@ void RenderOutputs::write(const FrameJob& job) {
   if (sheet_) sheet_->offer(job.number, job.frame, job.drawn);
 }
 
-void RenderOutputs::finish(const std::function<std::string()>& summary) {
+void RenderOutputs::TextFile::write(const std::string& text) const {
+  OutputFile file(stage.path(), name);
+  file.write(text);
+  file.close();
+}
+
+void RenderOutputs::finish(const std::function<std::string()>& summary,
+                           const std::function<std::string()>& report) {
   // Everything that can fail for lack of space comes before the first output gets its name.
   writer_->finish();
   if (sheet_) sheet_->finish();
-  if (summaryFile_) {
-    OutputFile file(summaryFile_->path(), *summaryName_);
-    file.write(summary() + "\n");
-    file.close();
-  }
+  if (summaryFile_) summaryFile_->write(summary() + "\n");
+  if (reportFile_) reportFile_->write(report());
   writer_->commit();
   if (sheet_) sheet_->commit();
-  if (summaryFile_) summaryFile_->commit();
+  if (summaryFile_) summaryFile_->stage.commit();
+  if (reportFile_) reportFile_->stage.commit();
 }
 
 }  // namespace segmask

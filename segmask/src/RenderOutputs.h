@@ -25,16 +25,31 @@ class RenderOutputs {
 
   void write(const FrameJob& job);
 
-  /// Completes everything, with the text of `summary` for programs, and gives it its names.
-  void finish(const std::function<std::string()>& summary);
+  /// Completes everything, with the text of `summary` for programs and that of `report`, and gives it its
+  /// names. `report` is called when the frames and the contact sheet are complete.
+  void finish(const std::function<std::string()>& summary, const std::function<std::string()>& report);
+
+  /// Where the finished frames stand until they have their name, where they are one file; otherwise empty.
+  /// For the report.
+  std::string finishedFrames() const { return writer_->finishedFile(); }
+  /// And the contact sheet. Empty where there is none.
+  std::string finishedSheet() const { return sheet_ ? sheet_->finishedFile() : std::string(); }
 
  private:
   const RenderInputs& inputs_;
   std::unique_ptr<FrameWriter> writer_;
   PictureWriter* pictureWriter_ = nullptr;  ///< writer_, where pictures are written
   std::unique_ptr<ContactSheet> sheet_;
-  std::optional<std::string> summaryName_;
-  std::unique_ptr<StagedOutput> summaryFile_;
+  /// A text that is written at the end.
+  struct TextFile {
+    explicit TextFile(const std::string& path) : name(path), stage(path) {}
+    void write(const std::string& text) const;
+
+    std::string name;
+    StagedOutput stage;
+  };
+  std::optional<TextFile> summaryFile_;
+  std::optional<TextFile> reportFile_;
 };
 
 }  // namespace segmask

@@ -46,6 +46,7 @@ std::string summaryText(const RenderSummary& summary, const SummaryFiles& files)
   if (summary.damaged > 0) {
     text << "damaged       " << summary.damaged << " packets or frames of the input had errors\n";
   }
+  if (files.report) text << "report        " << *files.report << "\n";
   return text.str();
 }
 

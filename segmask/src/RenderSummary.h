@@ -29,6 +29,7 @@ struct SummaryFiles {
   std::string output;
   std::optional<std::string> contactSheet;
   std::string plugin;
+  std::optional<std::string> report;
 };
 
 /// The summary for the user: lines of a label of 14 columns and its value. Scripts read it, so lines keep

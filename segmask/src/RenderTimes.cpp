@@ -8,6 +8,11 @@ namespace {
 
 constexpr double kMicrosecondsPerMillisecond = 1000.0;
 
+/// The duration in milliseconds at which a bucket begins, or within it by a fraction.
+double millisecondsAt(double bucket, std::size_t bucketsPerOctave) {
+  return std::exp2(bucket / static_cast<double>(bucketsPerOctave)) / kMicrosecondsPerMillisecond;
+}
+
 }  // namespace
 
 void RenderTimes::add(double milliseconds) {
@@ -26,8 +31,25 @@ double RenderTimes::percentile(double fraction) const {
     seen += buckets_[bucket];
     if (static_cast<double>(seen) >= rank) break;
   }
-  const double middle = (static_cast<double>(bucket) + 0.5) / double{kBucketsPerOctave};
-  return std::exp2(middle) / kMicrosecondsPerMillisecond;
+  return millisecondsAt(static_cast<double>(bucket) + 0.5, kBucketsPerOctave);
+}
+
+std::vector<RenderTimes::Bar> RenderTimes::bars(std::size_t most) const {
+  std::vector<Bar> bars;
+  if (count_ == 0) return bars;
+  const auto isFilled = [](uint64_t count) { return count > 0; };
+  const auto first = std::find_if(buckets_.begin(), buckets_.end(), isFilled);
+  const auto last = std::find_if(buckets_.rbegin(), buckets_.rend(), isFilled).base();
+  const auto width = (static_cast<std::size_t>(last - first) + most - 1) / most;
+  auto begin = static_cast<std::size_t>(first - buckets_.begin());
+  const auto end = static_cast<std::size_t>(last - buckets_.begin());
+  for (; begin < end; begin += width) {
+    Bar bar{millisecondsAt(static_cast<double>(begin), kBucketsPerOctave),
+            millisecondsAt(static_cast<double>(begin + width), kBucketsPerOctave), 0};
+    for (std::size_t i = begin; i < std::min(begin + width, end); ++i) bar.count += buckets_[i];
+    bars.push_back(bar);
+  }
+  return bars;
 }
 
 }  // namespace segmask

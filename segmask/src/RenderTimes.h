@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 namespace segmask {
 
@@ -18,6 +19,17 @@ class RenderTimes {
   /// The duration in milliseconds that the part `fraction` (0 to 1) of all durations does not exceed; 0 when
   /// there are none.
   double percentile(double fraction) const;
+
+  /// The durations from `from` to `to` milliseconds; each bar begins where the one before it ends.
+  struct Bar {
+    double from = 0;
+    double to = 0;
+    uint64_t count = 0;
+  };
+
+  /// The histogram from the shortest duration to the longest, in at most `most` (at least 1) bars of one
+  /// width on a logarithmic scale, which are as narrow as that allows. Empty when there are no durations.
+  std::vector<Bar> bars(std::size_t most) const;
 
  private:
   static constexpr std::size_t kBucketsPerOctave = 16;

@@ -155,6 +155,12 @@ void addDrawing(CLI::App* render, RenderOptions& options) {
       ->excludes(noExplain);
   render->add_option("--summary-json", options.summaryJson, "Also write the summary as a JSON object")
       ->type_name("FILE.json");
+  render
+      ->add_option(
+          "--report", options.report,
+          "Also write a page that shows what was drawn and dropped over time, the time in the plug-in, "
+          "some frames, the classes and the files with their digests; one file, for any browser")
+      ->type_name("FILE.html");
 }
 
 CLI::App* addRender(CLI::App& app, RenderOptions& options) {
@@ -337,6 +343,7 @@ int parseAndRun(int argc, char** argv) {
   } catch (const CLI::ParseError& error) {
     return report(textOf(error) + " (see segmask --help)");
   }
+  options.render.commandLine.assign(argv, argv + argc);
   if (commands.render->parsed()) return render(options.render);
   if (commands.batch->parsed()) return batch(options.batch);
   const int exitCode = commands.explain->parsed()  ? explain(options.explain)
@@ -373,7 +380,7 @@ void describeCommandLine(const std::function<void(const CLI::App&)>& describe) {
 }
 
 std::vector<RenderOption> renderOptions() {
-  const std::vector<std::string> others{"help", "debug", "no-progress", "summary-json"};
+  const std::vector<std::string> others{"help", "debug", "no-progress", "summary-json", "report"};
   CLI::App app;
   RenderOptions ignored;
   std::vector<RenderOption> options;

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "detection/decision_settings.h"
 #include "host/PluginChoice.h"
@@ -41,6 +42,8 @@ struct RenderOptions {
   bool noExplain = false;
   bool strict = false;
   std::optional<std::string> summaryJson;
+  std::optional<std::string> report;
+  std::vector<std::string> commandLine;  ///< all words of it, for the report
 };
 
 /// Throws UserError for errors in the options of `segmask render` that show before any file is opened: an

@@ -91,6 +91,7 @@ void checkRoles(const RenderOptions& options, const OutputFiles& outputs) {
   std::vector<Role> extras;  // outputs that are one file
   if (options.contactSheet) extras.emplace_back("--contact-sheet", &*options.contactSheet);
   if (options.summaryJson) extras.emplace_back("--summary-json", &*options.summaryJson);
+  if (options.report) extras.emplace_back("--report", &*options.report);
   for (const auto& [option, path] : inputs) {
     if (outputs.replace(*path)) {
       throw UserError(options.output + ": --output would replace " + option);
@@ -107,15 +108,19 @@ void checkRoles(const RenderOptions& options, const OutputFiles& outputs) {
   for (const auto& [extra, file] : extras) {
     if (outputs.read(*file)) throw UserError(*file + ": " + extra + " would replace --input");
   }
-  if (extras.size() == 2 && isSamePath(*extras[0].second, *extras[1].second)) {
-    throw UserError(*extras[1].second + ": --summary-json and --contact-sheet are the same file");
+  for (auto extra = extras.begin(); extra != extras.end(); ++extra) {
+    const auto same = std::find_if(extras.begin(), extra, [&extra](const Role& earlier) {
+      return isSamePath(*earlier.second, *extra->second);
+    });
+    if (same == extra) continue;
+    throw UserError(*extra->second + ": " + extra->first + " and " + same->first + " are the same file");
   }
 }
 
 /// Throws UserError when anything would be overwritten.
 void checkNothingIsThere(const RenderOptions& options, const OutputFiles& outputs) {
   std::optional<std::string> existing = outputs.existing();
-  for (const std::optional<std::string>& file : {options.contactSheet, options.summaryJson}) {
+  for (const std::optional<std::string>& file : {options.contactSheet, options.summaryJson, options.report}) {
     if (file && OutputFiles::exists(*file)) existing = file;
   }
   if (existing) throw UserError(*existing + ": exists, and -n never overwrites");
@@ -185,6 +190,9 @@ void checkOptions(const RenderOptions& options, const std::optional<PicturePlan>
   const OutputFiles outputs(options.output, pictures);
   if (options.contactSheet && lowerCaseEnding(*options.contactSheet) != ".png") {
     throw UserError(*options.contactSheet + ": a contact sheet is a .png file");
+  }
+  if (options.report && lowerCaseEnding(*options.report) != ".html") {
+    throw UserError(*options.report + ": a report is an .html file");
   }
   checkEncoding(options, pictures.has_value());
   if (options.start) static_cast<void>(parseStartPoint(*options.start));

@@ -1,6 +1,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <ctime>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -20,12 +21,15 @@
 #include "src/RenderInputs.h"
 #include "src/RenderOutputs.h"
 #include "src/RenderSummary.h"
+#include "src/RunReport.h"
 #include "src/StderrGuard.h"
 #include "src/Telling.h"
 #include "src/commands.h"
 #include "src/config_hints.h"
 #include "src/messages.h"
 #include "src/payloads.h"
+#include "src/report_files.h"
+#include "src/report_page.h"
 
 namespace segmask {
 namespace {
@@ -36,7 +40,8 @@ struct RenderStages {
   ProducerInputs& producers;
   FrameRenderer& renderer;
   IRenderPlugin& plugin;
-  Telling* telling;  ///< may be null
+  Telling* telling;   ///< may be null
+  RunReport* report;  ///< may be null
   RenderOutputs& outputs;
 };
 
@@ -53,6 +58,7 @@ bool drawJob(const RenderStages& stages, FrameJob& job, RenderTimes& times) {
   const FrameRenderer::Result result = stages.renderer.render(job.number, job.frame, stages.producers);
   times.add(result.renderMs);
   if (stages.telling) stages.telling->look(result, job.frame);
+  if (stages.report) stages.report->look(job, format, stages.inputs.arePictures(), result);
   job.drawn = result.drawn;
   return true;
 }
@@ -153,6 +159,36 @@ int reportEarlyInterrupt() {
   return kExitInterrupted;
 }
 
+/// The files of a run, the outputs of which are complete and still without their names.
+std::vector<ReportFile> reportFiles(const RenderOptions& options, const std::string& pluginPath,
+                                    const RenderOutputs& outputs) {
+  std::vector<ReportFile> files{describeFile("Input", options.input, options.input),
+                                describeFile("Detections", options.detections, options.detections),
+                                describeFile("Output", options.output, outputs.finishedFrames()),
+                                describeFile("Plug-in", pluginPath, pluginPath)};
+  if (options.contactSheet) {
+    files.push_back(describeFile("Contact sheet", *options.contactSheet, outputs.finishedSheet()));
+  }
+  return files;
+}
+
+std::string reportText(const RenderStages& stages, const RenderOptions& options,
+                       const std::string& pluginPath, const RenderSummary& summary) {
+  ReportFacts facts;
+  facts.output = options.output;
+  facts.commandLine = options.commandLine;
+  facts.config = options.config;
+  facts.pluginName = stages.plugin.getName();
+  facts.pluginPath = pluginPath;
+  facts.pluginSchema = stages.plugin.getConfigList();
+  facts.lookback = options.lookback;
+  if (!stages.inputs.arePictures()) facts.format = stages.inputs.reader().format();
+  facts.isInterrupted = Interrupt::requested();
+  facts.written = std::time(nullptr);
+  facts.files = reportFiles(options, pluginPath, stages.outputs);
+  return reportPage(summary, *stages.report, facts);
+}
+
 int finish(const RenderStages& stages, const RenderOptions& options, const std::string& pluginPath,
            const RenderSummary& summary) {
   if (summary.frames == 0) {
@@ -160,8 +196,10 @@ int finish(const RenderStages& stages, const RenderOptions& options, const std::
     return reportEarlyInterrupt();
   }
   const bool hasRest = warnOfRest(stages.inputs);
-  const SummaryFiles files{options.detections, options.output, options.contactSheet, pluginPath};
-  stages.outputs.finish([&] { return summaryJson(summary, files); });
+  const SummaryFiles files{options.detections, options.output, options.contactSheet, pluginPath,
+                           options.report};
+  stages.outputs.finish([&] { return summaryJson(summary, files); },
+                        [&] { return reportText(stages, options, pluginPath, summary); });
   if (stages.telling) warnOfHints(*stages.telling, summary, options, stages.plugin.getConfigList());
   // Standard output may be the video.
   std::ostream& stream = options.output == kStandardStream ? std::cerr : std::cout;
@@ -211,11 +249,15 @@ int render(const RenderOptions& options) {
   if (!options.noExplain) makeTelling(telling, options, renderer, producers, host.plugin(), reader.format());
   if (options.strict) checkStrict(telling ? &*telling : nullptr, pluginPath);
 
+  std::optional<RunReport> report;
+  if (options.report) report.emplace(producers, telling ? &*telling : nullptr);
+
   const std::unique_ptr<RenderOutputs> outputs = openOutputs(options, pictures, *inputs);
   if (!outputs) return reportEarlyInterrupt();
   if (!pictures) noteLosses(inputs->frames().reader(), options.output);
-  const RenderStages stages{*inputs, producers, renderer, host.plugin(), telling ? &*telling : nullptr,
-                            *outputs};
+  const RenderStages stages{
+      *inputs, producers, renderer, host.plugin(), telling ? &*telling : nullptr, report ? &*report : nullptr,
+      *outputs};
   return finish(stages, options, pluginPath, renderWithProgress(stages, options, interrupt));
 }
 

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include "src/RenderTimes.h"
 
 namespace segmask {
@@ -39,6 +41,37 @@ TEST(RenderTimes, AFewSlowFramesDoNotMoveTheMedian) {
   times.add(900.0);
   EXPECT_NEAR(times.percentile(0.5), 2.0, 0.06);
   EXPECT_NEAR(times.percentile(0.99), 900.0, 27.0);
+}
+
+TEST(RenderTimes, BarsHoldEachDurationOnceFromTheShortestToTheLongest) {
+  RenderTimes times;
+  EXPECT_TRUE(times.bars(8).empty());
+  for (const double milliseconds : {1.0, 1.01, 2.5, 2.5, 2.5, 16.0}) times.add(milliseconds);
+  // Four octaves and a bucket, of 16 buckets each: 9 buckets a bar.
+  const std::vector<RenderTimes::Bar> bars = times.bars(8);
+  ASSERT_EQ(bars.size(), 8U);
+  EXPECT_LE(bars.front().from, 1.0);
+  EXPECT_GE(bars.back().to, 16.0);
+  uint64_t count = 0;
+  for (std::size_t i = 0; i < bars.size(); ++i) {
+    count += bars[i].count;
+    EXPECT_NEAR(bars[i].to / bars[i].from, std::exp2(9.0 / 16), 1e-9);
+    if (i > 0) {
+      EXPECT_EQ(bars[i].from, bars[i - 1].to);
+    }
+    const bool holdsThree = bars[i].from <= 2.5 && 2.5 < bars[i].to;
+    EXPECT_EQ(bars[i].count == 3, holdsThree) << i;
+  }
+  EXPECT_EQ(count, 6U);
+}
+
+TEST(RenderTimes, EqualDurationsAreOneBar) {
+  RenderTimes times;
+  for (int i = 0; i < 5; ++i) times.add(3.0);
+  const std::vector<RenderTimes::Bar> bars = times.bars(40);
+  ASSERT_EQ(bars.size(), 1U);
+  EXPECT_EQ(bars[0].count, 5U);
+  EXPECT_NEAR(bars[0].to / bars[0].from, std::exp2(1.0 / 16), 1e-9);
 }
 
 }  // namespace

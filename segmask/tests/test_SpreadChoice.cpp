@@ -5,13 +5,17 @@
 namespace segmask {
 namespace {
 
+struct Picture {
+  uint64_t frame = 0;
+};
+
 std::vector<uint64_t> pickOf(uint64_t frames, std::size_t count) {
-  SpreadChoice choice;
+  SpreadChoice<Picture> choice;
   for (uint64_t frame = 0; frame < frames; ++frame) {
-    if (choice.wants(frame)) choice.add({frame, {}});
+    if (choice.wants(frame)) choice.add({frame});
   }
   std::vector<uint64_t> picked;
-  for (const Tile* tile : choice.pick(count)) picked.push_back(tile->frame);
+  for (const Picture* picture : choice.pick(count)) picked.push_back(picture->frame);
   return picked;
 }
 

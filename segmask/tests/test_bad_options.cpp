@@ -181,6 +181,23 @@ TEST_F(BadOptions, SummaryIsTheContactSheet) {
   run(rendering({{"--summary-json", path("s.png")}, {"--contact-sheet", path("./s.png")}}));
 }
 
+TEST_F(BadOptions, ReportThatIsNoPage) {
+  option("--report", path("report.pdf"));
+}
+
+TEST_F(BadOptions, ReportInAMissingFolder) {
+  option("--report", path("none/r.html"));
+}
+
+TEST_F(BadOptions, ReportIsTheDetections) {
+  fs::create_hard_link(path("good.jsonl"), path("good.html"));
+  option("--report", path("good.html"));
+}
+
+TEST_F(BadOptions, ReportIsTheSummary) {
+  run(rendering({{"--report", path("r.html")}, {"--summary-json", path("./r.html")}}));
+}
+
 // ---- The plug-in and its configuration
 
 TEST_F(BadOptions, ConfigThatIsNoJson) {

@@ -88,6 +88,8 @@ TEST_F(JobListTest, FaultsNameTheLine) {
             "1: a job has no \"detection\"; did you mean \"detections\"?");
   EXPECT_EQ(faultOf(job("o.nv12", R"(, "summary-json": "s.json")")),
             "1: a job has no \"summary-json\" (its members are options of segmask render)");
+  EXPECT_EQ(faultOf(job("o.nv12", R"(, "report": "r.html")")),
+            "1: a job has no \"report\" (its members are options of segmask render)");
   EXPECT_EQ(faultOf(job("o.nv12", R"(, "strict": "yes")")), "1: \"strict\" is neither true nor false");
   EXPECT_EQ(faultOf(job("o.nv12", R"(, "contact-sheet": 1)")), "1: \"contact-sheet\" is not a path");
   EXPECT_EQ(faultOf(job("o.nv12", R"(, "config": 1)")), "1: \"config\" is not an object");

@@ -18,6 +18,7 @@ class H264Writer : public FrameWriter {
 
   void write(const Frame& frame) override;
   void finish() override;
+  std::string finishedFile() const override { return muxer_.stagedFile(); }
   void commit() override { muxer_.commit(); }
 
  private:

@@ -43,6 +43,7 @@ class Muxer {
   /// Writes what is missing. Where the side streams' input has not been read to its end, they end with the
   /// video.
   void finish();
+  std::string stagedFile() const { return place_.stagedFile(); }
   void commit() { place_.commit(); }
 
   /// Throws UserError for a libav error.

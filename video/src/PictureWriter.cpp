@@ -12,15 +12,6 @@
 namespace fs = std::filesystem;
 
 namespace segmask {
-namespace {
-
-/// Whether all that a frame's conversion depends on is the same.
-bool convertsAlike(const VideoFormat& a, const VideoFormat& b) {
-  return a.width == b.width && a.height == b.height && a.color.range == b.color.range &&
-         a.color.matrix == b.color.matrix;
-}
-
-}  // namespace
 
 PictureWriter::PictureWriter(std::string folder, std::vector<std::string> names)
     : folder_(std::move(folder)), names_(std::move(names)), isFolderMade_(mkdir(folder_.c_str(), 0777) == 0) {

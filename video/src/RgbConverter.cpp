@@ -29,4 +29,9 @@ const AVFrame& RgbConverter::convert(const std::vector<unsigned char>& packed) {
   return *rgb_;
 }
 
+bool convertsAlike(const VideoFormat& a, const VideoFormat& b) {
+  return a.width == b.width && a.height == b.height && a.color.range == b.color.range &&
+         a.color.matrix == b.color.matrix;
+}
+
 }  // namespace segmask

@@ -18,6 +18,7 @@ class Y4mWriter : public FrameWriter {
 
   void write(const Frame& frame) override;
   void finish() override { file_.close(); }
+  std::string finishedFile() const override { return place_.stagedFile(); }
   void commit() override { place_.commit(); }
 
  private:

@@ -44,6 +44,9 @@ class DetectionJudge {
   /// Throws what gatherDetections throws.
   const std::vector<Verdict>& judge(const RenderContext& ctx, render_base::FrameSize frame);
 
+  /// What judge() returned last. Valid until the next call.
+  const std::vector<Verdict>& verdicts() const { return verdicts_; }
+
   /// The detections that judge() read last, those of look-back included. Valid until the next call.
   const std::vector<DetView>& gathered() const { return gathered_.detections; }
 

@@ -41,6 +41,11 @@ class DetectionTally {
   /// Detections of the frame that was added last which may have been drawn on it, look-back included.
   const std::vector<seg_mask::DetView>& candidates() const { return judge_.gathered(); }
 
+  /// What became of the detections of the frame that was added last, without those of look-back: each counts
+  /// with the frame that it was delivered for. Valid until the next add(); its inputs as long as those of the
+  /// context.
+  const std::vector<seg_mask::Verdict>& verdicts() const { return judge_.verdicts(); }
+
   uint64_t drawn() const { return drawn_; }
 
   /// The rules that dropped any.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "detection/DetectionJudge.h"
@@ -21,5 +22,8 @@ std::string whyNoMask(const seg_mask::MaskTextFault& fault, const std::string& t
 
 /// The reason alone, for a list of reasons: "score below min_score". Empty for Drawn.
 std::string reasonOf(seg_mask::Outcome outcome);
+
+/// 12345 as "12,345".
+std::string grouped(uint64_t number);
 
 }  // namespace segmask

@@ -23,6 +23,9 @@ class OutputPlace {
   /// What to open: a staged file, a pipe, or "-".
   std::string path() const { return stage_ ? stage_->path() : target_; }
 
+  /// The file that the output is in until the commit; empty for a stream.
+  std::string stagedFile() const { return stage_ ? stage_->path() : std::string(); }
+
   /// Opens it. A pipe is waited for until someone reads it.
   OutputFile open() const;
 

@@ -24,6 +24,9 @@ class FrameWriter {
   /// Completes the output under its temporary name. No write may follow.
   virtual void finish() = 0;
 
+  /// Where the output stands between finish() and commit(), for an output of one file; otherwise empty.
+  virtual std::string finishedFile() const { return {}; }
+
   /// Gives the finished output its name.
   virtual void commit() = 0;
 

@@ -22,4 +22,7 @@ class RgbConverter {
   SwsContextPtr scaler_;
 };
 
+/// Whether a converter that was made for frames of the one format converts those of the other alike.
+bool convertsAlike(const VideoFormat& a, const VideoFormat& b);
+
 }  // namespace segmask

@@ -116,5 +116,6 @@ install(FILES "${PROJECT_SOURCE_DIR}/cmake/FindOpenCV.cmake" "${PROJECT_SOURCE_D
   DESTINATION ${_package}/modules COMPONENT dev)
 
 file(RELATIVE_PATH _to_prefix "/${SEG_MASK_LIBDIR}/pkgconfig" "/")
+string(REGEX REPLACE "/$" "" _to_prefix "${_to_prefix}")
 configure_file("${PROJECT_SOURCE_DIR}/cmake/sw_core.pc.in" "${PROJECT_BINARY_DIR}/package/sw_core.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/package/sw_core.pc" DESTINATION "${SEG_MASK_LIBDIR}/pkgconfig" COMPONENT dev)

@@ -54,6 +54,9 @@ if(TARGET gstsegmask)
   seg_mask_package(gstreamer gstreamer1.0-segmask video "segmentation masks in GStreamer pipelines"
     "The element segmaskoverlay draws the segmentation masks of detections, from\na file or with the buffers, into video/x-raw frames in NV12."
     "${_core}" "${_overlay}")
+  seg_mask_run_path(_run_path "${SEG_MASK_GSTREAMER_FOLDER}")
+  set(_file "\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${SEG_MASK_GSTREAMER_FOLDER}/$<TARGET_FILE_NAME:gstsegmask>")
+  install(CODE "file(RPATH_SET FILE \"${_file}\" NEW_RPATH [[${_run_path}]])" COMPONENT gstreamer)
 endif()
 
 # The library's file has to be known to the loader. CPack would call ldconfig in scripts of its own, unless it is given such:

@@ -42,6 +42,8 @@ ELSEWHERE = {
     "build/bench/bin/bench_compositors": (HAND, "needs the preset bench"),
     "scripts/bench": (HAND, "takes minutes"),
     "qemu-aarch64": (HAND, "needs the preset arm64"),
+    "scripts/package": (HAND, "compiles everything, and its check fetches a root of Debian's packages"),
+    "apt-get install ./build/packages": (HAND, "changes the machine; scripts/package --check does it in a root of its own"),
     "parallel": (HAND, "needs other machines"),
     "sbatch": (HAND, "needs Slurm"),
 }

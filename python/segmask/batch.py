@@ -32,7 +32,7 @@ except ImportError as error:
 from . import _batch_job
 from ._batch_job import INPUTS, OUTPUTS, file_system, is_url
 
-DONE, SOME_FAILED, BAD_INPUT, DROPPED, INTERRUPTED = 0, 1, 2, 3, 130
+DONE, SOME_FAILED, BAD_INPUT, DROPPED, INTERRUPTED, PIPE_CLOSED = 0, 1, 2, 3, 130, 141
 
 
 class UserError(Exception):
@@ -285,6 +285,9 @@ def main(arguments: Sequence[str] | None = None) -> int:
     except UserError as error:
         print(f"segmask: {error}", file=sys.stderr)
         return BAD_INPUT
+    except BrokenPipeError:  # of the results
+        os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())  # for what Python still writes at its end
+        return PIPE_CLOSED
 
 
 if __name__ == "__main__":

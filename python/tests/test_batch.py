@@ -24,7 +24,8 @@ import fsspec
 
 from segmask import batch
 
-WIDTH, HEIGHT, SMALL, LONG_FRAMES = 33, 21, 200, 300
+WIDTH, HEIGHT, LONG_FRAMES = 33, 21, 300
+SMALL = int(os.environ.get("SEGMASK_EXAMPLES", "200"))  # fewer with the sanitizers, which see nothing new in each
 SIZE = f"{WIDTH}x{HEIGHT}"
 
 
@@ -270,6 +271,17 @@ def test_a_list_that_another_run_holds_is_refused(inputs, run, tool, tmp_path):
         code, _, told = run(path, "--program", tool)
         holder.stdin.close()
     assert (code, told) == (2, f"segmask: {path}: another segmask batch is working on this list\n")
+
+
+def test_a_reader_of_the_results_who_has_gone_ends_the_command_quietly(inputs, cluster, tool, tmp_path):
+    """With the exit code of a program that the closed pipe's signal ends, as it does `segmask batch`."""
+    path = write_list(inputs[0], ["000", "001"], tmp_path)
+    reader, results = os.pipe()
+    os.close(reader)
+    ended = subprocess.run([sys.executable, "-m", "segmask.batch", path, "--scheduler", cluster, "--program", tool],
+                           stdout=results, stderr=subprocess.PIPE, text=True)
+    os.close(results)
+    assert (ended.returncode, ended.stderr) == (141, "")
 
 
 @pytest.fixture

@@ -7,7 +7,8 @@ namespace segmask {
 namespace {
 
 std::string withoutFolders(const std::string& name) {
-  return name.substr(name.rfind('/') + 1);  // npos + 1 is 0
+  const std::size_t slash = name.rfind('/');
+  return slash == std::string::npos ? name : name.substr(slash + 1);
 }
 
 }  // namespace

@@ -15,8 +15,9 @@ std::vector<std::string> cellsOf(const std::string& line) {
   std::vector<std::string> cells;
   for (std::size_t begin = 1, end = 0; (end = line.find('|', begin)) != std::string::npos; begin = end + 1) {
     const std::string cell = line.substr(begin, end - begin);
-    const std::size_t first = std::min(cell.find_first_not_of(" `"), cell.size());
-    cells.push_back(cell.substr(first, cell.find_last_not_of(" `") + 1 - first));
+    const std::size_t first = cell.find_first_not_of(" `");
+    const bool blank = first == std::string::npos;
+    cells.push_back(blank ? "" : cell.substr(first, cell.find_last_not_of(" `") + 1 - first));
   }
   return cells;
 }

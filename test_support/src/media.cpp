@@ -126,7 +126,7 @@ Track soundTrack(AVFormatContext& output, const MediaSound& sound) {
   openEncoder(output, track, encoder);
   addStream(output, track);
   const int samples = codec.frame_size > 0 ? codec.frame_size : 1024;
-  unsigned random = 1;
+  uint32_t random = 1;
   for (int64_t at = 0; at < static_cast<int64_t>(sound.seconds * kSampleRate); at += samples) {
     Frame frame(av_frame_alloc());
     frame->format = codec.sample_fmt;
@@ -136,7 +136,7 @@ Track soundTrack(AVFormatContext& output, const MediaSound& sound) {
     check(av_frame_get_buffer(frame.get(), 0), "frame");
     std::memset(frame->data[0], 0, static_cast<std::size_t>(frame->linesize[0]));
     for (int sample = 0; sample < samples; ++sample) {
-      random = random * 1'664'525 + 1'013'904'223;
+      random = static_cast<uint32_t>((uint64_t{random} * 1'664'525 + 1'013'904'223) & 0xFFFFFFFF);
       const float value = static_cast<float>(random >> 16) / 65'536 - 0.5F;
       const auto whole = static_cast<int16_t>(value * 20'000);
       if (codec.sample_fmt == AV_SAMPLE_FMT_S16)

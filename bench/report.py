@@ -4,11 +4,13 @@
     bench/report.py RESULTS_FOLDER DOCUMENT
     bench/report.py --peers PEERS_FILE DOCUMENT
     bench/report.py --python PACKAGE_FILE DOCUMENT
+    bench/report.py --gstreamer PIPELINE_FILE DOCUMENT
 
 RESULTS_FOLDER holds Google Benchmark's JSON, one file a program (scripts/bench makes them). In DOCUMENT, what stands between
 "<!-- NAME -->" and "<!-- /NAME -->" is replaced by the table of that name. Times are medians of processor time. With --peers,
 only the table of that name is, from what bench/peers.py measured; its times are medians by the clock. With --python, likewise
-from what bench/python_package.py measured, in processor time.
+from what bench/python_package.py measured, in processor time. With --gstreamer, from lines "LIBRARY COUNT JSON" of what
+bench/time_pipeline.cpp measured.
 """
 
 import json
@@ -289,6 +291,22 @@ def python_tables(measured):
         f"{machine()} The others: {versions}. Medians of {measured['rounds']} rounds."])
 
 
+def gstreamer_tables(text):
+    """A table a library: milliseconds, and as multiples of the first row, by people."""
+    measured = {}
+    for line in text.splitlines():
+        library, count, times = line.split(" ", 2)
+        for name, time in json.loads(times).items():
+            measured.setdefault(library, {}).setdefault(name, {})[count] = time
+    parts = []
+    for library, file in (("plain", "`libseg_mask_overlay.so`"), ("fast", "`libseg_mask_overlay_fused.so`, `fast=true`")):
+        least = next(iter(measured[library].values()))
+        rows = [[name, *(f"{time:.3g} ({time / least[count]:.2f})" for count, time in times.items())]
+                for name, times in measured[library].items()]
+        parts.append(table([file, *("1 person" if count == "1" else f"{count} people" for count in least)], rows))
+    return "\n\n".join([*parts, machine()])
+
+
 def write_tables(document, parts):
     text = document.read_text()
     for name, body in parts.items():
@@ -306,6 +324,9 @@ def main():
     if len(sys.argv) == 4 and sys.argv[1] == "--python":
         measured = json.loads(pathlib.Path(sys.argv[2]).read_text())
         write_tables(pathlib.Path(sys.argv[3]), {"python": python_tables(measured)})
+        return
+    if len(sys.argv) == 4 and sys.argv[1] == "--gstreamer":
+        write_tables(pathlib.Path(sys.argv[3]), {"gstreamer": gstreamer_tables(pathlib.Path(sys.argv[2]).read_text())})
         return
     if len(sys.argv) != 3:
         sys.exit(__doc__.strip())

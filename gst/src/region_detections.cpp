@@ -78,7 +78,7 @@ std::optional<segmask::DetectionLine> regionDetections(
     if (!structure) continue;
     isAny = true;
     try {
-      detections.append(std::move(detectionOf(*region, structure, frame)[0]));
+      detections.append(detectionOf(*region, structure, frame)[0]);
     } catch (const segmask::UserError& error) {
       refused(error.what());
     }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 
 #include "src/html_text.h"
 
@@ -45,8 +46,9 @@ Scale scaleOf(const ColumnChart& chart) {
   Scale scale;
   scale.up = step * std::ceil(up / step - 1e-9);
   scale.down = step * std::ceil(down / step - 1e-9);
-  for (double mark = 0; mark <= scale.up + step / 2; mark += step) scale.marks.push_back(mark);
-  for (double mark = step; mark <= scale.down + step / 2; mark += step) scale.marks.push_back(-mark);
+  const auto above = static_cast<int>(std::lround(scale.up / step));
+  const auto below = static_cast<int>(std::lround(scale.down / step));
+  for (int i = -below; i <= above; ++i) scale.marks.push_back(i * step);
   return scale;
 }
 
@@ -88,19 +90,19 @@ std::string line(const std::string& style, double x1, double y1, double x2, doub
 
 std::string drawing(const ColumnChart& chart, const Scale& scale) {
   std::string svg =
-      "<svg role=\"img\" aria-label=\"" + htmlText(chart.title + ": " + chart.description) + "\">\n";
+      R"(<svg role="img" aria-label=")" + htmlText(chart.title + ": " + chart.description) + "\">\n";
   for (const double mark : scale.marks) {
     svg += line(mark == 0 ? "axis" : "grid", 0, scale.place(mark), 1, scale.place(mark));
   }
   svg += "\n";
   for (const Column& column : chart.columns) svg += columnSvg(chart, column, scale);
-  for (const ColumnChart::Mark& mark : chart.marks) svg += line("mark", mark.at, 0, mark.at, 1);
+  for (const ColumnChart::Mark& mark : chart.marks) svg += line(mark.style, mark.at, 0, mark.at, 1);
   return svg + "</svg>\n";
 }
 
 /// Labels beside the SVG, so that they keep their size when it is stretched.
 std::string labels(const ColumnChart& chart, const Scale& scale) {
-  std::string html = "<div class=\"y\" aria-hidden=\"true\">";
+  std::string html = R"(<div class="y" aria-hidden="true">)";
   for (const double mark : scale.marks) {
     html += "<span style=\"top:" + percent(scale.place(mark)) + "\">" + axisText(std::abs(mark)) + "</span>";
   }
@@ -113,23 +115,19 @@ std::string labels(const ColumnChart& chart, const Scale& scale) {
   return html + "</div>\n<p class=\"axisname\" aria-hidden=\"true\">" + htmlText(chart.axis) + "</p>\n";
 }
 
-std::string markLabels(const ColumnChart& chart) {
-  if (chart.marks.empty()) return {};
-  std::string html = "<div class=\"marks\" aria-hidden=\"true\">";
-  for (const ColumnChart::Mark& mark : chart.marks) {
-    const char* const side = mark.at > 0.5 ? "before" : "after";
-    html += std::string("<span class=\"") + side + "\" style=\"left:" + percent(mark.at) + "\">" +
-            htmlText(mark.text) + "</span>";
-  }
-  return html + "</div>\n";
+std::string legendEntry(const std::string& key, const std::string& name) {
+  return R"(<li><svg class="key" aria-hidden="true">)" + key + "</svg>" + htmlText(name) + "</li>";
 }
 
+/// Empty where the chart shows one thing alone.
 std::string legend(const ColumnChart& chart) {
-  if (chart.series.size() < 2) return {};
+  if (chart.series.size() + chart.marks.size() < 2) return {};
   std::string html = "<ul class=\"legend\">";
   for (const ColumnChart::Series& series : chart.series) {
-    html += "<li><svg class=\"key\" aria-hidden=\"true\"><rect class=\"" + series.style +
-            "\" width=\"100%\" height=\"100%\"/></svg>" + htmlText(series.name) + "</li>";
+    html += legendEntry(rectangle(series.style, 0, 1, 0, 1), series.name);
+  }
+  for (const ColumnChart::Mark& mark : chart.marks) {
+    html += legendEntry(line(mark.style, 0.5, 0, 0.5, 1), mark.text);
   }
   return html + "</ul>\n";
 }
@@ -139,8 +137,8 @@ std::string legend(const ColumnChart& chart) {
 std::string chartHtml(const ColumnChart& chart) {
   const Scale scale = scaleOf(chart);
   return "<div class=\"chart\">\n<h3>" + htmlText(chart.title) + "</h3>\n<p class=\"unit\">" +
-         htmlText(chart.unit) + "</p>\n" + legend(chart) + "<div class=\"plot\">\n" + markLabels(chart) +
-         drawing(chart, scale) + labels(chart, scale) + "</div>\n</div>\n";
+         htmlText(chart.unit) + "</p>\n" + legend(chart) + "<div class=\"plot\">\n" + drawing(chart, scale) +
+         labels(chart, scale) + "</div>\n</div>\n";
 }
 
 std::vector<double> roundNumbers(double from, double to, int most) {
@@ -150,7 +148,10 @@ std::vector<double> roundNumbers(double from, double to, int most) {
   const double digit = rough / power;
   const double step = power * (digit <= 1 ? 1 : digit <= 2 ? 2 : digit <= 5 ? 5 : 10);
   std::vector<double> numbers;
-  for (double i = std::ceil(from / step); i * step <= to + step * 1e-9; ++i) numbers.push_back(i * step);
+  const auto last = static_cast<int64_t>(std::floor(to / step + 1e-9));
+  for (auto i = static_cast<int64_t>(std::ceil(from / step)); i <= last; ++i) {
+    numbers.push_back(static_cast<double>(i) * step);
+  }
   return numbers;
 }
 
@@ -160,10 +161,13 @@ std::vector<double> roundNumbersOnLogAxis(double from, double to, std::size_t mo
                                                  {1, 2, 5},
                                                  {1, 1.5, 2, 3, 5, 7},
                                                  {1, 1.2, 1.4, 1.6, 1.8, 2, 2.5, 3, 3.5, 4, 5, 6, 7, 8, 9}};
+  const auto first = static_cast<int>(std::floor(std::log10(from)));
+  const auto last = static_cast<int>(std::floor(std::log10(to)));
   std::vector<double> numbers;
   for (const std::vector<double>& digits : choices) {
     std::vector<double> finer;
-    for (double power = std::pow(10, std::floor(std::log10(from))); power <= to; power *= 10) {
+    for (int exponent = first; exponent <= last; ++exponent) {
+      const double power = std::pow(10, exponent);
       for (const double digit : digits) {
         if (digit * power >= from && digit * power <= to) finer.push_back(digit * power);
       }

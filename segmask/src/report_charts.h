@@ -29,10 +29,11 @@ struct ColumnChart {
     std::string name;
   };
 
-  /// A line across the columns, with a text beside it.
+  /// A line across the columns.
   struct Mark {
-    double at;  ///< of the chart's width
-    std::string text;
+    std::string style;  ///< its class
+    double at;          ///< of the chart's width
+    std::string text;   ///< in the legend
   };
 
   std::string title;

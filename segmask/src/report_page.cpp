@@ -345,15 +345,15 @@ std::string histogram(const RenderTimes& times) {
   for (const double number : roundNumbersOnLogAxis(bars.front().from, bars.back().to, kMostTicks)) {
     chart.ticks.emplace_back(place(number), axisText(number));
   }
-  chart.marks.push_back({place(p99), "99th percentile " + millisecondsText(p99)});
-  chart.marks.push_back({place(median), "median " + millisecondsText(median)});
+  chart.marks.push_back({"mark", place(median), "median " + millisecondsText(median)});
+  chart.marks.push_back({"mark far", place(p99), "99th percentile " + millisecondsText(p99)});
   return chartHtml(chart);
 }
 
 // ---- Tables
 
 std::string scrolling(const std::string& label, const std::string& table) {
-  return "<div class=\"scroll\" role=\"region\" tabindex=\"0\" aria-label=\"" + label + "\">\n" + table +
+  return R"(<div class="scroll" role="region" tabindex="0" aria-label=")" + label + "\">\n" + table +
          "</div>\n";
 }
 
@@ -362,7 +362,7 @@ std::string numberCell(const std::string& text) {
 }
 
 std::string numberHead(const std::string& text) {
-  return "<th scope=\"col\" class=\"number\">" + text + "</th>";
+  return R"(<th scope="col" class="number">)" + text + "</th>";
 }
 
 std::string reasonsTable(const DetectionTally& tally, uint64_t detections) {
@@ -373,7 +373,7 @@ std::string reasonsTable(const DetectionTally& tally, uint64_t detections) {
   for (const auto& [outcome, dropped] : tally.dropped()) {
     html += "<tr><th scope=\"row\">" + htmlText(reasonOf(outcome)) + "<small>first: line " +
             grouped(dropped.lineNumber) + ", detections[" + std::to_string(dropped.index) +
-            "]: " + htmlText(dropped.why) + "</small></th><td class=\"number\" data-figure=\"dropped." +
+            "]: " + htmlText(dropped.why) + R"(</small></th><td class="number" data-figure="dropped.)" +
             seg_mask::outcomeWord(outcome) + "\">" + grouped(dropped.count) + "</td>" +
             numberCell(shareText(dropped.count, detections)) + "</tr>\n";
   }
@@ -457,7 +457,7 @@ std::string classes(const RenderSummary& summary, const RunReport& report) {
   std::string html = "<ul class=\"classes\">\n";
   for (const auto& [number, counts] : classes.counts()) {
     const std::string color = hexColor(seg_mask::paletteColor(number));
-    html += "<li><svg aria-hidden=\"true\"><rect width=\"100%\" height=\"100%\" fill=\"" + color +
+    html += R"(<li><svg aria-hidden="true"><rect width="100%" height="100%" fill=")" + color +
             "\"/></svg><span>Class " + std::to_string(number) + ", <code>" + color + "</code><small>" +
             grouped(counts.drawn) + " drawn, " + grouped(counts.dropped) + " dropped</small></span></li>\n";
   }
@@ -541,9 +541,15 @@ std::string files(const ReportFacts& facts) {
 }
 
 std::string commandLine(const ReportFacts& facts) {
+  constexpr std::size_t kMostUnbroken = 24;  // characters; longer words are broken where the line ends
   std::string line;
-  for (const std::string& word : facts.commandLine) line += (line.empty() ? "" : " ") + shellText(word);
-  return section("command", "Command line", "<pre>" + htmlText(line) + "</pre>\n");
+  for (const std::string& word : facts.commandLine) {
+    const std::string text = shellText(word);
+    if (!line.empty()) line += " ";
+    line +=
+        text.size() > kMostUnbroken ? htmlText(text) : "<span class=\"word\">" + htmlText(text) + "</span>";
+  }
+  return section("command", "Command line", "<pre>" + line + "</pre>\n");
 }
 
 }  // namespace
@@ -551,7 +557,7 @@ std::string commandLine(const ReportFacts& facts) {
 std::string reportPage(const RenderSummary& summary, const RunReport& report, const ReportFacts& facts) {
   const std::string title = htmlText(titleOf(facts));
   return "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
-         "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; img-src data:; "
+         R"(<meta http-equiv="Content-Security-Policy" content="default-src 'none'; img-src data:; )"
          "style-src "
          "'unsafe-inline'; base-uri 'none'; form-action 'none'\">\n"
          "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"

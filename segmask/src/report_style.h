@@ -56,16 +56,10 @@ section h2+.note{margin:-.5rem 0 1rem}
 .x .first{transform:none}
 .x .last{transform:translateX(-100%)}
 .axisname{grid-column:2;grid-row:4;font-size:.75rem;color:var(--quiet);text-align:center}
-.marks{grid-column:2;grid-row:1;position:relative;height:2.6rem;font-size:.75rem;font-weight:600}
-.marks span{position:absolute;white-space:nowrap;line-height:1.3rem;padding:0 .4rem}
-.marks span:nth-child(2){top:1.3rem}
-.marks .after{border-left:1.5px solid var(--text)}
-.marks .before{transform:translateX(-100%);border-right:1.5px solid var(--text)}
-.marks span:first-child{height:2.6rem}
-.marks span:nth-child(2){height:1.3rem}
 .grid{stroke:var(--line)}
 .axis{stroke:var(--quiet)}
 .mark{stroke:var(--text);stroke-width:1.5}
+.mark.far{stroke-dasharray:3 3}
 .over{fill:transparent}
 g:hover>.over{fill:var(--text);fill-opacity:.1}
 .drawn{fill:var(--accent)}.faint{fill:var(--faint)}
@@ -87,6 +81,7 @@ summary{cursor:pointer;color:var(--accent);font-size:.875rem;width:max-content;m
 .classes small{display:block;color:var(--quiet);font-size:.8125rem}
 pre,code{font-family:ui-monospace,"SF Mono",Menlo,Consolas,"Liberation Mono",monospace;font-size:.8125rem}
 pre{margin:0;background:var(--card);border-radius:.6rem;padding:.9rem 1rem;white-space:pre-wrap;line-height:1.55}
+.word{white-space:nowrap}
 .files{display:grid;gap:1rem}
 .files dt{color:var(--quiet);font-size:.875rem}
 .files dd code{color:var(--quiet)}

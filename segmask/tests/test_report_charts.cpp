@@ -56,7 +56,7 @@ TEST(ReportCharts, TextsAreNoMarkup) {
   chart.series = {{"drawn", "<b>"}, {"r1", "<b>"}};
   chart.columns.push_back({0, 1, {{0, 1}}, {}, "<b>"});
   chart.ticks.emplace_back(0.5, "<b>");
-  chart.marks.push_back({0.5, "<b>"});
+  chart.marks.push_back({"mark", 0.5, "<b>"});
   EXPECT_FALSE(holds(chartHtml(chart), "<b>"));
 }
 

@@ -14,6 +14,7 @@ namespace segmask {
 namespace {
 
 using Status = JobResult::Status;
+using Clock = std::chrono::steady_clock;
 
 /// A process for each core. One render keeps several threads busy only now and then, and other processes fill
 /// the gaps.
@@ -26,11 +27,11 @@ bool isGood(int code) {
   return code == kExitDone || code == kExitDropped || code == JobStage::kUnchanged;
 }
 
-JobResult failed(const UserError& error, uint64_t attempts) {
+JobResult failed(const std::string& error, uint64_t attempts) {
   JobResult result;
   result.status = Status::Failed;
   result.attempts = attempts;
-  result.error = error.what();
+  result.error = error;
   return result;
 }
 
@@ -50,14 +51,15 @@ BatchRun::BatchRun(const BatchOptions& options, const std::vector<BatchJob>& job
 }
 
 void BatchRun::plan(const BatchJob& job) {
-  Task task{&job, std::nullopt, 0, nullptr};
+  auto run = std::make_shared<Run>();
+  run->job = &job;
   std::optional<JobRecord> record = options_.redo ? std::nullopt : readRecord(job);
   if (record) {
     const InputsAre inputs = compareInputs(inputFacts(job), record->inputs);
     if (inputs == InputsAre::Same) return report_.add(job, skipped(std::move(*record)));
-    if (inputs == InputsAre::Touched) task.touched = std::move(record);
+    if (inputs == InputsAre::Touched) run->touched = std::move(record);
   }
-  waiting_.push_back(std::move(task));
+  waiting_.push_back({std::move(run)});
 }
 
 int BatchRun::run() {
@@ -69,7 +71,7 @@ int BatchRun::run() {
   while (interrupts == 0 ? !waiting_.empty() || !running_.empty() : !running_.empty()) {
     while (interrupts == 0 && running_.size() < most && !waiting_.empty()) start(pool);
     for (const ProcessPool::Ended& ended : pool.wait(running_.empty() ? kBarTime * 0 : kBarTime)) {
-      finish(ended, pool.interrupts() > 0);
+      finish(ended, pool);
     }
     if (pool.interrupts() > interrupts) {
       interrupts = pool.interrupts();
@@ -77,66 +79,145 @@ int BatchRun::run() {
     }
     report_.update();
   }
-  return report_.finish(interrupts > 0, waiting_.size());
+  return report_.finish(interrupts > 0, endWaiting());
 }
 
 void BatchRun::start(ProcessPool& pool) {
   Task task = std::move(waiting_.front());
   waiting_.pop_front();
+  Run& run = *task.run;
+  if (run.isOver || (task.step == Step::Whole && !makeStage(run))) return;
   ++task.attempts;
-  if (!makeStage(task)) return;
-  const SwJsonObject* const recorded = task.touched ? &task.touched->inputs : nullptr;
-  const JobStage& stage = *task.stage;
-  const pid_t process = pool.start([this, &stage, recorded] {
+  ++run.processes;
+  const pid_t process = pool.start([this, &task] {
     // The list is this process's to hold: a child may outlive it for a moment.
     lock_.reset();
-    return stage.run(recorded);
+    return work(task);
   });
   running_.emplace(process, std::move(task));
 }
 
-bool BatchRun::makeStage(Task& task) {
+int BatchRun::work(const Task& task) const {
+  const Run& run = *task.run;
+  if (task.step == Step::Piece) return run.stage->runPiece(task.piece);
+  if (task.step == Step::Join) return run.stage->runJoin();
+  return run.stage->run(run.touched ? &run.touched->inputs : nullptr);
+}
+
+bool BatchRun::makeStage(Run& run) {
   using LeftBehind = StagedOutput::LeftBehind;
-  const BatchJob& job = *task.job;
-  const bool isNew = folders_.insert(fs::path(job.render.output).parent_path().string()).second;
+  const std::string folder = fs::path(run.job->render.output).parent_path().string();
+  const bool isNew = folders_.insert(folder).second;
+  if (run.processes == 0) run.start = Clock::now();
+  std::optional<JobStage::Split> split;
+  if (options_.split) split = {*options_.split, run.useIndex};
   try {
-    task.stage = std::make_unique<JobStage>(job, isNew ? LeftBehind::Remove : LeftBehind::Leave);
+    run.stage.reset();
+    run.stage = std::make_unique<JobStage>(*run.job, isNew ? LeftBehind::Remove : LeftBehind::Leave, split);
   } catch (const UserError& error) {
-    report_.add(job, failed(error, 0));
+    end(run, failed(error.what(), run.processes));
   }
-  return task.stage != nullptr;
+  return run.stage != nullptr;
 }
 
-JobResult BatchRun::endWell(Task& task, JobStage& stage, int code, JobResult result) {
-  try {
-    if (code == JobStage::kUnchanged) return skipped(stage.refresh(std::move(*task.touched)));
-    result.record = stage.commit(code, result.seconds);
-    return result;
-  } catch (const UserError& error) {
-    return failed(error, task.attempts);
-  }
-}
-
-void BatchRun::finish(const ProcessPool::Ended& ended, bool interrupted) {
-  Task task = std::move(running_.extract(ended.process).mapped());
-  const std::unique_ptr<JobStage> stage = std::move(task.stage);
+void BatchRun::finish(const ProcessPool::Ended& ended, const ProcessPool& pool) {
+  const Task task = std::move(running_.extract(ended.process).mapped());
+  Run& run = *task.run;
+  if (run.isOver) return;
   const std::optional<int> code = exitCodeOf(ended.status);
-  const std::string errors = stage->withFinalNames(ended.errors);
+  if (task.step == Step::Whole && code == JobStage::kPlanned) return split(task.run);
+  if (task.step == Step::Piece && code == kExitDone) return finishPiece(task.run);
+  if (task.step == Step::Piece && code == JobStage::kNotAsIndexed) return startOver(task.run);
+
+  const std::string errors = run.stage->withFinalNames(ended.errors);
+  const std::chrono::duration<double> sinceStart = Clock::now() - run.start;
   JobResult result;
-  result.attempts = task.attempts;
-  result.seconds = ended.seconds;
+  result.attempts = run.processes;
+  result.seconds = task.step == Step::Whole ? ended.seconds : sinceStart.count();
   result.warnings = warningsIn(errors);
   if (code && isGood(*code)) {
-    result = endWell(task, *stage, *code, std::move(result));
-  } else if (interrupted) {
+    result = endWell(task, *code, std::move(result));
+  } else if (pool.interrupts() > 0) {
     result.status = Status::Interrupted;
   } else if (code != kExitError && task.attempts <= options_.retries) {
-    return waiting_.push_back(std::move(task));
+    if (task.step == Step::Whole) run.stage.reset();
+    return waiting_.push_back(task);
   } else {
     result.status = Status::Failed;
     result.error = failureOf(ended.status, errors);
   }
-  report_.add(*task.job, result);
+  end(run, result);
+}
+
+void BatchRun::split(const std::shared_ptr<Run>& run) {
+  try {
+    run->piecesLeft = run->stage->takePlan();
+  } catch (const UserError& error) {
+    return end(*run, failed(error.what(), run->processes));
+  }
+  // Before the jobs that have not begun, so that few are in pieces at a time.
+  for (std::size_t piece = run->piecesLeft; piece > 0; --piece) {
+    waiting_.push_front({run, Step::Piece, piece - 1});
+  }
+}
+
+void BatchRun::finishPiece(const std::shared_ptr<Run>& run) {
+  if (--run->piecesLeft == 0) waiting_.push_front({run, Step::Join});
+}
+
+/// Begins a job again whose input is not what its index says, this time without one.
+void BatchRun::startOver(const std::shared_ptr<Run>& run) {
+  auto again = std::make_shared<Run>();
+  again->job = run->job;
+  again->processes = run->processes;
+  again->start = run->start;
+  again->useIndex = false;
+  giveUp(*run);
+  waiting_.push_front({std::move(again)});
+}
+
+JobResult BatchRun::endWell(const Task& task, int code, JobResult result) {
+  Run& run = *task.run;
+  try {
+    if (code == JobStage::kUnchanged) return skipped(run.stage->refresh(std::move(*run.touched)));
+    result.record = run.stage->commit(code, result.seconds);
+    return result;
+  } catch (const UserError& error) {
+    return failed(error.what(), run.processes);
+  }
+}
+
+void BatchRun::end(Run& run, const JobResult& result) {
+  giveUp(run);
+  report_.add(*run.job, result);
+}
+
+/// Ends the processes that still work for the run. Its files go with the last of them.
+void BatchRun::giveUp(Run& run) {
+  run.isOver = true;
+  for (const auto& [process, task] : running_) {
+    if (task.run.get() == &run) ProcessPool::kill(process);
+  }
+}
+
+/// Tells of the jobs that were begun and wait for a further process, after an interrupt. Returns how many
+/// were not begun.
+uint64_t BatchRun::endWaiting() {
+  uint64_t notStarted = 0;
+  for (const Task& task : waiting_) {
+    Run& run = *task.run;
+    if (run.isOver) continue;
+    if (run.processes == 0) {
+      ++notStarted;
+      continue;
+    }
+    JobResult result;
+    result.status = Status::Interrupted;
+    result.attempts = run.processes;
+    end(run, result);
+  }
+  waiting_.clear();
+  return notStarted;
 }
 
 }  // namespace segmask

@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <chrono>
 #include <cstddef>
 #include <deque>
 #include <map>
@@ -19,7 +20,8 @@
 
 namespace segmask {
 
-/// Runs the jobs of a list, each in a process of its own, but those that are done. A job whose process was
+/// Runs the jobs of a list, each in a process of its own, but those that are done. A long video may become
+/// pieces, each in a process of its own, and one more process that joins them. What a process does that was
 /// killed or crashed goes to the end of the queue, a set number of times.
 class BatchRun {
  public:
@@ -32,18 +34,39 @@ class BatchRun {
 
  private:
   /// A job that is to be run.
-  struct Task {
+  struct Run {
     const BatchJob* job;
     std::optional<JobRecord> touched;  ///< its record, when only times of its inputs have changed
+    uint64_t processes = 0;            ///< that were started
+    std::chrono::steady_clock::time_point start;
+    std::unique_ptr<JobStage> stage;  ///< once it has started
+    std::size_t piecesLeft = 0;       ///< that are not drawn yet
+    bool useIndex = true;
+    bool isOver = false;  ///< what becomes of its processes does not matter any more
+  };
+
+  enum class Step { Whole, Piece, Join };
+
+  /// What one process does.
+  struct Task {
+    std::shared_ptr<Run> run;
+    Step step = Step::Whole;
+    std::size_t piece = 0;
     uint64_t attempts = 0;
-    std::unique_ptr<JobStage> stage;  ///< while it runs
   };
 
   void plan(const BatchJob& job);
   void start(ProcessPool& pool);
-  bool makeStage(Task& task);
-  static JobResult endWell(Task& task, JobStage& stage, int code, JobResult result);
-  void finish(const ProcessPool::Ended& ended, bool interrupted);
+  bool makeStage(Run& run);
+  int work(const Task& task) const;
+  void finish(const ProcessPool::Ended& ended, const ProcessPool& pool);
+  void split(const std::shared_ptr<Run>& run);
+  void finishPiece(const std::shared_ptr<Run>& run);
+  void startOver(const std::shared_ptr<Run>& run);
+  static JobResult endWell(const Task& task, int code, JobResult result);
+  void end(Run& run, const JobResult& result);
+  void giveUp(Run& run);
+  uint64_t endWaiting();
 
   const BatchOptions& options_;
   FileDescriptor lock_;

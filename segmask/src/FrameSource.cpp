@@ -53,11 +53,14 @@ StartPoint parseStartPoint(const std::string& text) {
   return {0, seconds};
 }
 
+bool isBeforeTime(int64_t ticks, AVRational tick, double seconds) {
+  // Half a tick less, because the time of a frame is rounded to ticks.
+  return (static_cast<double>(ticks) + 0.5) * av_q2d(tick) < seconds;
+}
+
 bool FrameSource::isBefore(const StartPoint& start, const Frame& frame) const {
   if (!start.seconds) return first_ < start.frame;
-  const AVRational tick = reader_->format().timeBase;
-  // Half a tick less, because the time of a frame is rounded to ticks.
-  return (static_cast<double>(frame.pts - firstPts_) + 0.5) * av_q2d(tick) < *start.seconds;
+  return isBeforeTime(frame.pts - firstPts_, reader_->format().timeBase, *start.seconds);
 }
 
 void FrameSource::skipTo(const StartPoint& start, const std::string& path) {
@@ -75,6 +78,41 @@ void FrameSource::skipTo(const StartPoint& start, const std::string& path) {
   throw UserError("--start: " + path + " has only " + std::to_string(first_) + " frames");
 }
 
+void FrameSource::goToPiece(const VideoPiece& piece, const std::string& path) {
+  if (piece.frames) limit(*piece.frames);
+  if (piece.indexed) {
+    passed_ = piece.offset;
+    path_ = path;
+    goToIndexed(*piece.indexed);
+  } else if (piece.offset > 0) {
+    passOver(piece.offset);
+    damageBefore_ = reader_->damage();
+  }
+}
+
+void FrameSource::passOver(uint64_t frames) {
+  Frame frame;
+  for (; passed_ < frames; ++passed_, ++first_) {
+    if (pending_) {
+      pending_.reset();
+    } else if (!reader_->next(frame)) {
+      return;
+    }
+  }
+}
+
+void FrameSource::goToIndexed(const IndexedFrames& indexed) {
+  indexed_ = indexed;
+  shift_ = indexed.beginning;
+  if (indexed.entry) reader_->goTo(*indexed.entry);
+  Frame frame;
+  for (first_ = indexed.entry ? indexed.entry->frame : 0; first_ < indexed.first; ++first_) {
+    if (reader_->next(frame)) continue;
+    if (!Interrupt::requested()) throw NotAsIndexed(path_);
+    return;
+  }
+}
+
 bool FrameSource::next(Frame& frame, uint64_t& number) {
   if (limit_ && given_ >= *limit_) return false;
   if (pending_) {
@@ -82,12 +120,26 @@ bool FrameSource::next(Frame& frame, uint64_t& number) {
     frame.pts = pending_->pts;
     pending_.reset();
   } else if (!reader_->next(frame)) {
-    if (!Interrupt::requested()) sourceFrames_ = first_ + given_;
+    if (Interrupt::requested()) return false;
+    if (indexed_ && (given_ != indexed_->frames || damage().count() > 0)) throw NotAsIndexed(path_);
+    sourceFrames_ = first_ + given_;
     return false;
   }
+  if (indexed_) checkTime(frame.pts);
   frame.pts -= shift_;
   number = first_ + given_++;
   return true;
+}
+
+void FrameSource::checkTime(int64_t pts) const {
+  const bool isWrong = given_ >= indexed_->frames || (given_ == 0 && pts != indexed_->firstTime) ||
+                       (given_ + 1 == indexed_->frames && pts != indexed_->lastTime);
+  if (isWrong || reader_->damage().count() > 0) throw NotAsIndexed(path_);
+}
+
+Damage FrameSource::damage() const {
+  const Damage now = reader_->damage();
+  return {now.packets - damageBefore_.packets, now.frames - damageBefore_.frames};
 }
 
 std::optional<uint64_t> FrameSource::frameCount() const {

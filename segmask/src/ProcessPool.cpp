@@ -117,7 +117,7 @@ std::vector<ProcessPool::Ended> ProcessPool::wait(std::chrono::milliseconds time
 }
 
 void ProcessPool::signalAll(int signal) const {
-  for (const auto& [process, child] : children_) kill(process, signal);
+  for (const auto& [process, child] : children_) ::kill(process, signal);
 }
 
 void ProcessPool::takeSignals() {

@@ -54,6 +54,9 @@ class ProcessPool {
 
   std::size_t running() const { return children_.size(); }
 
+  /// Ends a process that runs; wait() gives it.
+  static void kill(pid_t process) { ::kill(process, SIGKILL); }
+
   /// Sends the signal to all processes that run.
   void signalAll(int signal) const;
 

@@ -7,9 +7,8 @@
 #include "src/detection_file_check.h"
 
 namespace segmask {
-namespace {
 
-ReadOptions readOptions(const RenderOptions& options) {
+ReadOptions readOptionsOf(const RenderOptions& options) {
   ReadOptions reading;
   reading.size = options.size;
   reading.keepRotation = options.keepRotation;
@@ -17,9 +16,8 @@ ReadOptions readOptions(const RenderOptions& options) {
   return reading;
 }
 
-}  // namespace
-
-RenderInputs::RenderInputs(const RenderOptions& options, const std::optional<PicturePlan>& pictures) {
+RenderInputs::RenderInputs(const RenderOptions& options, const std::optional<PicturePlan>& pictures,
+                           const VideoPiece* piece) {
   refuseOtherFiles(options.detections);
   if (pictures) {
     auto reader = std::make_unique<PictureReader>(pictures->inputs, options.keepRotation);
@@ -27,13 +25,28 @@ RenderInputs::RenderInputs(const RenderOptions& options, const std::optional<Pic
     frames_.emplace(std::move(reader));
     pictureLines_ = std::make_unique<PictureDetections>(options.detections, pictures->names);
   } else {
-    frames_.emplace(openFrameReader(options.input, readOptions(options)));
+    ReadOptions reading = readOptionsOf(options);
+    // They are copied when the pieces are joined.
+    if (piece) reading.sideStreams = SideKinds::None;
+    frames_.emplace(openFrameReader(options.input, reading));
     const VideoFormat& format = reader().format();
     stream_ = std::make_unique<DetectionStream>(options.detections,
                                                 render_base::FrameSize{format.width, format.height});
   }
-  if (options.start) frames_->skipTo(parseStartPoint(*options.start), options.input);
-  if (options.frames) frames_->limit(*options.frames);
+  const bool isIndexed = piece && piece->indexed;
+  if (options.start && !isIndexed) frames_->skipTo(parseStartPoint(*options.start), options.input);
+  if (piece) {
+    frames_->goToPiece(*piece, options.input);
+  } else if (options.frames) {
+    frames_->limit(*options.frames);
+  }
+}
+
+void RenderInputs::passEarlierLines(const std::function<void(uint64_t, std::vector<DetectionLine>)>& visit) {
+  for (uint64_t frame = frames_->first() - frames_->passed(); frame < frames_->first(); ++frame) {
+    std::vector<DetectionLine> lines = stream_->take(frame);
+    if (!lines.empty()) visit(frame, std::move(lines));
+  }
 }
 
 bool RenderInputs::next(FrameJob& job) {
@@ -68,9 +81,10 @@ std::optional<RenderInputs::Rest> RenderInputs::rest() {
 }
 
 std::unique_ptr<RenderInputs> openInputs(const RenderOptions& options,
-                                         const std::optional<PicturePlan>& pictures) {
+                                         const std::optional<PicturePlan>& pictures,
+                                         const VideoPiece* piece) {
   try {
-    auto inputs = std::make_unique<RenderInputs>(options, pictures);
+    auto inputs = std::make_unique<RenderInputs>(options, pictures, piece);
     if (!Interrupt::requested()) return inputs;
   } catch (const UserError&) {
     if (!Interrupt::requested()) throw;

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "host/DetectionStream.h"
 #include "host/FramePipeline.h"
@@ -15,11 +17,16 @@
 
 namespace segmask {
 
+/// How the input is to be read.
+ReadOptions readOptionsOf(const RenderOptions& options);
+
 /// What `segmask render` reads: the frames of a video and lines in their order, or pictures and lines in any.
 class RenderInputs {
  public:
-  /// Opens the inputs and skips to the first frame that is wanted. Throws UserError.
-  RenderInputs(const RenderOptions& options, const std::optional<PicturePlan>& pictures);
+  /// Opens the inputs and skips to the first frame that is wanted, of a piece where there is one. Throws
+  /// UserError.
+  RenderInputs(const RenderOptions& options, const std::optional<PicturePlan>& pictures,
+               const VideoPiece* piece);
 
   FrameSource& frames() { return *frames_; }
   const FrameReader& reader() const { return frames_->reader(); }
@@ -30,6 +37,10 @@ class RenderInputs {
   const VideoFormat& formatOf(uint64_t number) const {
     return pictureReader_ ? pictureReader_->formatOf(number) : reader().format();
   }
+
+  /// Calls visit(frame, lines) for the frames of earlier pieces that have lines. To be called once, before
+  /// next().
+  void passEarlierLines(const std::function<void(uint64_t, std::vector<DetectionLine>)>& visit);
 
   /// Fills in the next frame's job, without `drawn`; false at the end.
   bool next(FrameJob& job);
@@ -52,6 +63,7 @@ class RenderInputs {
 /// Opens the inputs. Empty when the user has asked to stop meanwhile: pipes and streams may take long to
 /// open, and a failure after that request is not an error. Throws UserError.
 std::unique_ptr<RenderInputs> openInputs(const RenderOptions& options,
-                                         const std::optional<PicturePlan>& pictures);
+                                         const std::optional<PicturePlan>& pictures,
+                                         const VideoPiece* piece = nullptr);
 
 }  // namespace segmask

@@ -7,7 +7,7 @@
 namespace segmask {
 
 RenderOutputs::RenderOutputs(const RenderOptions& options, const std::optional<PicturePlan>& pictures,
-                             RenderInputs& inputs)
+                             RenderInputs& inputs, const VideoPiece* piece)
     : inputs_(inputs) {
   FrameReader& reader = inputs.frames().reader();
   // The small ones first: opening a pipe may wait.
@@ -15,7 +15,9 @@ RenderOutputs::RenderOutputs(const RenderOptions& options, const std::optional<P
   if (options.summaryJson) summaryFile_.emplace(*options.summaryJson);
   if (options.report) reportFile_.emplace(*options.report);
   if (!pictures) {
-    writer_ = openFrameWriter(options.output, reader.format(), {options.encoder, reader.sideStreams()});
+    WriteOptions writing{options.encoder, reader.sideStreams()};
+    if (piece) writing.pieceFrom = piece->offset;
+    writer_ = openFrameWriter(options.output, reader.format(), writing);
     return;
   }
   auto writer = std::make_unique<PictureWriter>(pictures->outputFolder, pictures->outputs);

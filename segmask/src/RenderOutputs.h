@@ -19,9 +19,10 @@ namespace segmask {
 /// programs. Nothing gets its name before everything is complete. Used by one thread at a time.
 class RenderOutputs {
  public:
-  /// Opens the outputs for the frames of `inputs`, which must outlive this object. Throws UserError.
+  /// Opens the outputs for the frames of `inputs`, which must outlive this object; of a piece where there is
+  /// one. Throws UserError.
   RenderOutputs(const RenderOptions& options, const std::optional<PicturePlan>& pictures,
-                RenderInputs& inputs);
+                RenderInputs& inputs, const VideoPiece* piece);
 
   void write(const FrameJob& job);
 

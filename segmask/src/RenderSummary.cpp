@@ -2,10 +2,8 @@
 
 #include <iomanip>
 #include <sstream>
-#include <utility>
 
 #include "host/verdict_words.h"
-#include "src/json_output.h"
 
 namespace segmask {
 namespace {
@@ -27,12 +25,13 @@ void addTally(std::ostringstream& text, const DetectionTally& tally, const std::
 }  // namespace
 
 std::string summaryText(const RenderSummary& summary, const SummaryFiles& files) {
+  const RenderTotals& totals = summary.totals;
   std::ostringstream text;
-  text << "frames        " << summary.frames << "\n"
-       << "frames drawn  " << summary.framesDrawn << "\n"
-       << "detections    " << summary.detections << "\n"
-       << std::fixed << std::setprecision(3) << "render        median " << summary.renderTimes.percentile(0.5)
-       << " ms, 99th percentile " << summary.renderTimes.percentile(0.99) << " ms a frame (within 3 %)\n"
+  text << "frames        " << totals.frames << "\n"
+       << "frames drawn  " << totals.framesDrawn << "\n"
+       << "detections    " << totals.detections << "\n"
+       << std::fixed << std::setprecision(3) << "render        median " << totals.renderTimes.percentile(0.5)
+       << " ms, 99th percentile " << totals.renderTimes.percentile(0.99) << " ms a frame (within 3 %)\n"
        << "slowest stage " << summary.stageTimes.slowestStage() << "\n"
        << "output        " << files.output << "\n";
   if (files.contactSheet) text << "contact sheet " << *files.contactSheet << "\n";
@@ -42,43 +41,23 @@ std::string summaryText(const RenderSummary& summary, const SummaryFiles& files)
          << counted(telling->pixelsChanged(), "pixel") << "\n";
     if (telling->tally()) addTally(text, *telling->tally(), files.detections);
   }
-  text << "look-back     " << counted(summary.detectionsLookedBack, "detection") << " used again\n";
-  if (summary.damaged > 0) {
-    text << "damaged       " << summary.damaged << " packets or frames of the input had errors\n";
+  text << "look-back     " << counted(totals.detectionsLookedBack, "detection") << " used again\n";
+  if (totals.damage.count() > 0) {
+    text << "damaged       " << totals.damage.count() << " packets or frames of the input had errors\n";
   }
   if (files.report) text << "report        " << *files.report << "\n";
   return text.str();
 }
 
-std::string summaryJson(const RenderSummary& summary, const SummaryFiles& files) {
-  SwJsonObject times;
-  times.insert("median", summary.renderTimes.percentile(0.5));
-  times.insert("p99", summary.renderTimes.percentile(0.99));
-  SwJsonObject object;
-  object.insert("frames", summary.frames);
-  object.insert("detections", summary.detections);
-  object.insert("lookback", summary.detectionsLookedBack);
-  object.insert("damaged", summary.damaged);
-  object.insert("plugin", files.plugin);
-  object.insert("render_ms", std::move(times));
-  if (const Telling* const telling = summary.telling) {
-    object.insert("frames_changed", telling->framesChanged());
-    object.insert("pixels_changed", telling->pixelsChanged());
-    if (telling->tally()) {
-      SwJsonObject dropped;
-      for (const auto& [outcome, count] : telling->tally()->dropped()) {
-        dropped.insert(seg_mask::outcomeWord(outcome), count.count);
-      }
-      object.insert("drawn", telling->tally()->drawn());
-      object.insert("dropped", std::move(dropped));
-    }
+void addTold(RenderTotals& totals, const Telling& telling) {
+  RenderTotals::Told& told = totals.told.emplace();
+  told.framesChanged = telling.framesChanged();
+  told.pixelsChanged = telling.pixelsChanged();
+  if (!telling.tally()) return;
+  told.drawn = telling.tally()->drawn();
+  for (const auto& [outcome, dropped] : telling.tally()->dropped()) {
+    told.dropped[seg_mask::outcomeWord(outcome)] = dropped.count;
   }
-  return jsonPage(std::move(object));
-}
-
-bool lacksAny(const RenderSummary& summary) {
-  if (summary.damaged > 0) return true;
-  return summary.telling && summary.telling->tally() && !summary.telling->tally()->dropped().empty();
 }
 
 }  // namespace segmask

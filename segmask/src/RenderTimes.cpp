@@ -22,6 +22,19 @@ void RenderTimes::add(double milliseconds) {
   ++count_;
 }
 
+void RenderTimes::add(const std::vector<uint64_t>& counts) {
+  for (std::size_t i = 0; i < std::min(counts.size(), kBuckets); ++i) {
+    buckets_[i] += counts[i];
+    count_ += counts[i];
+  }
+}
+
+std::vector<uint64_t> RenderTimes::counts() const {
+  std::vector<uint64_t> counts(buckets_.begin(), buckets_.end());
+  while (!counts.empty() && counts.back() == 0) counts.pop_back();
+  return counts;
+}
+
 double RenderTimes::percentile(double fraction) const {
   if (count_ == 0) return 0.0;
   const double rank = std::max(std::ceil(fraction * static_cast<double>(count_)), 1.0);

@@ -14,7 +14,14 @@ class RenderTimes {
  public:
   void add(double milliseconds);
 
+  /// Adds all durations of another one.
+  void add(const RenderTimes& other) { add(other.counts()); }
+  void add(const std::vector<uint64_t>& counts);
+
   uint64_t count() const { return count_; }
+
+  /// How many durations there are in each bucket, up to the last that has any.
+  std::vector<uint64_t> counts() const;
 
   /// The duration in milliseconds that the part `fraction` (0 to 1) of all durations does not exceed; 0 when
   /// there are none.

@@ -214,9 +214,17 @@ CLI::App* addBatch(CLI::App& app, BatchOptions& options) {
       ->check(kNotZero)
       ->type_name("N");
   batch
-      ->add_option("--retries", options.retries,
-                   "How often a job is started again that crashed or was killed (default: 2); one that "
-                   "ended with an error of its own is not")
+      ->add_option("--split", options.split,
+                   "Draw a video of more than N frames in pieces of N frames, as many at a time as --jobs "
+                   "says, and join them; the result is that of the whole (default: never split)")
+      ->check(kWholeNumber)
+      ->check(kNotZero)
+      ->type_name("N");
+  batch
+      ->add_option(
+          "--retries", options.retries,
+          "How often a job, or a piece of one, is started again that crashed or was killed (default: "
+          "2); one that ended with an error of its own is not")
       ->check(kWholeNumber)
       ->type_name("N");
   batch->add_flag("--redo", options.redo, "Do all jobs, also those that are done");

@@ -7,6 +7,7 @@
 
 #include "detection/decision_settings.h"
 #include "host/PluginChoice.h"
+#include "src/VideoPiece.h"
 #include "video/FrameWriter.h"
 
 namespace segmask {
@@ -46,6 +47,13 @@ struct RenderOptions {
   std::vector<std::string> commandLine;  ///< all words of it, for the report
 };
 
+/// A piece of what `segmask render` would draw, in the place of all of it: the output is one that
+/// joinPieces() takes, and `report` gets its PieceReport.
+struct PieceOptions {
+  VideoPiece piece;
+  std::string report;
+};
+
 /// Throws UserError for errors in the options of `segmask render` that show before any file is opened: an
 /// impossible output, one file in two roles, a configuration that a plug-in would ignore silently.
 void checkOptions(const RenderOptions& options, const std::optional<PicturePlan>& pictures);
@@ -59,6 +67,15 @@ seg_mask::DecisionSettings decisionSettings(const std::optional<std::string>& co
 /// Draws a video's detections into it and prints a summary. Returns the exit code. Throws UserError; the
 /// outputs have not been created or replaced then.
 int render(const RenderOptions& options);
+
+/// The same for a piece, which replaces what `options` say of frames, of the contact sheet and of the
+/// summary. Prints nothing. Throws NotAsIndexed when it has to be drawn without an index.
+int renderPiece(const RenderOptions& options, const PieceOptions& piece);
+
+/// Makes the output of its pieces, which stand in `files` in their order, and the summary as render() does.
+/// Prints the warnings of the whole run, and returns its exit code. Throws UserError.
+int joinRender(const RenderOptions& options, const std::vector<PieceOptions>& pieces,
+               const std::vector<std::string>& files);
 
 /// The options of `segmask explain`.
 struct ExplainOptions {
@@ -79,7 +96,8 @@ int explain(const ExplainOptions& options);
 struct BatchOptions {
   std::string list;
   std::optional<uint64_t> processes;  ///< at a time
-  uint64_t retries = 2;               ///< of a job whose process was killed or crashed
+  std::optional<uint64_t> split;      ///< videos with more frames are drawn in pieces of so many
+  uint64_t retries = 2;               ///< of a process that was killed or crashed
   bool redo = false;
   bool check = false;  ///< the list alone is checked
   bool noProgress = false;

@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <utility>
+#include <vector>
 
 #include "host/DetectionTally.h"
 #include "host/FramePipeline.h"
@@ -17,6 +18,7 @@
 #include "io/UserError.h"
 #include "io/file_names.h"
 #include "io/nv12.h"
+#include "src/PieceReport.h"
 #include "src/Progress.h"
 #include "src/RenderInputs.h"
 #include "src/RenderOutputs.h"
@@ -65,25 +67,30 @@ bool drawJob(const RenderStages& stages, FrameJob& job, RenderTimes& times) {
 
 void writeJob(const RenderStages& stages, const FrameJob& job, RenderSummary& summary) {
   stages.outputs.write(job);
-  if (job.drawn) ++summary.framesDrawn;
-  ++summary.frames;
+  if (job.drawn) ++summary.totals.framesDrawn;
+  ++summary.totals.frames;
 }
 
 RenderSummary renderFrames(const RenderStages& stages, const Interrupt& interrupt, Progress& progress) {
   RenderSummary summary;
+  RenderTotals& totals = summary.totals;
+  // Those before a piece were counted with other pieces.
+  const uint64_t seenBefore = stages.producers.detectionsSeen();
+  const uint64_t lookedBackBefore = stages.producers.detectionsLookedBack();
   FramePipeline::Stages callbacks;
   callbacks.read = [&](FrameJob& job) { return stages.inputs.next(job); };
-  callbacks.draw = [&](FrameJob& job) { return drawJob(stages, job, summary.renderTimes); };
+  callbacks.draw = [&](FrameJob& job) { return drawJob(stages, job, summary.totals.renderTimes); };
   callbacks.write = [&](const FrameJob& job) {
     writeJob(stages, job, summary);
-    progress.update(summary.frames);
+    progress.update(summary.totals.frames);
   };
   callbacks.stopReading = [&interrupt] { interrupt.request(); };
   summary.stageTimes = FramePipeline(std::move(callbacks)).run();
-  summary.detections = stages.producers.detectionsSeen();
-  summary.detectionsLookedBack = stages.producers.detectionsLookedBack();
-  summary.damaged = stages.inputs.reader().damaged();
+  totals.detections = stages.producers.detectionsSeen() - seenBefore;
+  totals.detectionsLookedBack = stages.producers.detectionsLookedBack() - lookedBackBefore;
+  totals.damage = stages.inputs.frames().damage();
   summary.telling = stages.telling;
+  if (stages.telling) addTold(totals, *stages.telling);
   return summary;
 }
 
@@ -120,15 +127,12 @@ void makeTelling(std::optional<Telling>& telling, const RenderOptions& options, 
 }
 
 /// Warnings of what was hardly meant so, at the end of a run.
-void warnOfHints(const Telling& telling, const RenderSummary& summary, const RenderOptions& options,
-                 const std::string& schema) {
-  if (options.config) {
-    for (const std::string& hint : configWarnings(*options.config, schema)) warn(hint);
-  }
-  for (const std::string& hint : telling.hints().warnings(options.detections)) warn(hint);
-  if (telling.framesChanged() > 0 || summary.detections == 0) return;
-  warn(
-      "nothing is visible: no pixel of any frame has changed, though there are detections (see the summary)");
+std::vector<std::string> hintWarnings(const Telling& telling, const RenderOptions& options,
+                                      const std::string& schema) {
+  std::vector<std::string> warnings;
+  if (options.config) warnings = configWarnings(*options.config, schema);
+  for (std::string& hint : telling.hints().warnings(options.detections)) warnings.push_back(std::move(hint));
+  return warnings;
 }
 
 /// What the frames of a video lose on the way to the output, and what is left out beside them.
@@ -191,23 +195,55 @@ std::string reportText(const RenderStages& stages, const RenderOptions& options,
 
 int finish(const RenderStages& stages, const RenderOptions& options, const std::string& pluginPath,
            const RenderSummary& summary) {
-  if (summary.frames == 0) {
+  const RenderTotals& totals = summary.totals;
+  if (totals.frames == 0) {
     if (!Interrupt::requested()) throw UserError(options.input + ": holds no frame");
     return reportEarlyInterrupt();
   }
   const bool hasRest = warnOfRest(stages.inputs);
   const SummaryFiles files{options.detections, options.output, options.contactSheet, pluginPath,
                            options.report};
-  stages.outputs.finish([&] { return summaryJson(summary, files); },
+  stages.outputs.finish([&] { return summaryJson(totals, files.plugin); },
                         [&] { return reportText(stages, options, pluginPath, summary); });
-  if (stages.telling) warnOfHints(*stages.telling, summary, options, stages.plugin.getConfigList());
+  if (stages.telling) {
+    const std::string schema = stages.plugin.getConfigList();
+    for (const std::string& hint : hintWarnings(*stages.telling, options, schema)) warn(hint);
+  }
+  if (showsNothing(totals)) warn(kNothingVisible);
   // Standard output may be the video.
   std::ostream& stream = options.output == kStandardStream ? std::cerr : std::cout;
   stream << summaryText(summary, files) << std::flush;
   if (!Interrupt::requested())
-    return options.strict && (hasRest || lacksAny(summary)) ? kExitDropped : kExitDone;
-  tell("interrupted; the first " + std::to_string(summary.frames) + " frames are in " + options.output);
+    return options.strict && (hasRest || lacksAny(totals)) ? kExitDropped : kExitDone;
+  tell("interrupted; the first " + std::to_string(totals.frames) + " frames are in " + options.output);
   return kExitInterrupted;
+}
+
+PieceReport reportOf(const RenderStages& stages, const RenderOptions& options, const VideoPiece& piece,
+                     const RenderTotals& totals) {
+  const FrameSource& frames = stages.inputs.frames();
+  PieceReport report;
+  report.totals = totals;
+  report.first = frames.first();
+  report.beginning = frames.beginning();
+  if (!piece.isLast) return report;
+  report.reachedEnd = frames.sourceFrames().has_value();
+  const std::optional<RenderInputs::Rest> rest = stages.inputs.rest();
+  report.hasRest = rest && rest->hasLines;
+  if (rest && !rest->warning.empty()) report.warnings.push_back(rest->warning);
+  if (!stages.telling) return report;
+  for (const std::string& hint : hintWarnings(*stages.telling, options, stages.plugin.getConfigList())) {
+    report.warnings.push_back(hint);
+  }
+  return report;
+}
+
+int finishPiece(const RenderStages& stages, const RenderOptions& options, const PieceOptions& piece,
+                const RenderSummary& summary) {
+  if (Interrupt::requested()) return kExitInterrupted;
+  stages.outputs.finish({}, {});
+  writeReport(reportOf(stages, options, piece.piece, summary.totals), piece.report);
+  return kExitDone;
 }
 
 void checkStrict(const Telling* telling, const std::string& pluginPath) {
@@ -218,22 +254,34 @@ void checkStrict(const Telling* telling, const std::string& pluginPath) {
 
 /// Opens the outputs. Null when the user has asked to stop while a pipe was waited for.
 std::unique_ptr<RenderOutputs> openOutputs(const RenderOptions& options,
-                                           const std::optional<PicturePlan>& pictures, RenderInputs& inputs) {
+                                           const std::optional<PicturePlan>& pictures, RenderInputs& inputs,
+                                           const VideoPiece* piece) {
   try {
-    return std::make_unique<RenderOutputs>(options, pictures, inputs);
+    return std::make_unique<RenderOutputs>(options, pictures, inputs, piece);
   } catch (const UserError&) {
     if (!Interrupt::requested()) throw;
   }
   return nullptr;
 }
 
-}  // namespace
+/// What producers sent before the piece, for look-back and because their order is that of their first lines.
+/// The last piece gives the hints on all lines.
+void passEarlierLines(RenderInputs& inputs, ProducerInputs& producers, Telling* telling) {
+  inputs.passEarlierLines([&](uint64_t frame, std::vector<DetectionLine> lines) {
+    if (telling) {
+      for (const DetectionLine& line : lines) telling->look(line);
+    }
+    producers.advance(frame, std::move(lines));
+  });
+}
 
-int render(const RenderOptions& options) {
+/// Draws everything, or a piece.
+int render(const RenderOptions& options, const PieceOptions* part) {
+  const VideoPiece* const piece = part ? &part->piece : nullptr;
   const Interrupt interrupt;
   const std::optional<PicturePlan> pictures = planPictures(options);
   checkOptions(options, pictures);
-  const std::unique_ptr<RenderInputs> inputs = openInputs(options, pictures);
+  const std::unique_ptr<RenderInputs> inputs = openInputs(options, pictures, piece);
   if (!inputs) return reportEarlyInterrupt();
   registerPayloads(options.debug);
   const FrameReader& reader = inputs->reader();
@@ -248,17 +296,33 @@ int render(const RenderOptions& options) {
   std::optional<Telling> telling;
   if (!options.noExplain) makeTelling(telling, options, renderer, producers, host.plugin(), reader.format());
   if (options.strict) checkStrict(telling ? &*telling : nullptr, pluginPath);
+  if (piece) passEarlierLines(*inputs, producers, telling ? &*telling : nullptr);
 
   std::optional<RunReport> report;
   if (options.report) report.emplace(producers, telling ? &*telling : nullptr);
 
-  const std::unique_ptr<RenderOutputs> outputs = openOutputs(options, pictures, *inputs);
+  const std::unique_ptr<RenderOutputs> outputs = openOutputs(options, pictures, *inputs, piece);
   if (!outputs) return reportEarlyInterrupt();
-  if (!pictures) noteLosses(inputs->frames().reader(), options.output);
+  if (!pictures && !piece) noteLosses(inputs->frames().reader(), options.output);
   const RenderStages stages{
       *inputs, producers, renderer, host.plugin(), telling ? &*telling : nullptr, report ? &*report : nullptr,
       *outputs};
-  return finish(stages, options, pluginPath, renderWithProgress(stages, options, interrupt));
+  const RenderSummary summary = renderWithProgress(stages, options, interrupt);
+  return part ? finishPiece(stages, options, *part, summary) : finish(stages, options, pluginPath, summary);
+}
+
+}  // namespace
+
+int render(const RenderOptions& options) {
+  return render(options, nullptr);
+}
+
+int renderPiece(const RenderOptions& options, const PieceOptions& piece) {
+  RenderOptions own = options;
+  own.contactSheet.reset();
+  own.summaryJson.reset();
+  own.report.reset();
+  return render(own, &piece);
 }
 
 }  // namespace segmask

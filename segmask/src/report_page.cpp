@@ -60,10 +60,11 @@ uint64_t droppedIn(const DetectionTally& tally) {
 // ---- The head of the page, and its figures
 
 std::string lede(const RenderSummary& summary) {
-  const std::string frames = grouped(summary.framesDrawn) + " of " + countText(summary.frames, "frame");
+  const std::string frames =
+      grouped(summary.totals.framesDrawn) + " of " + countText(summary.totals.frames, "frame");
   const DetectionTally* const tally = tallyOf(summary);
   if (!tally) return "The plug-in drew on " + frames + ".";
-  return grouped(tally->drawn()) + " of " + countText(summary.detections, "detection") +
+  return grouped(tally->drawn()) + " of " + countText(summary.totals.detections, "detection") +
          " drawn; the plug-in drew on " + frames + ".";
 }
 
@@ -84,7 +85,7 @@ std::string meta(const RenderSummary& summary, const ReportFacts& facts) {
   }
   html += "rendered in " + fixedText(seconds, 1) + " s";
   if (seconds > 0) {
-    html += ", " + axisText(std::round(static_cast<double>(summary.frames) / seconds)) + " frames/s";
+    html += ", " + axisText(std::round(static_cast<double>(summary.totals.frames) / seconds)) + " frames/s";
   }
   return html + " · slowest stage: " + htmlText(summary.stageTimes.slowestStage()) +
          " · segmask " SEGMASK_VERSION " · <time>" + dateText(facts.written) + " UTC</time>";
@@ -122,28 +123,31 @@ std::string figure(const std::string& name, const std::string& value) {
 /// The tiles of what became of the detections.
 std::vector<Tile> detectionTiles(const RenderSummary& summary) {
   const DetectionTally* const tally = tallyOf(summary);
-  if (!tally) return {{"Detections", "detections", grouped(summary.detections), ""}};
+  if (!tally) return {{"Detections", "detections", grouped(summary.totals.detections), ""}};
   const uint64_t dropped = droppedIn(*tally);
-  return {{"Detections drawn", "drawn", grouped(tally->drawn()),
-           shareText(tally->drawn(), summary.detections) + " of " +
-               figure("detections", grouped(summary.detections))},
-          {"Dropped", "dropped", grouped(dropped), shareText(dropped, summary.detections) + " of all"}};
+  return {
+      {"Detections drawn", "drawn", grouped(tally->drawn()),
+       shareText(tally->drawn(), summary.totals.detections) + " of " +
+           figure("detections", grouped(summary.totals.detections))},
+      {"Dropped", "dropped", grouped(dropped), shareText(dropped, summary.totals.detections) + " of all"}};
 }
 
 std::string figures(const RenderSummary& summary, const ReportFacts& facts) {
   std::vector<Tile> tiles = detectionTiles(summary);
-  tiles.push_back({"Used again", "lookback", grouped(summary.detectionsLookedBack),
+  tiles.push_back({"Used again", "lookback", grouped(summary.totals.detectionsLookedBack),
                    "look-back of " + countText(facts.lookback, "frame")});
-  tiles.push_back({"Frames", "frames", grouped(summary.frames), "drawn on: " + grouped(summary.framesDrawn)});
-  tiles.push_back({"Median time", "render_ms.median", millisecondsText(summary.renderTimes.percentile(0.5)),
-                   "in render, a frame"});
-  tiles.push_back({"99th percentile", "render_ms.p99", millisecondsText(summary.renderTimes.percentile(0.99)),
-                   "in render, a frame"});
+  tiles.push_back({"Frames", "frames", grouped(summary.totals.frames),
+                   "drawn on: " + grouped(summary.totals.framesDrawn)});
+  tiles.push_back({"Median time", "render_ms.median",
+                   millisecondsText(summary.totals.renderTimes.percentile(0.5)), "in render, a frame"});
+  tiles.push_back({"99th percentile", "render_ms.p99",
+                   millisecondsText(summary.totals.renderTimes.percentile(0.99)), "in render, a frame"});
   if (const Telling* const telling = summary.telling) {
     tiles.push_back({"Pixels changed", "pixels_changed", grouped(telling->pixelsChanged()),
                      "in " + figure("frames_changed", grouped(telling->framesChanged())) + " frames"});
   }
-  tiles.push_back({"Damaged", "damaged", grouped(summary.damaged), "packets or frames of the input"});
+  tiles.push_back(
+      {"Damaged", "damaged", grouped(summary.totals.damage.count()), "packets or frames of the input"});
   std::string html = "<dl class=\"tiles\">\n";
   for (const Tile& tile : tiles) html += tileHtml(tile, &tile == &tiles.front());
   return section("figures", "Figures", html + "</dl>\n");
@@ -276,7 +280,7 @@ std::string detectionsChart(const std::vector<Span>& spans, const DetectionTally
 
 std::string lookbackChart(const std::vector<Span>& spans, const RenderSummary& summary,
                           const ReportFacts& facts) {
-  if (summary.detectionsLookedBack == 0) {
+  if (summary.totals.detectionsLookedBack == 0) {
     return note(facts.lookback == 0
                     ? "Without look-back (<code>--lookback 0</code>), no detection is used again."
                     : "Look-back of " + countText(facts.lookback, "frame") + " had nothing to use again.");
@@ -285,7 +289,8 @@ std::string lookbackChart(const std::vector<Span>& spans, const RenderSummary& s
   chart.title = "Look-back";
   chart.unit =
       perFrame(spans, "Detections used again") + "; look-back of " + countText(facts.lookback, "frame");
-  chart.description = countText(summary.detectionsLookedBack, "detection") + " used again over the run";
+  chart.description =
+      countText(summary.totals.detectionsLookedBack, "detection") + " used again over the run";
   chart.series.push_back({"faint", "used again"});
   for (std::size_t i = 0; i < spans.size(); ++i) {
     const uint64_t count = spans[i].counts.lookedBack;
@@ -428,7 +433,8 @@ std::string detections(const RenderSummary& summary, const RunReport& report, co
   const DetectionTally* const tally = tallyOf(summary);
   std::string html = tally ? detectionsChart(spans, *tally) : note(kUnknownRules);
   html += lookbackChart(spans, summary, facts);
-  if (tally) html += scrolling("Why detections were dropped", reasonsTable(*tally, summary.detections));
+  if (tally)
+    html += scrolling("Why detections were dropped", reasonsTable(*tally, summary.totals.detections));
   return section("detections", "Detections over the run", html);
 }
 
@@ -438,8 +444,8 @@ std::string times(const RenderSummary& summary, const RunReport& report) {
       "times", "Time in render",
       note("How long the plug-in’s render took for each frame, without reading, uploading and writing. "
            "The percentiles are within 3 %.") +
-          histogram(summary.renderTimes) + histogramTable(summary.renderTimes) + timesChart(spans) +
-          spansTable(spans, tallyOf(summary)));
+          histogram(summary.totals.renderTimes) + histogramTable(summary.totals.renderTimes) +
+          timesChart(spans) + spansTable(spans, tallyOf(summary)));
 }
 
 // ---- What occurred, and what the run was told

@@ -76,6 +76,49 @@ TEST(FrameSource, EndsAfterTheLimit) {
   EXPECT_EQ(source.sourceFrames(), std::nullopt);
 }
 
+TEST(FrameSource, APieceKeepsTheNumbersAndTimesOfAllPieces) {
+  FrameSource source(std::make_unique<FiveFrames>());
+  source.skipTo({1, std::nullopt}, "v.mp4");
+  VideoPiece piece;
+  piece.offset = 2;
+  piece.frames = 1;
+  source.goToPiece(piece, "v.mp4");
+  EXPECT_EQ(source.first(), 3U);
+  EXPECT_EQ(source.passed(), 2U);
+  EXPECT_EQ(source.beginning(), 110);
+  const Part part = read(source);
+  EXPECT_EQ(part.numbers, (Numbers{3}));
+  EXPECT_EQ(part.times, (Times{50}));
+  EXPECT_EQ(source.sourceFrames(), std::nullopt);
+}
+
+TEST(FrameSource, APiecePastTheEndHasNoFrame) {
+  FrameSource source(std::make_unique<FiveFrames>());
+  VideoPiece piece;
+  piece.offset = 7;
+  source.goToPiece(piece, "v.mp4");
+  EXPECT_EQ(source.first(), 5U);
+  EXPECT_EQ(source.passed(), 5U);
+  EXPECT_EQ(read(source).numbers, Numbers{});
+  EXPECT_EQ(source.sourceFrames(), 5U);
+}
+
+TEST(FrameSource, APieceWhoseFramesAreNotAsIndexedIsRefused) {
+  const auto readIndexed = [](uint64_t frames, int64_t firstTime, int64_t lastTime) {
+    FrameSource source(std::make_unique<FiveFrames>());
+    VideoPiece piece;
+    piece.offset = 2;
+    piece.indexed = IndexedFrames{std::nullopt, 2, frames, 0, firstTime, lastTime};
+    source.goToPiece(piece, "v.mp4");
+    return read(source).numbers;
+  };
+  EXPECT_EQ(readIndexed(3, 130, 200), (Numbers{2, 3, 4}));
+  EXPECT_THROW(readIndexed(3, 131, 200), NotAsIndexed);
+  EXPECT_THROW(readIndexed(3, 130, 201), NotAsIndexed);
+  EXPECT_THROW(readIndexed(2, 130, 160), NotAsIndexed);
+  EXPECT_THROW(readIndexed(4, 130, 200), NotAsIndexed);
+}
+
 TEST(FrameSource, APartPastTheEndIsRefused) {
   for (const char* start : {"5", "1.02", "1:00"}) {
     try {

@@ -286,6 +286,12 @@ TEST_F(BadOptions, LookbackThatIsNone) {
     option("--lookback", lookback);
 }
 
+TEST_F(BadOptions, SplitIntoNothing) {
+  for (const char* const frames : {"0", "-1", "1.5", "all"}) {
+    run({"batch", folder_.write("jobs.jsonl", "{}"), std::string("--split=") + frames});
+  }
+}
+
 TEST_F(BadOptions, FrameToExplainThatIsNone) {
   run({"explain", "--size=16x8", "--detections", path("good.jsonl"), "--frame", "last"});
 }

@@ -21,7 +21,22 @@ int parseDimension(const char* first, const char* last) {
   return valid ? dimension : 0;
 }
 
+std::string counted(uint64_t count, const std::string& noun) {
+  return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
 }  // namespace
+
+std::string damageWarning(const std::string& path, const Damage& damage) {
+  if (damage.packets > 0) {
+    return path + ": " + counted(damage.packets, "packet") +
+           " could not be decoded; frames may be missing or damaged";
+  }
+  if (damage.frames > 0) {
+    return path + ": " + counted(damage.frames, "frame") + " had errors and may be damaged";
+  }
+  return {};
+}
 
 FrameSize parseFrameSize(const std::string& text) {
   const std::size_t x = text.find('x');

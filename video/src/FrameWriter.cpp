@@ -6,6 +6,7 @@
 #include "io/UserError.h"
 #include "io/file_names.h"
 #include "src/H264Writer.h"
+#include "src/PacketFile.h"
 #include "src/PngSequenceWriter.h"
 #include "src/RawNv12Writer.h"
 #include "src/Y4mWriter.h"
@@ -69,17 +70,21 @@ std::unique_ptr<FrameWriter> openFrameWriter(const std::string& path, const Vide
   const bool isContainer = kind == OutputKind::Mp4 || kind == OutputKind::Mkv;
   if (options.side && !isContainer)
     options.side->leaveOutAll(std::string(endingOf(kind)) + " cannot hold it");
+  if (isContainer && options.pieceFrom) {
+    return std::make_unique<PacketFileWriter>(path, format, options.encoder);
+  }
+  const uint64_t firstFrame = options.pieceFrom.value_or(0);
   switch (kind) {
     case OutputKind::Mp4:
       return std::make_unique<H264Writer>(path, "mp4", format, options);
     case OutputKind::Mkv:
       return std::make_unique<H264Writer>(path, "matroska", format, options);
     case OutputKind::Y4m:
-      return std::make_unique<Y4mWriter>(path, format);
+      return std::make_unique<Y4mWriter>(path, format, firstFrame == 0);
     case OutputKind::RawNv12:
       return std::make_unique<RawNv12Writer>(path);
     case OutputKind::PngSequence:
-      return std::make_unique<PngSequenceWriter>(path, format);
+      return std::make_unique<PngSequenceWriter>(path, format, firstFrame);
   }
   return nullptr;
 }

@@ -61,6 +61,7 @@ std::optional<DisplayMatrix> displayMatrixOf(const AVStream& stream, const AVFra
 LibavReader::LibavReader(std::string path, const ReadOptions& options) : path_(std::move(path)) {
   openInput();
   openDecoder();
+  if (options.index) indexBuilder_.emplace(*stream_->codecpar);
   offerSideStreams(options.sideStreams);
   if (!decode()) throw UserError(path_ + ": no frame of its video stream can be decoded");
   describe(*decoded_);
@@ -158,7 +159,7 @@ bool LibavReader::next(Frame& frame) {
                     sizeText(decoded_->width, decoded_->height) + ", the ones before it are " +
                     sizeText(storedWidth_, storedHeight_));
   }
-  if ((decoded_->flags & AV_FRAME_FLAG_CORRUPT) != 0 || decoded_->decode_error_flags != 0) ++brokenFrames_;
+  if ((decoded_->flags & AV_FRAME_FLAG_CORRUPT) != 0 || decoded_->decode_error_flags != 0) ++damage_.frames;
   const bool turned = !orientation_.isUpright();
   try {
     converter_.convert(*decoded_, turned ? stored_ : frame.nv12);
@@ -172,19 +173,6 @@ bool LibavReader::next(Frame& frame) {
   return true;
 }
 
-std::string LibavReader::warning() const {
-  const auto counted = [](uint64_t count, const std::string& noun) {
-    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
-  };
-  if (brokenPackets_ > 0) {
-    return path_ + ": " + counted(brokenPackets_, "packet") +
-           " could not be decoded; frames may be missing or damaged";
-  }
-  if (brokenFrames_ > 0)
-    return path_ + ": " + counted(brokenFrames_, "frame") + " had errors and may be damaged";
-  return {};
-}
-
 bool LibavReader::decode() {
   while (!Interrupt::requested()) {
     const int error = avcodec_receive_frame(decoder_.get(), decoded_.get());
@@ -193,7 +181,7 @@ bool LibavReader::decode() {
     if (error == AVERROR(ENOMEM)) throw std::bad_alloc();
     if (error != AVERROR(EAGAIN)) {
       // Damaged input: the decoder goes on with what follows, and so do players.
-      ++brokenPackets_;
+      ++damage_.packets;
       if (inputEnded_ && ++errorsAtEnd_ > kMostErrorsAtEnd) return false;
     }
     feed();
@@ -201,7 +189,7 @@ bool LibavReader::decode() {
   return false;
 }
 
-void LibavReader::feed() {
+bool LibavReader::readPacket() {
   while (!inputEnded_) {
     av_packet_unref(packet_.get());
     const int error = av_read_frame(input_.get(), packet_.get());
@@ -214,16 +202,40 @@ void LibavReader::feed() {
       inputEnded_ = true;
       break;
     }
-    if (packet_->stream_index != stream_->index) {
-      side_.push(*packet_, path_);
-      continue;
+    if (packet_->stream_index == stream_->index) {
+      if (indexBuilder_) indexBuilder_->add(*packet_);
+      return true;
     }
-    if (avcodec_send_packet(decoder_.get(), packet_.get()) < 0) ++brokenPackets_;
+    side_.push(*packet_, path_);
+  }
+  return false;
+}
+
+void LibavReader::feed() {
+  if (readPacket()) {
+    if (avcodec_send_packet(decoder_.get(), packet_.get()) < 0) ++damage_.packets;
     return;
   }
   // A decoder with several threads may report the damage of an earlier packet only now.
   const int error = avcodec_send_packet(decoder_.get(), nullptr);
-  if (error < 0 && error != AVERROR_EOF) ++brokenPackets_;
+  if (error < 0 && error != AVERROR_EOF) ++damage_.packets;
+}
+
+void LibavReader::goTo(const FrameEntry& entry) {
+  avcodec_flush_buffers(decoder_.get());
+  firstIsDecoded_ = false;
+  inputEnded_ = false;
+  framesRead_ = entry.frame;
+  lastPts_ = entry.pts - 1;
+  // A container that counts by the times of showing leads to an earlier entry.
+  const int error = av_seek_frame(input_.get(), stream_->index, entry.dts, AVSEEK_FLAG_BACKWARD);
+  if (error < 0) throw NotAsIndexed(path_);
+  while (readPacket()) {
+    if (packet_->pts != entry.pts) continue;
+    if (avcodec_send_packet(decoder_.get(), packet_.get()) < 0) throw NotAsIndexed(path_);
+    return;
+  }
+  if (!Interrupt::requested()) throw NotAsIndexed(path_);
 }
 
 int64_t LibavReader::timeOf(const AVFrame& frame) const {

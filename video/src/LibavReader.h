@@ -1,8 +1,10 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "src/FrameIndexBuilder.h"
 #include "src/Nv12Converter.h"
 #include "src/Orientation.h"
 #include "video/FrameReader.h"
@@ -12,7 +14,7 @@ namespace segmask {
 
 /// Reads the best video stream of whatever libavformat opens: a video file, an image, a stream's address.
 ///
-/// Packets that do not decode are left out and counted; warning() reports them. Frames without a time stamp,
+/// Packets that do not decode are left out and counted as damage. Frames without a time stamp,
 /// or with one that does not rise, get the next possible one. A file that ends before its own table of frames
 /// does is an error when that end is met.
 class LibavReader : public FrameReader {
@@ -23,10 +25,13 @@ class LibavReader : public FrameReader {
   const VideoFormat& format() const override { return format_; }
   std::optional<uint64_t> frameCount() const override { return frameCount_; }
   bool next(Frame& frame) override;
-  std::string warning() const override;
-  uint64_t damaged() const override { return brokenPackets_ + brokenFrames_; }
+  std::string warning() const override { return damageWarning(path_, damage_); }
+  Damage damage() const override { return damage_; }
   SideStreams* sideStreams() override { return &side_; }
   std::vector<std::string> remarks() const override { return remarks_; }
+  bool passOver() override { return readPacket(); }
+  FrameIndex index() const override { return indexBuilder_ ? indexBuilder_->build() : FrameIndex(); }
+  void goTo(const FrameEntry& entry) override;
 
  private:
   void openInput();
@@ -39,6 +44,9 @@ class LibavReader : public FrameReader {
 
   /// Decodes one frame into decoded_; false when there are no more.
   bool decode();
+  /// Reads the next packet of the video into packet_; false at the end. Those of the side streams before it
+  /// are passed on.
+  bool readPacket();
   /// Feeds the decoder one packet, or the end of the stream.
   void feed();
   int64_t timeOf(const AVFrame& frame) const;
@@ -60,12 +68,12 @@ class LibavReader : public FrameReader {
   VideoFormat format_;
   SideStreams side_;
   std::vector<std::string> remarks_;
+  std::optional<FrameIndexBuilder> indexBuilder_;
   std::optional<uint64_t> frameCount_;
   bool firstIsDecoded_ = false;
   bool inputEnded_ = false;
   uint64_t framesRead_ = 0;
-  uint64_t brokenPackets_ = 0;
-  uint64_t brokenFrames_ = 0;
+  Damage damage_;
   uint64_t errorsAtEnd_ = 0;
   int64_t lastPts_ = 0;
 };

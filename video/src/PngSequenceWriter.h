@@ -11,12 +11,12 @@
 
 namespace segmask {
 
-/// Writes one RGB PNG a frame, named by the frame's number from 0 on. Files of a longer sequence that stood
-/// there before and are not replaced stay.
+/// Writes one RGB PNG a frame, named by the frame's number in the output. Files of a longer sequence that
+/// stood there before and are not replaced stay.
 class PngSequenceWriter : public FrameWriter {
  public:
-  /// `path` is a PngPattern.
-  PngSequenceWriter(const std::string& path, const VideoFormat& format);
+  /// `path` is a PngPattern, and `firstFrame` the number of the first frame.
+  PngSequenceWriter(const std::string& path, const VideoFormat& format, uint64_t firstFrame);
 
   void write(const Frame& frame) override;
   void finish() override {}
@@ -28,7 +28,7 @@ class PngSequenceWriter : public FrameWriter {
   StagedOutput stage_;
   RgbConverter converter_;
   PngEncoder encoder_;
-  uint64_t framesWritten_ = 0;
+  uint64_t nextFrame_;
 };
 
 }  // namespace segmask

@@ -1,6 +1,7 @@
 #include "src/RawNv12Reader.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 
@@ -43,6 +44,23 @@ bool RawNv12Reader::next(Frame& frame) {
   }
   frame.pts = framesRead_++;
   return true;
+}
+
+FrameIndex RawNv12Reader::index() const {
+  FrameIndex index;
+  index.packets = frameCount_.value_or(0);
+  for (uint64_t frame = 0; frame < index.packets; ++frame) {
+    const auto pts = static_cast<int64_t>(frame);
+    index.times.push_back(pts);
+    index.entries.push_back({frame, pts, pts});
+  }
+  return index;
+}
+
+void RawNv12Reader::goTo(const FrameEntry& entry) {
+  framesRead_ = entry.pts;
+  const auto offset = static_cast<off_t>(entry.frame * frameBytes_);
+  if (lseek(file_.get(), offset, SEEK_SET) < 0) throw systemError(path_, errno);
 }
 
 }  // namespace segmask

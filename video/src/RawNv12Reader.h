@@ -20,6 +20,8 @@ class RawNv12Reader : public FrameReader {
   std::optional<uint64_t> frameCount() const override { return frameCount_; }
 
   bool next(Frame& frame) override;
+  FrameIndex index() const override;
+  void goTo(const FrameEntry& entry) override;
 
  private:
   std::string path_;

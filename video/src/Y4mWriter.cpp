@@ -32,12 +32,12 @@ std::string header(const VideoFormat& format) {
 
 }  // namespace
 
-Y4mWriter::Y4mWriter(const std::string& path, const VideoFormat& format)
+Y4mWriter::Y4mWriter(const std::string& path, const VideoFormat& format, bool withHeader)
     : layout_{format.width, format.height},
       chroma_(layout_.chromaBytes()),
       place_(path),
       file_(place_.open()) {
-  file_.write(header(format));
+  if (withHeader) file_.write(header(format));
 }
 
 void Y4mWriter::write(const Frame& frame) {

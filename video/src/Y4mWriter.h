@@ -14,7 +14,8 @@ namespace segmask {
 /// and keeps the colour range but not the matrix.
 class Y4mWriter : public FrameWriter {
  public:
-  Y4mWriter(const std::string& path, const VideoFormat& format);
+  /// Without the header it is what follows another piece's frames.
+  Y4mWriter(const std::string& path, const VideoFormat& format, bool withHeader);
 
   void write(const Frame& frame) override;
   void finish() override { file_.close(); }

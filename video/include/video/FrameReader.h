@@ -7,10 +7,23 @@
 #include <vector>
 
 #include "io/Frame.h"
+#include "io/UserError.h"
+#include "video/FrameIndex.h"
 #include "video/SideStreams.h"
 #include "video/VideoFormat.h"
 
 namespace segmask {
+
+/// Errors of an input that did not end the video.
+struct Damage {
+  uint64_t packets = 0;  ///< that could not be decoded
+  uint64_t frames = 0;   ///< that were decoded with errors
+
+  uint64_t count() const { return packets + frames; }
+};
+
+/// A message of one sentence for the user about the damage of the input `path`; empty when there is none.
+std::string damageWarning(const std::string& path, const Damage& damage);
 
 /// A source of frames, read once from the first to the last.
 class FrameReader {
@@ -29,12 +42,11 @@ class FrameReader {
   /// UserError when the input cannot be read any further.
   virtual bool next(Frame& frame) = 0;
 
-  /// A message of one sentence for the user about errors that did not end the video; empty when there were
-  /// none. Complete when next() has returned false.
+  /// damageWarning of the input's errors that did not end the video. Complete when next() has returned false.
   virtual std::string warning() const { return {}; }
 
-  /// Packets of the input that could not be decoded and frames that were decoded with errors, so far.
-  virtual uint64_t damaged() const { return 0; }
+  /// The errors so far.
+  virtual Damage damage() const { return {}; }
 
   /// The streams beside the video, for a writer that copies them. Null where the input can have none. Owned
   /// by the reader.
@@ -44,8 +56,27 @@ class FrameReader {
   /// Complete after construction, of pictures when next() has returned false.
   virtual std::vector<std::string> remarks() const { return {}; }
 
+  /// Reads on to the next packet of the video and leaves it out, without decoding; the side streams get what
+  /// lies before it. False at the end, and where there are no packets. No next() may follow. Throws UserError
+  /// as next().
+  virtual bool passOver() { return false; }
+
+  /// Where the frames are, of an input whose index was asked for (ReadOptions::index), once passOver() has
+  /// returned false.
+  virtual FrameIndex index() const { return {}; }
+
+  /// next() goes on with the frame of an entry of index(). Side streams do not follow. Throws NotAsIndexed
+  /// when the frame is not found there.
+  virtual void goTo(const FrameEntry& /*entry*/) {}
+
  protected:
   FrameReader() = default;
+};
+
+/// An input whose frames are not where its index says.
+class NotAsIndexed : public UserError {
+ public:
+  explicit NotAsIndexed(const std::string& path) : UserError(path + ": its frames are not as indexed") {}
 };
 
 struct FrameSize {
@@ -65,6 +96,7 @@ struct ReadOptions {
   std::optional<std::string> size;  ///< the --size text; empty for input that says its own
   bool keepRotation = false;        ///< leaves the pixels as they are stored and the rotation to players
   SideKinds sideStreams = SideKinds::None;
+  bool index = false;  ///< packets are noted for FrameReader::index()
 };
 
 /// Opens raw frames (by the ending .nv12, with a size) or whatever libavformat reads (without). "-" is

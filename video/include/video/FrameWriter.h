@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "io/Frame.h"
@@ -60,6 +62,10 @@ constexpr bool carriesRotation(OutputKind kind) {
 struct WriteOptions {
   EncoderOptions encoder;
   SideStreams* side = nullptr;  ///< the streams to copy; not owned, may be null, outlives the writer
+
+  /// Where the output is only a piece, the number of its first frame in the whole output. It is then in a
+  /// form that joinPieces takes, without side streams; a PNG sequence is numbered from there.
+  std::optional<uint64_t> pieceFrom = std::nullopt;
 };
 
 /// A pipe is opened here and waited for until someone reads it. Side streams that the output cannot hold are

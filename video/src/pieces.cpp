@@ -30,38 +30,37 @@ void appendPieces(const Paths& pieces, const std::string& path) {
   place.commit();
 }
 
-/// The times of the packets of all pieces, as the encoder gave them.
-struct PacketTimes {
-  std::vector<int64_t> shown;
-  std::size_t delay = 0;  ///< how many packets of a piece come before its first time of showing
-
-  void beginPiece() { beginning_ = shown.size(); }
+/// The times of the packets of all pieces, as the encoder gave them in every piece.
+class PacketTimes {
+ public:
+  void beginPiece() { beginning_ = shown_.size(); }
 
   void add(const AVPacket& packet) {
-    shown.push_back(packet.pts);
+    shown_.push_back(packet.pts);
     // The first packet of a piece, a key frame, is shown first.
-    if (packet.dts <= shown[beginning_]) delay = std::max(delay, shown.size() - 1 - beginning_);
+    if (packet.dts <= shown_[beginning_]) delay_ = std::max(delay_, shown_.size() - 1 - beginning_);
+  }
+
+  /// The times at which the packets are decoded. A decoder holds back so many frames as the delay says, to
+  /// give them in the order of showing. So the packet n is decoded when the frame n - delay is shown, and the
+  /// first ones as long before that as the delay lasts. It is how the encoder itself counts, but it begins
+  /// anew in every piece, and its times would go back there where frames come at varying distances.
+  std::vector<int64_t> decodingTimes() const {
+    std::vector<int64_t> shown = shown_;
+    std::sort(shown.begin(), shown.end());
+    const int64_t lead = shown.size() > delay_ ? shown[delay_] - shown[0] : 0;
+    std::vector<int64_t> times;
+    for (std::size_t i = 0; i < shown.size(); ++i) {
+      times.push_back(i < delay_ ? shown[i] - lead : shown[i - delay_]);
+    }
+    return times;
   }
 
  private:
-  std::size_t beginning_ = 0;
+  std::vector<int64_t> shown_;
+  std::size_t beginning_ = 0;  ///< of the piece
+  std::size_t delay_ = 0;      ///< the most packets of a piece before its first time of showing
 };
-
-/// The times at which packets are decoded, in the order of all pieces. A decoder holds back `delay` frames to
-/// give them in the order of showing. So the packet n is decoded when the frame n - delay is shown, and the
-/// first ones as long before that as the delay lasts. It is how the encoder itself counts, but it begins anew
-/// in every piece, and its times would go back there where frames come at varying distances.
-std::vector<int64_t> decodingTimes(PacketTimes packets) {
-  std::vector<int64_t>& shown = packets.shown;
-  std::sort(shown.begin(), shown.end());
-  const std::size_t delay = packets.delay;
-  const int64_t lead = shown.size() > delay ? shown[delay] - shown[0] : 0;
-  std::vector<int64_t> times;
-  for (std::size_t i = 0; i < shown.size(); ++i) {
-    times.push_back(i < delay ? shown[i] - lead : shown[i - delay]);
-  }
-  return times;
-}
 
 /// Packets of pieces become one stream.
 class PacketJoin {
@@ -70,7 +69,7 @@ class PacketJoin {
       : pieces_(pieces), path_(std::move(path)), encoder_(encoder) {
     PacketTimes times;
     forEach([&times] { times.beginPiece(); }, [&times](const AVPacket& packet) { times.add(packet); });
-    decoded_ = decodingTimes(std::move(times));
+    decoded_ = times.decodingTimes();
   }
 
   /// Calls sink(packet) for each packet.

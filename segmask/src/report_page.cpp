@@ -456,17 +456,20 @@ std::string hexColor(seg_mask::RgbColor color) {
   return text;
 }
 
+std::string classHtml(int32_t number, uint64_t drawn, uint64_t dropped) {
+  const std::string color = hexColor(seg_mask::paletteColor(number));
+  return R"(<li><svg aria-hidden="true"><rect width="100%" height="100%" fill=")" + color +
+         "\"/></svg><span>Class " + std::to_string(number) + ", <code>" + color + "</code><small>" +
+         grouped(drawn) + " drawn, " + grouped(dropped) + " dropped</small></span></li>\n";
+}
+
 std::string classes(const RenderSummary& summary, const RunReport& report) {
   const CountsByKey<int32_t>& classes = report.classes();
   if (!tallyOf(summary)) return section("classes", "Classes", note(kUnknownRules));
   if (classes.counts().empty()) return section("classes", "Classes", note("No detection was read."));
   std::string html = "<ul class=\"classes\">\n";
-  for (const auto& [number, counts] : classes.counts()) {
-    const std::string color = hexColor(seg_mask::paletteColor(number));
-    html += R"(<li><svg aria-hidden="true"><rect width="100%" height="100%" fill=")" + color +
-            "\"/></svg><span>Class " + std::to_string(number) + ", <code>" + color + "</code><small>" +
-            grouped(counts.drawn) + " drawn, " + grouped(counts.dropped) + " dropped</small></span></li>\n";
-  }
+  for (const auto& [number, counts] : classes.counts())
+    html += classHtml(number, counts.drawn, counts.dropped);
   html += "</ul>\n";
   const auto& others = classes.others();
   if (others.drawn + others.dropped > 0) {

@@ -130,10 +130,8 @@ def test_a_worker_killed_in_the_middle(inputs, run, holding, tmp_path):
         status = pathlib.Path(f"/proc/{int(held.read_text())}/status").read_text()
         os.kill(int(status.split("PPid:")[1].split()[0]), signal.SIGKILL)
 
-    killer = threading.Thread(target=kill)
-    killer.start()
+    threading.Thread(target=kill, daemon=True).start()
     code, results, told = run(write_list(folder, names, output), "--program", program)
-    killer.join()
     assert (code, told.splitlines()[-1]) == (0, f"segmask: jobs: {len(names)} done")
     assert {result["status"] for result in results.values()} == {"done"}
     assert_as_by_one_process(folder, names, output)

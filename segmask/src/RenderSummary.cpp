@@ -50,7 +50,7 @@ std::string summaryText(const RenderSummary& summary, const SummaryFiles& files)
 }
 
 void addTold(RenderTotals& totals, const Telling& telling) {
-  RenderTotals::Told& told = totals.told.emplace();
+  ToldTotals& told = totals.told.emplace();
   told.framesChanged = telling.framesChanged();
   told.pixelsChanged = telling.pixelsChanged();
   if (!telling.tally()) return;

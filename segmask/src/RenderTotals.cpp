@@ -19,7 +19,7 @@ uint64_t countIn(const SwJsonObject& object, const char* name) {
 }
 
 /// Adds what the summary and the totals tell alike.
-void addTold(SwJsonObject& object, const RenderTotals::Told& told) {
+void addTold(SwJsonObject& object, const ToldTotals& told) {
   object.insert("frames_changed", told.framesChanged);
   object.insert("pixels_changed", told.pixelsChanged);
   if (!told.drawn) return;
@@ -27,8 +27,8 @@ void addTold(SwJsonObject& object, const RenderTotals::Told& told) {
   object.insert("dropped", jsonOf(told.dropped));
 }
 
-RenderTotals::Told toldIn(const SwJsonObject& object) {
-  RenderTotals::Told told;
+ToldTotals toldIn(const SwJsonObject& object) {
+  ToldTotals told;
   told.framesChanged = countIn(object, "frames_changed");
   told.pixelsChanged = countIn(object, "pixels_changed");
   if (!object.contains("drawn")) return told;

@@ -11,23 +11,23 @@
 
 namespace segmask {
 
+/// What is known of what a run has drawn.
+struct ToldTotals {
+  uint64_t framesChanged = 0;
+  uint64_t pixelsChanged = 0;
+  std::optional<uint64_t> drawn;            ///< detections, where the plug-in's rules are known
+  std::map<std::string, uint64_t> dropped;  ///< detections, by the word of the rule (outcomeWord)
+};
+
 /// What a run has done, in numbers; those of a video's pieces add up to those of the video.
 struct RenderTotals {
-  /// What is known of what was drawn.
-  struct Told {
-    uint64_t framesChanged = 0;
-    uint64_t pixelsChanged = 0;
-    std::optional<uint64_t> drawn;            ///< detections, where the plug-in's rules are known
-    std::map<std::string, uint64_t> dropped;  ///< detections, by the word of the rule (outcomeWord)
-  };
-
   uint64_t frames = 0;
   uint64_t framesDrawn = 0;
   uint64_t detections = 0;
   uint64_t detectionsLookedBack = 0;
   Damage damage;
   RenderTimes renderTimes;
-  std::optional<Told> told;
+  std::optional<ToldTotals> told;
 
   void add(const RenderTotals& other);
 };

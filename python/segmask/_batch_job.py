@@ -55,7 +55,8 @@ def program_version(name: str | None) -> str:
         ended = subprocess.run([path, "--version"], capture_output=True, text=True)
     except OSError as error:
         return f"cannot run {path}: {error.strerror}"
-    return ended.stdout.strip() if ended.returncode == 0 else f"cannot run {path}: {ended.stderr.strip()}"
+    words = ended.stdout.partition("\n")[0].split()  # of "segmask  0.2.0"; versions of libraries follow
+    return words[-1] if ended.returncode == 0 and words else f"cannot run {path}: {ended.stderr.strip()}"
 
 
 def refusal(found: str, wanted: str) -> str | None:

@@ -286,7 +286,7 @@ def test_a_reader_of_the_results_who_has_gone_ends_the_command_quietly(inputs, c
 def another_version(cluster, tool, tmp_path):
     """A program that is of another version on one of the workers, and that worker."""
     program = tmp_path / "aging"
-    program.write_text(f'#!/bin/sh\nif [ -n "$AGED" ]; then echo 0.0.9; else exec "{tool}" "$@"; fi\n')
+    program.write_text(f'#!/bin/sh\nif [ -n "$AGED" ]; then echo segmask 0.0.9; else exec "{tool}" "$@"; fi\n')
     program.chmod(0o755)
     with distributed.Client(cluster) as client:
         worker = next(iter(client.nthreads()))

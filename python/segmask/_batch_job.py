@@ -13,7 +13,8 @@ import shutil
 import subprocess
 import sys
 import tempfile
-from typing import Any, Mapping
+import time
+from typing import Any, Mapping, Sequence
 
 import fsspec  # type: ignore[import-untyped]
 
@@ -24,6 +25,9 @@ OUTPUTS = ("output", "contact-sheet")
 
 # What a disk says that is full here and need not be full elsewhere.
 _FULL = ("No space left on device", "Disk quota exceeded", "File too large")
+
+# Seconds for which a worker that has failed a job keeps it when it gets it again: meanwhile it takes no other either.
+_PAUSE = 1.0
 
 
 def is_url(path: Any) -> bool:
@@ -66,11 +70,14 @@ def refusal(found: str, wanted: str) -> str | None:
     return f"has segmask {found}, and this is segmask {wanted}" if found[:1].isdigit() else found
 
 
-def run_job(members: Members, program: str | None, version: str, redo: bool) -> dict[str, Any]:
+def run_job(members: Members, program: str | None, version: str, redo: bool, avoid: Sequence[str]) -> dict[str, Any]:
     """Does a job whose paths are absolute or URLs, unless it is done. Returns its line of result; its "status" is "trouble" for
-    a failure that another worker need not have."""
+    a failure that another worker need not have, and "elsewhere" when this worker is one of those to avoid."""
     worker = _worker()
     name = worker.address if worker else "this process"
+    if name in avoid:
+        time.sleep(_PAUSE)
+        return {"status": "elsewhere", "worker": name}
     try:
         why = refusal(_version_at(worker, program), version)
         result = _trouble(f"the worker {name} {why}") if why else _run_job(members, program, redo, worker)

@@ -12,6 +12,7 @@ import concurrent.futures
 import contextlib
 import fcntl
 import importlib
+import itertools
 import json
 import os
 import pathlib
@@ -161,21 +162,25 @@ def run_jobs(
     client: Any, jobs: Sequence[Job], *, program: str | None, version: str, redo: bool, retries: int
 ) -> Iterator[tuple[Job, dict[str, Any]]]:
     """Has the workers do the jobs; gives each with its result, as they end. Dask starts a job again whose worker has died. One that
-    failed for a reason that may be the worker's is given to another, if there is one, at most `retries` times."""
-    run, run_job = uuid.uuid4().hex, _portable(_batch_job.run_job)
+    failed for a reason that may be the worker's is given to another, if there is one, at most `retries` times. An idle worker may
+    still take it from the other's queue; then it comes back undone, and that is no attempt."""
+    run, run_job, submitted = uuid.uuid4().hex, _portable(_batch_job.run_job), itertools.count()
     started: dict[str, tuple[Job, int, list[str]]] = {}
 
     def submit(job: Job, attempt: int, avoid: list[str]) -> Any:
         others = [address for address in client.nthreads() if address not in avoid] if avoid else []
-        key = f"segmask-{run}-{job.line}-{attempt}"
+        key = f"segmask-{run}-{job.line}-{next(submitted)}"
         started[key] = job, attempt, avoid
-        return client.submit(run_job, job.members, program, version, redo, key=key, pure=False,
+        return client.submit(run_job, job.members, program, version, redo, avoid if others else [], key=key, pure=False,
                              workers=others or None, allow_other_workers=bool(others))
 
     running = distributed.as_completed([submit(job, 1, []) for job in jobs], raise_errors=False)
     for future in running:
         job, attempt, avoid = started.pop(future.key)
         result = _result_of(future)
+        if result["status"] == "elsewhere":
+            running.add(submit(job, attempt, avoid))
+            continue
         if result["status"] == "trouble" and attempt <= retries:
             running.add(submit(job, attempt + 1, [*avoid, result["worker"]]))
             continue

@@ -203,14 +203,21 @@ def full_disk(cluster):
 
 
 def test_a_full_disk_on_one_worker(inputs, run, full_disk, tool, tmp_path):
-    """Its jobs go to the other."""
+    """Its jobs go to the other, with one retry: that an idle worker takes them back is no attempt."""
     folder, names = inputs
     full = full_disk(1)
-    code, results, _ = run(write_list(folder, names[:12], tmp_path), "--program", tool)
-    assert code == 0
+    code, results, told = run(write_list(folder, names[:12], tmp_path), "--program", tool, "--retries", 1)
+    assert code == 0, told
     assert not {result["worker"] for result in results.values()} & set(full)
     assert {result["attempts"] for result in results.values()} >= {2}
     assert_as_by_one_process(folder, names[:12], tmp_path)
+
+
+def test_a_job_that_comes_back_to_the_worker_it_avoids_is_not_begun(inputs, tool, tmp_path):
+    version = _batch_job.program_version(tool)
+    result = _batch_job.run_job(job_of(inputs[0], "000", tmp_path), tool, version, False, ["this process"])
+    assert result == {"status": "elsewhere", "worker": "this process"}
+    assert not list(tmp_path.iterdir())
 
 
 def test_full_disks_everywhere_fail_the_job_after_the_retries(inputs, run, full_disk, tool, tmp_path):
@@ -327,7 +334,7 @@ def test_the_program_is_the_packages_own_unless_another_is_named(tool, tmp_path,
 
 
 def test_a_worker_that_comes_later_with_another_version_gets_no_job_done(inputs, tool, tmp_path):
-    result = _batch_job.run_job(job_of(inputs[0], "000", tmp_path), tool, "0.0.9", False)
+    result = _batch_job.run_job(job_of(inputs[0], "000", tmp_path), tool, "0.0.9", False, [])
     assert result["status"] == "trouble"
     assert "and this is segmask 0.0.9" in result["error"]
     assert not list(tmp_path.iterdir())

@@ -292,18 +292,6 @@ TEST(FramePipeline, WhenDrawingStopsWhatIsDrawnIsStillWritten) {
   EXPECT_EQ(fake.written, firstNumbers(20));
 }
 
-TEST(FramePipeline, TakesAsLongAsTheSlowestStageAndNotAsLongAsAllTogether) {
-  FakeStages fake(40);
-  const FramePipeline::Stages good = fake.stages;
-  const auto work = [] { std::this_thread::sleep_for(5ms); };
-  fake.stages.read = [&](FrameJob& job) { return work(), good.read(job); };
-  fake.stages.draw = [&](FrameJob& job) { return work(), good.draw(job); };
-  fake.stages.write = [&](const FrameJob& job) { work(), good.write(job); };
-  const StageTimes times = FramePipeline(fake.stages).run();
-  // A third of all together, and a little for the first and the last frames.
-  EXPECT_LT(times.whole, (times.reading + times.drawing + times.writing) / 2);
-}
-
 TEST(FramePipeline, TellsHowLongEachStageWasAtWorkWithoutWhatItWaited) {
   constexpr uint64_t kFrames = 30;
   const auto kWork = 5ms;

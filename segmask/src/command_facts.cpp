@@ -5,8 +5,11 @@
 namespace segmask {
 
 std::string fullName(const CLI::App& command) {
-  const CLI::App* const parent = command.get_parent();
-  return (parent ? fullName(*parent) + " " : "") + command.get_name();
+  std::string name = command.get_name();
+  for (const CLI::App* above = command.get_parent(); above; above = above->get_parent()) {
+    name.insert(0, above->get_name() + " ");
+  }
+  return name;
 }
 
 std::vector<const CLI::App*> subcommandsOf(const CLI::App& command) {
@@ -14,8 +17,14 @@ std::vector<const CLI::App*> subcommandsOf(const CLI::App& command) {
 }
 
 void visitCommands(const CLI::App& command, const std::function<void(const CLI::App&)>& visit) {
-  visit(command);
-  for (const CLI::App* subcommand : subcommandsOf(command)) visitCommands(*subcommand, visit);
+  std::vector<const CLI::App*> waiting{&command};
+  while (!waiting.empty()) {
+    const CLI::App& next = *waiting.back();
+    waiting.pop_back();
+    visit(next);
+    const std::vector<const CLI::App*> below = subcommandsOf(next);
+    waiting.insert(waiting.end(), below.rbegin(), below.rend());
+  }
 }
 
 std::vector<std::string> namesOf(const CLI::Option& option) {

@@ -59,6 +59,7 @@ std::string joined(const std::vector<std::string>& parts, const std::string& bet
 /// The other options of a set, by name: the order in the set is that of addresses.
 std::string listOf(const std::set<CLI::Option*>& options) {
   std::vector<std::string> names;
+  names.reserve(options.size());
   for (const CLI::Option* option : options) names.push_back(option->get_name());
   std::sort(names.begin(), names.end());
   return joined(names, ", ");

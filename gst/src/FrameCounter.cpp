@@ -12,10 +12,15 @@ void FrameCounter::begin(const GstSegment& segment) {
   next_ = timed && numerator_ > 0 ? numberAt(segment.time) : 0;
 }
 
-uint64_t FrameCounter::next(const GstSegment& segment, GstClockTime timeStamp) {
-  if (numerator_ > 0 && segment.format == GST_FORMAT_TIME && GST_CLOCK_TIME_IS_VALID(timeStamp)) {
-    const guint64 streamTime = gst_segment_to_stream_time(&segment, GST_FORMAT_TIME, timeStamp);
-    if (GST_CLOCK_TIME_IS_VALID(streamTime)) next_ = numberAt(streamTime);
+uint64_t FrameCounter::next(const GstSegment& segment, GstClockTime timeStamp, GstClockTime duration) {
+  guint64 time = 0;  // also of a frame that begins before the segment and reaches into it
+  if (numerator_ > 0 && segment.format == GST_FORMAT_TIME && GST_CLOCK_TIME_IS_VALID(timeStamp) &&
+      gst_segment_to_stream_time_full(&segment, GST_FORMAT_TIME, timeStamp, &time) > 0) {
+    // A decoder cuts the frame that a seek ends up in; the middle of what is left lies in the same frame.
+    const bool cut = timeStamp == segment.start && GST_CLOCK_TIME_IS_VALID(duration) && duration > 0 &&
+                     duration < gst_util_uint64_scale(GST_SECOND, denominator_, numerator_);
+    next_ = cut ? gst_util_uint64_scale(time + duration / 2, numerator_, denominator_ * GST_SECOND)
+                : numberAt(time);
   }
   return next_++;
 }

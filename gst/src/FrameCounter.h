@@ -15,9 +15,10 @@ class FrameCounter {
   /// A segment begins: frames without a time of their own are counted on from its first one.
   void begin(const GstSegment& segment);
 
-  /// The number of the frame with this time stamp: the nearest one by stream time and rate. Without a rate or
-  /// a stream time, the one after the last.
-  uint64_t next(const GstSegment& segment, GstClockTime timeStamp);
+  /// The number of the frame with this time stamp and duration, each GST_CLOCK_TIME_NONE if there is none:
+  /// the nearest one by stream time and rate, or the one of which a decoder left the rest at the segment's
+  /// start. Without a rate or a stream time, the one after the last.
+  uint64_t next(const GstSegment& segment, GstClockTime timeStamp, GstClockTime duration);
 
  private:
   uint64_t numberAt(GstClockTime streamTime) const;

@@ -14,7 +14,7 @@ using segmask::DetectionLine;
 using segmask::RawDetectionLine;
 
 FrameInputs::FrameInputs(std::string file, uint64_t lookback)
-    : file_(std::move(file)), lookback_(lookback), inputs_(lookback) {
+    : file_(std::move(file)), lookback_(lookback), inputs_(lookback), before_(lookback) {
   if (file_.empty()) return;
   // "-" would be standard input.
   file_ = fs::absolute(file_).string();
@@ -43,10 +43,11 @@ void FrameInputs::advance(uint64_t frame, render_base::FrameSize size, std::vect
   std::vector<DetectionLine> lines;
   if (again) {
     // Of two buffers of one number, the second has its own deliveries in the place of the first one's.
-    inputs_ = segmask::ProducerInputs(lookback_);
+    inputs_ = before_;
     lines = ofFrame_;
   } else {
     lines = linesUpTo(frame, size);
+    before_ = inputs_;
     ofFrame_ = lines;
     for (const DetectionLine& line : lines) detectionsSeen_ += line.detections;
   }

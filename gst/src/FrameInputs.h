@@ -44,6 +44,7 @@ class FrameInputs {
   std::unique_ptr<segmask::DetectionLineReader> reader_;  ///< null without a file
   std::optional<segmask::RawDetectionLine> ahead_;
   segmask::ProducerInputs inputs_;
+  segmask::ProducerInputs before_;  ///< inputs_ as it was before frame_
   std::optional<uint64_t> frame_;
   std::vector<segmask::DetectionLine> ofFrame_;  ///< the file's lines for frame_
   bool delivered_ = false;                       ///< whether frame_ had any with its buffer

@@ -195,7 +195,7 @@ void takeSettings(GstBaseTransform* transform, State& state, bool isFirst) {
 
 gboolean start(GstBaseTransform* transform) {
   State& state = stateOf(transform);
-  return withoutThrowing(transform, [&] {
+  const gboolean started = withoutThrowing(transform, [&] {
     segmask_gst::DrawingOptions options;
     {
       const std::lock_guard<std::mutex> lock(state.mutex);
@@ -210,6 +210,8 @@ gboolean start(GstBaseTransform* transform) {
     GST_INFO_OBJECT(transform, "draws with %s, detections of %s", options.plugin.path().c_str(),
                     options.location.empty() ? "the buffers alone" : options.location.c_str());
   });
+  if (!started) state.drawing.reset();  // the base class does not stop what did not start
+  return started;
 }
 
 gboolean stop(GstBaseTransform* transform) {
@@ -259,7 +261,8 @@ segmask::Plane planeOf(const GstVideoFrame& frame, guint index) {
 GstFlowReturn transformFrame(GstVideoFilter* filter, GstVideoFrame* frame) {
   GstBaseTransform* const transform = GST_BASE_TRANSFORM(filter);
   State& state = stateOf(filter);
-  const uint64_t number = state.counter.next(transform->segment, GST_BUFFER_PTS(frame->buffer));
+  const uint64_t number = state.counter.next(transform->segment, GST_BUFFER_PTS(frame->buffer),
+                                             GST_BUFFER_DURATION(frame->buffer));
   const bool done = withoutThrowing(transform, [&] {
     takeSettings(transform, state, false);
     const bool drawn = state.drawing->draw(number, planeOf(*frame, 0), planeOf(*frame, 1),

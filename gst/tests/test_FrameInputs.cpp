@@ -117,6 +117,16 @@ TEST_F(FrameInputsTest, TwoBuffersOfOneNumberHaveTheFilesLinesBothAndTheirOwnEac
   EXPECT_EQ(inputs.detectionsSeen(), 4U);
 }
 
+TEST_F(FrameInputsTest, OfTwoBuffersOfOneNumberTheSecondKeepsWhatLookBackHasOfEarlierFrames) {
+  FrameInputs inputs(file_, 2);
+  inputs.advance(0, kSize, {});
+  inputs.advance(1, kSize, {delivery(7)});
+  inputs.advance(1, kSize, {delivery(8)});
+  EXPECT_EQ(whatIsDrawn(inputs), "b:1 buffer:8");
+  inputs.advance(2, kSize, {});
+  EXPECT_EQ(whatIsDrawn(inputs), "b:1 buffer:8 a:2 a:3");
+}
+
 TEST_F(FrameInputsTest, OneLongAheadOfTheFileHasNothingAndCountsNothing) {
   FrameInputs inputs(file_, 3);
   inputs.advance(1000, kSize, {});

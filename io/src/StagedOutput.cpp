@@ -12,6 +12,7 @@
 #include <filesystem>
 
 #include "io/UserError.h"
+#include "io/file_names.h"
 
 namespace fs = std::filesystem;
 
@@ -79,20 +80,6 @@ void removeLeftBehind(const std::string& folder) {
   }
 }
 
-/// The target with links followed, because renaming onto a link would replace the link and not the file that
-/// it leads to.
-fs::path resolved(const std::string& target) {
-  constexpr int kMostLinks = 40;  // as Linux follows
-  fs::path path = target;
-  std::error_code error;
-  for (int i = 0; i < kMostLinks && fs::is_symlink(path, error); ++i) {
-    const fs::path next = fs::read_symlink(path, error);
-    if (error) break;
-    path = next.is_absolute() ? next : path.parent_path() / next;
-  }
-  return path;
-}
-
 void refuseUnlessFile(const fs::path& target) {
   struct stat status {};
   if (stat(target.c_str(), &status) != 0 || S_ISREG(status.st_mode)) return;
@@ -104,7 +91,8 @@ void refuseUnlessFile(const fs::path& target) {
 }  // namespace
 
 StagedOutput::StagedOutput(const std::string& target, LeftBehind leftBehind) {
-  const fs::path path = resolved(target);
+  // Renaming onto a link would replace the link and not the file that it leads to.
+  const fs::path path = linksFollowed(target);
   refuseUnlessFile(path);
   folder_ = path.has_parent_path() ? path.parent_path().string() : ".";
   fileName_ = path.filename().string();

@@ -12,7 +12,7 @@ namespace {
 /// Without the first step a relative path stays relative when its beginning does not exist.
 fs::path wholePath(const std::string& path, std::error_code& error) {
   const fs::path absolute = fs::absolute(path, error);
-  return error ? absolute : fs::weakly_canonical(absolute, error);
+  return error ? absolute : fs::weakly_canonical(linksFollowed(absolute), error);
 }
 
 }  // namespace
@@ -23,6 +23,18 @@ std::string lowerCaseEnding(const std::string& path) {
     if (byte >= 'A' && byte <= 'Z') byte = static_cast<char>(byte - 'A' + 'a');
   }
   return ending;
+}
+
+fs::path linksFollowed(const fs::path& path) {
+  constexpr int kMostLinks = 40;  // as Linux follows
+  fs::path found = path;
+  std::error_code error;
+  for (int i = 0; i < kMostLinks && fs::is_symlink(found, error); ++i) {
+    const fs::path next = fs::read_symlink(found, error);
+    if (error) break;
+    found = next.is_absolute() ? next : found.parent_path() / next;
+  }
+  return found;
 }
 
 bool isSameFile(const std::string& a, const std::string& b) {

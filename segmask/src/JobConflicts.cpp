@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "io/UserError.h"
+#include "io/file_names.h"
 #include "src/JobRecord.h"
 
 namespace fs = std::filesystem;
@@ -17,7 +18,7 @@ constexpr uint64_t kLateFrame = 999'999'999'999;
 /// One name for each file, whatever links lead to it; the file need not exist.
 fs::path uniquePath(const fs::path& path) {
   std::error_code error;
-  fs::path found = fs::weakly_canonical(fs::absolute(path), error);
+  fs::path found = fs::weakly_canonical(linksFollowed(fs::absolute(path)), error);
   return error ? fs::absolute(path).lexically_normal() : found;
 }
 

@@ -124,6 +124,14 @@ int JobStage::runPiece(std::size_t number) const {
   });
 }
 
+/// Each piece has opened the inputs anew, so they must be the same files all the time.
+void JobStage::checkInputsAreThoseOfTheDigests() const {
+  const std::optional<SwJsonObject> inputs = readJsonFile(inputsPath());
+  if (!inputs || compareInputs(inputFacts(job_), *inputs) != InputsAre::Same) {
+    throw UserError(job_.render.input + ": an input of the job has changed while it was drawn in pieces");
+  }
+}
+
 int JobStage::runJoin() const {
   return runReporting([&] {
     std::vector<PieceOptions> pieces;
@@ -135,6 +143,7 @@ int JobStage::runJoin() const {
     RenderOptions options = stagedOptions();
     options.output = joinedPath();
     const int code = joinRender(options, pieces, files);
+    checkInputsAreThoseOfTheDigests();
     stageJoined();
     return code;
   });

@@ -65,6 +65,7 @@ class JobStage {
   std::string piecePath(std::size_t number) const;
   std::string joinedPath() const;
   void stageJoined() const;
+  void checkInputsAreThoseOfTheDigests() const;
   PieceOptions pieceOptions(std::size_t number) const;
   void writeRecord(const JobRecord& record) const;
   std::string inputsPath() const { return output_.pathOf("inputs.json"); }

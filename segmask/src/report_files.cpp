@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include "io/FileDescriptor.h"
+#include "io/Interrupt.h"
 #include "io/UserError.h"
 #include "src/file_digest.h"
 
@@ -14,7 +15,8 @@ ReportFile describeFile(const std::string& role, const std::string& path, const 
   if (path == kStandardStream) {
     file.note = "a standard stream, so no digest";
   } else if (stat(place.c_str(), &status) != 0) {
-    file.note = "a pipe or several files, so no digest";
+    file.note = place.empty() ? "a pipe or several files, so no digest"
+                              : "not a file that can be read here, so no digest";
   } else if (S_ISDIR(status.st_mode)) {
     file.note = "a folder, so no digest";
   } else if (!S_ISREG(status.st_mode)) {
@@ -22,7 +24,13 @@ ReportFile describeFile(const std::string& role, const std::string& path, const 
   } else {
     file.bytes = static_cast<uint64_t>(status.st_size);
     try {
-      file.sha256 = sha256Of(place);
+      const std::string digest = sha256Of(place);
+      // An interrupt ends all reading, so the digest may be of a part.
+      if (Interrupt::requested()) {
+        file.note = "the run was interrupted, so no digest";
+      } else {
+        file.sha256 = digest;
+      }
     } catch (const UserError& error) {
       file.note = error.what();
     }

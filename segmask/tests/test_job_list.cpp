@@ -126,10 +126,16 @@ TEST_F(JobListTest, TwoJobsMustNotWriteOneFile) {
   fs::create_directory_symlink("sub", path("link"));
   folder_.write("real.nv12", "");
   fs::create_symlink("real.nv12", path("alias.nv12"));
-  const std::pair<const char*, const char*> pairs[] = {
-      {"o.nv12", "o.nv12"},          {"o.nv12", "./o.nv12"},      {"o.nv12", "sub/../o.nv12"},
-      {"sub/o.nv12", "link/o.nv12"}, {"real.nv12", "alias.nv12"}, {"f_%d.png", "sub/../f_%d.png"},
-      {"f_%04d.png", "f_%d.png"},    {"f_%d.png", "f_1%d.png"}};
+  fs::create_symlink("later.nv12", path("ahead.nv12"));
+  const std::pair<const char*, const char*> pairs[] = {{"o.nv12", "o.nv12"},
+                                                       {"o.nv12", "./o.nv12"},
+                                                       {"o.nv12", "sub/../o.nv12"},
+                                                       {"sub/o.nv12", "link/o.nv12"},
+                                                       {"real.nv12", "alias.nv12"},
+                                                       {"later.nv12", "ahead.nv12"},
+                                                       {"f_%d.png", "sub/../f_%d.png"},
+                                                       {"f_%04d.png", "f_%d.png"},
+                                                       {"f_%d.png", "f_1%d.png"}};
   for (const auto& [first, second] : pairs) {
     EXPECT_EQ(faultOf(job(first) + job("between.nv12") + job(second)),
               "3: " + path(second) + ": the job of line 1 writes it too");

@@ -385,6 +385,18 @@ TEST_F(ToolBatchSplitHeld, AKilledRunLeavesNoOutputAndIsDoneAgain) {
   EXPECT_TRUE(readFile(path("out/a.nv12")) == readFile(path("in.nv12")));
 }
 
+TEST_F(ToolBatchSplitHeld, AnInputThatChangesMeanwhileFailsTheJob) {
+  const pid_t tool = start();
+  heldProcesses(2);
+  fs::last_write_time(path("in.nv12"), fs::last_write_time(path("in.nv12")) + std::chrono::seconds(1));
+  letGo();
+  EXPECT_EQ(waitForTool(tool), 1) << readFile(path("stderr"));
+  EXPECT_EQ(result()["status"].text(), "failed");
+  EXPECT_EQ(result()["error"].text(),
+            SwString(path("in.nv12") + ": an input of the job has changed while it was drawn in pieces"));
+  expectNothingLeft();
+}
+
 TEST_F(ToolBatchSplitHeld, AnInterruptGivesUpThePieces) {
   const pid_t tool = start();
   heldProcesses(2);

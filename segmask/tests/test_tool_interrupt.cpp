@@ -29,9 +29,10 @@ class ToolInterrupt : public ::testing::TestWithParam<int> {
     EXPECT_EQ(mkfifo(path(pipe).c_str(), 0600), 0);
     const FileDescriptor err(open(path("stderr").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
     const FileDescriptor out(open("/dev/null", O_WRONLY | O_CLOEXEC));
-    const pid_t process = startTool({"render", "--input", path("in.nv12"), "--size", "64x48", "--detections",
-                                     path("d.jsonl"), "--output", path(output)},
-                                    out.get(), err.get());
+    const pid_t process =
+        startTool({"render", "--input", path("in.nv12"), "--size", "64x48", "--detections", path("d.jsonl"),
+                   "--output", path(output), "--report", path("report.html")},
+                  out.get(), err.get());
     // Opening succeeds once the program has opened its end, which is after it has set up its signal handling.
     const FileDescriptor fed(open(path(pipe).c_str(), O_WRONLY | O_CLOEXEC));
     EXPECT_TRUE(fed);
@@ -60,7 +61,11 @@ TEST_P(ToolInterrupt, KeepsTheFramesSoFar) {
   EXPECT_LE(count, kFramesFed);
   EXPECT_EQ(errors, "segmask: interrupted; the first " + std::to_string(count) + " frames are in " +
                         path("out.mp4") + "\n");
-  EXPECT_EQ(folder_.names(), (Names{"d.jsonl", "in.nv12", "out.mp4", "stderr"}));
+  EXPECT_EQ(folder_.names(), (Names{"d.jsonl", "in.nv12", "out.mp4", "report.html", "stderr"}));
+  // Reading ends at once after an interrupt, so a digest would be that of nothing.
+  const std::string report = readFile(path("report.html"));
+  EXPECT_EQ(report.find("SHA-256"), std::string::npos);
+  EXPECT_NE(report.find("the run was interrupted, so no digest"), std::string::npos);
 }
 
 const char* const kNothingWritten = "segmask: interrupted before the first frame; nothing was written\n";

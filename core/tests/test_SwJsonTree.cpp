@@ -105,12 +105,12 @@ TEST(SwJsonTree, ADeepErrorDiscardsWhatWasBuilt) {
       {repeated("[", kDepth), R"(Unterminated JSON array (index 1000000) near "[[[[[[[[[[[[[[[[[[[[")"},
       {repeated("{\"k\":", kDepth),
        R"(Unexpected end of JSON input (index 5000000) near "{"k":{"k":{"k":{"k":")"}};
-  for (const auto& [text, message] : cases) {
-    runOnSmallStack([&text = text, message = message] {
+  for (const auto& tried : cases) {
+    runOnSmallStack([&tried] {
       SwJsonDocument document;
       SwString error;
-      EXPECT_FALSE(document.loadFromJson(text, error));
-      EXPECT_EQ(error, message);
+      EXPECT_FALSE(document.loadFromJson(tried.first, error));
+      EXPECT_EQ(error, tried.second);
       EXPECT_TRUE(document.root().isNull());
     });
   }

@@ -7,7 +7,7 @@
 
 #include "detection/decision_settings.h"
 #include "host/PluginChoice.h"
-#include "src/VideoPiece.h"
+#include "src/batch/VideoPiece.h"
 #include "video/FrameWriter.h"
 
 namespace segmask {

@@ -14,9 +14,9 @@
 #include "host/verdict_words.h"
 #include "io/UserError.h"
 #include "src/commands.h"
-#include "src/detection_file_check.h"
 #include "src/json_output.h"
-#include "src/payloads.h"
+#include "src/render/detection_file_check.h"
+#include "src/render/payloads.h"
 #include "video/FrameReader.h"
 #include "video/pictures.h"
 

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "core/SwJsonDocument.h"
-#include "src/DetectionHints.h"
+#include "src/render/DetectionHints.h"
 
 namespace segmask {
 namespace {

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "io/UserError.h"
-#include "src/FrameSource.h"
+#include "src/render/FrameSource.h"
 
 namespace segmask {
 namespace {

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "src/FrameStrip.h"
+#include "src/report/FrameStrip.h"
 
 namespace segmask {
 namespace {

@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <string>
 
-#include "src/ProcessPool.h"
+#include "src/batch/ProcessPool.h"
 
 namespace segmask {
 namespace {

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "io/FileDescriptor.h"
-#include "src/Progress.h"
+#include "src/render/Progress.h"
 #include "test_support/TempFolder.h"
 
 namespace segmask {

@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "src/RenderTimes.h"
+#include "src/render/RenderTimes.h"
 
 namespace segmask {
 namespace {

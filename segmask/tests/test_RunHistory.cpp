@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "src/RunHistory.h"
+#include "src/report/RunHistory.h"
 
 namespace segmask {
 namespace {

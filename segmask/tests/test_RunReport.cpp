@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "src/RunReport.h"
+#include "src/report/RunReport.h"
 
 namespace segmask {
 namespace {

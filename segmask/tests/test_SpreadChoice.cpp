@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "src/SpreadChoice.h"
+#include "src/report/SpreadChoice.h"
 
 namespace segmask {
 namespace {

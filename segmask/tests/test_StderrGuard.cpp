@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "io/FileDescriptor.h"
-#include "src/StderrGuard.h"
+#include "src/render/StderrGuard.h"
 #include "test_support/TempFolder.h"
 
 namespace segmask {

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "src/config_hints.h"
+#include "src/render/config_hints.h"
 
 namespace segmask {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <clocale>
 
-#include "src/html_text.h"
+#include "src/report/html_text.h"
 
 namespace segmask {
 namespace {

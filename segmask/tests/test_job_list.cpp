@@ -3,7 +3,7 @@
 #include <filesystem>
 
 #include "io/UserError.h"
-#include "src/job_list.h"
+#include "src/batch/job_list.h"
 #include "test_support/TempFolder.h"
 
 namespace fs = std::filesystem;

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "src/report_charts.h"
+#include "src/report/report_charts.h"
 
 namespace segmask {
 namespace {

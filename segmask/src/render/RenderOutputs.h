@@ -1,0 +1,56 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "io/StagedOutput.h"
+#include "src/commands.h"
+#include "src/render/ContactSheet.h"
+#include "src/render/PicturePlan.h"
+#include "src/render/RenderInputs.h"
+#include "video/FrameWriter.h"
+#include "video/pictures.h"
+
+namespace segmask {
+
+/// What `segmask render` writes: the frames, and as they are asked for the contact sheet and the summary for
+/// programs. Nothing gets its name before everything is complete. Used by one thread at a time.
+class RenderOutputs {
+ public:
+  /// Opens the outputs for the frames of `inputs`, which must outlive this object; of a piece where there is
+  /// one. Throws UserError.
+  RenderOutputs(const RenderOptions& options, const std::optional<PicturePlan>& pictures,
+                RenderInputs& inputs, const VideoPiece* piece);
+
+  void write(const FrameJob& job);
+
+  /// Completes everything, with the text of `summary` for programs and that of `report`, and gives it its
+  /// names. `report` is called when the frames and the contact sheet are complete.
+  void finish(const std::function<std::string()>& summary, const std::function<std::string()>& report);
+
+  /// Where the finished frames stand until they have their name, where they are one file; otherwise empty.
+  /// For the report.
+  std::string finishedFrames() const { return writer_->finishedFile(); }
+  /// And the contact sheet. Empty where there is none.
+  std::string finishedSheet() const { return sheet_ ? sheet_->finishedFile() : std::string(); }
+
+ private:
+  const RenderInputs& inputs_;
+  std::unique_ptr<FrameWriter> writer_;
+  PictureWriter* pictureWriter_ = nullptr;  ///< writer_, where pictures are written
+  std::unique_ptr<ContactSheet> sheet_;
+  /// A text that is written at the end.
+  struct TextFile {
+    explicit TextFile(const std::string& path) : name(path), stage(path) {}
+    void write(const std::string& text) const;
+
+    std::string name;
+    StagedOutput stage;
+  };
+  std::optional<TextFile> summaryFile_;
+  std::optional<TextFile> reportFile_;
+};
+
+}  // namespace segmask

@@ -14,7 +14,7 @@
 #include "host/verdict_words.h"
 #include "io/UserError.h"
 #include "src/commands.h"
-#include "src/json_output.h"
+#include "src/json_values.h"
 #include "src/render/detection_file_check.h"
 #include "src/render/payloads.h"
 #include "video/FrameReader.h"

@@ -50,6 +50,20 @@ TEST(ReportCharts, PartsStandOnTheAxisAndUponEachOther) {
   EXPECT_TRUE(holds(html, "<title>the second</title>"));
 }
 
+TEST(ReportCharts, ColumnsAboveTheCeilingAreCutAndMarked) {
+  ColumnChart chart;
+  chart.series = {{"drawn", "drawn"}, {"r1", "slowest"}};
+  chart.columns.push_back({0, 0.5, {{0, 10}, {1, 90}}, {}, "the first"});
+  chart.columns.push_back({0.5, 1, {{0, 1}, {1, 3}}, {}, "the second"});
+  chart.ceiling = 4;
+  const std::string html = chartHtml(chart);
+  EXPECT_TRUE(
+      holds(html, R"(<rect class="drawn" x="3.750%" width="42.500%" y="0.000%" height="100.000%"/>)"));
+  EXPECT_TRUE(holds(html, R"(<rect class="cut" x="3.750%" width="42.500%" y="0.000%" height="4.000%"/>)"));
+  EXPECT_TRUE(holds(html, R"(<rect class="r1" x="53.750%" width="42.500%" y="0.000%" height="75.000%"/>)"));
+  EXPECT_FALSE(holds(html, R"(<rect class="cut" x="53)"));
+}
+
 TEST(ReportCharts, TextsAreNoMarkup) {
   ColumnChart chart;
   chart.title = chart.unit = chart.description = chart.axis = "<b>\"";

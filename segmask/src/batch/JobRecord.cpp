@@ -13,7 +13,7 @@
 #include "io/UserError.h"
 #include "io/file_names.h"
 #include "src/file_digest.h"
-#include "src/json_output.h"
+#include "src/json_values.h"
 #include "video/PngPattern.h"
 
 namespace fs = std::filesystem;

@@ -8,7 +8,7 @@
 #include "io/file_names.h"
 #include "src/batch/split_plan.h"
 #include "src/command_line.h"
-#include "src/json_output.h"
+#include "src/json_values.h"
 #include "video/FrameReader.h"
 #include "video/PngPattern.h"
 

@@ -8,7 +8,7 @@
 #include "io/OutputFile.h"
 #include "io/UserError.h"
 #include "src/batch/JobRecord.h"
-#include "src/json_output.h"
+#include "src/json_values.h"
 
 namespace segmask {
 

@@ -10,7 +10,7 @@
 #include "io/file_names.h"
 #include "src/batch/JobConflicts.h"
 #include "src/command_line.h"
-#include "src/json_output.h"
+#include "src/json_values.h"
 #include "src/nearest_name.h"
 #include "src/render/PicturePlan.h"
 

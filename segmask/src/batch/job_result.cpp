@@ -8,7 +8,7 @@
 
 #include "core/SwJsonArray.h"
 #include "io/UserError.h"
-#include "src/json_output.h"
+#include "src/json_values.h"
 
 namespace segmask {
 namespace {

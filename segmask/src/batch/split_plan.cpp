@@ -6,7 +6,7 @@
 
 #include "core/SwJsonArray.h"
 #include "io/UserError.h"
-#include "src/json_output.h"
+#include "src/json_values.h"
 #include "src/render/FrameSource.h"
 #include "src/render/PicturePlan.h"
 #include "src/render/RenderInputs.h"
@@ -64,10 +64,6 @@ SwJsonObject jsonOf(const IndexedFrames& indexed) {
   object.insert("first_time", indexed.firstTime);
   object.insert("last_time", indexed.lastTime);
   return object;
-}
-
-uint64_t countIn(const SwJsonObject& object, const char* name) {
-  return static_cast<uint64_t>(object[name].integer());
 }
 
 IndexedFrames indexedIn(const SwJsonObject& object) {

@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "core/SwJsonArray.h"
-#include "src/json_output.h"
+#include "src/json_values.h"
 
 namespace segmask {
 namespace {
@@ -12,10 +12,6 @@ SwJsonObject jsonOf(const std::map<std::string, uint64_t>& counts) {
   SwJsonObject object;
   for (const auto& [word, count] : counts) object.insert(word, count);
   return object;
-}
-
-uint64_t countIn(const SwJsonObject& object, const char* name) {
-  return static_cast<uint64_t>(object[name].integer());
 }
 
 /// Adds what the summary and the totals tell alike.

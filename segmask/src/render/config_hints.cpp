@@ -3,7 +3,7 @@
 #include <optional>
 
 #include "render_base/settings.h"
-#include "src/json_output.h"
+#include "src/json_values.h"
 #include "src/nearest_name.h"
 
 namespace segmask {

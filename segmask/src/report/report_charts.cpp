@@ -40,6 +40,7 @@ Scale scaleOf(const ColumnChart& chart) {
     up = std::max(up, sumOf(column.up));
     down = std::max(down, sumOf(column.down));
   }
+  up = std::min(up, chart.ceiling);
   if (up + down <= 0) up = 1;
   const std::vector<double> numbers = roundNumbers(0, up + down, kMostMarks);
   const double step = numbers.size() > 1 ? numbers[1] : up + down;
@@ -62,16 +63,18 @@ std::string columnSvg(const ColumnChart& chart, const Column& column, const Scal
   const double width = column.to - column.from;
   const double inner = width > 1.0 / 70 ? 0.85 * width : width;
   const double x = column.from + (width - inner) / 2;
+  constexpr double kCutMark = 0.04;  // of the chart's height
   std::string svg = "<g>";
   if (!column.says.empty()) svg += "<title>" + htmlText(column.says) + "</title>";
   double top = 0;
   for (const Part& part : column.up) {
-    if (part.value <= 0) continue;
-    const double next = top + part.value;
+    const double next = std::min(top + part.value, scale.up);
+    if (next <= top) continue;
     svg += rectangle(chart.series[part.series].style, x, inner, scale.place(next),
                      scale.place(top) - scale.place(next));
     top = next;
   }
+  if (sumOf(column.up) > scale.up) svg += rectangle("cut", x, inner, 0, kCutMark);
   double bottom = 0;
   for (const Part& part : column.down) {
     if (part.value <= 0) continue;

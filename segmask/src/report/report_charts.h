@@ -1,5 +1,6 @@
 #pragma once
 
+#include <limits>
 #include <string>
 #include <utility>
 #include <vector>
@@ -44,6 +45,8 @@ struct ColumnChart {
   std::vector<std::pair<double, std::string>> ticks;  ///< of the horizontal axis: place of the width, label
   std::string axis;                                   ///< its name, with the unit
   std::vector<Mark> marks;
+  /// Of the vertical axis: columns that are higher are cut, with a mark at the cut.
+  double ceiling = std::numeric_limits<double>::infinity();
 };
 
 /// The chart, under a heading of the third level.

@@ -62,6 +62,7 @@ section h2+.note{margin:-.5rem 0 1rem}
 .mark.far{stroke-dasharray:3 3}
 .over{fill:transparent}
 g:hover>.over{fill:var(--text);fill-opacity:.1}
+.cut{fill:var(--text)}
 .drawn{fill:var(--accent)}.faint{fill:var(--faint)}
 .r1{fill:var(--r1)}.r2{fill:var(--r2)}.r3{fill:var(--r3)}.r4{fill:var(--r4)}.r5{fill:var(--r5)}.r6{fill:var(--r6)}
 table{border-collapse:collapse;min-width:min(100%,26rem);font-size:.875rem}
@@ -81,6 +82,7 @@ summary{cursor:pointer;color:var(--accent);font-size:.875rem;width:max-content;m
 .classes small{display:block;color:var(--quiet);font-size:.8125rem}
 pre,code{font-family:ui-monospace,"SF Mono",Menlo,Consolas,"Liberation Mono",monospace;font-size:.8125rem}
 pre{margin:0;background:var(--card);border-radius:.6rem;padding:.9rem 1rem;white-space:pre-wrap;line-height:1.55}
+code,pre,.word{unicode-bidi:isolate}
 .word{white-space:nowrap}
 .files{display:grid;gap:1rem}
 .files dt{color:var(--quiet);font-size:.875rem}

@@ -1,4 +1,4 @@
-#include "src/json_output.h"
+#include "src/json_values.h"
 
 #include "core/SwJsonDocument.h"
 
@@ -19,6 +19,10 @@ std::string jsonLine(const SwJsonValue& value) {
 
 std::string jsonPage(const SwJsonValue& value) {
   return jsonText(value, true);
+}
+
+uint64_t countIn(const SwJsonObject& object, const char* name) {
+  return static_cast<uint64_t>(object[name].integer());
 }
 
 }  // namespace segmask

@@ -7,6 +7,7 @@
 #include "core/SwJsonDocument.h"
 #include "host/compact_masks.h"
 #include "io/UserError.h"
+#include "src/other_files.h"
 #include "src/parse_hint.h"
 
 namespace segmask {
@@ -22,6 +23,7 @@ bool isBlank(const std::string& text) {
 }  // namespace
 
 std::optional<RawDetectionLine> DetectionLineReader::next() {
+  if (reader_.lineNumber() == 0) refuseOtherFiles(reader_);
   while (reader_.next(text_)) {
     if (reader_.lineNumber() == 1 && text_.compare(0, kByteOrderMarkBytes, kByteOrderMark) == 0) {
       text_.erase(0, kByteOrderMarkBytes);

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <zlib.h>
 
 #include <utility>
 
@@ -155,6 +156,39 @@ TEST_F(DetectionStreamTest, NamesWhatOtherProgramsWriteInThePlaceOfJson) {
     EXPECT_EQ(error.find(at(1, "not JSON: ")), 0U) << error;
     const std::size_t quoted = error.rfind('"') + 1;  // the parser's excerpt ends so
     EXPECT_EQ(error.substr(quoted), hint) << error;
+  }
+}
+
+TEST_F(DetectionStreamTest, NamesFilesThatAreEasilyTakenForDetectionLines) {
+  const std::string path = folder_.path("d.jsonl");
+  const std::string coco = "is a COCO file; segmask import coco makes lines of it: segmask import coco " +
+                           path + " -o lines.jsonl";
+  const std::string array = "is a JSON array; each element has to be a line of its own: jq -c '.[]' ";
+  const std::string pretty = "is JSON over several lines; each object has to be one line: jq -c . ";
+  const std::string toLines = path + " > lines.jsonl";
+  const std::pair<std::string, std::string> cases[] = {
+      {"[" + line(0, "p") + "]", array + toLines},
+      {"{\n  \"frame\": 0\n}\n", pretty + toLines},
+      {"{\"frame\": 0,\n\"producer\": \"p\"}\n", pretty + toLines},
+      {R"({"info": {"description": ")" + std::string(70'000, 'x') + "\"}, \"images\": []}", coco},
+      {R"({"images": [], "annotations": []})", coco},
+      {R"([{"image_id": 7, "score": 0.5}])", coco}};
+  for (const auto& [text, what] : cases) EXPECT_EQ(errorOf(text), path + ": " + what);
+  EXPECT_EQ(errorOf(line(0, "p") + R"({"images": []})"), at(2, "no \"frame\"")) << "not at the beginning";
+}
+
+TEST_F(DetectionStreamTest, NamesThemThroughGzipToo) {
+  const std::string path = folder_.path("d.gz");
+  const gzFile packed = gzopen(path.c_str(), "wb");
+  ASSERT_EQ(gzputs(packed, "[{}]"), 4);
+  ASSERT_EQ(gzclose(packed), Z_OK);
+  DetectionStream stream(path, kFrame);
+  try {
+    stream.rest();
+    FAIL() << "read as lines";
+  } catch (const UserError& error) {
+    EXPECT_EQ(error.what(), path + ": is a JSON array; each element has to be a line of its own: gzip -dc " +
+                                path + " | jq -c '.[]' > lines.jsonl");
   }
 }
 

@@ -38,6 +38,8 @@ TEST(WhyDropped, HasTheNumbersThatTheRuleWasAppliedTo) {
   DetView faint;
   faint.score = 0.2F;
   EXPECT_EQ(why(Outcome::LowScore, faint), "score 0.2 is below min_score 0.5");
+  faint.score = 0.49999997F;
+  EXPECT_EQ(why(Outcome::LowScore, faint), "score 0.49999997 is below min_score 0.5");
   EXPECT_EQ(why(Outcome::OverCap, {}),
             "max_overlay_dets is 256, and the frame has as many detections before this one");
   EXPECT_EQ(why(Outcome::NotAnObject, {}), "it is no JSON object");

@@ -22,6 +22,15 @@ const std::string& LineReader::path() const {
   return source_->name();
 }
 
+std::string_view LineReader::beginning() {
+  if (begin_ == end_) fillBlock();
+  return {block_.data() + begin_, end_ - begin_};
+}
+
+bool LineReader::isPacked() const {
+  return source_->isPacked();
+}
+
 bool LineReader::next(std::string& line) {
   line.clear();
   bool any = false;

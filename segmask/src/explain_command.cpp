@@ -10,12 +10,15 @@
 #include "detection/class_color.h"
 #include "host/DetectionStream.h"
 #include "host/PictureDetections.h"
+#include "host/PluginHost.h"
 #include "host/ProducerInputs.h"
 #include "host/verdict_words.h"
 #include "io/UserError.h"
 #include "src/commands.h"
 #include "src/json_values.h"
-#include "src/render/detection_file_check.h"
+#include "src/messages.h"
+#include "src/render/DetectionHints.h"
+#include "src/render/config_hints.h"
 #include "src/render/payloads.h"
 #include "video/FrameReader.h"
 #include "video/pictures.h"
@@ -37,7 +40,7 @@ class Explanation {
   /// producers stand in the order of their first line.
   void printFrames() {
     const FrameSize size = parseFrameSize(*options_.size);
-    size_ = {size.width, size.height};
+    setSize({size.width, size.height});
     DetectionStream stream(options_.detections, size_);
     file_ = stream.path();
     while (stream.rest()) {
@@ -59,20 +62,47 @@ class Explanation {
     Frame frame;
     for (uint64_t number = 0; reader.next(frame); ++number) {
       if (options_.frame && number > *options_.frame) break;
-      size_ = {reader.formatOf(number).width, reader.formatOf(number).height};
+      setSize({reader.formatOf(number).width, reader.formatOf(number).height});
       image_ = names[static_cast<std::size_t>(number)];
       explainFrame(number, detections.take(number, size_));
     }
   }
 
+  /// On standard error: what `segmask render` warns of, of the lines that were read, and that there was
+  /// nothing to explain.
+  void warnOfHints() const {
+    if (options_.config) {
+      for (const std::string& warning : configWarnings(*options_.config, pluginSchema())) warn(warning);
+    }
+    for (const std::string& hint : hints_.warnings(file_, true)) warn(hint);
+    if (explained_ > 0) return;
+    warn(file_ + ": no detection" + (options_.frame ? " for frame " + std::to_string(*options_.frame) : ""));
+  }
+
  private:
+  /// That of the default plug-in. Empty where there is none.
+  static std::string pluginSchema() {
+    try {
+      return PluginHost(defaultPluginPath()).plugin().getConfigList();
+    } catch (const UserError&) {
+      return {};
+    }
+  }
+
+  void setSize(render_base::FrameSize size) {
+    size_ = size;
+    hints_.setFrameSize(size);
+  }
+
   void explainFrame(uint64_t frame, std::vector<DetectionLine> lines) {
+    for (const DetectionLine& line : lines) hints_.look(line);
     inputs_.advance(frame, std::move(lines));
     if (options_.frame && frame != *options_.frame) return;
     RenderContext context;
     inputs_.fill(context, frame);
     for (const Verdict& verdict : judge_.judge(context, size_)) {
       std::cout << (options_.json ? objectLine(frame, verdict) : textLine(frame, verdict)) << "\n";
+      ++explained_;
     }
   }
 
@@ -93,7 +123,7 @@ class Explanation {
            << int{color.g} << ", blue " << int{color.b} << ", " << verdict.pixels
            << (verdict.pixels == 1 ? " pixel" : " pixels");
     }
-    return text.str();
+    return oneLine(text.str());  // names are the file's
   }
 
   std::string objectLine(uint64_t frame, const Verdict& verdict) const {
@@ -123,6 +153,8 @@ class Explanation {
   render_base::FrameSize size_{};  ///< of the frame or picture that is explained
   std::string image_;              ///< its name; empty for a frame
   ProducerInputs inputs_{0};
+  DetectionHints hints_{size_};
+  uint64_t explained_ = 0;  ///< detections
   seg_mask::DetectionJudge judge_;
 };
 
@@ -133,7 +165,6 @@ int explain(const ExplainOptions& options) {
   if (!options.size && !options.images) {
     throw UserError("--size or --images is required, because the frames' size decides what is drawn");
   }
-  refuseOtherFiles(options.detections);
   registerPayloads(false);
   Explanation explanation(options);
   if (options.images) {
@@ -141,6 +172,8 @@ int explain(const ExplainOptions& options) {
   } else {
     explanation.printFrames();
   }
+  std::cout << std::flush;
+  explanation.warnOfHints();
   return kExitDone;
 }
 

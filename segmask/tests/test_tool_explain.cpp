@@ -62,7 +62,30 @@ TEST_F(ToolExplain, OneFrameIsExplainedAsItIsDrawnInTheRun) {
                 at("2: frame 3, a, detections[0]: not drawn: max_overlay_dets is 1, and the frame has as "
                    "many detections before this one") +
                 at("2: frame 3, a, detections[1]: not drawn: it is no JSON object"));
-  EXPECT_EQ(explain({"--frame", "1"}).out, "");
+  const ToolResult nothing = explain({"--frame", "1"});
+  EXPECT_EQ(nothing.out, "");
+  EXPECT_EQ(nothing.err, "segmask: warning: " + folder_.path("d.jsonl") + ": no detection for frame 1\n");
+  EXPECT_EQ(nothing.exitCode, 0);
+}
+
+TEST_F(ToolExplain, WarnsAsRenderDoesOnStandardError) {
+  folder_.write("d.jsonl",
+                line(0, "a", R"({"x": 0.5, "y": 0, "w": 0.5, "h": 1, "class_info": "SEG1|1|1|AQ=="})"));
+  const ToolResult result = explain({"--config", R"({"min_scor": 0})"});
+  EXPECT_EQ(result.out, at("1: frame 0, a, detections[0]: not drawn: its box is empty (x 0, y 0, w 0, h 1)"));
+  EXPECT_EQ(
+      result.err,
+      "segmask: warning: --config: the plug-in has no \"min_scor\"; did you mean \"min_score\"?\n"
+      "segmask: warning: " +
+          at("1: detections[0]: all boxes are within 0 to 1; they have to be in pixels of the frame, not in "
+             "fractions of it"));
+  folder_.write("d.jsonl", "");
+  EXPECT_EQ(explain({}).err, "segmask: warning: " + folder_.path("d.jsonl") + ": no detection\n");
+}
+
+TEST_F(ToolExplain, NamesOfTheFileStayOnTheirLine) {
+  folder_.write("d.jsonl", line(0, R"(a\nb\u001b[31m)", "7"));
+  EXPECT_EQ(explain({}).out, at("1: frame 0, a b [31m, detections[0]: not drawn: it is no JSON object"));
 }
 
 TEST_F(ToolExplain, ForProgramsItIsOneObjectALine) {

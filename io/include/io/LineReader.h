@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace segmask {
@@ -27,6 +28,14 @@ class LineReader {
   /// once the user has asked to stop. Throws UserError when reading or unpacking fails or the line is too
   /// long.
   bool next(std::string& line);
+
+  /// The file's first bytes, unpacked: all or at least a block of a file, what is there of a pipe. Empty once
+  /// the user has asked to stop. To be called before next(), and valid until then. Throws UserError as next()
+  /// does.
+  std::string_view beginning();
+
+  /// Whether the file is packed by gzip.
+  bool isPacked() const;
 
   /// The number of the line that next() gave last, counted from 1.
   uint64_t lineNumber() const { return lineNumber_; }

@@ -4,28 +4,34 @@
 #include <array>
 #include <cmath>
 #include <cstdio>
+#include <string_view>
 
 #include "core/SwJsonArray.h"
+#include "src/nearest_name.h"
 
 namespace segmask {
 namespace {
 
-constexpr std::array<const char*, 4> kSides{"x", "y", "w", "h"};
+constexpr char kWhereMasksGo[] =
+    "run lengths and polygons go into \"mask\", as {\"size\", \"counts\"} or {\"polygon\"}, and a \"SEG1\" "
+    "text into "
+    "\"class_info\"";
 
-/// A member, and a name by which other programs call it.
-struct OtherName {
-  const char* name;
-  const char* other;
-};
+constexpr MemberNames kDetections{"detections",
+                                  {"dets", "detection", "objects", "predictions", "boxes", "instances"}};
+constexpr MemberNames kMembers[] = {{"x", {"bbox", "box", "left", "x1", "xmin"}},
+                                    {"y", {"top", "y1", "ymin"}},
+                                    {"w", {"width"}},
+                                    {"h", {"height"}},
+                                    {"class_id", {"class", "label", "category_id", "category"}},
+                                    {"score", {"confidence", "conf"}},
+                                    {"class_info", {"segmentation", "seg", "rle"}}};
 
-constexpr OtherName kLineNames[] = {{"detections", "dets"},
-                                    {"detections", "detection"},
-                                    {"detections", "objects"},
-                                    {"detections", "predictions"}};
-constexpr OtherName kDetectionNames[] = {
-    {"class_id", "class"}, {"class_id", "label"}, {"class_id", "category_id"}, {"class_info", "segmentation"},
-    {"class_info", "seg"}, {"class_info", "rle"}, {"score", "confidence"},     {"score", "conf"},
-    {"x", "bbox"},         {"x", "box"}};
+/// What is wrong with an object that lacks `member` and has `other`.
+std::string notRead(const std::string& other, const std::string& member) {
+  const std::string name = "the name is \"" + member + "\"";
+  return "\"" + other + "\" is not read; " + (member == "class_info" ? kWhereMasksGo : name);
+}
 
 struct NumberBox {
   double x, y, w, h;
@@ -48,14 +54,18 @@ std::optional<NumberBox> boxOf(const SwJsonObject& object) {
   return NumberBox{*x, *y, *w, *h};
 }
 
-bool isWithinOne(double value) {
-  return value >= 0.0 && value <= 1.0;
+/// Whether the box may be in fractions of the frame: networks' boxes reach a little beyond it.
+bool isInFractions(const NumberBox& box) {
+  const auto isAboutWithinOne = [](double value) { return value >= -0.1 && value <= 1.1; };
+  return isAboutWithinOne(box.x) && isAboutWithinOne(box.y) && isAboutWithinOne(box.w) &&
+         isAboutWithinOne(box.h);
 }
 
-/// Whether the box has corners in 0 to 1, and not just a corner pixel.
-bool isInFractions(const NumberBox& box) {
-  return isWithinOne(box.x) && isWithinOne(box.y) && isWithinOne(box.w) && isWithinOne(box.h) &&
-         (box.w != std::floor(box.w) || box.h != std::floor(box.h));
+bool hasFraction(const NumberBox& box) {
+  for (const double side : {box.x, box.y, box.w, box.h}) {
+    if (side != std::floor(side)) return true;
+  }
+  return false;
 }
 
 /// Producers that do not limit their masks send such boxes.
@@ -63,11 +73,12 @@ bool isAroundFrame(const NumberBox& box, render_base::FrameSize frame) {
   return box.x <= 0 && box.y <= 0 && box.x + box.w >= frame.width && box.y + box.h >= frame.height;
 }
 
-/// Whether the box begins behind the frame or ends more than a tenth of the frame behind it.
+/// Whether the box lies outside the frame or ends more than a tenth of the frame behind it. Empty boxes are
+/// nowhere.
 bool isBeyond(const NumberBox& box, render_base::FrameSize frame) {
-  if (isAroundFrame(box, frame)) return false;
-  return box.x >= frame.width || box.y >= frame.height || box.x + box.w > 1.1 * frame.width ||
-         box.y + box.h > 1.1 * frame.height;
+  if (isAroundFrame(box, frame) || box.w <= 0 || box.h <= 0) return false;
+  return box.x >= frame.width || box.y >= frame.height || box.x + box.w <= 0 || box.y + box.h <= 0 ||
+         box.x + box.w > 1.1 * frame.width || box.y + box.h > 1.1 * frame.height;
 }
 
 bool isNear(double ratio, double other, double tolerance) {
@@ -95,19 +106,40 @@ std::string looksLike(const SwJsonValue& value) {
   return looksCompressed(value.text()) ? "compressed run lengths" : "";
 }
 
-std::string placeOf(const std::string& file, uint64_t line, const std::optional<std::size_t>& index) {
-  std::string place = file + ":" + std::to_string(line) + ": ";
-  if (index) place += "detections[" + std::to_string(*index) + "]: ";
-  return place;
+struct MaskSize {
+  int width, height;
+};
+
+/// Whether the mask has the proportions of its box and not those of the frame. Those of a mask of few pixels
+/// say nothing.
+bool isCropped(MaskSize mask, const NumberBox& box, render_base::FrameSize frame) {
+  constexpr int kFewest = 8;
+  if (mask.width < kFewest || mask.height < kFewest || box.w < 1 || box.h < 1) return false;
+  const double ofMask = static_cast<double>(mask.width) / mask.height;
+  const double ofFrame = static_cast<double>(frame.width) / frame.height;
+  return isNear(ofMask, box.w / box.h, 0.02) && !isNear(ofMask, ofFrame, 0.1);
+}
+
+std::string sizeText(render_base::FrameSize frame) {
+  return std::to_string(frame.width) + "x" + std::to_string(frame.height);
 }
 
 }  // namespace
 
-void DetectionHints::add(Note& note, const Place& place, const std::string& what) {
-  if (++note.count > 1) return;
-  note.lineNumber = place.lineNumber;
-  note.index = place.index;
-  note.what = what;
+void DetectionHints::add(Note& note, const Place& place) const {
+  if (++note.count > 1 && note.first.lineNumber <= place.lineNumber) return;
+  note.first = place;
+  note.frame = frame_;
+}
+
+void DetectionHints::addMember(const std::string& what, const Place& place) {
+  constexpr std::size_t kMostKinds = 32;  // the names are the file's
+  const auto known = members_.find(what);
+  if (known != members_.end()) {
+    add(known->second, place);
+  } else if (members_.size() < kMostKinds) {
+    add(members_[what], place);
+  }
 }
 
 void DetectionHints::look(const DetectionLine& line) {
@@ -117,85 +149,124 @@ void DetectionHints::look(const DetectionLine& line) {
     firstLine_ = line.lineNumber;
   }
   const SwJsonObject& object = *line.payload.object;
-  for (const OtherName& name : kLineNames) {
-    if (!object.contains(name.other) || object.contains(name.name)) continue;
-    add(otherName_, {line.lineNumber, std::nullopt},
-        std::string("\"") + name.other + "\" is not read; the name is \"" + name.name + "\"");
-  }
-  const SwJsonArray* const elements = object["detections"].array();
+  if (!object.contains(kDetections.name)) lookForDetections(object, {line.lineNumber, std::nullopt});
+  const SwJsonArray* const elements = object[kDetections.name].array();
   for (std::size_t i = 0; elements && i < elements->size(); ++i) {
     const SwJsonObject* const detection = (*elements)[i].object();
     if (!detection) continue;
     const Place place{line.lineNumber, i};
-    lookAtNames(*detection, place);
+    lookAtMembers(*detection, place);
     lookAtBox(*detection, place);
     lookAtMask(*detection, place);
   }
 }
 
-void DetectionHints::lookAtNames(const SwJsonObject& object, const Place& place) {
-  for (const OtherName& name : kDetectionNames) {
-    if (object.contains(name.name) || !object.contains(name.other)) continue;
-    add(otherName_, place,
-        std::string("\"") + name.other + "\" is not read; the name is \"" + name.name + "\"");
-    return;
+/// A line without "detections" says that nothing was found, unless it has a list by a name that nobody knows.
+void DetectionHints::lookForDetections(const SwJsonObject& object, const Place& place) {
+  if (lookForMember(object, kDetections, place)) return;
+  for (const auto& [key, value] : object) {
+    if (value.array() && !value.array()->isEmpty()) return addMember(notRead(key, kDetections.name), place);
   }
 }
 
+void DetectionHints::lookAtMembers(const SwJsonObject& object, const Place& place) {
+  for (const MemberNames& member : kMembers) {
+    const SwJsonValue* const value = object.find(member.name);
+    if (!value) {
+      lookForMember(object, member, place);
+    } else if (value->isString() && member.name != std::string_view("class_info")) {
+      addMember("\"" + std::string(member.name) + "\" is a text, which counts as 0; write a number", place);
+    }
+  }
+}
+
+bool DetectionHints::lookForMember(const SwJsonObject& object, const MemberNames& member,
+                                   const Place& place) {
+  std::string other;
+  for (const char* const name : member.others) {
+    if (other.empty() && name && object.contains(name)) other = name;
+  }
+  if (other.empty()) {
+    std::string& misspelt = misspelt_[member.name];
+    if (misspelt.empty() || !object.contains(misspelt)) misspelt = findMisspelt(object, member.name);
+    other = misspelt;
+  }
+  if (other.empty()) return false;
+  addMember(notRead(other, member.name), place);
+  return true;
+}
+
+std::string DetectionHints::findMisspelt(const SwJsonObject& object, const std::string& name) {
+  constexpr std::size_t kShortest = 5;      // a name that a misspelling leaves recognisable
+  constexpr uint64_t kMostSearches = 1000;  // members may be left out on purpose, and comparing takes time
+  if (name.size() < kShortest || searches_ == kMostSearches) return {};
+  ++searches_;
+  const auto isRead = [](const std::string& key) {
+    return std::any_of(std::begin(kMembers), std::end(kMembers),
+                       [&key](const MemberNames& member) { return key == member.name; });
+  };
+  for (const auto& [key, value] : object) {
+    if (!isRead(key) && !nearestName(key, {name}).empty()) return key;
+  }
+  return {};
+}
+
 void DetectionHints::lookAtBox(const SwJsonObject& object, const Place& place) {
-  const auto isText = [&object](const char* key) { return object[key].isString(); };
-  const auto side = std::find_if(kSides.begin(), kSides.end(), isText);
-  const char* const key = side != kSides.end() ? *side : isText("class_id") ? "class_id" : nullptr;
-  if (key) add(text_, place, std::string("\"") + key + "\" is a text, which counts as 0; write a number");
   const std::optional<NumberBox> box = boxOf(object);
   if (!box) return;
   ++boxes_;
-  if (isInFractions(*box)) add(fractions_, place, {});
-  if (isBeyond(*box, frame_)) add(beyond_, place, {});
+  if (hasFraction(*box)) ++fractionalBoxes_;
+  if (isInFractions(*box)) add(fractions_, place);
+  if (isBeyond(*box, frame_)) add(beyond_, place);
 }
 
 void DetectionHints::lookAtMask(const SwJsonObject& object, const Place& place) {
   const SwJsonValue& mask = object["class_info"];
   const std::string other = looksLike(mask);
   if (!other.empty()) {
-    add(otherMask_, place, "\"class_info\" looks like " + other + ", but has to be a \"SEG1\" text");
+    add(members_["\"class_info\" looks like " + other + "; " + kWhereMasksGo], place);
     return;
   }
   int width = 0;
   int height = 0;
   const std::optional<NumberBox> box = boxOf(object);
-  if (!mask.isString() || !box || box->w < 1 || box->h < 1 || isAroundFrame(*box, frame_)) return;
-  if (std::sscanf(mask.text().c_str(), "SEG1|%9d|%9d|", &width, &height) != 2 || width < 1 || height < 1)
-    return;
-  const double ofMask = static_cast<double>(width) / height;
-  const double ofFrame = static_cast<double>(frame_.width) / frame_.height;
-  if (isNear(ofMask, box->w / box->h, 0.02) && !isNear(ofMask, ofFrame, 0.1)) add(boxMask_, place, {});
+  if (!mask.isString() || !box || isAroundFrame(*box, frame_)) return;
+  if (std::sscanf(mask.text().c_str(), "SEG1|%9d|%9d|", &width, &height) != 2) return;
+  if (!isCropped({width, height}, *box, frame_)) return;
+  add(boxMask_, place);
+  if (boxMaskWidth_.value_or(width) != width) boxMasksVary_ = true;
+  boxMaskWidth_ = width;
+  if (!isNear(width, box->w, 0.2)) boxMasksAreScaled_ = true;
 }
 
-std::vector<std::string> DetectionHints::warnings(const std::string& file) const {
+std::vector<std::string> DetectionHints::warnings(const std::string& file, bool fromTheBeginning) const {
+  constexpr uint64_t kSeveral = 5;  // single boxes may be outside by mistake
   std::vector<std::string> list;
-  const auto say = [&](const Note& note, const std::string& what) {
-    list.push_back(placeOf(file, note.lineNumber, note.index) + what +
-                   (note.count > 1 ? " (" + std::to_string(note.count) + " times)" : ""));
+  const auto place = [&file](const Place& at) {
+    return file + ":" + std::to_string(at.lineNumber) + ": " +
+           (at.index ? "detections[" + std::to_string(*at.index) + "]: " : std::string());
   };
-  const std::string size = std::to_string(frame_.width) + "x" + std::to_string(frame_.height);
-  if (firstFrame_ == 1U) {
-    list.push_back(placeOf(file, firstLine_, std::nullopt) +
+  const auto say = [&](const Note& note, const std::string& what) {
+    const std::string times = note.count > 1 ? " (" + std::to_string(note.count) + " times)" : std::string();
+    list.push_back(place(note.first) + what + times);
+  };
+  if (fromTheBeginning && firstFrame_ == 1U) {
+    list.push_back(place({firstLine_, std::nullopt}) +
                    "the first frame number is 1 and none is 0; frames count from 0");
   }
-  for (const Note* const note : {&otherName_, &text_, &otherMask_}) {
-    if (note->count > 0) say(*note, note->what);
-  }
-  if (boxes_ > 0 && fractions_.count == boxes_) {
+  for (const auto& [what, note] : members_) say(note, what);
+  if (fractionalBoxes_ > 0 && fractions_.count == boxes_) {
     say(fractions_,
         "all boxes are within 0 to 1; they have to be in pixels of the frame, not in fractions of it");
-  } else if (beyond_.count > boxes_ / 2) {
-    say(beyond_, "more than half of the boxes lie outside the " + size +
-                     " frame or end far outside; were they made for frames of another size?");
+  } else if (beyond_.count > boxes_ / 2 || (beyond_.count >= kSeveral && beyond_.count > boxes_ / 10)) {
+    list.push_back(place(beyond_.first) + std::to_string(beyond_.count) + " of " + std::to_string(boxes_) +
+                   " boxes lie outside the " + sizeText(beyond_.frame) +
+                   " frame or end far outside; were they made for frames of another size?");
   }
-  // Single masks may have their box's proportions by chance.
-  if (boxMask_.count > boxes_ / 2) {
-    say(boxMask_, "the mask has the proportions of its box and not of the " + size +
+  // Single masks may have their box's proportions by chance, and a network's masks of one size span its
+  // frame.
+  if (boxMask_.count > boxes_ / 2 && (boxMasksVary_ || !boxMasksAreScaled_)) {
+    say(boxMask_, "the mask has the proportions of its box and not of the " + sizeText(boxMask_.frame) +
                       " frame; a mask spans the whole frame, the box only limits it");
   }
   return list;

@@ -4,7 +4,6 @@
 
 #include "io/Interrupt.h"
 #include "io/UserError.h"
-#include "src/render/detection_file_check.h"
 
 namespace segmask {
 
@@ -18,7 +17,6 @@ ReadOptions readOptionsOf(const RenderOptions& options) {
 
 RenderInputs::RenderInputs(const RenderOptions& options, const std::optional<PicturePlan>& pictures,
                            const VideoPiece* piece) {
-  refuseOtherFiles(options.detections);
   if (pictures) {
     auto reader = std::make_unique<PictureReader>(pictures->inputs, options.keepRotation);
     pictureReader_ = reader.get();
@@ -59,16 +57,16 @@ bool RenderInputs::next(FrameJob& job) {
 }
 
 std::optional<RenderInputs::Rest> RenderInputs::rest() {
+  if (Interrupt::requested()) return std::nullopt;
+  const std::string& path = stream_ ? stream_->path() : pictureLines_->path();
+  if (stream_ ? stream_->heldNoLine() : pictureLines_->heldNoLine())
+    return Rest{path + ": holds no line, so there was nothing to draw", false};
   const std::optional<uint64_t> frames = frames_->sourceFrames();
   if (!frames) return std::nullopt;
-  const std::string& path = stream_ ? stream_->path() : pictureLines_->path();
   std::optional<std::pair<uint64_t, uint64_t>> first;  // a line and its frame
   if (stream_ && stream_->rest()) first.emplace(stream_->rest()->lineNumber, stream_->rest()->frame);
   if (pictureLines_ && pictureLines_->rest()) {
     first.emplace(pictureLines_->rest()->lineNumber, pictureLines_->rest()->frame);
-  }
-  if (stream_ ? stream_->heldNoLine() : pictureLines_->heldNoLine()) {
-    return Rest{path + ": holds no line, so there was nothing to draw", false};
   }
   if (!first) return Rest{};
   const std::string count = std::to_string(*frames);

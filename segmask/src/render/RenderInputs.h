@@ -46,7 +46,7 @@ class RenderInputs {
   bool next(FrameJob& job);
 
   /// When all frames were read: a warning of lines that are for none, or of there being no line; and whether
-  /// there were any for none. Empty when the run ended before its input.
+  /// there were any for none. Empty when the run ended before its input, unless there was no line.
   struct Rest {
     std::string warning;
     bool hasLines = false;

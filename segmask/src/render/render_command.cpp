@@ -131,7 +131,10 @@ std::vector<std::string> hintWarnings(const Telling& telling, const RenderOption
                                       const std::string& schema) {
   std::vector<std::string> warnings;
   if (options.config) warnings = configWarnings(*options.config, schema);
-  for (std::string& hint : telling.hints().warnings(options.detections)) warnings.push_back(std::move(hint));
+  // With a later start the first lines were not looked at.
+  for (std::string& hint : telling.hints().warnings(options.detections, !options.start)) {
+    warnings.push_back(std::move(hint));
+  }
   return warnings;
 }
 

@@ -1,13 +1,12 @@
 #pragma once
 
-#include <string>
+#include "io/LineReader.h"
 
 namespace segmask {
 
 /// Throws UserError, with what the file is and what helps, where its beginning shows that it is no file of
 /// detection lines but one that is easily taken for it: a JSON array, JSON over several lines, a COCO file.
-/// Reading it as lines would give an error that does not say so. Anything but a regular file passes, because
-/// what is read from it here would be missing later.
-void refuseOtherFiles(const std::string& path);
+/// Reading it as lines would give an error that does not say so. To be called before the first line is read.
+void refuseOtherFiles(LineReader& reader);
 
 }  // namespace segmask

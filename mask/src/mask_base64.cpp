@@ -52,10 +52,11 @@ uint64_t group(const unsigned char* text) {
   return kShares[0][text[0]] | kShares[1][text[1]] | kShares[2][text[2]] | kShares[3][text[3]];
 }
 
+constexpr uint64_t kOutside = 0x4141414141414141U;  // "AAAAAAAA"
+constexpr uint64_t kInside = 0x2F2F2F2F2F2F2F2FU;   // "////////"
+
 /// Writes the twelve bytes of a block, and two more. False when one of its characters is invalid.
 bool decodeBlock(const unsigned char* block, uint8_t* bytes) {
-  constexpr uint64_t kOutside = 0x4141414141414141U;  // "AAAAAAAA"
-  constexpr uint64_t kInside = 0x2F2F2F2F2F2F2F2FU;   // "////////"
   uint64_t halves[2];
   std::memcpy(halves, block, sizeof(halves));
   if (halves[0] == halves[1] && (halves[0] == kOutside || halves[0] == kInside)) {
@@ -71,11 +72,34 @@ bool decodeBlock(const unsigned char* block, uint8_t* bytes) {
   return true;
 }
 
+constexpr std::size_t kRunBlocks = 4;
+
+/// Writes the bytes of a run of blocks where all of them are outside, or all inside, as most of a frame-sized
+/// mask is. False when they are not.
+bool decodeRun(const unsigned char* run, uint8_t* bytes) {
+  uint64_t first = 0;
+  std::memcpy(&first, run, sizeof(first));
+  if (first != kOutside && first != kInside) return false;
+  if (std::memcmp(run, run + sizeof(first), kRunBlocks * kBlock - sizeof(first)) != 0) return false;
+  std::memset(bytes, first == kInside ? 255 : 0, kRunBlocks * kBlockBytes);
+  return true;
+}
+
 /// Decodes up to `blocks` blocks, stops at the first with an invalid character, and returns the number of
 /// decoded ones. Writes two bytes more than they hold.
 std::size_t decodeBlocks(const unsigned char* text, std::size_t blocks, uint8_t* bytes) {
   std::size_t done = 0;
-  while (done < blocks && decodeBlock(text + done * kBlock, bytes + done * kBlockBytes)) ++done;
+  while (done < blocks) {
+    const unsigned char* const next = text + done * kBlock;
+    uint8_t* const to = bytes + done * kBlockBytes;
+    if (blocks - done >= kRunBlocks && decodeRun(next, to)) {
+      done += kRunBlocks;
+    } else if (decodeBlock(next, to)) {
+      ++done;
+    } else {
+      break;
+    }
+  }
   return done;
 }
 
@@ -167,23 +191,42 @@ constexpr CharacterPairs makeCharacterPairs() {
 
 constexpr CharacterPairs kCharacterPairs = makeCharacterPairs();
 
+constexpr std::size_t kRunBytes = 24;
+constexpr std::size_t kRunCharacters = kRunBytes / 3 * 4;
+
+/// Writes three bytes' four characters.
+void encodeGroup(const uint8_t* bytes, char* text) {
+  const uint32_t bits = (uint32_t{bytes[0]} << 16) | (uint32_t{bytes[1]} << 8) | bytes[2];
+  std::memcpy(text, kCharacterPairs[bits >> 12].data(), 2);
+  std::memcpy(text + 2, kCharacterPairs[bits & 4095U].data(), 2);
+}
+
+/// Writes kRunBytes' characters.
+void encodeRun(const uint8_t* bytes, char* text) {
+  uint64_t words[3];
+  std::memcpy(words, bytes, sizeof(words));
+  if (words[0] == words[1] && words[1] == words[2] && (words[0] == 0 || ~words[0] == 0)) {
+    std::memset(text, words[0] == 0 ? 'A' : '/', kRunCharacters);  // as most of a silhouette
+    return;
+  }
+  for (std::size_t group = 0; group < kRunBytes / 3; ++group)
+    encodeGroup(bytes + 3 * group, text + 4 * group);
+}
+
 }  // namespace
 
-std::string encodeBase64(const uint8_t* bytes, std::size_t count) {
-  std::string text((count + 2) / 3 * 4, '=');
-  char* out = text.data();
+void appendBase64(const uint8_t* bytes, std::size_t count, std::string& text) {
+  const std::size_t before = text.size();
+  text.resize(before + (count + 2) / 3 * 4, '=');
+  char* out = text.data() + before;
   std::size_t i = 0;
-  for (; count - i >= 3; i += 3, out += 4) {
-    const uint32_t bits = (uint32_t{bytes[i]} << 16) | (uint32_t{bytes[i + 1]} << 8) | bytes[i + 2];
-    std::memcpy(out, kCharacterPairs[bits >> 12].data(), 2);
-    std::memcpy(out + 2, kCharacterPairs[bits & 4095U].data(), 2);
-  }
-  if (i == count) return text;
+  for (; count - i >= kRunBytes; i += kRunBytes, out += kRunCharacters) encodeRun(bytes + i, out);
+  for (; count - i >= 3; i += 3, out += 4) encodeGroup(bytes + i, out);
+  if (i == count) return;
   const uint32_t second = count - i == 2 ? bytes[i + 1] : 0;
   const uint32_t bits = (uint32_t{bytes[i]} << 16) | (second << 8);
   std::memcpy(out, kCharacterPairs[bits >> 12].data(), 2);
   if (count - i == 2) out[2] = kAlphabet[(bits >> 6) & 63U];
-  return text;
 }
 
 std::vector<uint8_t> decodeBase64(std::string_view text, std::size_t limit) {

@@ -141,8 +141,10 @@ std::size_t maskTextRoom(const std::string& text) {
 
 std::string encodeMaskText(const MaskView& mask) {
   const std::size_t pixels = static_cast<std::size_t>(mask.width) * static_cast<std::size_t>(mask.height);
-  return std::string(kSeg1) + std::to_string(mask.width) + "|" + std::to_string(mask.height) + "|" +
-         encodeBase64(mask.bits, (pixels + 7) / 8);
+  std::string text(kSeg1);
+  text += std::to_string(mask.width) + "|" + std::to_string(mask.height) + "|";
+  appendBase64(mask.bits, (pixels + 7) / 8, text);
+  return text;
 }
 
 }  // namespace seg_mask

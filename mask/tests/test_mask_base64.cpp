@@ -123,7 +123,9 @@ TEST(Base64, RandomDirtDecodesAsThePlainWay) {
 }
 
 std::string encoded(const std::string& bytes) {
-  return encodeBase64(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
+  std::string text;
+  appendBase64(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size(), text);
+  return text;
 }
 
 TEST(Base64, EncodingGivesTheTextsOfRfc4648AndReachesEveryCharacterOfTheAlphabet) {
@@ -136,7 +138,26 @@ TEST(Base64, EncodingGivesTheTextsOfRfc4648AndReachesEveryCharacterOfTheAlphabet
                                                        {"foobar", "Zm9vYmFy"}};
   for (const auto& [bytes, text] : cases) EXPECT_EQ(encoded(bytes), text);
   const Bytes all = scalarDecodeBase64(kAlphabet, 48);
-  EXPECT_EQ(encodeBase64(all.data(), all.size()), kAlphabet);
+  std::string text = "before ";
+  appendBase64(all.data(), all.size(), text);
+  EXPECT_EQ(text, "before " + std::string(kAlphabet));
+}
+
+TEST(Base64, StretchesOfOneBitAreEncodedAsTheirGroupsAre) {
+  for (unsigned seed = 0; seed < 500; ++seed) {
+    std::mt19937 random(seed);
+    std::string bytes;
+    while (bytes.size() < 200) {
+      const auto kind = random() % 3;
+      const std::size_t stretch = 1 + random() % 70;
+      for (std::size_t i = 0; i < stretch; ++i) {
+        bytes += static_cast<char>(kind == 0 ? 0 : kind == 1 ? 255 : random() % 256);
+      }
+    }
+    std::string text;
+    for (std::size_t i = 0; i < bytes.size(); i += 3) text += encoded(bytes.substr(i, 3));
+    ASSERT_EQ(encoded(bytes), text) << "seed " << seed;
+  }
 }
 
 }  // namespace

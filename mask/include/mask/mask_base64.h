@@ -27,7 +27,7 @@ constexpr std::size_t base64Bytes(std::size_t characters) {
   return characters / 4 * 3 + characters % 4 * 3 / 4;
 }
 
-/// `count` bytes in base64, padded with "=" to whole groups of four characters.
-std::string encodeBase64(const uint8_t* bytes, std::size_t count);
+/// Appends `count` bytes in base64, padded with "=" to whole groups of four characters.
+void appendBase64(const uint8_t* bytes, std::size_t count, std::string& text);
 
 }  // namespace seg_mask

@@ -17,22 +17,18 @@ Vector load(const unsigned char* bytes) {
   return vector;
 }
 
-/// Part of a frame's row, and of the chroma row over it.
-struct RowPart {
-  const unsigned char* luma;
-  const unsigned char* chroma;
-
-  RowPart from(std::size_t pixel) const { return {luma + pixel, chroma + pixel}; }
-};
+/// 255 in each byte in which the vectors of that type differ at these addresses.
+template <class Vector>
+Bytes differences(const unsigned char* a, const unsigned char* b) {
+  return reinterpret_cast<Bytes>(load<Vector>(a) != load<Vector>(b));
+}
 
 /// Counts pixels that differ, kLanes at once.
 class LaneCounter {
  public:
-  /// The first kLanes pixels of both.
-  void add(RowPart a, RowPart b) {
-    const auto luma = reinterpret_cast<Bytes>(load<Bytes>(a.luma) != load<Bytes>(b.luma));
-    const auto pairs = reinterpret_cast<Bytes>(load<Pairs>(a.chroma) != load<Pairs>(b.chroma));
-    perLane_ += (luma | pairs) & 1;
+  /// The pixels of which the bytes are not 0.
+  void add(Bytes differing) {
+    perLane_ += differing & 1;
     if (++steps_ == 255) flush();  // as far as a lane counts
   }
 
@@ -53,11 +49,21 @@ class LaneCounter {
   uint64_t total_ = 0;
 };
 
-uint64_t countOneByOne(RowPart a, RowPart b, std::size_t pixels) {
+/// Part of a chroma row, and of the two luma rows under it. The lower one is the upper one again where the
+/// part ends between them.
+struct RowPair {
+  const unsigned char* upper;
+  const unsigned char* lower;
+  const unsigned char* chroma;
+};
+
+uint64_t countOneByOne(const RowPair& a, const RowPair& b, std::size_t from, std::size_t to, bool hasLower) {
   uint64_t count = 0;
-  for (std::size_t x = 0; x < pixels; ++x) {
+  for (std::size_t x = from; x < to; ++x) {
     const std::size_t pair = x - x % 2;
-    if (a.luma[x] != b.luma[x] || std::memcmp(a.chroma + pair, b.chroma + pair, 2) != 0) ++count;
+    const bool chroma = std::memcmp(a.chroma + pair, b.chroma + pair, 2) != 0;
+    if (chroma || a.upper[x] != b.upper[x]) ++count;
+    if (hasLower && (chroma || a.lower[x] != b.lower[x])) ++count;
   }
   return count;
 }
@@ -67,18 +73,24 @@ uint64_t countOneByOne(RowPart a, RowPart b, std::size_t pixels) {
 uint64_t countChangedPixels(const unsigned char* before, const unsigned char* after, const Nv12Layout& layout,
                             const Nv12Part& part) {
   const auto width = static_cast<std::size_t>(part.width);
-  const auto first = static_cast<std::size_t>(part.y);
+  const auto end = static_cast<std::size_t>(part.y) + static_cast<std::size_t>(part.height);
   LaneCounter lanes;
   uint64_t count = 0;
-  for (std::size_t row = first; row < first + static_cast<std::size_t>(part.height); ++row) {
-    const std::size_t luma = row * static_cast<std::size_t>(layout.width) + static_cast<std::size_t>(part.x);
+  for (auto row = static_cast<std::size_t>(part.y); row < end; row += 2) {
+    const bool hasLower = row + 1 < end;
+    const std::size_t upper = row * static_cast<std::size_t>(layout.width) + static_cast<std::size_t>(part.x);
+    const std::size_t lower = hasLower ? upper + static_cast<std::size_t>(layout.width) : upper;
     const std::size_t chroma =
         layout.lumaBytes() + row / 2 * layout.chromaRowBytes() + static_cast<std::size_t>(part.x);
-    const RowPart a{before + luma, before + chroma};
-    const RowPart b{after + luma, after + chroma};
+    const RowPair a{before + upper, before + lower, before + chroma};
+    const RowPair b{after + upper, after + lower, after + chroma};
     std::size_t x = 0;
-    for (; width - x >= kLanes; x += kLanes) lanes.add(a.from(x), b.from(x));
-    count += countOneByOne(a.from(x), b.from(x), width - x);
+    for (; width - x >= kLanes; x += kLanes) {
+      const Bytes pairs = differences<Pairs>(a.chroma + x, b.chroma + x);
+      lanes.add(differences<Bytes>(a.upper + x, b.upper + x) | pairs);
+      if (hasLower) lanes.add(differences<Bytes>(a.lower + x, b.lower + x) | pairs);
+    }
+    count += countOneByOne(a, b, x, width, hasLower);
   }
   return count + lanes.total();
 }

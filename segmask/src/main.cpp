@@ -1,5 +1,22 @@
+#include <malloc.h>
+
 #include "src/command_line.h"
 
+namespace {
+
+/// Keeps memory that was freed, up to 128 MiB and in pieces of up to 4 MiB, for the next frame. Masks of the
+/// frame's size are texts of hundreds of kilobytes, which the C library would take from the system and give
+/// back for each frame.
+void keepFreedMemory() {
+#ifdef __GLIBC__
+  mallopt(M_MMAP_THRESHOLD, 4 << 20);
+  mallopt(M_TRIM_THRESHOLD, 128 << 20);
+#endif
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
+  keepFreedMemory();
   return segmask::runCommandLine(argc, argv);
 }

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "host/DetectionPayload.h"
+#include "host/config_hints.h"
 #include "io/UserError.h"
 #include "render_base/settings.h"
 
@@ -14,11 +15,12 @@ StreamDrawing::StreamDrawing(const DrawingOptions& options)
   segmask::registerDetectionPayload();
 }
 
-void StreamDrawing::configure(const std::string& json) {
+std::vector<std::string> StreamDrawing::configure(const std::string& json) {
   if (!render_base::parseConfiguration(json)) {
     throw segmask::UserError("config: not a JSON object (it takes the object itself, like {\"alpha\": 0.5})");
   }
   host_.plugin().setConfig(json);
+  return segmask::configWarnings(json, host_.plugin().getConfigList());
 }
 
 void StreamDrawing::setLayout(segmask::Nv12Layout layout) {

@@ -29,9 +29,9 @@ class StreamDrawing {
   /// Loads the plug-in and opens the file. Throws UserError with what to do.
   explicit StreamDrawing(const DrawingOptions& options);
 
-  /// Applies the configuration to the frames from now on. Throws UserError when the text is no JSON object,
-  /// and changes nothing then.
-  void configure(const std::string& json);
+  /// Applies the configuration to the frames from now on and returns what the plug-in passes over in it, a
+  /// sentence for each. Throws UserError when the text is no JSON object, and changes nothing then.
+  std::vector<std::string> configure(const std::string& json);
 
   void enableDebug(bool on) { host_.plugin().enableDebug(on); }
 

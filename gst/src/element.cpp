@@ -185,7 +185,10 @@ void takeSettings(GstBaseTransform* transform, State& state, bool isFirst) {
   }
   state.drawing->enableDebug(debug);
   try {
-    state.drawing->configure(config.empty() ? "{}" : config);
+    for (const std::string& warning : state.drawing->configure(config.empty() ? "{}" : config)) {
+      post(transform, GST_MESSAGE_WARNING, GST_RESOURCE_ERROR, GST_RESOURCE_ERROR_SETTINGS,
+           "config: " + warning);
+    }
   } catch (const UserError& error) {
     if (isFirst) throw;
     post(transform, GST_MESSAGE_WARNING, GST_RESOURCE_ERROR, GST_RESOURCE_ERROR_SETTINGS,

@@ -142,6 +142,15 @@ TEST_F(Element, AConfigurationThatIsNoneWhilePlayingIsAWarningAndTheLastOneStays
       "counts");
 }
 
+TEST_F(Element, WhatThePluginPassesOverInAConfigurationIsAWarning) {
+  ElementHarness harness(location_);
+  harness.setFormat(kOdd);
+  harness.set(R"(config={"alhpa": 0.9})");
+  harness.drawn(noise(1), {0});
+  EXPECT_EQ(harness.message(GST_MESSAGE_WARNING),
+            "config: the plug-in has no \"alhpa\"; did you mean \"alpha\"?");
+}
+
 TEST_F(Element, AMaskOfABufferThatIsNoneIsAWarningOnceAndTheFrameGoesOn) {
   ElementHarness harness;
   harness.setFormat(kOdd);

@@ -13,12 +13,12 @@
 #include <utility>
 #include <vector>
 
+#include "host/nearest_name.h"
 #include "io/Interrupt.h"
 #include "io/UserError.h"
 #include "src/commands.h"
 #include "src/mask_options.h"
 #include "src/messages.h"
-#include "src/nearest_name.h"
 #include "src/version_text.h"
 #include "video/libav_handles.h"
 

@@ -12,13 +12,13 @@
 #include "host/PictureDetections.h"
 #include "host/PluginHost.h"
 #include "host/ProducerInputs.h"
+#include "host/config_hints.h"
 #include "host/verdict_words.h"
 #include "io/UserError.h"
 #include "src/commands.h"
 #include "src/json_values.h"
 #include "src/messages.h"
 #include "src/render/DetectionHints.h"
-#include "src/render/config_hints.h"
 #include "src/render/payloads.h"
 #include "video/FrameReader.h"
 #include "video/pictures.h"
@@ -72,7 +72,8 @@ class Explanation {
   /// nothing to explain.
   void warnOfHints() const {
     if (options_.config) {
-      for (const std::string& warning : configWarnings(*options_.config, pluginSchema())) warn(warning);
+      for (const std::string& warning : configWarnings(*options_.config, pluginSchema()))
+        warn("--config: " + warning);
     }
     for (const std::string& hint : hints_.warnings(file_, true)) warn(hint);
     if (explained_ > 0) return;

@@ -5,13 +5,13 @@
 #include <utility>
 
 #include "core/SwJsonDocument.h"
+#include "host/nearest_name.h"
 #include "io/LineReader.h"
 #include "io/UserError.h"
 #include "io/file_names.h"
 #include "src/batch/JobConflicts.h"
 #include "src/command_line.h"
 #include "src/json_values.h"
-#include "src/nearest_name.h"
 #include "src/render/PicturePlan.h"
 
 namespace fs = std::filesystem;

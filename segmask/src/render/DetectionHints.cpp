@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "core/SwJsonArray.h"
-#include "src/nearest_name.h"
+#include "host/nearest_name.h"
 
 namespace segmask {
 namespace {

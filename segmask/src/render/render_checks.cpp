@@ -7,11 +7,11 @@
 #include <vector>
 
 #include "core/SwJsonDocument.h"
+#include "host/nearest_name.h"
 #include "io/OutputPlace.h"
 #include "io/UserError.h"
 #include "io/file_names.h"
 #include "src/commands.h"
-#include "src/nearest_name.h"
 #include "src/render/FrameSource.h"
 #include "src/render/PicturePlan.h"
 #include "video/FrameWriter.h"

@@ -13,6 +13,7 @@
 #include "host/FrameRenderer.h"
 #include "host/PluginHost.h"
 #include "host/ProducerInputs.h"
+#include "host/config_hints.h"
 #include "io/FileDescriptor.h"
 #include "io/Interrupt.h"
 #include "io/UserError.h"
@@ -27,7 +28,6 @@
 #include "src/render/RenderSummary.h"
 #include "src/render/StderrGuard.h"
 #include "src/render/Telling.h"
-#include "src/render/config_hints.h"
 #include "src/render/payloads.h"
 #include "src/report/RunReport.h"
 #include "src/report/report_files.h"
@@ -130,7 +130,11 @@ void makeTelling(std::optional<Telling>& telling, const RenderOptions& options, 
 std::vector<std::string> hintWarnings(const Telling& telling, const RenderOptions& options,
                                       const std::string& schema) {
   std::vector<std::string> warnings;
-  if (options.config) warnings = configWarnings(*options.config, schema);
+  if (options.config) {
+    for (const std::string& warning : configWarnings(*options.config, schema)) {
+      warnings.push_back("--config: " + warning);
+    }
+  }
   // With a later start the first lines were not looked at.
   for (std::string& hint : telling.hints().warnings(options.detections, !options.start)) {
     warnings.push_back(std::move(hint));

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "src/render/config_hints.h"
+#include "host/config_hints.h"
 
 namespace segmask {
 namespace {
@@ -26,22 +26,19 @@ TEST(ConfigWarnings, GoodConfigurationsGiveNone) {
 }
 
 TEST(ConfigWarnings, UnknownKeysComeWithTheNearestKnownOne) {
-  EXPECT_EQ(of(R"({"alhpa": 1})"), Texts{R"(--config: the plug-in has no "alhpa"; did you mean "alpha"?)"});
+  EXPECT_EQ(of(R"({"alhpa": 1})"), Texts{R"(the plug-in has no "alhpa"; did you mean "alpha"?)"});
   EXPECT_EQ(of(R"({"max_dets": 1, "max_overlay_det": 1})"),
-            (Texts{R"(--config: the plug-in has no "max_dets")",
-                   R"(--config: the plug-in has no "max_overlay_det"; did you mean "max_overlay_dets"?)"}));
+            (Texts{R"(the plug-in has no "max_dets")",
+                   R"(the plug-in has no "max_overlay_det"; did you mean "max_overlay_dets"?)"}));
 }
 
 TEST(ConfigWarnings, ValuesThatTheSchemaDoesNotAllow) {
-  EXPECT_EQ(of(R"({"alpha": 1.5})"), Texts{R"(--config: "alpha" is above its maximum, 1)"});
-  EXPECT_EQ(of(R"({"max_overlay_dets": 0})"),
-            Texts{R"(--config: "max_overlay_dets" is below its minimum, 1)"});
-  EXPECT_EQ(of(R"({"max_overlay_dets": 1.5})"),
-            Texts{R"(--config: "max_overlay_dets" has to be of type integer)"});
-  EXPECT_EQ(
-      of(R"({"alpha": "1", "name": 1, "on": 1})"),
-      (Texts{R"(--config: "alpha" has to be of type number)", R"(--config: "name" has to be of type string)",
-             R"(--config: "on" has to be of type boolean)"}));
+  EXPECT_EQ(of(R"({"alpha": 1.5})"), Texts{R"("alpha" is above its maximum, 1)"});
+  EXPECT_EQ(of(R"({"max_overlay_dets": 0})"), Texts{R"("max_overlay_dets" is below its minimum, 1)"});
+  EXPECT_EQ(of(R"({"max_overlay_dets": 1.5})"), Texts{R"("max_overlay_dets" has to be of type integer)"});
+  EXPECT_EQ(of(R"({"alpha": "1", "name": 1, "on": 1})"),
+            (Texts{R"("alpha" has to be of type number)", R"("name" has to be of type string)",
+                   R"("on" has to be of type boolean)"}));
 }
 
 TEST(ConfigWarnings, ASchemaWithoutPropertiesAllowsAll) {

@@ -1,10 +1,10 @@
-#include "src/render/config_hints.h"
+#include "host/config_hints.h"
 
 #include <optional>
 
+#include "core/SwJsonDocument.h"
+#include "host/nearest_name.h"
 #include "render_base/settings.h"
-#include "src/json_values.h"
-#include "src/nearest_name.h"
 
 namespace segmask {
 namespace {
@@ -14,6 +14,12 @@ std::string nearestKey(const std::string& key, const SwJsonObject& properties) {
   std::vector<std::string> names;
   for (const auto& [name, rules] : properties) names.push_back(name);
   return nearestName(key, names);
+}
+
+std::string jsonText(const SwJsonValue& value) {
+  SwString text;
+  SwJsonDocument().generateJson(value, text, false, 0, {});
+  return text.str();
 }
 
 std::optional<double> numberOf(const SwJsonValue& value) {
@@ -37,8 +43,8 @@ std::string faultOf(const SwJsonValue& value, const SwJsonObject& rules) {
   const std::optional<double> number = numberOf(value);
   const std::optional<double> minimum = numberOf(rules["minimum"]);
   const std::optional<double> maximum = numberOf(rules["maximum"]);
-  if (number && minimum && *number < *minimum) return "is below its minimum, " + jsonLine(rules["minimum"]);
-  if (number && maximum && *number > *maximum) return "is above its maximum, " + jsonLine(rules["maximum"]);
+  if (number && minimum && *number < *minimum) return "is below its minimum, " + jsonText(rules["minimum"]);
+  if (number && maximum && *number > *maximum) return "is above its maximum, " + jsonText(rules["maximum"]);
   return {};
 }
 
@@ -54,11 +60,11 @@ std::vector<std::string> configWarnings(const std::string& config, const std::st
     const SwJsonValue* const rules = properties->find(key);
     if (!rules) {
       const std::string nearest = nearestKey(key, *properties);
-      std::string& warning = warnings.emplace_back("--config: the plug-in has no \"" + key + "\"");
+      std::string& warning = warnings.emplace_back("the plug-in has no \"" + key + "\"");
       if (!nearest.empty()) warning.append("; did you mean \"").append(nearest).append("\"?");
     } else if (rules->object()) {
       const std::string fault = faultOf(value, *rules->object());
-      if (!fault.empty()) warnings.emplace_back("--config: \"").append(key).append("\" ").append(fault);
+      if (!fault.empty()) warnings.emplace_back("\"").append(key).append("\" ").append(fault);
     }
   }
   return warnings;

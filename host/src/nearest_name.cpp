@@ -1,4 +1,4 @@
-#include "src/nearest_name.h"
+#include "host/nearest_name.h"
 
 #include <algorithm>
 #include <cstddef>

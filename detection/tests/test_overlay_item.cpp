@@ -116,6 +116,14 @@ TEST_F(OverlayItemTest, PixelsOfAMaskLargerThanTheFrameAreThoseThatItShows) {
   EXPECT_EQ(DrawnPixelCounter().count(drawn.at(0), {2, 2}).count, 1U);
 }
 
+TEST_F(OverlayItemTest, PixelsOfARowThatChangesAtEachColumnAreCountedOneByOne) {
+  DetView detection = detectionOf(1, "SEG1|96|1|VVVVVVVVVVVVVVVV");  // 0x55: every other column
+  detection.x = 1;
+  detection.w = 95;
+  detection.h = 1;
+  EXPECT_EQ(DrawnPixelCounter().count(items({detection}, 0).at(0), {96, 1}).count, 47U);
+}
+
 TEST_F(OverlayItemTest, MasksOfOneFrameDoNotOverlapInTheArena) {
   const std::vector<OverlayItem> drawn = items(
       {detectionOf(1, "SEG1|8|1|/w=="), detectionOf(1, "SEG1|8|1|/"), detectionOf(1, "SEG1|8|1|AA==")}, 0);

@@ -101,6 +101,20 @@ class CompositorTraps : public testing::TestWithParam<CompositorDrawing> {
   const std::unique_ptr<Compositor> compositor_ = GetParam().make();
 };
 
+TEST_P(CompositorTraps, ColorsThatDifferInOneChannelAloneAreDrawnEachAsItself) {
+  const YuvColor colors[] = {{10, 20, 30}, {26, 20, 30}, {26, 36, 30}, {26, 36, 46}, {10, 20, 30}};
+  const MaskBits mask = fullMask(10, 2);
+  std::vector<OverlayItem> items;
+  for (int i = 0; i < 5; ++i) items.push_back({mask, {2 * i, 0, 2, 2}, colors[i]});
+  Picture picture(10, 2);
+  draw(picture, items);
+  for (int i = 0; i < 5; ++i) {
+    EXPECT_EQ(picture.luma(2 * i, 0), colors[i].y) << i;
+    EXPECT_EQ(picture.u(i, 0), colors[i].u) << i;
+    EXPECT_EQ(picture.v(i, 0), colors[i].v) << i;
+  }
+}
+
 TEST_P(CompositorTraps, WithAnOddLeftEdgeChromaReadsTheMaskOneColumnLeftOfTheBox) {
   const MaskBits mask = maskOf("..#...../......../......../........");
   Picture picture(8, 4);

@@ -49,10 +49,9 @@ class FusedBlock {
       if ((drawn >> i & 1U) != 0) luma_[i] = blendByte(luma_[i], readOnly(&item.colorY), frame_.alpha);
     }
     drawn_ |= drawn;
+    // No block that shows the item lies left of its chroma or above it.
     const ChromaRect chroma = readOnlyRect(&item.chroma);
-    const int cx = x_ >> 1;
-    const int cy = y_ >> 1;
-    if (cx < chroma.x0 || cx >= chroma.x1 || cy < chroma.y0 || cy >= chroma.y1) return;
+    if (x_ >> 1 >= chroma.x1 || y_ >> 1 >= chroma.y1) return;
     if ((drawn_ & kChroma) == 0) {
       u_ = chromaSample()[0];
       v_ = chromaSample()[1];

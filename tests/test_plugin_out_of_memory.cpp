@@ -61,20 +61,6 @@ class WatchedMatrices : public cv::MatAllocator {
   mutable int made_ = 0;
 };
 
-// Whether `operation` had the memory it needs. Nothing but std::bad_alloc may leave it.
-bool succeeds(const std::function<void()>& operation) {
-  try {
-    const Failing failing(operatorNew);
-    operation();
-    return true;
-  } catch (const std::bad_alloc&) {
-    return false;
-  } catch (const std::exception& error) {
-    ADD_FAILURE() << "not std::bad_alloc: " << error.what();
-    return false;
-  }
-}
-
 // Runs `work`, which calls succeeds(), with each failure. It must give back all that it allocates, on the
 // device too.
 void forEachFailure(const std::function<void()>& work) {

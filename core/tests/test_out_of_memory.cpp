@@ -29,20 +29,6 @@ const std::string kDocument =
     "\"\\u00e9\\n and so does one with escapes\"], \"another key of the same length\": {\"k\": "
     "{\"a third one, down below\": 1234567890123}}, \"b\": 0.333333}";
 
-/// Whether `operation` had the memory it needs. Nothing but std::bad_alloc may leave it.
-bool succeeds(const std::function<void()>& operation) {
-  try {
-    const Failing failing(operatorNew);
-    operation();
-    return true;
-  } catch (const std::bad_alloc&) {
-    return false;
-  } catch (const std::exception& error) {
-    ADD_FAILURE() << "not for want of memory: " << error.what();
-    return false;
-  }
-}
-
 /// Runs `work`, which calls succeeds(), with each failure. It must give back all that it allocates.
 void forEachFailure(const std::function<void()>& work) {
   const auto captured = [&work] {

@@ -41,6 +41,16 @@ TEST(Saturate, TruncatesTowardZeroStopsAtTheLimitsAndMakesNanZero) {
   EXPECT_EQ(saturate<int64_t>(kNan), 0);
 }
 
+TEST(LowBits, AreThe32LowestAsASignedNumber) {
+  EXPECT_EQ(sw_number::lowBits(-7), -7);
+  EXPECT_EQ(sw_number::lowBits(INT32_MAX), INT32_MAX);
+  EXPECT_EQ(sw_number::lowBits(int64_t{INT32_MAX} + 1), INT32_MIN);
+  EXPECT_EQ(sw_number::lowBits(0x1'0000'0005), 5);
+  EXPECT_EQ(sw_number::lowBits(int64_t{INT32_MIN} - 1), INT32_MAX);
+  EXPECT_EQ(sw_number::lowBits(INT64_MIN), 0);
+  EXPECT_EQ(sw_number::lowBits(INT64_MAX), -1);
+}
+
 TEST(ToSinglePrecision, RoundsToTheNearestFloatAndBeyondTheRangeToInfinity) {
   EXPECT_EQ(toSinglePrecision(0.45), 0.45F);
   EXPECT_EQ(toSinglePrecision(-16777219.0), -16777220.0F);

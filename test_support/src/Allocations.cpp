@@ -1,6 +1,9 @@
 #include "test_support/Allocations.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdlib>
+#include <exception>
 #include <new>
 
 Countdown operatorNew;
@@ -59,6 +62,19 @@ int runWithEachFailure(Countdown& allocations, const std::function<void()>& work
     allocations.start(successes, fails);
     work();
     if (!allocations.failed()) return successes;
+  }
+}
+
+bool succeeds(const std::function<void()>& operation) {
+  try {
+    const Failing failing(operatorNew);
+    operation();
+    return true;
+  } catch (const std::bad_alloc&) {
+    return false;
+  } catch (const std::exception& error) {
+    ADD_FAILURE() << "not for want of memory: " << error.what();
+    return false;
   }
 }
 

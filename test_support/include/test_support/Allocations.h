@@ -43,6 +43,10 @@ int runWithEachFailure(Countdown& allocations, const std::function<void()>& work
 
 extern Countdown operatorNew;
 
+// Runs `operation` with the allocations counting. Whether it had the memory it needs; if anything but
+// std::bad_alloc leaves it, the test fails.
+bool succeeds(const std::function<void()>& operation);
+
 // Calls of operator new since the program's start, and those whose memory was not given back.
 long allocationsMade();
 long allocationsAlive();

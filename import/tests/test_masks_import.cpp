@@ -163,24 +163,5 @@ TEST_F(MasksImport, EachCategoryMayCountItsInstances) {
   EXPECT_EQ(import("{frame}_{category}_{instance}.png").error, "");
 }
 
-TEST_F(MasksImport, RefusesFoldersThatAreNoneOrEmptyAndNamesThatDoNotFit) {
-  EXPECT_EQ(import().error, source_.path + ": holds no .png file");
-  const std::string file = mask("cat.png", kBottomLeft);
-  EXPECT_EQ(import().error, file + ": the name does not fit the pattern (--pattern)");
-  source_.path = file;
-  EXPECT_EQ(import().error, file + ": Not a directory");
-  source_.path = folder_.path("none");
-  EXPECT_EQ(import().error, folder_.path("none") + ": No such file or directory");
-}
-
-TEST_F(MasksImport, RefusesFilesThatAreNoMasks) {
-  mask("0_1.png", kBottomLeft);
-  const std::string bad = folder_.write("masks/0_2.png", "no PNG file");
-  EXPECT_EQ(import().error, bad + ": is no PNG file");
-  folder_.write("masks/0_2.png", encodeGreyPng({0, 0, 1, 0}, 2, 2));
-  EXPECT_EQ(import().error,
-            bad + ": is 2x2, and " + folder_.path("masks/0_1.png") + " of the same frame 3x2");
-}
-
 }  // namespace
 }  // namespace segmask

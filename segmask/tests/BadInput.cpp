@@ -5,6 +5,8 @@
 #include <sys/prctl.h>
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <filesystem>
 #include <fstream>
 
 #include "io/FileDescriptor.h"
@@ -18,6 +20,15 @@ void replaceAll(std::string& text, const std::string& part, const std::string& o
   for (std::size_t at = 0; (at = text.find(part, at)) != std::string::npos; at += other.size()) {
     text.replace(at, part.size(), other);
   }
+}
+
+/// The paths of all that is in a folder and its folders.
+std::vector<std::string> pathsIn(const std::string& folder) {
+  std::vector<std::string> paths;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder))
+    paths.push_back(entry.path().string());
+  std::sort(paths.begin(), paths.end());
+  return paths;
 }
 
 }  // namespace
@@ -57,14 +68,21 @@ void BadInput::expectRow(const ToolResult& result, const std::vector<std::string
   ASSERT_EQ(said.back(), '\n');
   said = said.substr(9, said.size() - 10);
   EXPECT_TRUE(isMessage(row_, said)) << said << "\nis not: " << row_.message;
-  EXPECT_EQ(folder_.names(), before);
+  EXPECT_EQ(pathsIn(path("")), before);
   EXPECT_EQ(readFile(path("out.nv12")) == "old", row_.exitCode == 2);
   EXPECT_EQ(result.out.empty(), row_.exitCode == 2) << result.out;
 }
 
 void BadInput::run(const Arguments& arguments, const std::function<void()>& prepare) const {
-  const std::vector<std::string> before = folder_.names();
+  const std::vector<std::string> before = pathsIn(path(""));
   expectRow(runTool(arguments, prepare), before);
+}
+
+void BadInput::render(const std::string& input, const std::string& output, const Arguments& more) const {
+  Arguments all{"render",     "--input",      path(input),       "--output",
+                path(output), "--detections", path("good.jsonl")};
+  all.insert(all.end(), more.begin(), more.end());
+  run(all);
 }
 
 void BadInput::words(const Arguments& more) const {
@@ -76,7 +94,7 @@ void BadInput::words(const Arguments& more) const {
 void BadInput::pipe(const std::string& option, const std::string& name, const std::string& bytes,
                     const std::function<void()>& meanwhile) const {
   ASSERT_EQ(mkfifo(path(name).c_str(), 0600), 0);
-  const std::vector<std::string> before = folder_.names();
+  const std::vector<std::string> before = pathsIn(path(""));
   const TempFolder streams;
   const segmask::FileDescriptor out(open(streams.write("out", "").c_str(), O_WRONLY | O_CLOEXEC));
   const segmask::FileDescriptor err(open(streams.write("err", "").c_str(), O_WRONLY | O_CLOEXEC));

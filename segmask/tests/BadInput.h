@@ -32,6 +32,10 @@ class BadInput : public ::testing::Test {
 
   void option(const std::string& name, const std::string& value) const { run(rendering({{name, value}})); }
 
+  /// `segmask render` of an input that says its own size, into this output.
+  void render(const std::string& input, const std::string& output = "out.nv12",
+              const Arguments& more = {}) const;
+
   /// These words after good options.
   void words(const Arguments& more) const;
 

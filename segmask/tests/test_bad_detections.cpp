@@ -52,6 +52,8 @@ TEST_F(BadDetections, DetectionsWithoutPermission) {
 
 TEST_F(BadDetections, DetectionsEmpty) {
   detections("");
+  folder_.write("out.nv12", "old");
+  detections("\n");
 }
 
 TEST_F(BadDetections, DetectionsCutOff) {
@@ -174,7 +176,7 @@ TEST_F(BadDetections, NoFrame) {
 }
 
 TEST_F(BadDetections, FrameThatIsNoNumber) {
-  for (const char* frame : {"\"0\"", "1.5", "-1", "null", "true"}) {
+  for (const char* frame : {"\"0\"", "1.5", "0.0", "-1", "null", "true"}) {
     detections(R"({"producer": "p", "frame": )" + std::string(frame) + "}");
   }
 }
@@ -235,7 +237,8 @@ TEST_F(BadDetections, CountsWithoutSize) {
 }
 
 TEST_F(BadDetections, SizeThatIsNone) {
-  for (const char* size : {"4", "[4]", "[2, 2, 1]", "[2.5, 2]", "[0, 4]", "[-2, -2]", "[2147483648, 1]"}) {
+  for (const char* size :
+       {"4", "[4]", "[2, 2, 1]", "[2.5, 2]", "[2.0, 2]", "[0, 4]", "[-2, -2]", "[2147483648, 1]"}) {
     mask("{\"counts\": [4], \"size\": " + std::string(size) + "}");
   }
 }
@@ -246,7 +249,7 @@ TEST_F(BadDetections, SizeBeyondTheLargest) {
 }
 
 TEST_F(BadDetections, CountsThatAreNone) {
-  for (const char* counts : {"4", "{}", "[4.5]", "[\"4\"]", "[null]"}) {
+  for (const char* counts : {"4", "{}", "[4.5]", "[4.0]", "[\"4\"]", "[null]"}) {
     mask("{\"size\": [2, 2], \"counts\": " + std::string(counts) + "}");
   }
 }
@@ -289,8 +292,8 @@ TEST_F(BadDetections, CompressedCountsBeyond60Bits) {
 }
 
 TEST_F(BadDetections, PlaceThatIsNone) {
-  for (const char* at :
-       {"[0, 0, 0, 4]", "[0, 0, 4, 0]", "[0, 0, -4, 4]", "[0, 0, 4]", "[0.5, 0, 4, 4]", "\"0\""}) {
+  for (const char* at : {"[0, 0, 0, 4]", "[0, 0, 4, 0]", "[0, 0, -4, 4]", "[0, 0, 4]", "[0.5, 0, 4, 4]",
+                         "[0.0, 0, 4, 4]", "\"0\""}) {
     mask(R"({"size": [2, 2], "counts": [4], "at": )" + std::string(at) + "}");
   }
 }

@@ -78,6 +78,47 @@ TEST_F(BadOptions, SizeLargerThanTheFile) {
   option("--size", "65535x65535");
 }
 
+TEST_F(BadOptions, BothAreStandardInput) {
+  run(rendering({{"--input", "-"}, {"--detections", "-"}}));
+}
+
+// ---- The part and the encoder
+
+TEST_F(BadOptions, StartMalformed) {
+  for (const char* start : {"", "-1", "x", "1:2:3:4", "1e3", "0x10", " 1"}) option("--start", start);
+}
+
+TEST_F(BadOptions, StartPastTheEnd) {
+  option("--start", "6");
+}
+
+TEST_F(BadOptions, FramesBelow1) {
+  option("--frames", "0");
+}
+
+TEST_F(BadOptions, FramesThatAreNoNumber) {
+  for (const char* frames : {"", "-1", "1.5", "all"}) option("--frames", frames);
+}
+
+TEST_F(BadOptions, CrfOutOfRange) {
+  for (const char* crf : {"52", "-1", "x", ".", "1.2.3", "nan"}) {
+    run(rendering({{"--output", path("out.mp4")}, {"--crf", crf}}));
+  }
+}
+
+TEST_F(BadOptions, PresetMisspelt) {
+  run(rendering({{"--output", path("out.mp4")}, {"--preset", "veryfats"}}));
+}
+
+TEST_F(BadOptions, PresetUnknown) {
+  run(rendering({{"--output", path("out.mp4")}, {"--preset", "best"}}));
+}
+
+TEST_F(BadOptions, EncoderOptionsOfRawFrames) {
+  option("--crf", "20");
+  option("--preset", "fast");
+}
+
 // ---- Outputs
 
 TEST_F(BadOptions, OutputIsAFolder) {
@@ -103,6 +144,23 @@ TEST_F(BadOptions, OutputIsTheDetections) {
   option("--output", path("good.nv12"));
 }
 
+TEST_F(BadOptions, OutputExistsAndMayNotBeReplaced) {
+  folder_.write("f_003.png", "old");
+  words({"-n"});
+  Arguments sequence = rendering({{"--output", path("f_%03d.png")}});
+  sequence.push_back("-n");
+  run(sequence);
+}
+
+TEST_F(BadOptions, SequenceWithoutANumber) {
+  option("--output", path("out.png"));
+}
+
+TEST_F(BadOptions, SequenceHasTheInput) {
+  folder_.write("f_0003.png", "x");
+  run(rendering({{"--input", path("f_0003.png")}, {"--output", path("./f_%04d.png")}}));
+}
+
 TEST_F(BadOptions, OutputInAMissingFolder) {
   option("--output", path("none/out.nv12"));
 }
@@ -118,11 +176,16 @@ TEST_F(BadOptions, OutputIsADevice) {
   option("--output", path("full.nv12"));
 }
 
+// A limit on the size of files fails a write just like a full disk, at a size that a test can choose. It is
+// less than one frame as PNG.
 TEST_F(BadOptions, OutputBeyondTheLimitOnFiles) {
-  run(rendering({{"--output", path("full.nv12")}}), [] {
-    const rlimit limit{1000, 1000};
-    setrlimit(RLIMIT_FSIZE, &limit);
-  });
+  const std::string input = folder_.write("noise.nv12", noiseFrames(128, 96, 40));
+  for (const char* name : {"full.nv12", "full.y4m", "full.mp4", "full.mkv", "full_%d.png"}) {
+    run(rendering({{"--input", input}, {"--size", "128x96"}, {"--output", path(name)}}), [] {
+      const rlimit limit{20'000, 20'000};
+      setrlimit(RLIMIT_FSIZE, &limit);
+    });
+  }
 }
 
 TEST_F(BadOptions, OutputOnAFullDisk) {
@@ -277,6 +340,10 @@ TEST_F(BadOptions, OptionGivenTwice) {
   words({"--detections", path("good.jsonl")});
 }
 
+TEST_F(BadOptions, OverwritingAndNot) {
+  words({"-y", "-n"});
+}
+
 TEST_F(BadOptions, WordTooMany) {
   words({"extra"});
 }
@@ -284,12 +351,6 @@ TEST_F(BadOptions, WordTooMany) {
 TEST_F(BadOptions, LookbackThatIsNone) {
   for (const char* lookback : {"-1", "3.7", "many", "", "99999999999999999999"})
     option("--lookback", lookback);
-}
-
-TEST_F(BadOptions, SplitIntoNothing) {
-  for (const char* const frames : {"0", "-1", "1.5", "all"}) {
-    run({"batch", folder_.write("jobs.jsonl", "{}"), std::string("--split=") + frames});
-  }
 }
 
 TEST_F(BadOptions, FrameToExplainThatIsNone) {

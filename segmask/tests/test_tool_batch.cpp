@@ -387,17 +387,6 @@ TEST_F(ToolBatch, SequencesAndContactSheetsAreOutputsToo) {
   EXPECT_TRUE(fs::exists(path("out/f_01.png")));
 }
 
-TEST_F(ToolBatch, AListWithAFaultStartsNothing) {
-  add("a.nv12");
-  add("./a.nv12");
-  const ToolResult result = batch();
-  EXPECT_EQ(result.exitCode, 2);
-  EXPECT_EQ(result.out, "");
-  EXPECT_EQ(result.err, "segmask: " + path("jobs.jsonl") + ":2: " + path("out/./a.nv12") +
-                            ": the job of line 1 writes it too\n");
-  EXPECT_EQ(outputs(), Names{});
-}
-
 TEST_F(ToolBatch, CheckingStartsNothing) {
   add("a.nv12");
   const ToolResult good = batch({"--check"});
@@ -406,18 +395,6 @@ TEST_F(ToolBatch, CheckingStartsNothing) {
   add("a.nv12");
   EXPECT_EQ(batch({"--check"}).exitCode, 2);
   EXPECT_EQ(outputs(), Names{});
-}
-
-TEST_F(ToolBatch, TheResultsMustNotReplaceAFileOfTheJobs) {
-  add("a.nv12");
-  for (const char* const name :
-       {"jobs.jsonl", "d.jsonl", "in.nv12", "out/a.nv12", "out/a.nv12.segmask.json"}) {
-    const ToolResult result = batch({"--results", path(name)});
-    EXPECT_EQ(result.exitCode, 2);
-    EXPECT_EQ(result.err.rfind("segmask: " + path(name) + ": --results would replace ", 0), 0U) << result.err;
-  }
-  EXPECT_EQ(outputs(), Names{});
-  EXPECT_EQ(readFile(path("jobs.jsonl")), list_);
 }
 
 TEST_F(ToolBatchHeld, AKilledProcessIsStartedAgain) {

@@ -243,22 +243,6 @@ TEST_F(ToolDetections, WhatWasHardlyMeantSoIsWarnedOfOnce) {
   EXPECT_EQ(render(fractions, {"--no-explain"}).err, "");
 }
 
-TEST_F(ToolDetections, AFileWithoutALineIsWarnedOf) {
-  EXPECT_EQ(render("\n").err, "segmask: warning: " + folder_.path("d.jsonl") +
-                                  ": holds no line, so there was nothing to draw\n");
-  EXPECT_EQ(render(kNothingFoundLine).err, "");
-}
-
-TEST_F(ToolDetections, AMisspeltKeyOfTheConfigurationIsNamed) {
-  folder_.write("in.nv12", flatFrames(kWidth, kHeight, 1));
-  const ToolResult result = runTool({"render", "--input", folder_.path("in.nv12"), "--size", "32x16",
-                                     "--detections", folder_.write("d.jsonl", fullMaskLine(0, "p")),
-                                     "--output", folder_.path("out.nv12"), "--config", "{\"alhpa\": 1}"});
-  EXPECT_EQ(result.exitCode, 0);
-  EXPECT_EQ(result.err,
-            "segmask: warning: --config: the plug-in has no \"alhpa\"; did you mean \"alpha\"?\n");
-}
-
 TEST_F(ToolDetections, LinesPastTheEndAreMentionedOnce) {
   const ToolResult result = render(fullMaskLine(7, "p") + fullMaskLine(8, "p") + fullMaskLine(9, "p"));
   EXPECT_EQ(result.exitCode, 0);

@@ -32,20 +32,6 @@ class ToolImport : public ::testing::Test {
 
   std::string path(const std::string& name) const { return folder_.path(name); }
 
-  /// The tool ends with exit code 2 and one line that says `what`, and leaves no trace.
-  void expectRefused(const std::vector<std::string>& arguments, const std::string& what) const {
-    const std::vector<std::string> before = folder_.names();
-    std::vector<std::string> all{"import"};
-    all.insert(all.end(), arguments.begin(), arguments.end());
-    const ToolResult result = runTool(all);
-    EXPECT_EQ(result.exitCode, 2);
-    EXPECT_EQ(result.out, "");
-    EXPECT_EQ(lineCount(result.err), 1U) << result.err;
-    EXPECT_EQ(result.err.find("segmask: " + what), 0U) << result.err << "\nlacks: " << what;
-    EXPECT_EQ(folder_.names(), before);
-    EXPECT_EQ(readFile(path("c.json")), kInstances);
-  }
-
   TempFolder folder_;
 };
 
@@ -114,90 +100,12 @@ TEST_F(ToolImport, WarnsOfWhatItPassesOverAndOfColoursThatAreShared) {
                             "segmask: warning: 21 classes share 20 colours\n");
 }
 
-TEST_F(ToolImport, RefusesBadInput) {
-  expectRefused({"coco", path("none.json"), "-o", path("d.jsonl")}, path("none.json") + ": No such file");
-  expectRefused({"coco", path(""), "-o", path("d.jsonl")}, path("") + ": Is a directory");
-  const std::string bad = folder_.write("bad.json", std::string(kInstances).substr(0, 300));
-  expectRefused({"coco", bad, "-o", path("d.jsonl")}, bad + ": not JSON: the text is cut off (byte 300)");
-  expectRefused({"coco", bad, "-o", "-"}, bad + ": not JSON");
-  expectRefused({"coco", path("c.json"), "--images", path("none"), "-o", path("d.jsonl")},
-                path("none") + ": No such file");
-  expectRefused({"masks", path("c.json"), "-o", path("d.jsonl")}, path("c.json") + ": Not a directory");
-  expectRefused({"masks", path(""), "-o", path("d.jsonl")}, path("") + ": holds no .png file");
-  expectRefused({"masks", path(""), "--pattern", "x", "-o", path("d.jsonl")}, "--pattern: 'x' has to have");
-}
-
-// The result is there from the second image on, when this shows.
-TEST_F(ToolImport, WhatIsWrongLateLeavesNothingBehind) {
-  std::string text = kInstances;
-  text.replace(text.find("[0, 16, 16]"), 11, "[0, 16, 17]");
-  folder_.write("late.json", text);
-  for (const std::string& output : {path("d.jsonl"), std::string("-")}) {
-    expectRefused({"coco", path("late.json"), "-o", output, "--legend", path("legend.csv")},
-                  path("late.json") + ": annotations[1]: \"counts\" is for more pixels than \"size\" has");
-  }
-}
-
-TEST_F(ToolImport, RefusesOutputsThatCannotBe) {
-  expectRefused({"coco", path("c.json")}, "--output is required");
-  expectRefused({"coco", path("c.json"), "-o", path("none/d.jsonl")},
-                path("none/d.jsonl") + ": cannot write into the folder");
-  expectRefused({"coco", path("c.json"), "-o", path("")}, path("") + ": is a folder");
-  expectRefused({"coco", path("c.json"), "-o", path("./c.json")},
-                path("./c.json") + ": --output would replace what is imported");
-  expectRefused({"coco", path("c.json"), "-o", "-", "--legend", path("l.txt")},
-                path("l.txt") + ": a legend is a .json or .csv file");
-  expectRefused({"coco", path("c.json"), "-o", "-", "--legend", path("c.json")},
-                path("c.json") + ": --legend would replace what is imported");
-  expectRefused({"coco", path("c.json"), "-o", path("x.csv"), "--legend", path("x.csv")},
-                path("x.csv") + ": --legend and --output are the same file");
-  expectRefused({"coco", path("c.json"), "-o", "-", "--class-by", "color"},
-                "--class-by: 'color' is neither category, instance nor track");
-}
-
-// The import would succeed, and the files that it came from would be gone.
-TEST_F(ToolImport, RefusesOutputsThatAreFilesOfItsFolders) {
-  std::filesystem::create_directory(path("masks"));
-  std::filesystem::create_directory(path("pics"));
-  const std::string mask = folder_.write("masks/0_1.png", segmask::encodeGreyPng({1}, 1, 1));
-  const std::string picture = folder_.write("pics/a.png", "a picture");
-  folder_.write("pics/b.png", "a picture");
-  folder_.write("pics/c.JPG", "a picture");
-  std::filesystem::create_symlink("masks/0_1.png", path("link"));
-  const auto refused = [&](std::vector<std::string> arguments, const std::string& output,
-                           const std::string& what) {
-    const std::string maskBytes = readFile(mask);
-    arguments.insert(arguments.end(), {"-o", output});
-    expectRefused(arguments, output + ": --output would replace " + what);
-    EXPECT_EQ(readFile(mask), maskBytes);
-    EXPECT_EQ(readFile(picture), "a picture");
-  };
-  refused({"masks", path("masks")}, path("masks/0_1.png"), "what is imported");
-  refused({"masks", path("masks")}, path("masks/../masks/0_1.png"), "what is imported");
-  refused({"masks", path("masks")}, path("link"), "what is imported");
-  refused({"coco", path("c.json"), "--images", path("pics")}, path("pics/a.png"), "a picture of --images");
-  refused({"coco", path("c.json"), "--images", path("pics")}, path("pics/c.JPG"), "a picture of --images");
-  refused({"masks", path("masks"), "--images", path("pics")}, path("pics/a.png"), "a picture of --images");
-  std::filesystem::create_symlink("pics/a.png", path("legend.csv"));
-  expectRefused({"coco", path("c.json"), "--images", path("pics"), "-o", "-", "--legend", path("legend.csv")},
-                path("legend.csv") + ": --legend would replace a picture of --images");
-}
-
 TEST_F(ToolImport, ItsOutputMayStandBesideTheMasks) {
   std::filesystem::create_directory(path("masks"));
   folder_.write("masks/0_1.png", segmask::encodeGreyPng({1}, 1, 1));
   for (int run = 0; run < 2; ++run) {
     EXPECT_EQ(runTool({"import", "masks", path("masks"), "-o", path("masks/d.jsonl")}).exitCode, 0);
   }
-}
-
-TEST_F(ToolImport, RefusesOneFileUnderTwoNames) {
-  const ToolResult result =
-      runTool({"import", "coco", path("c.json"), "-o", "x.json", "--legend", "./x.json"},
-              [this] { EXPECT_EQ(chdir(path("").c_str()), 0); });
-  EXPECT_EQ(result.exitCode, 2);
-  EXPECT_EQ(result.err, "segmask: ./x.json: --legend and --output are the same file\n");
-  EXPECT_EQ(folder_.names(), std::vector<std::string>{"c.json"});
 }
 
 TEST_F(ToolImport, AClosedPipeEndsItQuietly) {
@@ -211,12 +119,6 @@ TEST_F(ToolImport, AClosedPipeEndsItQuietly) {
   const std::string text = folder_.write("m.txt", "SEG1|4|2|Dw==");
   EXPECT_EQ(waitForTool(startTool({"mask", "encode", text}, out.get(), err.get())), 141);
   EXPECT_EQ(readFile(messages), "");
-}
-
-TEST_F(ToolImport, RefusesCommandLinesThatSayTooLittle) {
-  expectRefused({}, "");
-  expectRefused({"coco", "-o", "-"}, "annotations is required");
-  expectRefused({"voc", path("c.json")}, "");
 }
 
 TEST_F(ToolImport, ADiskThatIsFullLeavesNothingBehind) {

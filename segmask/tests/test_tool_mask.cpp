@@ -35,16 +35,6 @@ class ToolMask : public ::testing::Test {
            "\nsize          4x2\ninside        4 of 8 pixels\nbox           x 0, y 0, w 4, h 1\n";
   }
 
-  void expectRefused(const std::vector<std::string>& arguments, const std::string& what) const {
-    const std::vector<std::string> before = folder_.names();
-    const ToolResult result = mask(arguments);
-    EXPECT_EQ(result.exitCode, 2);
-    EXPECT_EQ(result.out, "");
-    EXPECT_EQ(result.err.find("segmask: " + what), 0U) << result.err << "\nlacks: " << what;
-    EXPECT_EQ(lineCount(result.err), 1U);
-    EXPECT_EQ(folder_.names(), before);
-  }
-
   TempFolder folder_;
 };
 
@@ -87,35 +77,6 @@ TEST_F(ToolMask, InfoSaysFormSizePixelsAndBox) {
 TEST_F(ToolMask, ReadsStandardInput) {
   const segmask::FileDescriptor input(open(path("m.png").c_str(), O_RDONLY | O_CLOEXEC));
   EXPECT_EQ(mask({"encode", "-", "-o", "-"}, [&] { dup2(input.get(), STDIN_FILENO); }).out, kText);
-}
-
-TEST_F(ToolMask, RefusesWhatIsNoMask) {
-  const auto refused = [this](const std::string& text, const std::string& what) {
-    folder_.write("bad", text);
-    expectRefused({"decode", path("bad"), "-o", path("out.png")}, path("bad") + ": " + what);
-    expectRefused({"info", path("bad")}, path("bad") + ": " + what);
-  };
-  refused("", "is no mask: neither a PNG file, a text \"SEG1|...\" nor a JSON object");
-  refused("[1]", "is no mask: ");
-  refused("SEG1|4", "the mask text ends before its height");
-  refused("SEG1|4|0|Dw==", "the mask text's height is not 1 or more");
-  refused("SEG1|400|200|Dw==", "the mask text's data has 1 bytes, 10,000 are needed for 400x200");
-  refused("{\"size\": [2, 4]}", "\"mask\" has neither \"counts\" nor \"polygon\"");
-  refused("{\"size\": [2, 4], \"counts\": [7]}", "\"counts\" is for fewer pixels");
-  refused("{\"size\": [2, 4]", "not JSON: ");
-  refused("{\"polygon\": [[0, 0, 4, 0, 4, 1]]}",
-          "polygons, and masks of a part of the frame, need the frame's");
-  refused("\x89PNG\r\n\x1A\n and no more", "the PNG file is cut off");
-  expectRefused({"info", path("none")}, path("none") + ": No such file");
-  expectRefused({"info", path("")}, path("") + ": Is a directory");
-}
-
-TEST_F(ToolMask, RefusesOutputsThatCannotBe) {
-  expectRefused({"encode", path("m.png"), "-o", path("m.png")}, path("m.png") + ": --output would replace");
-  expectRefused({"encode", path("m.png"), "-o", path("")}, path("") + ": is a folder");
-  expectRefused({"encode", path("m.png"), "-o", path("none/x")}, path("none/x") + ": cannot write into");
-  expectRefused({"decode", path("m.json"), "--size", "4"}, path("m.json") + ": ");
-  expectRefused({}, "");
 }
 
 }  // namespace

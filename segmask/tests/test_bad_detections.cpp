@@ -26,8 +26,17 @@ std::string lineWith(const std::string& detections) {
   return R"({"frame": 1, "producer": "p", "detections": [)" + detections + "]}\n";
 }
 
+const std::string kFull = R"({"x": 0, "y": 0, "w": 9999, "h": 9999, "score": 1, "class_info": "SEG1|1|1|AQ=="})";
+
 class BadDetections : public BadInput {
  protected:
+  /// A line of these detections for the first frame.
+  void of(const std::vector<std::string>& objects) const {
+    std::string list;
+    for (const std::string& object : objects) list += (list.empty() ? "" : ", ") + object;
+    detections(R"({"frame": 0, "producer": "p", "detections": [)" + list + "]}\n");
+  }
+
   void detections(const std::string& text) const { option("--detections", folder_.write("bad.jsonl", text)); }
 
   /// A line with this mask, after a good one.
@@ -216,6 +225,46 @@ TEST_F(BadDetections, FramesPastTheEndWhenStrict) {
 
 TEST_F(BadDetections, FramesCountedFrom1) {
   detections(fullMaskLine(1, "p"));
+}
+
+// ---- What is read, and was hardly meant so
+
+TEST_F(BadDetections, BoxesInFractions) {
+  of({R"({"x": 0, "y": 0, "w": 1, "h": 1, "score": 1, "class_info": "SEG1|1|1|AQ=="})",
+      R"({"x": 0.1, "y": 0, "w": 0.5, "h": 1, "score": 1, "class_info": "SEG1|1|1|AQ=="})"});
+}
+
+TEST_F(BadDetections, BoxesOutside) {
+  const std::string outside = R"({"x": 900, "y": 0, "w": 9, "h": 9, "score": 1, "class_info": "SEG1|1|1|AQ=="})";
+  of({kFull, outside, outside});
+}
+
+TEST_F(BadDetections, NumberThatIsAText) {
+  of({kFull, R"({"class_id": "person", "x": 0, "y": 0, "w": 9, "h": 9, "score": 1, "class_info": "SEG1|1|1|AQ=="})"});
+}
+
+TEST_F(BadDetections, MemberMisspelt) {
+  of({kFull, R"({"scor": 1, "x": 0, "y": 0, "w": 9, "h": 9, "class_info": "SEG1|1|1|AQ=="})"});
+}
+
+TEST_F(BadDetections, MaskByAnotherName) {
+  of({kFull, R"({"x": 0, "y": 0, "w": 9, "h": 9, "score": 1, "segmentation": [[1, 2, 3, 4, 5, 6]]})"});
+}
+
+TEST_F(BadDetections, MaskTextThatLooksLikeRunLengths) {
+  of({kFull, R"({"x": 0, "y": 0, "w": 9, "h": 9, "score": 1, "class_info": "oW14e01O0kN"})"});
+}
+
+TEST_F(BadDetections, MaskCroppedToItsBox) {
+  of({R"({"x": 1, "y": 0, "w": 8, "h": 8, "score": 1, "class_info": "SEG1|8|8|//////////8="})"});
+}
+
+TEST_F(BadDetections, ListByAnotherName) {
+  detections(R"({"frame": 0, "producer": "p", "dets": [)" + kFull + "]}\n" + fullMaskLine(1, "p"));
+}
+
+TEST_F(BadDetections, NothingVisible) {
+  of({R"({"x": 0, "y": 0, "w": 0, "h": 8, "score": 1, "class_info": "SEG1|1|1|AQ=="})"});
 }
 
 // ---- Compact masks

@@ -26,7 +26,8 @@ std::string lineWith(const std::string& detections) {
   return R"({"frame": 1, "producer": "p", "detections": [)" + detections + "]}\n";
 }
 
-const std::string kFull = R"({"x": 0, "y": 0, "w": 9999, "h": 9999, "score": 1, "class_info": "SEG1|1|1|AQ=="})";
+const std::string kFull =
+    R"({"x": 0, "y": 0, "w": 9999, "h": 9999, "score": 1, "class_info": "SEG1|1|1|AQ=="})";
 
 class BadDetections : public BadInput {
  protected:
@@ -235,12 +236,14 @@ TEST_F(BadDetections, BoxesInFractions) {
 }
 
 TEST_F(BadDetections, BoxesOutside) {
-  const std::string outside = R"({"x": 900, "y": 0, "w": 9, "h": 9, "score": 1, "class_info": "SEG1|1|1|AQ=="})";
+  const std::string outside =
+      R"({"x": 900, "y": 0, "w": 9, "h": 9, "score": 1, "class_info": "SEG1|1|1|AQ=="})";
   of({kFull, outside, outside});
 }
 
 TEST_F(BadDetections, NumberThatIsAText) {
-  of({kFull, R"({"class_id": "person", "x": 0, "y": 0, "w": 9, "h": 9, "score": 1, "class_info": "SEG1|1|1|AQ=="})"});
+  of({kFull,
+      R"({"class_id": "person", "x": 0, "y": 0, "w": 9, "h": 9, "score": 1, "class_info": "SEG1|1|1|AQ=="})"});
 }
 
 TEST_F(BadDetections, MemberMisspelt) {

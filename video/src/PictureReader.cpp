@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
+#include <string_view>
 #include <utility>
 
 #include "io/FileDescriptor.h"
@@ -9,6 +10,7 @@
 #include "io/file_names.h"
 #include "src/Nv12Converter.h"
 #include "src/Orientation.h"
+#include "src/png_chunks.h"
 #include "video/pictures.h"
 
 namespace fs = std::filesystem;
@@ -62,7 +64,11 @@ AVFramePtr decode(const std::string& path) {
   if (error == 0) error = avcodec_send_packet(decoder.get(), nullptr);
   if (error == 0) error = avcodec_receive_frame(decoder.get(), picture.get());
   if (error == AVERROR(ENOMEM)) throw std::bad_alloc();
-  if (error < 0) throw UserError(path + ": the picture is damaged");
+  const std::string_view bytes(reinterpret_cast<const char*>(file->data),
+                               static_cast<std::size_t>(file->size));
+  if (error < 0 || (id == AV_CODEC_ID_PNG && !hasAllPngRows(bytes))) {
+    throw UserError(path + ": the picture is damaged");
+  }
   return picture;
 }
 

@@ -4,8 +4,10 @@
 #include <array>
 #include <cstring>
 #include <new>
+#include <optional>
 
 #include "io/UserError.h"
+#include "src/png_chunks.h"
 #include "video/PngEncoder.h"
 #include "video/libav_handles.h"
 
@@ -13,7 +15,6 @@ namespace segmask {
 namespace {
 
 constexpr char kSignature[] = "\x89PNG\r\n\x1A\n";
-constexpr std::size_t kSignatureBytes = 8;
 constexpr char kDamaged[] = "the PNG file is damaged or cut off";
 
 constexpr char kHeaderKind[] = "IHDR";
@@ -29,23 +30,12 @@ constexpr std::size_t kHeaderBytes = 33;
 constexpr char kColorKindGrey = 0;
 constexpr char kColorKindPalette = 3;
 
-/// A chunk is the number of its data's bytes, four letters, the data and a checksum.
-constexpr std::size_t kChunkKindAt = 4;
-constexpr std::size_t kChunkDataAt = 8;
-constexpr std::size_t kChunkFrameBytes = 12;
-
-uint32_t bigEndian(const std::string& bytes, std::size_t at) {
-  uint32_t number = 0;
-  for (std::size_t i = 0; i < 4; ++i) number = number << 8 | static_cast<unsigned char>(bytes[at + i]);
-  return number;
-}
-
 /// Looks at the header before anything is decoded.
 void checkHeader(const std::string& bytes) {
   if (!isPng(bytes)) throw UserError("is no PNG file");
   if (bytes.size() < kHeaderBytes) throw UserError("the PNG file is cut off");
   if (bytes.compare(kHeaderKindAt, 4, kHeaderKind) != 0) throw UserError(kDamaged);
-  const uint64_t pixels = uint64_t{bigEndian(bytes, kWidthAt)} * bigEndian(bytes, kHeightAt);
+  const uint64_t pixels = uint64_t{bigEndian32(bytes, kWidthAt)} * bigEndian32(bytes, kHeightAt);
   if (pixels > static_cast<uint64_t>(kMostMaskPicturePixels)) {
     throw UserError("has more than " + std::to_string(kMostMaskPicturePixels) + " pixels");
   }
@@ -68,20 +58,17 @@ AVFramePtr decode(const std::string& bytes) {
   int error = avcodec_send_packet(decoder.get(), packet.get());
   if (error == 0) error = avcodec_receive_frame(decoder.get(), picture.get());
   if (error == AVERROR(ENOMEM)) throw std::bad_alloc();
-  if (error < 0) throw UserError(kDamaged);
+  if (error < 0 || !hasAllPngRows(bytes)) throw UserError(kDamaged);
   return picture;
 }
 
 /// The data of the chunk that says which palette indices, or which value of grey or colours, are transparent.
 /// Empty where there is none before the picture's own data.
 std::string transparencyOf(const std::string& bytes) {
-  std::size_t at = kSignatureBytes;
-  while (bytes.size() - at >= kChunkFrameBytes) {
-    const std::size_t size = bigEndian(bytes, at);
-    const std::string kind = bytes.substr(at + kChunkKindAt, 4);
-    if (kind == "IDAT" || size > bytes.size() - at - kChunkFrameBytes) break;
-    if (kind == "tRNS") return bytes.substr(at + kChunkDataAt, size);
-    at += kChunkFrameBytes + size;
+  std::size_t at = kPngSignatureBytes;
+  while (const std::optional<PngChunk> chunk = nextPngChunk(bytes, at)) {
+    if (chunk->kind == "IDAT") break;
+    if (chunk->kind == "tRNS") return std::string(chunk->data);
   }
   return {};
 }
@@ -149,7 +136,7 @@ void takeRow(const uint8_t* row, std::size_t width, PixelForm form, uint8_t* val
 }  // namespace
 
 bool isPng(const std::string& bytes) {
-  return bytes.compare(0, kSignatureBytes, kSignature, kSignatureBytes) == 0;
+  return bytes.compare(0, kPngSignatureBytes, kSignature, kPngSignatureBytes) == 0;
 }
 
 MaskPicture decodeMaskPicture(const std::string& bytes) {

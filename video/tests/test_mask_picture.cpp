@@ -78,6 +78,43 @@ const char kHeaderSecond[] =
     "512c79850000000d49484452000000030000000108000000003e8b4b680000000c49444154789c636064620600"
     "000e0007d76fe4780000000049454e44ae426082";
 
+// Whole in all but their image data, which end early.
+
+/// 3 x 2 in grey, with the first row alone.
+const char kOneRowOfTwo[] =
+    "89504e470d0a1a0a0000000d4948445200000003000000020800000000b81f39c60000000c4944415478da6360"
+    "6064020000080004081d630a0000000049454e44ae426082";
+
+/// The same with all but the last pixel.
+const char kOnePixelMissing[] =
+    "89504e470d0a1a0a0000000d4948445200000003000000020800000000b81f39c60000000f4944415478da6360"
+    "60646260660000001a0007570af68e0000000049454e44ae426082";
+
+/// 1 x 2000 in grey, with 1999 rows.
+const char kOneRowOf2000Missing[] =
+    "89504e470d0a1a0a0000000d4948445200000001000007d0080000000026bb6a510000001c4944415478daedc2"
+    "310d0000000220ed5fda183e0cd20000000057030c9207d0a7ecc2de0000000049454e44ae426082";
+
+/// 1 x 2 in colours, with the first row alone.
+const char kOneColourOfTwo[] =
+    "89504e470d0a1a0a0000000d494844520000000100000002080200000016e321700000000c4944415478da63f8"
+    "cfc0000003010100f70341430000000049454e44ae426082";
+
+/// 3 x 2 in grey, interlaced, without the row of the last pass.
+const char kLastPassMissing[] =
+    "89504e470d0a1a0a0000000d4948445200000003000000020800000001cf1809500000000e4944415478da6360"
+    "606062600400000d0004ca6189990000000049454e44ae426082";
+
+/// 0 1 2 / 3 4 5 in grey, interlaced.
+const char kInterlaced[] =
+    "89504e470d0a1a0a0000000d4948445200000003000000020800000001cf180950000000124944415478da6360"
+    "6060626064606661050000330010417e56d20000000049454e44ae426082";
+
+/// 0 1 2 / 3 0 200 in grey, the data in two chunks.
+const char kTwoChunks[] =
+    "89504e470d0a1a0a0000000d4948445200000003000000020800000000b81f39c6000000054944415478da6360"
+    "60ae19d4bc0000000b494441546462606638010000e900cfeee92bb30000000049454e44ae426082";
+
 std::string bytesOf(const std::string& digits) {
   std::string bytes;
   for (std::size_t i = 0; i < digits.size(); i += 2) {
@@ -137,6 +174,19 @@ TEST(MaskPicture, RefusesWhatIsNoWholePngFileOfEightBits) {
   std::string damaged = file;
   damaged[45] = static_cast<char>(damaged[45] ^ 1);
   EXPECT_EQ(refusal(damaged), "the PNG file is damaged or cut off");
+}
+
+// The rows that are missing would be outside.
+TEST(MaskPicture, RefusesImageDataThatEndBeforeTheLastPixel) {
+  for (const char* file :
+       {kOneRowOfTwo, kOnePixelMissing, kOneRowOf2000Missing, kOneColourOfTwo, kLastPassMissing}) {
+    EXPECT_EQ(refusal(bytesOf(file)), "the PNG file is damaged or cut off") << file;
+  }
+}
+
+TEST(MaskPicture, TheDataMayBeInterlacedOrInSeveralChunks) {
+  EXPECT_EQ(decoded(kInterlaced).values, (Values{0, 1, 2, 3, 4, 5}));
+  EXPECT_EQ(decoded(kTwoChunks).values, (Values{0, 1, 2, 3, 0, 200}));
 }
 
 // A file of a few bytes could ask for any amount of memory.

@@ -158,6 +158,11 @@ TEST_F(Pictures, ThatAreDamagedEndTheReading) {
   char& last = checksum[png.size() - 13];
   last = static_cast<char>(last ^ 1);
   EXPECT_EQ(message("cut", checksum), cut);
+  // Two rows of three pixels in grey, of which the data have the first one.
+  const char oneRowOfTwo[] =
+      "\x89PNG\r\n\x1A\n\0\0\0\x0DIHDR\0\0\0\3\0\0\0\2\x08\0\0\0\0\xB8\x1F\x39\xC6"
+      "\0\0\0\x0CIDAT\x78\xDA\x63\x60\x60\x64\2\0\0\x08\0\4\x08\x1D\x63\x0A\0\0\0\0IEND\xAE\x42\x60\x82";
+  EXPECT_EQ(message("cut", std::string(oneRowOfTwo, sizeof oneRowOfTwo - 1)), cut);
   std::string rubbish = jpeg;
   rubbish.replace(jpeg.size() - 60, 20, 20, '\x7F');
   EXPECT_EQ(message("cut", rubbish), cut);

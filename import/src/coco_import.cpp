@@ -57,7 +57,9 @@ class CocoImporter {
       size_ = {frame.image->width, frame.image->height};
       taken_ = 0;
       const CocoFile::Range range = file_.annotationsOf(frame.image->id);
-      for (auto place = range.begin; place != range.end; ++place) importAnnotation(*place);
+      for (auto place = range.begin; place != range.end && !Interrupt::requested(); ++place) {
+        importAnnotation(*place);
+      }
     }
     lines_.endFrame();
   }

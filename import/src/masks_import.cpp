@@ -70,7 +70,7 @@ class MaskImporter {
     std::array<bool, 256> isThere{};
     for (const uint8_t value : picture.values) isThere[value] = true;
     std::vector<uint8_t> pixels(picture.values.size());
-    for (std::size_t value = 1; value < isThere.size(); ++value) {
+    for (std::size_t value = 1; value < isThere.size() && !Interrupt::requested(); ++value) {
       if (!isThere[value]) continue;
       std::transform(picture.values.begin(), picture.values.end(), pixels.begin(),
                      [value](uint8_t pixel) { return static_cast<uint8_t>(pixel == value ? 1 : 0); });

@@ -96,9 +96,11 @@ class MaskImporter {
 
   int classOf(const MaskFile& file, uint64_t instance) {
     if (classBy_ == ClassBy::Category) return classes_.number(file.category, file.category);
-    const bool isTrack = classBy_ == ClassBy::Track;
-    const std::string number = std::to_string(isTrack ? instance : taken_);
-    return classes_.number(number, (isTrack ? "track " : "instance ") + number);
+    const std::string number = std::to_string(classBy_ == ClassBy::Track ? instance : taken_);
+    const std::string kind = classBy_ == ClassBy::Instance ? "instance"
+                             : file.category.empty()       ? "track"
+                                                           : file.category;
+    return classes_.number(kind + " " + number, kind + " " + number);
   }
 
   static std::string sizeText(int width, int height) {

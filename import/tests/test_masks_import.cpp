@@ -163,5 +163,13 @@ TEST_F(MasksImport, EachCategoryMayCountItsInstances) {
   EXPECT_EQ(import("{frame}_{category}_{instance}.png").error, "");
 }
 
+// Each may count from the start, so one number is not one object.
+TEST_F(MasksImport, ATrackIsOfItsCategory) {
+  mask("7_cat_3.png", kBottomLeft);
+  mask("7_dog_3.png", kRightColumn);
+  mask("8_dog_3.png", kBottomLeft);
+  EXPECT_EQ(import("{frame}_{category}_{instance}.png").classes.names(), (Names{"cat 3", "dog 3"}));
+}
+
 }  // namespace
 }  // namespace segmask

@@ -3,6 +3,7 @@
 #include <charconv>
 
 #include "io/UserError.h"
+#include "io/utf8.h"
 
 namespace segmask {
 namespace {
@@ -91,6 +92,7 @@ bool CocoRecordHandler::RawNumber(const char* text, rapidjson::SizeType size, bo
 
 bool CocoRecordHandler::String(const char* text, rapidjson::SizeType size, bool copy) {
   if (isMember() && text_) {
+    if (!isUtf8({text, size})) throw UserError("\"" + key_ + "\" is not UTF-8");
     text_->emplace(text, size);
   } else {
     refuseIfUsed();

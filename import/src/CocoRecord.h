@@ -27,7 +27,7 @@ struct CocoRecord {
 };
 
 /// Reads one JSON object from the events of RapidJSON's reader. Throws UserError, which names the member,
-/// when one that is used is of another kind.
+/// when one that is used is of another kind or a text that is not UTF-8.
 class CocoRecordHandler : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, CocoRecordHandler> {
  public:
   /// With `keepsSegmentation` false that member stays empty.

@@ -9,6 +9,7 @@
 #include "io/UserError.h"
 #include "io/file_names.h"
 #include "io/reading.h"
+#include "io/utf8.h"
 #include "src/picture_names.h"
 
 namespace segmask {
@@ -23,6 +24,9 @@ std::vector<NamedFile> namedFiles(const std::string& folder, const NamePattern& 
     const std::string path = (std::filesystem::path(folder) / name).string();
     const std::optional<MaskFileName> fields = pattern.match(name);
     if (!fields) throw UserError(path + ": the name does not fit the pattern (--pattern)");
+    if (!isUtf8(fields->category)) {
+      throw UserError(path + ": the category in the name is not UTF-8, as the legend needs it");
+    }
     files.emplace_back(path, *fields);
   }
   if (files.empty()) throw UserError(folder + ": holds no .png file");

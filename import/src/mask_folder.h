@@ -25,8 +25,8 @@ struct MaskFolder {
 
 /// Finds the PNG files of `folder` and the frames that they belong to. {frame} is a frame's number, {image} a
 /// picture's name. Without `images`, frames with {image} are numbered in the order of those names. Throws
-/// UserError for a folder without PNG files, a name that does not fit the pattern, a frame that has no
-/// picture, and two files that say the same of frame, instance and category.
+/// UserError for a folder without PNG files, a name that does not fit the pattern, a category that is not
+/// UTF-8, a frame that has no picture, and two files that say the same of frame, instance and category.
 MaskFolder readMaskFolder(const std::string& folder, const NamePattern& pattern,
                           const std::optional<std::string>& images);
 

@@ -216,6 +216,25 @@ TEST_F(CocoImport, RefusesImagesAndCategoriesThatAreNone) {
                 "categories[0]: has no \"name\"");
 }
 
+// The lines and the legend would be no JSON. Python writes a byte of a name that is no text as \udcff.
+TEST_F(CocoImport, RefusesNamesThatAreNotUtf8) {
+  for (const char* name : {"a\xFF", "\xED\xA0\x80", "\\udcff"}) {
+    const std::string text = std::string("\"") + name + "\"";
+    expectRefused(
+        R"({"annotations": [], "images": [{"id": 1, "width": 1, "height": 1, "file_name": )" + text + "}]}",
+        "images[0]: \"file_name\" is not UTF-8");
+    expectRefused(R"({"annotations": [], "images": [], "categories": [{"id": 1, "name": )" + text + "}]}",
+                  "categories[0]: \"name\" is not UTF-8");
+  }
+}
+
+TEST_F(CocoImport, RefusesPicturesWhoseNamesAreNotUtf8) {
+  std::filesystem::create_directory(folder_.path("pictures"));
+  source_.images = folder_.path("pictures");
+  const std::string picture = folder_.write("pictures/\xE4.png", "");
+  EXPECT_EQ(import(instances("")).error, picture + ": the name is not UTF-8, as the lines need it");
+}
+
 TEST_F(CocoImport, RefusesAnnotationsOfNothing) {
   expectRefused(
       instances(annotation(7, 1, kRuns) + R"(, {"image_id": 7, "segmentation": [[0, 0, 2, 0, 2, 2]]})"),

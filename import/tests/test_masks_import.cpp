@@ -171,5 +171,12 @@ TEST_F(MasksImport, ATrackIsOfItsCategory) {
   EXPECT_EQ(import("{frame}_{category}_{instance}.png").classes.names(), (Names{"cat 3", "dog 3"}));
 }
 
+TEST_F(MasksImport, RefusesCategoriesThatAreNotUtf8) {
+  const std::string file = mask("0_\xE4_1.png", kBottomLeft);
+  EXPECT_EQ(import("{frame}_{category}_{instance}.png").error,
+            file + ": the category in the name is not UTF-8, as the legend needs it");
+  EXPECT_EQ(import("{image}_{instance}.png").error, "");
+}
+
 }  // namespace
 }  // namespace segmask

@@ -9,31 +9,18 @@
 #include <vector>
 
 #include "host/verdict_words.h"
+#include "io/utf8.h"
 
 namespace segmask {
 namespace {
 
 const char kReplacement[] = "\xEF\xBF\xBD";  // U+FFFD
 
-/// The number of bytes of the character in UTF-8 that begins at `at`; 0 where none does.
-std::size_t characterBytes(const std::string& text, std::size_t at) {
-  const auto byte = [&text](std::size_t index) {
-    return index < text.size() ? static_cast<unsigned char>(text[index]) : 0U;
-  };
-  const unsigned lead = byte(at);
-  if (lead < 0x80) return 1;
-  const std::size_t size = lead >= 0xC2 && lead < 0xE0   ? 2
-                           : lead >= 0xE0 && lead < 0xF0 ? 3
-                           : lead >= 0xF0 && lead < 0xF5 ? 4
-                                                         : 0;
-  for (std::size_t i = 1; i < size; ++i) {
-    if ((byte(at + i) & 0xC0U) != 0x80U) return 0;
-  }
-  const unsigned second = byte(at + 1);
-  const bool isTooLong = (lead == 0xE0 && second < 0xA0) || (lead == 0xF0 && second < 0x90);
-  const bool isBeyond = (lead == 0xED && second > 0x9F) || (lead == 0xF4 && second > 0x8F);
-  const bool isControl = lead == 0xC2 && second < 0xA0;
-  return isTooLong || isBeyond || isControl ? 0 : size;
+/// The number of bytes of the character that begins at `at`; 0 where none does that a page can show.
+std::size_t shownBytes(const std::string& text, std::size_t at) {
+  const std::size_t size = utf8CharacterBytes(text, at);
+  const bool isControl = size == 2 && text[at] == '\xC2' && static_cast<unsigned char>(text[at + 1]) < 0xA0;
+  return isControl ? 0 : size;
 }
 
 /// The picture of a control byte, of which U+2421 is that of DEL.
@@ -67,7 +54,7 @@ std::string htmlText(const std::string& text) {
   std::string html;
   html.reserve(text.size());
   for (std::size_t at = 0; at < text.size();) {
-    const std::size_t size = characterBytes(text, at);
+    const std::size_t size = shownBytes(text, at);
     if (size == 1) {
       html += asciiText(text[at]);
     } else if (size == 0) {

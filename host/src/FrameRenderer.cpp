@@ -1,6 +1,7 @@
 #include "host/FrameRenderer.h"
 
 #include <chrono>
+#include <new>
 #include <string>
 
 #include "io/UserError.h"
@@ -40,6 +41,8 @@ FrameRenderer::Result FrameRenderer::render(uint64_t number, Frame& frame, const
   const std::string prefix = "frame " + std::to_string(number) + ": ";
   try {
     return renderUnchecked(number, frame, inputs);
+  } catch (const std::bad_alloc&) {
+    throw UserError(prefix + "out of memory");
   } catch (const std::exception& error) {
     throw UserError(prefix + error.what());
   } catch (...) {

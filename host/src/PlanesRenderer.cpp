@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <exception>
 #include <limits>
+#include <new>
 #include <string>
 
 #include "host/CudaStream.h"
@@ -70,10 +71,13 @@ bool PlanesRenderer::render(IRenderPlugin& plugin, uint64_t number, Plane y, Pla
   const bool inPlace =
       inPlace_ && rise(y, static_cast<std::size_t>(layout_.width)) && rise(uv, layout_.chromaRowBytes());
   if (!inPlace) return renderCopy(plugin, number, y, uv, inputs);
+  const std::string prefix = "frame " + std::to_string(number) + ": ";
   try {
     return inPlace_->render(plugin, number, y, uv, inputs);
+  } catch (const std::bad_alloc&) {
+    throw UserError(prefix + "out of memory");
   } catch (const std::exception& error) {
-    throw UserError("frame " + std::to_string(number) + ": " + error.what());
+    throw UserError(prefix + error.what());
   }
 }
 

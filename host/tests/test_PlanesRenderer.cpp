@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <new>
 #include <string>
 #include <utility>
 #include <vector>
@@ -10,6 +11,8 @@
 #include "host/FrameRenderer.h"
 #include "host/PlanesRenderer.h"
 #include "host/PluginHost.h"
+#include "io/UserError.h"
+#include "test_support/IdlePlugin.h"
 
 namespace segmask {
 namespace {
@@ -125,6 +128,32 @@ TEST_F(PlanesRendererTest, WithNothingToDrawThePlanesAreAsTheyWere) {
   PaddedFrame planes(frame());
   EXPECT_FALSE(renderer_.render(host_.plugin(), 0, planes.y.plane(), planes.uv.plane(), inputs_));
   EXPECT_EQ(planes.y.bytes(), PaddedFrame(frame()).y.bytes());
+}
+
+class HungryPlugin : public IdlePlugin {
+ public:
+  void render(RenderContext&) override { throw std::bad_alloc(); }
+};
+
+template <class Draw>
+std::string messageOf(const Draw& draw) {
+  try {
+    draw();
+  } catch (const UserError& error) {
+    return error.what();
+  }
+  return "no error";
+}
+
+TEST_F(PlanesRendererTest, WantOfMemoryIsSaidInWordsWithTheFrame) {
+  advance(kTwo);
+  HungryPlugin plugin;
+  Frame copied = frame();
+  copying_.use(plugin);
+  EXPECT_EQ(messageOf([&] { copying_.render(7, copied, inputs_); }), "frame 7: out of memory");
+  PaddedFrame planes(frame());
+  EXPECT_EQ(messageOf([&] { renderer_.render(plugin, 7, planes.y.plane(), planes.uv.plane(), inputs_); }),
+            "frame 7: out of memory");
 }
 
 }  // namespace

@@ -28,11 +28,15 @@ std::string keyOf(const std::string& picture, bool isResult) {
 
 using Images = std::unordered_map<std::string, const CocoImage*>;
 
+/// Throws UserError when two images are one picture.
 Images imagesByKey(const CocoFile& file) {
   Images images;
   for (const CocoImage& image : file.images()) {
     const std::string key = keyOf(image, file.isResultList());
-    if (!images.emplace(key, &image).second) throw UserError(file.name() + ": two images are " + key);
+    const auto [first, isNew] = images.emplace(key, &image);
+    if (isNew) continue;
+    throw UserError(file.name() + ": images: those with the \"id\" " + std::to_string(first->second->id) +
+                    " and " + std::to_string(image.id) + " are both " + key);
   }
   return images;
 }
@@ -55,11 +59,11 @@ void refuseMissing(const CocoFile& file, const Images& left, const std::string& 
 
 std::vector<CocoFrame> framesOf(const CocoFile& file, const std::optional<std::string>& folder) {
   std::vector<CocoFrame> frames;
+  Images left = imagesByKey(file);
   if (!folder) {
     for (const CocoImage& image : file.images()) frames.push_back({&image, image.name});
     return frames;
   }
-  Images left = imagesByKey(file);
   for (std::string& picture : pictureNames(*folder)) {
     const auto found = left.find(keyOf(picture, file.isResultList()));
     frames.push_back({found == left.end() ? nullptr : found->second, std::move(picture)});

@@ -235,6 +235,18 @@ TEST_F(CocoImport, RefusesPicturesWhoseNamesAreNotUtf8) {
   EXPECT_EQ(import(instances("")).error, picture + ": the name is not UTF-8, as the lines need it");
 }
 
+// Lines name their pictures without folders, so the masks of both would be drawn on one.
+TEST_F(CocoImport, RefusesTwoImagesOfOneNameWithAFolderOfPicturesAndWithout) {
+  const std::string file = R"({"annotations": [], "images": [
+    {"id": 4, "file_name": "cam0/1.png", "width": 1, "height": 1},
+    {"id": 9, "file_name": "cam1/1.png", "width": 1, "height": 1}]})";
+  expectRefused(file, "images: those with the \"id\" 4 and 9 are both 1.png");
+  std::filesystem::create_directory(folder_.path("pictures"));
+  folder_.write("pictures/1.png", "");
+  source_.images = folder_.path("pictures");
+  expectRefused(file, "images: those with the \"id\" 4 and 9 are both 1.png");
+}
+
 TEST_F(CocoImport, RefusesAnnotationsOfNothing) {
   expectRefused(
       instances(annotation(7, 1, kRuns) + R"(, {"image_id": 7, "segmentation": [[0, 0, 2, 0, 2, 2]]})"),

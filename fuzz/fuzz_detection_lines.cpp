@@ -3,17 +3,15 @@
 // in that case a third, for how much, so that the end of the reader's first block falls anywhere; then the
 // file.
 
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <optional>
 #include <utility>
 
 #include "fuzz/FuzzInput.h"
+#include "fuzz/MemoryFile.h"
 #include "fuzz/fuzz_target.h"
+#include "fuzz/reference_compact_mask.h"
 #include "fuzz/reference_json.h"
-#include "fuzz/reference_masks.h"
 #include "fuzz/reference_numbers.h"
 #include "host/DetectionStream.h"
 #include "io/UserError.h"
@@ -29,29 +27,8 @@ constexpr int kWidth = 19;
 constexpr int kHeight = 7;
 constexpr std::int64_t kMostPixels = std::int64_t{1} << 28;
 constexpr std::int64_t kMostPixelsOfALine = std::int64_t{1} << 33;
-// The model goes pixel by pixel and grid point by grid point.
-constexpr std::int64_t kMostModelledPixels = 1 << 16;
-constexpr double kMostModelled = 2000;
-constexpr double kMostCoordinate = 1 << 28;
 
 constexpr std::size_t kBlock = 65536;
-
-// A file in memory.
-class File {
- public:
-  explicit File(const std::string& bytes) : descriptor_(memfd_create("lines", MFD_CLOEXEC)) {
-    const ssize_t written = write(descriptor_, bytes.data(), bytes.size());
-    fuzz::check(written == static_cast<ssize_t>(bytes.size()), "the file is written");
-  }
-  ~File() { close(descriptor_); }
-  File(const File&) = delete;
-  File& operator=(const File&) = delete;
-
-  std::string path() const { return "/proc/self/fd/" + std::to_string(descriptor_); }
-
- private:
-  int descriptor_;
-};
 
 // One line as the rules read: what it says, what is wrong with it, or nothing of either if it is blank.
 struct Line {
@@ -74,19 +51,6 @@ std::string errorOf(const reference::JsonValue& object) {
   return "";
 }
 
-// The numbers of an array of so many whole ones; else nothing.
-std::optional<std::vector<std::int64_t>> wholeNumbers(const Json* value, std::size_t count) {
-  if (value == nullptr || value->kind != Kind::Array || value->values.size() != count) return std::nullopt;
-  std::vector<std::int64_t> numbers;
-  for (const Json& element : value->values) {
-    if (element.kind != Kind::Int || element.integer != static_cast<std::int32_t>(element.integer)) {
-      return std::nullopt;
-    }
-    numbers.push_back(element.integer);
-  }
-  return numbers;
-}
-
 // The pixels that a mask's text has; nothing if its form is wrong.
 std::optional<std::int64_t> pixelsOf(const Json& mask) {
   if (mask.kind != Kind::Object) return std::nullopt;
@@ -96,63 +60,13 @@ std::optional<std::int64_t> pixelsOf(const Json& mask) {
     if (hasCounts || mask.member("size") != nullptr || at != nullptr) return std::nullopt;
     return kWidth * kHeight;
   }
-  const auto size = wholeNumbers(mask.member("size"), 2);
+  const auto size = reference::wholeNumbers(mask.member("size"), 2);
   if (!hasCounts || !size || (*size)[0] < 1 || (*size)[1] < 1) return std::nullopt;
   if ((*size)[0] * (*size)[1] > kMostPixels) return std::nullopt;
   if (at == nullptr) return (*size)[0] * (*size)[1];
-  const auto place = wholeNumbers(at, 4);
+  const auto place = reference::wholeNumbers(at, 4);
   if (!place || (*place)[2] < 1 || (*place)[3] < 1) return std::nullopt;
   return kWidth * kHeight;
-}
-
-std::optional<std::vector<reference::PolygonPoints>> polygonsOf(const Json& list, bool& gaveUp) {
-  if (list.kind != Kind::Array || list.values.empty()) return std::nullopt;
-  std::vector<reference::PolygonPoints> polygons;
-  for (const Json& numbers : list.values) {
-    const std::size_t count = numbers.values.size();
-    if (numbers.kind != Kind::Array || count < 6 || count % 2 != 0) return std::nullopt;
-    polygons.emplace_back();
-    for (std::size_t i = 0; i < count; ++i) {
-      const Json& value = numbers.values[i];
-      if (value.kind != Kind::Int && value.kind != Kind::Double) return std::nullopt;
-      const double number = value.kind == Kind::Int ? static_cast<double>(value.integer) : value.number;
-      if (!(number >= -kMostCoordinate && number <= kMostCoordinate)) return std::nullopt;
-      gaveUp = gaveUp || number < -kMostModelled || number > kMostModelled;
-      if (i % 2 == 0) polygons.back().emplace_back(number, 0.0);
-      polygons.back().back().second = number;
-    }
-  }
-  return polygons;
-}
-
-std::optional<std::vector<std::int64_t>> runsOf(const Json& counts) {
-  if (counts.kind == Kind::String) return reference::readCompressedRuns(counts.text);
-  if (counts.kind != Kind::Array) return std::nullopt;
-  std::vector<std::int64_t> runs;
-  for (const Json& count : counts.values) {
-    if (count.kind != Kind::Int) return std::nullopt;
-    runs.push_back(count.integer);
-  }
-  return runs;
-}
-
-// Of a mask whose form is right; nothing if what it says is wrong.
-std::optional<std::string> textOf(const Json& mask, bool& gaveUp) {
-  if (const Json* const polygon = mask.member("polygon")) {
-    const auto polygons = polygonsOf(*polygon, gaveUp);
-    if (!polygons || gaveUp) return std::nullopt;
-    return reference::maskText(reference::maskOfPolygons(*polygons, kWidth, kHeight));
-  }
-  const auto size = wholeNumbers(mask.member("size"), 2);
-  gaveUp = (*size)[0] * (*size)[1] > kMostModelledPixels;
-  const auto runs = runsOf(*mask.member("counts"));
-  if (!runs || gaveUp) return std::nullopt;
-  const auto pixels =
-      reference::maskOfRuns(*runs, static_cast<int>((*size)[1]), static_cast<int>((*size)[0]));
-  const auto at = wholeNumbers(mask.member("at"), 4);
-  if (!pixels || !at) return pixels ? std::optional(reference::maskText(*pixels)) : std::nullopt;
-  const reference::Place place{(*at)[0], (*at)[1], (*at)[2], (*at)[3]};
-  return reference::maskText(reference::placed(*pixels, place, kWidth, kHeight));
 }
 
 // Replaces the masks of the line's detections by their texts.
@@ -179,15 +93,15 @@ void expandMasks(Line& line) {
   }
   for (std::size_t i = 0; i < elements.size(); ++i) {
     if (maskOf(elements[i]) == nullptr) continue;
-    const std::optional<std::string> text = textOf(*maskOf(elements[i]), line.gaveUp);
+    const auto mask = reference::compactMask(*maskOf(elements[i]), kWidth, kHeight, line.gaveUp);
     if (line.gaveUp) return;
-    if (!text) return refuse(i);
+    if (!mask) return refuse(i);
     Json expanded = Json();
     expanded.kind = Kind::Object;
     for (std::size_t k = 0; k < elements[i].keys.size(); ++k) {
       if (elements[i].keys[k] != "mask") expanded.put(elements[i].keys[k], elements[i].values[k]);
     }
-    expanded.put("class_info", Json::ofString(*text));
+    expanded.put("class_info", Json::ofString(reference::maskText(*mask)));
     elements[i] = expanded;
   }
 }
@@ -345,7 +259,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string text = padding + input.rest();
 
   const StderrCapture captured;
-  const File file(text);
+  const MemoryFile file(text);
   if (text.compare(0, 2, "\x1F\x8B") == 0) {
     readPacked(file.path());
     return 0;

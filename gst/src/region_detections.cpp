@@ -45,7 +45,7 @@ void insertMask(SwJsonObject& detection, const std::string& mask) {
 }
 
 SwJsonArray detectionOf(const GstVideoRegionOfInterestMeta& region, const GstStructure* structure,
-                        render_base::FrameSize frame) {
+                        render_base::FrameSize frame, int64_t& maskPixels) {
   SwJsonObject detection;
   detection.insert("x", static_cast<long long>(region.x));
   detection.insert("y", static_cast<long long>(region.y));
@@ -59,7 +59,7 @@ SwJsonArray detectionOf(const GstVideoRegionOfInterestMeta& region, const GstStr
   if (mask) insertMask(detection, mask);
   SwJsonArray one;
   one.append(std::move(detection));
-  segmask::expandCompactMasks(one, frame);
+  segmask::expandCompactMasks(one, frame, maskPixels);
   return one;
 }
 
@@ -68,6 +68,7 @@ SwJsonArray detectionOf(const GstVideoRegionOfInterestMeta& region, const GstStr
 std::optional<segmask::DetectionLine> regionDetections(
     GstBuffer* buffer, render_base::FrameSize frame, const std::function<void(const std::string&)>& refused) {
   SwJsonArray detections;
+  int64_t maskPixels = 0;
   bool isAny = false;
   gpointer state = nullptr;
   while (const GstMeta* const meta =
@@ -78,7 +79,7 @@ std::optional<segmask::DetectionLine> regionDetections(
     if (!structure) continue;
     isAny = true;
     try {
-      detections.append(detectionOf(*region, structure, frame)[0]);
+      detections.append(detectionOf(*region, structure, frame, maskPixels)[0]);
     } catch (const segmask::UserError& error) {
       refused(error.what());
     }

@@ -74,7 +74,9 @@ void DetectionLineReader::readPlace(const SwJsonObject& object, RawDetectionLine
   line.frame = static_cast<uint64_t>(frame->integer());
 }
 
-DetectionLine DetectionLineReader::expand(RawDetectionLine raw, render_base::FrameSize frame) const {
+DetectionLine DetectionLineReader::expand(RawDetectionLine raw, render_base::FrameSize frame) {
+  if (expandedFrame_ != raw.frame) maskPixels_ = 0;
+  expandedFrame_ = raw.frame;
   DetectionLine line;
   line.frame = raw.frame;
   line.producer = std::move(raw.producer);
@@ -82,7 +84,7 @@ DetectionLine DetectionLineReader::expand(RawDetectionLine raw, render_base::Fra
   SwJsonValue* const detections = raw.object.find("detections");
   if (detections && detections->array()) {
     try {
-      expandCompactMasks(*detections->array(), frame);
+      expandCompactMasks(*detections->array(), frame, maskPixels_);
     } catch (const UserError& error) {
       refuse(raw.lineNumber, error.what());
     }

@@ -29,15 +29,14 @@ void forEachCompactMask(SwJsonArray& detections, render_base::FrameSize frame, c
 
 /// All of them are looked at first, so that a list of many large masks is refused before the first of them
 /// takes memory.
-void expandCompactMasks(SwJsonArray& detections, render_base::FrameSize frame) {
-  int64_t pixels = 0;
+void expandCompactMasks(SwJsonArray& detections, render_base::FrameSize frame, int64_t& pixels) {
   forEachCompactMask(detections, frame, [&](SwJsonObject& detection, const CompactMask& mask) {
     if (detection.contains("class_info")) throw UserError(R"(both "class_info" and "mask")");
-    pixels += mask.pixels();
-    if (pixels > kMostMaskPixels) {
-      throw UserError("the line's masks have more than " + std::to_string(kMostMaskPixels) +
+    if (pixels + mask.pixels() > kMostMaskPixels) {
+      throw UserError("the frame's masks have more than " + std::to_string(kMostMaskPixels) +
                       " pixels together");
     }
+    pixels += mask.pixels();
   });
   forEachCompactMask(detections, frame, [](SwJsonObject& detection, const CompactMask& mask) {
     detection.insert("class_info", SwJsonValue(mask.text()));

@@ -130,14 +130,38 @@ TEST_F(CompactMasks, OfTooLargeAFrameAreRefused) {
   EXPECT_EQ(errorIn({65535, 65535}, "{\"size\":[1,1],\"counts\":[1]}"), "");
 }
 
-TEST_F(CompactMasks, OfOneLineHaveTogetherAsManyPixelsAsThirtyTwoOfTheLargest) {
+TEST_F(CompactMasks, OfOneFrameHaveTogetherAsManyPixelsAsSixteenOfTheLargest) {
   // Refused before the first is made: these counts would be refused as well.
   const std::string mask = "{\"mask\":{\"size\":[16384,16384],\"counts\":[1]}}";
   std::string masks = mask;
-  for (int i = 1; i < 32; ++i) masks += "," + mask;
+  for (int i = 1; i < 16; ++i) masks += "," + mask;
   EXPECT_EQ(errorOf("[" + masks + "]"), "1: detections[0]: \"counts\" is for fewer pixels than \"size\" has");
   EXPECT_EQ(errorOf("[" + masks + ",{\"mask\":{\"size\":[1,1],\"counts\":[1]}}]"),
-            "1: detections[32]: the line's masks have more than 8589934592 pixels together");
+            "1: detections[16]: the frame's masks have more than 4294967296 pixels together");
+}
+
+TEST_F(CompactMasks, OfAFrameAreCountedOverItsLinesAndAnewForTheNextFrame) {
+  const auto line = [](int frame, const std::string& counts, int masks) {
+    const std::string mask = "{\"mask\":{\"size\":[16384,16384],\"counts\":" + counts + "}}";
+    std::string all = mask;
+    for (int i = 1; i < masks; ++i) all += "," + mask;
+    return "{\"frame\":" + std::to_string(frame) + ",\"producer\":\"p\",\"detections\":[" + all + "]}\n";
+  };
+  const auto errorIn = [&](const std::string& lines) -> std::string {
+    DetectionStream stream(folder_.write("d.jsonl", lines), {4, 2});
+    try {
+      for (uint64_t frame = 0; frame < 2; ++frame) stream.take(frame);
+    } catch (const UserError& error) {
+      return error.what();
+    }
+    return {};
+  };
+  const std::string good = line(0, "[268435456]", 1);
+  EXPECT_EQ(errorIn(good + line(0, "[1]", 16)),
+            folder_.path("d.jsonl") +
+                ":2: detections[15]: the frame's masks have more than 4294967296 pixels together");
+  EXPECT_EQ(errorIn(good + line(1, "[1]", 16)),
+            folder_.path("d.jsonl") + ":2: detections[0]: \"counts\" is for fewer pixels than \"size\" has");
 }
 
 TEST_F(CompactMasks, WithCountsThatLieAreRefused) {

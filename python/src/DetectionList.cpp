@@ -129,8 +129,9 @@ SwJsonArray detectionArray(nb::handle detections) {
 
 segmask::DetectionLine detectionLine(nb::handle detections, uint64_t frame, render_base::FrameSize size) {
   SwJsonArray array = detectionArray(detections);
+  int64_t maskPixels = 0;  // a frame has one list
   try {
-    segmask::expandCompactMasks(array, size);
+    segmask::expandCompactMasks(array, size, maskPixels);
   } catch (const segmask::UserError& error) {
     throw nb::value_error(error.what());
   }

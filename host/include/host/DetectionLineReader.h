@@ -44,8 +44,9 @@ class DetectionLineReader {
   /// "FILE:LINE: what is wrong".
   std::optional<RawDetectionLine> next();
 
-  /// The line with its masks as texts, for a frame of that size. Throws UserError as next() does.
-  DetectionLine expand(RawDetectionLine raw, render_base::FrameSize frame) const;
+  /// The line with its masks as texts, for a frame of that size. The lines of a frame are given one after the
+  /// other, because their masks may have kMostMaskPixels together. Throws UserError as next() does.
+  DetectionLine expand(RawDetectionLine raw, render_base::FrameSize frame);
 
   /// Throws UserError "FILE:LINE: what is wrong" when `frame`, that of the line of this number, is earlier
   /// than `before`, that of the line before it: for readers of files in frame order.
@@ -63,6 +64,8 @@ class DetectionLineReader {
   LineReader reader_;
   Images images_;
   std::string text_;
+  std::optional<uint64_t> expandedFrame_;  ///< that of the line that expand() had last
+  int64_t maskPixels_ = 0;                 ///< of its compact masks, over its lines so far
 };
 
 }  // namespace segmask

@@ -1,5 +1,8 @@
 #include "src/ByteSource.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstring>
 #include <new>
@@ -14,15 +17,26 @@ constexpr std::size_t kBlockBytes = 1 << 16;
 constexpr unsigned char kGzip[] = {0x1F, 0x8B};
 constexpr int kGzipWindowBits = 16 + MAX_WBITS;  // zlib's sign for gzip's format
 
+/// The bytes that a regular file has from where it stands on; 0 for anything else.
+uint64_t bytesAhead(int file) {
+  struct stat status {};
+  if (fstat(file, &status) != 0 || !S_ISREG(status.st_mode)) return 0;
+  const off_t at = lseek(file, 0, SEEK_CUR);
+  return at >= 0 && at < status.st_size ? static_cast<uint64_t>(status.st_size - at) : 0;
+}
+
 }  // namespace
 
 ByteSource::ByteSource(const std::string& path)
-    : name_(inputName(path)), file_(openForReading(path)), block_(kBlockBytes) {
+    : name_(inputName(path)),
+      file_(openForReading(path)),
+      block_(kBlockBytes),
+      bytesLeft_(bytesAhead(file_.get())) {
   // Reads the first block at once, so that a path that cannot be read, such as a folder, fails here. A pipe
   // may give its first byte alone.
-  std::size_t size = readSome(file_.get(), block_.data(), block_.size(), name_);
+  std::size_t size = readFile(block_.data(), block_.size());
   if (size == 1 && block_[0] == kGzip[0]) {
-    size += readSome(file_.get(), block_.data() + size, block_.size() - size, name_);
+    size += readFile(block_.data() + size, block_.size() - size);
   }
   stream_.next_in = block_.data();
   stream_.avail_in = static_cast<uInt>(size);
@@ -35,9 +49,19 @@ ByteSource::~ByteSource() {
   if (isPacked_) inflateEnd(&stream_);
 }
 
+std::size_t ByteSource::readFile(void* bytes, std::size_t size) {
+  const std::size_t count = readSome(file_.get(), bytes, size, name_);
+  if (count == 0 && bytesLeft_ > 0 && !Interrupt::requested()) {
+    throw UserError(name_ + ": has shrunk while it was read; " + std::to_string(bytesLeft_) +
+                    " of its bytes are missing");
+  }
+  bytesLeft_ -= std::min<uint64_t>(bytesLeft_, count);  // it may grow
+  return count;
+}
+
 std::size_t ByteSource::read(char* bytes, std::size_t size) {
   if (isPacked_) return unpack(bytes, size);
-  return stream_.avail_in > 0 ? takeFromBlock(bytes, size) : readSome(file_.get(), bytes, size, name_);
+  return stream_.avail_in > 0 ? takeFromBlock(bytes, size) : readFile(bytes, size);
 }
 
 std::size_t ByteSource::takeFromBlock(char* bytes, std::size_t size) {
@@ -67,7 +91,7 @@ std::size_t ByteSource::unpack(char* bytes, std::size_t size) {
 
 bool ByteSource::fillBlock() {
   stream_.next_in = block_.data();
-  stream_.avail_in = static_cast<uInt>(readSome(file_.get(), block_.data(), block_.size(), name_));
+  stream_.avail_in = static_cast<uInt>(readFile(block_.data(), block_.size()));
   return stream_.avail_in > 0;
 }
 

@@ -3,6 +3,7 @@
 #include <zlib.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -21,8 +22,8 @@ class ByteSource {
   ByteSource& operator=(const ByteSource&) = delete;
 
   /// Gives the available bytes, at most `size`, waiting for the first of them. 0 at the end, or when the user
-  /// has asked to stop meanwhile. Throws UserError when reading fails and when gzip's data is damaged or cut
-  /// off.
+  /// has asked to stop meanwhile. Throws UserError when reading fails, when a regular file ends before the
+  /// size that it had when it was opened, and when gzip's data is damaged or cut off.
   std::size_t read(char* bytes, std::size_t size);
 
   /// What errors call it.
@@ -32,6 +33,7 @@ class ByteSource {
   bool isPacked() const { return isPacked_; }
 
  private:
+  std::size_t readFile(void* bytes, std::size_t size);
   bool fillBlock();
   std::size_t takeFromBlock(char* bytes, std::size_t size);
   std::size_t unpack(char* bytes, std::size_t size);
@@ -39,6 +41,7 @@ class ByteSource {
   std::string name_;
   FileDescriptor file_;
   std::vector<unsigned char> block_;
+  uint64_t bytesLeft_ = 0;  ///< of what a regular file had when it was opened
   bool isPacked_ = false;
   bool isWithinPacked_ = false;  ///< a gzip file has begun and not yet ended
   z_stream stream_{};            ///< its input is what is left of the block, packed or not

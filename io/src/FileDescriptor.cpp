@@ -28,6 +28,15 @@ bool waitForInput(int fd, const std::string& path) {
 
 }  // namespace
 
+void occupyClosedStandardStreams() {
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(stream, F_GETFD) >= 0 || errno != EBADF) continue;
+    const int direction = stream == STDIN_FILENO ? O_WRONLY : O_RDONLY;
+    // It gets the lowest number that is free, which is this one.
+    static_cast<void>(open("/dev/null", direction));
+  }
+}
+
 FileDescriptor& FileDescriptor::operator=(FileDescriptor&& other) noexcept {
   if (this != &other) {
     reset();

@@ -34,11 +34,14 @@ void TextOutput::flush() {
   buffer_.clear();
 }
 
-void TextOutput::commit() {
+void TextOutput::finish() {
   flush();
   if (!stage_) return print();
   file_.close();
-  stage_->commit();
+}
+
+void TextOutput::commit() {
+  if (stage_) stage_->commit();
 }
 
 void TextOutput::print() {

@@ -3,6 +3,7 @@
 #include <zlib.h>
 
 #include <array>
+#include <filesystem>
 #include <optional>
 #include <random>
 #include <thread>
@@ -62,6 +63,28 @@ class LineReaderTest : public ::testing::Test {
 
   TempFolder folder_;
 };
+
+TEST_F(LineReaderTest, RefusesAFileThatShrinksWhileItIsReadAndTakesOneThatGrows) {
+  const std::string path = write(std::string(300'000, '\n'));
+  LineReader shrinking(path);
+  std::string line;
+  EXPECT_TRUE(shrinking.next(line));
+  std::filesystem::resize_file(path, 100'000);
+  std::string error;
+  try {
+    while (shrinking.next(line)) {
+    }
+  } catch (const UserError& thrown) {
+    error = thrown.what();
+  }
+  EXPECT_EQ(error, path + ": has shrunk while it was read; 200000 of its bytes are missing");
+  LineReader growing(path);
+  EXPECT_TRUE(growing.next(line));
+  std::filesystem::resize_file(path, 300'000);
+  while (growing.next(line)) {
+  }
+  EXPECT_GE(growing.lineNumber(), 100'000U);
+}
 
 TEST_F(LineReaderTest, UnpacksWhatGzipPackedWhateverItsName) {
   EXPECT_EQ(linesOf(write(packed("a\n\nbc"))), "a\n\nbc\n");

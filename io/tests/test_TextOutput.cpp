@@ -15,6 +15,7 @@ TEST(TextOutput, AFileAppearsWholeAtTheCommit) {
     TextOutput output(path);
     output.write(text);
     output.write("end\n");
+    output.finish();
     EXPECT_EQ(readFile(path), "old");
     output.commit();
   }
@@ -30,7 +31,7 @@ TEST(TextOutput, WithoutACommitNothingIsLeft) {
   EXPECT_EQ(folder.names(), std::vector<std::string>{"out"});
 }
 
-TEST(TextOutput, StandardOutputGetsItAllAtTheCommit) {
+TEST(TextOutput, StandardOutputGetsItAllAtItsEnd) {
   ::testing::internal::CaptureStdout();
   {
     TextOutput output("-");
@@ -41,7 +42,7 @@ TEST(TextOutput, StandardOutputGetsItAllAtTheCommit) {
   TextOutput output("-");
   output.write(std::string(200'000, 'x'));
   output.write("end");
-  output.commit();
+  output.finish();
   EXPECT_EQ(::testing::internal::GetCapturedStdout(), std::string(200'000, 'x') + "end");
 }
 

@@ -153,7 +153,11 @@ void addDrawing(CLI::App* render, RenderOptions& options) {
           "End with exit code 3, after writing the output, if a detection was not drawn or the input was "
           "damaged")
       ->excludes(noExplain);
-  render->add_option("--summary-json", options.summaryJson, "Also write the summary as a JSON object")
+  render
+      ->add_option(
+          "--summary-json", options.summaryJson,
+          "Also write the summary as a JSON object; - is standard output, and the summary for people "
+          "goes to standard error")
       ->type_name("FILE.json");
   render
       ->add_option(
@@ -347,7 +351,9 @@ int parseAndRun(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success& success) {  // --help
-    return app.exit(success);
+    const int exitCode = app.exit(success);
+    checkStandardOutput();
+    return exitCode;
   } catch (const CLI::ParseError& error) {
     return report(textOf(error) + " (see segmask --help)");
   }

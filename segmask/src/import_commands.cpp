@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <iostream>
+#include <sstream>
 
 #include "detection/class_color.h"
 #include "import/importers.h"
@@ -13,6 +14,7 @@
 #include "io/file_names.h"
 #include "io/reading.h"
 #include "src/commands.h"
+#include "src/messages.h"
 #include "video/pictures.h"
 
 namespace segmask {
@@ -93,13 +95,14 @@ void warn(ImportKind kind, const PassedOver& passedOver, const ClassTable& class
   std::cerr << std::flush;
 }
 
-void printSummary(const ImportOptions& options, const DetectionLines& lines, const ClassTable& classes) {
-  std::cout << "frames        " << lines.frames() << "\n"
-            << "detections    " << lines.detections() << "\n"
-            << "classes       " << classes.names().size() << "\n"
-            << "output        " << options.output << "\n";
-  if (options.legend) std::cout << "legend        " << *options.legend << "\n";
-  std::cout << std::flush;
+std::string summaryOf(const ImportOptions& options, const DetectionLines& lines, const ClassTable& classes) {
+  std::ostringstream text;
+  text << "frames        " << lines.frames() << "\n"
+       << "detections    " << lines.detections() << "\n"
+       << "classes       " << classes.names().size() << "\n"
+       << "output        " << oneLine(options.output) << "\n";
+  if (options.legend) text << "legend        " << oneLine(*options.legend) << "\n";
+  return text.str();
 }
 
 int reportInterrupt() {
@@ -116,10 +119,12 @@ int importUninterrupted(ImportKind kind, const ImportOptions& options) {
   const PassedOver passedOver = importAll(kind, options, lines, classes);
   if (Interrupt::requested()) return reportInterrupt();
   if (legend) legend->write(legendText(classes, isJson(*options.legend)));
+  if (legend) legend->finish();
+  output.finish();
   if (legend) legend->commit();
   output.commit();
   warn(kind, passedOver, classes);
-  if (options.output != kStandardStream) printSummary(options, lines, classes);
+  if (options.output != kStandardStream) printSummary(summaryOf(options, lines, classes));
   return kExitDone;
 }
 

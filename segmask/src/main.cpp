@@ -1,5 +1,6 @@
 #include <malloc.h>
 
+#include "io/FileDescriptor.h"
 #include "src/command_line.h"
 
 namespace {
@@ -18,5 +19,6 @@ void keepFreedMemory() {
 
 int main(int argc, char** argv) {
   keepFreedMemory();
+  segmask::occupyClosedStandardStreams();
   return segmask::runCommandLine(argc, argv);
 }

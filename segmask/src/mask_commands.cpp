@@ -114,6 +114,7 @@ int mask(MaskCommand command, const MaskOptions& options) {
   }
   TextOutput output(options.output);
   output.write(result);
+  output.finish();
   output.commit();
   return kExitDone;
 }

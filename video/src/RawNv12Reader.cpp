@@ -11,10 +11,10 @@
 
 namespace segmask {
 
-RawNv12Reader::RawNv12Reader(std::string path, FrameSize size)
-    : path_(std::move(path)),
+RawNv12Reader::RawNv12Reader(const std::string& path, FrameSize size)
+    : path_(inputName(path)),
       frameBytes_(Nv12Layout{size.width, size.height}.frameBytes()),
-      file_(openForReading(path_)) {
+      file_(openForReading(path)) {
   format_.width = size.width;
   format_.height = size.height;
 

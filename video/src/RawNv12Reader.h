@@ -12,7 +12,7 @@ namespace segmask {
 class RawNv12Reader : public FrameReader {
  public:
   /// Throws UserError when the file cannot be opened or does not hold whole frames of that size.
-  RawNv12Reader(std::string path, FrameSize size);
+  RawNv12Reader(const std::string& path, FrameSize size);
 
   const VideoFormat& format() const override { return format_; }
 
@@ -24,7 +24,7 @@ class RawNv12Reader : public FrameReader {
   void goTo(const FrameEntry& entry) override;
 
  private:
-  std::string path_;
+  std::string path_;  ///< what errors call it
   VideoFormat format_;
   std::size_t frameBytes_;
   FileDescriptor file_;

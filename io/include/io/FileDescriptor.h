@@ -32,6 +32,11 @@ class FileDescriptor {
   int fd_ = -1;
 };
 
+/// Opens what is closed of the standard streams on /dev/null, so that no file that the program opens later
+/// gets one of their numbers and is read or written as that stream. Each is opened in the wrong direction, so
+/// that using it fails as it does on a closed one (EBADF). To be called before anything else is opened.
+void occupyClosedStandardStreams();
+
 /// What errors call a path that is read, "-" being standard input.
 std::string inputName(const std::string& path);
 

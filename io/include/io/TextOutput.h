@@ -9,16 +9,19 @@
 namespace segmask {
 
 /// A text that appears whole or not at all: as a file (StagedOutput), or on standard output, for which it is
-/// kept in a temporary file until the commit. Every error is a UserError, and
-/// ClosedPipe where nobody reads it any more.
+/// kept in a temporary file until its end. Every error is a UserError, and ClosedPipe where nobody reads it
+/// any more.
 class TextOutput {
  public:
-  /// `target` "-" is standard output. Nothing is printed or replaced before commit().
+  /// `target` "-" is standard output. Nothing is printed before finish() or replaced before commit().
   explicit TextOutput(const std::string& target);
 
   void write(const std::string& text);
 
-  /// Gives the text its name, or prints it. No write may follow.
+  /// Completes the text, which standard output gets now. No write may follow.
+  void finish();
+
+  /// Gives the finished text its name.
   void commit();
 
  private:

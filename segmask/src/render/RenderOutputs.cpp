@@ -2,9 +2,15 @@
 
 #include <utility>
 
-#include "io/OutputFile.h"
-
 namespace segmask {
+namespace {
+
+void complete(TextOutput& output, const std::string& text) {
+  output.write(text);
+  output.finish();
+}
+
+}  // namespace
 
 RenderOutputs::RenderOutputs(const RenderOptions& options, const std::optional<PicturePlan>& pictures,
                              RenderInputs& inputs, const VideoPiece* piece)
@@ -12,8 +18,8 @@ RenderOutputs::RenderOutputs(const RenderOptions& options, const std::optional<P
   FrameReader& reader = inputs.frames().reader();
   // The small ones first: opening a pipe may wait.
   if (options.contactSheet) sheet_ = std::make_unique<ContactSheet>(*options.contactSheet, reader.format());
-  if (options.summaryJson) summaryFile_.emplace(*options.summaryJson);
-  if (options.report) reportFile_.emplace(*options.report);
+  if (options.summaryJson) summary_.emplace(*options.summaryJson);
+  if (options.report) report_.emplace(*options.report);
   if (!pictures) {
     WriteOptions writing{options.encoder, reader.sideStreams()};
     if (piece) writing.pieceFrom = piece->offset;
@@ -31,23 +37,17 @@ void RenderOutputs::write(const FrameJob& job) {
   if (sheet_) sheet_->offer(job.number, job.frame, job.drawn);
 }
 
-void RenderOutputs::TextFile::write(const std::string& text) const {
-  OutputFile file(stage.path(), name);
-  file.write(text);
-  file.close();
-}
-
 void RenderOutputs::finish(const std::function<std::string()>& summary,
                            const std::function<std::string()>& report) {
   // Everything that can fail for lack of space comes before the first output gets its name.
   writer_->finish();
   if (sheet_) sheet_->finish();
-  if (summaryFile_) summaryFile_->write(summary() + "\n");
-  if (reportFile_) reportFile_->write(report());
+  if (report_) complete(*report_, report());
+  if (summary_) complete(*summary_, summary() + "\n");
   writer_->commit();
   if (sheet_) sheet_->commit();
-  if (summaryFile_) summaryFile_->stage.commit();
-  if (reportFile_) reportFile_->stage.commit();
+  if (summary_) summary_->commit();
+  if (report_) report_->commit();
 }
 
 }  // namespace segmask

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "io/StagedOutput.h"
+#include "io/TextOutput.h"
 #include "src/commands.h"
 #include "src/render/ContactSheet.h"
 #include "src/render/PicturePlan.h"
@@ -27,7 +27,8 @@ class RenderOutputs {
   void write(const FrameJob& job);
 
   /// Completes everything, with the text of `summary` for programs and that of `report`, and gives it its
-  /// names. `report` is called when the frames and the contact sheet are complete.
+  /// names. `report` is called when the frames and the contact sheet are complete. A summary on standard
+  /// output is printed when all else is complete and nothing has its name yet.
   void finish(const std::function<std::string()>& summary, const std::function<std::string()>& report);
 
   /// Where the finished frames stand until they have their name, where they are one file; otherwise empty.
@@ -41,16 +42,8 @@ class RenderOutputs {
   std::unique_ptr<FrameWriter> writer_;
   PictureWriter* pictureWriter_ = nullptr;  ///< writer_, where pictures are written
   std::unique_ptr<ContactSheet> sheet_;
-  /// A text that is written at the end.
-  struct TextFile {
-    explicit TextFile(const std::string& path) : name(path), stage(path) {}
-    void write(const std::string& text) const;
-
-    std::string name;
-    StagedOutput stage;
-  };
-  std::optional<TextFile> summaryFile_;
-  std::optional<TextFile> reportFile_;
+  std::optional<TextOutput> summary_;
+  std::optional<TextOutput> report_;
 };
 
 }  // namespace segmask

@@ -4,6 +4,7 @@
 #include <sstream>
 
 #include "host/verdict_words.h"
+#include "io/UserError.h"
 
 namespace segmask {
 namespace {
@@ -17,7 +18,7 @@ void addTally(std::ostringstream& text, const DetectionTally& tally, const std::
   if (tally.dropped().empty()) text << "dropped       0 detections\n";
   for (const auto& [outcome, dropped] : tally.dropped()) {
     text << "dropped       " << counted(dropped.count, "detection") << ", " << reasonOf(outcome)
-         << "; first: " << file << ":" << dropped.lineNumber << ": detections[" << dropped.index
+         << "; first: " << oneLine(file) << ":" << dropped.lineNumber << ": detections[" << dropped.index
          << "]: " << dropped.why << "\n";
   }
 }
@@ -33,9 +34,9 @@ std::string summaryText(const RenderSummary& summary, const SummaryFiles& files)
        << std::fixed << std::setprecision(3) << "render        median " << totals.renderTimes.percentile(0.5)
        << " ms, 99th percentile " << totals.renderTimes.percentile(0.99) << " ms a frame (within 3 %)\n"
        << "slowest stage " << summary.stageTimes.slowestStage() << "\n"
-       << "output        " << files.output << "\n";
-  if (files.contactSheet) text << "contact sheet " << *files.contactSheet << "\n";
-  text << "plug-in       " << files.plugin << "\n";
+       << "output        " << oneLine(files.output) << "\n";
+  if (files.contactSheet) text << "contact sheet " << oneLine(*files.contactSheet) << "\n";
+  text << "plug-in       " << oneLine(files.plugin) << "\n";
   if (const Telling* const telling = summary.telling) {
     text << "changed       " << counted(telling->framesChanged(), "frame") << ", "
          << counted(telling->pixelsChanged(), "pixel") << "\n";
@@ -45,7 +46,7 @@ std::string summaryText(const RenderSummary& summary, const SummaryFiles& files)
   if (totals.damage.count() > 0) {
     text << "damaged       " << totals.damage.count() << " packets or frames of the input had errors\n";
   }
-  if (files.report) text << "report        " << *files.report << "\n";
+  if (files.report) text << "report        " << oneLine(*files.report) << "\n";
   return text.str();
 }
 

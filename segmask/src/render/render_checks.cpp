@@ -90,7 +90,9 @@ void checkRoles(const RenderOptions& options, const OutputFiles& outputs) {
   const std::vector<Role> inputs{{"--input", &options.input}, {"--detections", &options.detections}};
   std::vector<Role> extras;  // outputs that are one file
   if (options.contactSheet) extras.emplace_back("--contact-sheet", &*options.contactSheet);
-  if (options.summaryJson) extras.emplace_back("--summary-json", &*options.summaryJson);
+  if (options.summaryJson && options.summaryJson != kStandardStream) {
+    extras.emplace_back("--summary-json", &*options.summaryJson);
+  }
   if (options.report) extras.emplace_back("--report", &*options.report);
   for (const auto& [option, path] : inputs) {
     if (outputs.replace(*path)) {
@@ -121,7 +123,7 @@ void checkRoles(const RenderOptions& options, const OutputFiles& outputs) {
 void checkNothingIsThere(const RenderOptions& options, const OutputFiles& outputs) {
   std::optional<std::string> existing = outputs.existing();
   for (const std::optional<std::string>& file : {options.contactSheet, options.summaryJson, options.report}) {
-    if (file && OutputFiles::exists(*file)) existing = file;
+    if (file && file != kStandardStream && OutputFiles::exists(*file)) existing = file;
   }
   if (existing) throw UserError(*existing + ": exists, and -n never overwrites");
 }
@@ -160,6 +162,9 @@ void checkEncoding(const RenderOptions& options, bool pictures) {
 void checkStreams(const RenderOptions& options) {
   if (options.input == kStandardStream && options.detections == kStandardStream) {
     throw UserError("-: --input and --detections cannot both be standard input");
+  }
+  if (options.output == kStandardStream && options.summaryJson == kStandardStream) {
+    throw UserError("-: --output and --summary-json cannot both be standard output");
   }
   if (options.input != kStandardStream) return;
   struct stat input {};

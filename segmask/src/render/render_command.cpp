@@ -217,9 +217,11 @@ int finish(const RenderStages& stages, const RenderOptions& options, const std::
     for (const std::string& hint : hintWarnings(*stages.telling, options, schema)) warn(hint);
   }
   if (showsNothing(totals)) warn(kNothingVisible);
-  // Standard output may be the video.
-  std::ostream& stream = options.output == kStandardStream ? std::cerr : std::cout;
-  stream << summaryText(summary, files) << std::flush;
+  if (options.output == kStandardStream || options.summaryJson == kStandardStream) {
+    std::cerr << summaryText(summary, files) << std::flush;
+  } else {
+    printSummary(summaryText(summary, files));
+  }
   if (!Interrupt::requested())
     return options.strict && (hasRest || lacksAny(totals)) ? kExitDropped : kExitDone;
   tell("interrupted; the first " + std::to_string(totals.frames) + " frames are in " + options.output);

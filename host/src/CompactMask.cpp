@@ -106,42 +106,44 @@ MaskBits decodeCounts(const SwJsonValue& counts, FrameSize size) {
   return std::move(*mask);
 }
 
-[[noreturn]] void refusePolygon() {
-  throw UserError("\"polygon\" is not a list of lists x, y, x, y, ... of three points or more");
+[[noreturn]] void refusePolygon(const char* member) {
+  throw UserError("\"" + std::string(member) +
+                  "\" is not a list of lists x, y, x, y, ... of three points or more");
 }
 
-double coordinateOf(const SwJsonValue& value) {
-  if (!value.isInt() && !value.isDouble()) refusePolygon();
+double coordinateOf(const SwJsonValue& value, const char* member) {
+  if (!value.isInt() && !value.isDouble()) refusePolygon(member);
   const double number = value.isInt() ? static_cast<double>(value.integer()) : value.number();
   if (std::abs(number) <= seg_mask::kFarthestPolygonPoint) return number;
-  throw UserError("\"polygon\" has a coordinate beyond " +
+  throw UserError("\"" + std::string(member) + "\" has a coordinate beyond " +
                   std::to_string(static_cast<int64_t>(seg_mask::kFarthestPolygonPoint)));
 }
 
-seg_mask::Polygon polygonOf(const SwJsonValue& value) {
+seg_mask::Polygon polygonOf(const SwJsonValue& value, const char* member) {
   const SwJsonArray* const numbers = value.array();
-  if (!numbers || numbers->size() < kLeastPolygonNumbers || numbers->size() % 2 != 0) refusePolygon();
+  if (!numbers || numbers->size() < kLeastPolygonNumbers || numbers->size() % 2 != 0) refusePolygon(member);
   seg_mask::Polygon polygon;
   polygon.reserve(numbers->size() / 2);
   for (std::size_t i = 0; i < numbers->size(); i += 2) {
-    const double x = coordinateOf((*numbers)[i]);
-    polygon.push_back({x, coordinateOf((*numbers)[i + 1])});
+    const double x = coordinateOf((*numbers)[i], member);
+    polygon.push_back({x, coordinateOf((*numbers)[i + 1], member)});
   }
   return polygon;
 }
 
-std::vector<seg_mask::Polygon> polygonsOf(const SwJsonValue& value) {
+std::vector<seg_mask::Polygon> polygonsOf(const SwJsonValue& value, const char* member) {
   const SwJsonArray* const list = value.array();
-  if (!list || list->empty()) refusePolygon();
+  if (!list || list->empty()) refusePolygon(member);
   std::vector<seg_mask::Polygon> polygons;
   polygons.reserve(list->size());
-  for (const SwJsonValue& polygon : *list) polygons.push_back(polygonOf(polygon));
+  for (const SwJsonValue& polygon : *list) polygons.push_back(polygonOf(polygon, member));
   return polygons;
 }
 
 }  // namespace
 
-CompactMask::CompactMask(const SwJsonValue& mask, FrameSize frame) : frame_(frame) {
+CompactMask::CompactMask(const SwJsonValue& mask, FrameSize frame, const char* polygonName)
+    : frame_(frame), polygonName_(polygonName) {
   const SwJsonObject* const object = mask.object();
   if (!object) throw UserError("\"mask\" is not an object");
   polygon_ = object->find("polygon");
@@ -164,7 +166,7 @@ int64_t CompactMask::pixels() const {
 
 MaskBits CompactMask::bits() const {
   if (polygon_) {
-    return seg_mask::rasterizePolygons(polygonsOf(*polygon_), frame_.width, frame_.height);
+    return seg_mask::rasterizePolygons(polygonsOf(*polygon_, polygonName_), frame_.width, frame_.height);
   }
   MaskBits mask = decodeCounts(*counts_, size_);
   if (at_) mask = seg_mask::placeMask(mask, *at_, frame_.width, frame_.height);

@@ -6,9 +6,9 @@
 #include "core/SwJsonArray.h"
 #include "core/SwJsonDocument.h"
 #include "host/compact_masks.h"
+#include "host/parse_hint.h"
 #include "io/UserError.h"
 #include "src/other_files.h"
-#include "src/parse_hint.h"
 
 namespace segmask {
 namespace {

@@ -6,10 +6,13 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <string_view>
 #include <utility>
 #include <vector>
 
+#include "host/parse_hint.h"
 #include "io/Interrupt.h"
 #include "io/UserError.h"
 #include "io/reading.h"
@@ -18,8 +21,30 @@
 namespace segmask {
 namespace {
 
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+/// Refuses what cannot become JSON, before a stream, which may have no end, is copied.
+void checkBeginning(const std::string& name, std::string_view beginning) {
+  const std::string encoding = encodingHint(beginning);
+  if (!encoding.empty()) throw UserError(name + ": not JSON" + encoding);
+  if (beginning.substr(0, kByteOrderMark.size()) == kByteOrderMark) {
+    beginning.remove_prefix(kByteOrderMark.size());
+  }
+  const std::size_t first = beginning.find_first_not_of(" \t\r\n");
+  if (first == std::string_view::npos || beginning[first] == '{' || beginning[first] == '[') return;
+  throw UserError(name + ": is no COCO file: it begins neither with { nor with [");
+}
+
+/// What the file has where the reader stopped.
+std::string hintAt(int file, std::size_t offset) {
+  std::array<char, 8> bytes{};
+  const ssize_t size = pread(file, bytes.data(), bytes.size(), static_cast<off_t>(offset));
+  return size > 0 ? tokenHint({bytes.data(), static_cast<std::size_t>(size)}) : std::string();
+}
+
 void scan(int file, const std::string& name, CocoContents& contents) {
   JsonFileStream stream(file, name);
+  stream.passOver(kByteOrderMark);
   CocoScanner scanner(stream, name, contents);
   rapidjson::Reader reader;
   const rapidjson::ParseResult result = reader.Parse<kCocoParseFlags>(stream, scanner);
@@ -30,7 +55,8 @@ void scan(int file, const std::string& name, CocoContents& contents) {
   if (result) throw UserError(name + ": not JSON: there is a byte of 0 after it" + place);
   if (stream.isAtEnd() && stream.Tell() > 0)
     throw UserError(name + ": not JSON: the text is cut off" + place);
-  throw UserError(name + ": not JSON: " + rapidjson::GetParseError_En(result.Code()) + place);
+  throw UserError(name + ": not JSON: " + rapidjson::GetParseError_En(result.Code()) + place +
+                  hintAt(file, stream.Tell()));
 }
 
 void checkKind(const std::string& name, const CocoContents& contents) {
@@ -67,7 +93,9 @@ bool contains(const std::vector<int64_t>& ids, int64_t id) {
 
 }  // namespace
 
-CocoFile::CocoFile(const std::string& path) : name_(inputName(path)), file_(openSeekable(path)) {
+CocoFile::CocoFile(const std::string& path)
+    : name_(inputName(path)),
+      file_(openSeekable(path, [this](std::string_view beginning) { checkBeginning(name_, beginning); })) {
   CocoContents contents;
   scan(file_.get(), name_, contents);
   checkKind(name_, contents);

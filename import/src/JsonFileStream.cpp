@@ -23,6 +23,12 @@ char JsonFileStream::Take() {
   return byte;
 }
 
+void JsonFileStream::passOver(std::string_view beginning) {
+  if (std::string_view(block_.data(), size_).substr(0, beginning.size()) != beginning) return;
+  at_ = beginning.size();
+  if (at_ == size_) fill();
+}
+
 void JsonFileStream::fill() {
   before_ += size_;
   at_ = 0;

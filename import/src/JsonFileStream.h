@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace segmask {
@@ -21,6 +22,9 @@ class JsonFileStream {
   char Peek() const { return at_ < size_ ? block_[at_] : '\0'; }
   char Take();
   std::size_t Tell() const { return before_ + at_; }
+
+  /// Passes these bytes over where the file begins with them; to be called first.
+  void passOver(std::string_view beginning);
 
   /// Says that a value has ended here, and the next one begins.
   void endValue() { valueAt_ = Tell(); }

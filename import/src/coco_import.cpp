@@ -33,6 +33,7 @@ SwJsonObject maskMember(SwJsonValue segmentation) {
   }
   SwJsonObject* const runs = segmentation.object();
   if (!runs) throw UserError("\"segmentation\" is neither a list of polygons nor run lengths");
+  if (!runs->contains("counts")) throw UserError("\"segmentation\" has no \"counts\"");
   for (const char* key : {"size", "counts"}) {
     if (SwJsonValue* const value = runs->find(key)) mask.insert(key, std::move(*value));
   }
@@ -129,7 +130,8 @@ class CocoImporter {
     if (segmentation[0] == '[' && !isSizeKnown) {
       throw UserError("a polygon in a list of results: the size of its image is not known");
     }
-    seg_mask::MaskBits bits = CompactMask(SwJsonValue(maskMember(parsed(segmentation))), size_).bits();
+    const SwJsonValue mask(maskMember(parsed(segmentation)));
+    seg_mask::MaskBits bits = CompactMask(mask, size_, "segmentation").bits();
     const FrameSize size{bits.width, bits.height};
     if (isSizeKnown && (size.width != size_.width || size.height != size_.height)) {
       throw UserError("the mask is " + sizeText(size) + ", its image " + sizeText(size_));

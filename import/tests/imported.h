@@ -25,6 +25,7 @@ Imported imported(const Import& importAll) {
     TextOutput output(folder.path("lines"));
     DetectionLines lines(output, "p");
     result.passedOver = importAll(lines, result.classes);
+    output.finish();
     output.commit();
     result.lines = readFile(folder.path("lines"));
   } catch (const UserError& error) {

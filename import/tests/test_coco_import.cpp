@@ -176,19 +176,34 @@ TEST_F(CocoImport, ThePictureOfAResultHasItsImagesNumber) {
 
 TEST_F(CocoImport, RefusesWhatIsNoJson) {
   expectRefused("", "not JSON: The document is empty.");
-  expectRefused("rubbish", "not JSON: Invalid value. (byte 0)");
+  expectRefused("rubbish", "is no COCO file: it begins neither with { nor with [");
   const std::string good = instances(annotation(7, 1, kRuns));
   for (std::size_t size = 1; size < good.size(); size += 7) {
     expectRefused(good.substr(0, size), "not JSON: the text is cut off (byte " + std::to_string(size) + ")");
   }
   expectRefused(good + "x", "not JSON: The document root must not be followed by other values.");
   expectRefused(good + std::string(1, '\0'), "not JSON: there is a byte of 0 after it");
-  expectRefused(instances(annotation(7, 1, "[[NaN, 0, 1, 1, 2, 2]]")), "not JSON: Invalid value.");
+  const std::string nan = instances(annotation(7, 1, "[[NaN, 0, 1, 1, 2, 2]]"));
+  expectRefused(nan, "not JSON: Invalid value. (byte " + std::to_string(nan.find("NaN")) +
+                         ") (JSON has no NaN and no Infinity)");
+  const std::string infinite = instances(annotation(7, 1, "[[-Infinity, 0, 1, 1, 2, 2]]"));
+  expectRefused(infinite, "not JSON: Invalid value. (byte " + std::to_string(infinite.find("Infinity")) +
+                              ") (JSON has no NaN and no Infinity)");
   expectRefused(instances(annotation(7, 1, "[[1e999, 0, 1, 1, 2, 2]]")), "not JSON: Number too big");
 }
 
+TEST_F(CocoImport, TakesAByteOrderMarkOfUtf8AndNamesOtherEncodings) {
+  const std::string good = instances(annotation(7, 1, kRuns));
+  EXPECT_EQ(import("\xEF\xBB\xBF" + good).lines, import(good).lines);
+  EXPECT_EQ(import("\xEF\xBB\xBF" + good).error, "");
+  std::string wide;
+  for (const char letter : good) wide.append({letter, '\0'});
+  expectRefused("\xFF\xFE" + wide, "not JSON (the text is UTF-16LE and has to be UTF-8)");
+  expectRefused(wide, "not JSON (the text is UTF-16LE and has to be UTF-8)");
+}
+
 TEST_F(CocoImport, RefusesWhatIsNoCocoFile) {
-  expectRefused("3", "is no COCO file: it has no list \"images\"");
+  expectRefused("3", "is no COCO file: it begins neither with { nor with [");
   expectRefused("{}", "is no COCO file: it has no list \"images\"");
   expectRefused("{\"images\": [], \"annotations\": {}}", "is no COCO file: it has no list \"annotations\"");
   expectRefused("[1]", "results[0]: is no object");
@@ -258,13 +273,13 @@ TEST_F(CocoImport, RefusesSegmentationsThatAreNone) {
   const auto refused = [&](const std::string& segmentation, const std::string& what) {
     expectRefused(instances(good + "," + annotation(7, 1, segmentation)), "annotations[1]: " + what);
   };
-  refused("[[0, 0, 2, 0, 2]]", "\"polygon\" is not a list of lists");
-  refused("[[0, 0, 2, 0]]", "\"polygon\" is not a list of lists");
-  refused("[[0, 0, 2, 0, 2, \"3\"]]", "\"polygon\" is not a list of lists");
-  refused("[[0, 0, 2, 0, 2, 1e300]]", "\"polygon\" has a coordinate beyond");
+  refused("[[0, 0, 2, 0, 2]]", "\"segmentation\" is not a list of lists");
+  refused("[[0, 0, 2, 0]]", "\"segmentation\" is not a list of lists");
+  refused("[[0, 0, 2, 0, 2, \"3\"]]", "\"segmentation\" is not a list of lists");
+  refused("[[0, 0, 2, 0, 2, 1e300]]", "\"segmentation\" has a coordinate beyond");
   refused("true", "\"segmentation\" is neither a list of polygons nor run lengths");
   refused("\"01\"", "\"segmentation\" is neither a list of polygons nor run lengths");
-  refused(R"({"size": [2, 4]})", "\"mask\" has neither");
+  refused(R"({"size": [2, 4]})", "\"segmentation\" has no \"counts\"");
   refused(R"({"counts": [8]})", "\"counts\" needs \"size\"");
   refused(R"({"size": [2, 4], "counts": [1, 8]})", "\"counts\" is for more pixels");
   refused(R"({"size": [2, 4], "counts": "13"})", "\"counts\" is for fewer pixels");

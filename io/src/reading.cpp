@@ -8,6 +8,8 @@
 #include <array>
 #include <cerrno>
 #include <filesystem>
+#include <functional>
+#include <string_view>
 
 #include "io/UserError.h"
 #include "src/ByteSource.h"
@@ -24,6 +26,16 @@ bool isRegularFile(const std::string& path) {
   return fs::is_regular_file(path, error);
 }
 
+/// Fills the block; to its end only before the end of the source.
+std::size_t readBlock(ByteSource& source, std::array<char, kBlockBytes>& block) {
+  std::size_t done = 0;
+  while (const std::size_t size = source.read(block.data() + done, block.size() - done)) {
+    done += size;
+    if (done == block.size()) break;
+  }
+  return done;
+}
+
 }  // namespace
 
 FileDescriptor makeUnnamedFile() {
@@ -37,12 +49,15 @@ FileDescriptor makeUnnamedFile() {
   return file;
 }
 
-FileDescriptor openSeekable(const std::string& path) {
+FileDescriptor openSeekable(const std::string& path,
+                            const std::function<void(std::string_view)>& checkBeginning) {
   ByteSource source(path);
+  std::array<char, kBlockBytes> block;
+  std::size_t size = readBlock(source, block);
+  if (checkBeginning) checkBeginning({block.data(), size});
   if (path != kStandardStream && isRegularFile(path) && !source.isPacked()) return openForReading(path);
   FileDescriptor copy = makeUnnamedFile();
-  std::array<char, kBlockBytes> block;
-  while (const std::size_t size = source.read(block.data(), block.size())) {
+  for (; size > 0; size = readBlock(source, block)) {
     writeFully(copy.get(), block.data(), size, "the temporary copy of " + source.name());
   }
   if (lseek(copy.get(), 0, SEEK_SET) != 0) throw systemError("the temporary copy of " + source.name(), errno);

@@ -64,6 +64,15 @@ TEST_F(ToolStreams, AClosedStandardInputIsNoInput) {
   }
 }
 
+TEST_F(ToolStreams, AnEndlessInputThatIsNoCocoFileIsRefusedAtItsBeginning) {
+  const ToolResult result = runTool({"import", "coco", "-", "-o", "-"}, [] {
+    alarm(60);
+    dup2(open("/dev/zero", O_RDONLY | O_CLOEXEC), STDIN_FILENO);
+  });
+  EXPECT_EQ(result.exitCode, 2);
+  EXPECT_EQ(result.err, "segmask: standard input: is no COCO file: it begins neither with { nor with [\n");
+}
+
 TEST_F(ToolStreams, AResultForAClosedStandardOutputIsLostWithAWord) {
   for (const Arguments& arguments :
        {Arguments{"mask", "encode", path("mask.txt")}, Arguments{"mask", "decode", path("mask.txt")},

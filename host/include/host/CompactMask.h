@@ -25,8 +25,9 @@ class CompactMask {
   static constexpr int64_t kMostPixels = int64_t{1} << 28;
 
   /// Reads all but the mask's pixels. `mask` is not copied and must outlive this object; `frame` is the size
-  /// of the frame that the mask is for.
-  CompactMask(const SwJsonValue& mask, render_base::FrameSize frame);
+  /// of the frame that the mask is for. `polygonName` is what errors call the member "polygon", for masks
+  /// that were made of others; it must outlive this object.
+  CompactMask(const SwJsonValue& mask, render_base::FrameSize frame, const char* polygonName = "polygon");
 
   /// How many pixels the mask has.
   int64_t pixels() const;
@@ -39,6 +40,7 @@ class CompactMask {
 
  private:
   render_base::FrameSize frame_;
+  const char* polygonName_;
   const SwJsonValue* polygon_;  ///< null for run lengths
   const SwJsonValue* counts_;   ///< null for polygons
   render_base::FrameSize size_{};

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "io/FileDescriptor.h"
@@ -12,8 +14,12 @@ namespace segmask {
 /// so, a pipe or a file that is packed by gzip, is copied, unpacked, into a temporary file without a name
 /// first. Throws UserError.
 ///
+/// `checkBeginning`, where it is given, sees the first 64 KiB, unpacked, or the whole of a shorter file,
+/// before anything is copied, and throws UserError for what is not wanted.
+///
 /// Once the user has asked to stop the copy may be incomplete.
-FileDescriptor openSeekable(const std::string& path);
+FileDescriptor openSeekable(const std::string& path,
+                            const std::function<void(std::string_view)>& checkBeginning = {});
 
 /// All bytes of a file of at most `most` bytes, "-" being standard input; one that is packed by gzip is
 /// unpacked. Throws UserError.

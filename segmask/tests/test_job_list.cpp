@@ -41,7 +41,8 @@ class JobListTest : public ::testing::Test {
 /// A job with that output, and with that input if one is given.
 std::string job(const std::string& output, const std::string& more = "",
                 const std::string& input = "a.nv12") {
-  return R"({"input": ")" + input + R"(", "size": "4x4", "detections": "a.jsonl", "output": ")" + output +
+  const std::string size = input.find(".png") == std::string::npos ? R"(, "size": "4x4")" : "";
+  return R"({"input": ")" + input + "\"" + size + R"(, "detections": "a.jsonl", "output": ")" + output +
          "\"" + more + "}\n";
 }
 
@@ -98,6 +99,31 @@ TEST_F(JobListTest, MissingFilesAreFoundBefore) {
   fs::create_directory(path("folder.nv12"));
   EXPECT_EQ(faultOf(job("folder.nv12")), "1: " + path("folder.nv12") + ": is no regular file");
   EXPECT_EQ(faultOf(job("o.txt")).substr(0, 3), "1: ");
+}
+
+TEST_F(JobListTest, APathThatHasAByteOf0IsRefused) {
+  const std::string zero = "\\u0000b.nv12";
+  EXPECT_EQ(faultOf(job("a" + zero)), R"(1: "output" has a byte of 0 in its path)");
+  EXPECT_EQ(faultOf(job("o.nv12", "", "a.nv12" + zero)), R"(1: "input" has a byte of 0 in its path)");
+  EXPECT_EQ(faultOf(job("o.nv12", R"(, "contact-sheet": "s)" + zero + "\"")),
+            R"(1: "contact-sheet" has a byte of 0 in its path)");
+}
+
+TEST_F(JobListTest, ASizeThatCannotBeIsFoundBefore) {
+  const auto sized = [](const std::string& input, const std::string& size) {
+    return R"({"input": ")" + input + "\"" + size + R"(, "detections": "a.jsonl", "output": "o.nv12"})";
+  };
+  EXPECT_EQ(faultOf(sized("a.nv12", R"(, "size": 16)")),
+            "1: --size: '16' is not WIDTHxHEIGHT, two whole numbers from 1 to 65535");
+  EXPECT_EQ(faultOf(sized("a.nv12", "")), "1: " + path("a.nv12") + ": raw frames need --size WIDTHxHEIGHT");
+  folder_.write("v.mp4", "");
+  EXPECT_EQ(faultOf(sized("v.mp4", R"(, "size": "4x4")")),
+            "1: " + path("v.mp4") + ": --size is for raw .nv12 input; this file says its own");
+}
+
+TEST_F(JobListTest, AFolderInThePlaceOfARecordIsFoundBefore) {
+  fs::create_directory(path("o.nv12.segmask.json"));
+  EXPECT_EQ(faultOf(job("o.nv12")), "1: " + path("o.nv12.segmask.json") + ": is no regular file");
 }
 
 TEST_F(JobListTest, TwoJobsMustNotWriteOneFile) {

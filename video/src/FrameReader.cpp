@@ -51,14 +51,18 @@ FrameSize parseFrameSize(const std::string& text) {
   return size;
 }
 
+std::optional<FrameSize> rawFrameSize(const std::string& path, const std::optional<std::string>& size) {
+  const bool isRaw = path == kStandardStream ? size.has_value() : lowerCaseEnding(path) == ".nv12";
+  if (!isRaw && size) throw UserError(path + ": --size is for raw .nv12 input; this file says its own");
+  if (!isRaw) return std::nullopt;
+  if (!size) throw UserError(path + ": raw frames need --size WIDTHxHEIGHT");
+  return parseFrameSize(*size);
+}
+
 std::unique_ptr<FrameReader> openFrameReader(const std::string& path, const ReadOptions& options) {
-  const bool isRaw = path == kStandardStream ? options.size.has_value() : lowerCaseEnding(path) == ".nv12";
-  if (!isRaw) {
-    if (options.size) throw UserError(path + ": --size is for raw .nv12 input; this file says its own");
-    return std::make_unique<LibavReader>(path, options);
-  }
-  if (!options.size) throw UserError(path + ": raw frames need --size WIDTHxHEIGHT");
-  return std::make_unique<RawNv12Reader>(path, parseFrameSize(*options.size));
+  const std::optional<FrameSize> size = rawFrameSize(path, options.size);
+  if (size) return std::make_unique<RawNv12Reader>(path, *size);
+  return std::make_unique<LibavReader>(path, options);
 }
 
 std::unique_ptr<FrameReader> openFrameReader(const std::string& path,

@@ -10,6 +10,7 @@
 #include "io/UserError.h"
 #include "io/file_names.h"
 #include "src/batch/JobConflicts.h"
+#include "src/batch/JobRecord.h"
 #include "src/command_line.h"
 #include "src/json_values.h"
 #include "src/render/PicturePlan.h"
@@ -71,6 +72,9 @@ std::vector<std::string> argumentsOf(const SwJsonObject& job, const std::vector<
     std::string text = valueText(value, kind);
     if (text.empty()) throw UserError(quoted(name) + " is not " + wantedFor(kind));
     if (kind == Kind::File) {
+      // The system would take the path to end there, behind the checks of its ending.
+      if (text.find('\0') != std::string::npos)
+        throw UserError(quoted(name) + " has a byte of 0 in its path");
       text = resolved(text, folder);
     } else {
       settings.insert(name, text);
@@ -105,6 +109,8 @@ void checkFiles(const RenderOptions& options) {
   checkIsFile(options.detections);
   if (options.plugin.file) checkIsFile(*options.plugin.file);
   checkOutputPlace(options.output);
+  const std::string record = recordPathOf(options.output);
+  if (fs::exists(record) && !fs::is_regular_file(record)) throw UserError(record + ": is no regular file");
   if (options.contactSheet) checkOutputPlace(*options.contactSheet);
 }
 

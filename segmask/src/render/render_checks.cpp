@@ -208,6 +208,7 @@ void checkOptions(const RenderOptions& options, const std::optional<PicturePlan>
   }
   if (options.neverOverwrite) checkNothingIsThere(options, outputs);
   if (options.config) checkConfig(*options.config);
+  if (!pictures) static_cast<void>(rawFrameSize(options.input, options.size));
 }
 
 }  // namespace segmask

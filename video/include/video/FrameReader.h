@@ -88,6 +88,11 @@ struct FrameSize {
 /// an x.
 FrameSize parseFrameSize(const std::string& text);
 
+/// The size of the raw frames that `path` holds, "-" being standard input; empty for an input that says its
+/// own. `size` is what the user says of it, a text as parseFrameSize() takes. Throws UserError where it is
+/// missing, is none, or has no use.
+std::optional<FrameSize> rawFrameSize(const std::string& path, const std::optional<std::string>& size);
+
 /// Which streams beside the video a reader offers to copy (SideStreams). Who asks for them must connect a
 /// writer to them or leave them out.
 enum class SideKinds { None, AllButAudio, All };

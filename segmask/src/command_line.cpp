@@ -5,8 +5,10 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <charconv>
 #include <csignal>
 #include <exception>
+#include <limits>
 #include <new>
 #include <optional>
 #include <string>
@@ -39,10 +41,18 @@ struct Options {
 /// CLI11's own range check would print the range of a double in its message.
 const CLI::Validator kWholeNumber(
     [](std::string& text) {
-      const bool isDigits = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
-      return isDigits && text.size() < 19 ? std::string() : "'" + text + "' is not a whole number from 0 on";
+      constexpr int64_t kMost = std::numeric_limits<int64_t>::max();
+      const char* const end = text.data() + text.size();
+      int64_t number = 0;
+      const std::errc error = std::from_chars(text.data(), end, number).ec;
+      const bool isNumber = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+      if (!isNumber) return "'" + text + "' is not a whole number from 0 on";
+      return error == std::errc() ? std::string() : "'" + text + "' is more than " + std::to_string(kMost);
     },
     "");
+
+const CLI::Validator kNotEmpty(
+    [](std::string& text) { return text.empty() ? "is empty and names no file" : std::string(); }, "");
 
 const CLI::Validator kNotZero(
     [](std::string& text) {
@@ -73,6 +83,7 @@ void addInputs(CLI::App* render, RenderOptions& options) {
           "Video to draw into; or a picture (.png, .jpg) or a folder of pictures; or raw frames (.nv12, with "
           "--size; taken as 30 frames/s); - is standard input, raw frames with --size")
       ->required()
+      ->check(kNotEmpty)
       ->type_name("FILE");
   render->add_option("--size", options.size, "Size of the frames in a raw .nv12 file")->type_name("WxH");
   render
@@ -99,6 +110,7 @@ void addInputs(CLI::App* render, RenderOptions& options) {
           "packed by "
           "gzip; - is standard input")
       ->required()
+      ->check(kNotEmpty)
       ->type_name("FILE.jsonl");
 }
 
@@ -111,6 +123,7 @@ void addOutputs(CLI::App* render, RenderOptions& options) {
           "is "
           "standard output, Matroska. What is there is overwritten")
       ->required()
+      ->check(kNotEmpty)
       ->type_name("FILE");
   CLI::Option* const never = render->add_flag("-n", options.neverOverwrite,
                                               "Never overwrite: end with exit code 2 if something is there");

@@ -69,10 +69,16 @@ ReadMask readMask(const std::string& bytes, const std::optional<std::string>& si
   throw UserError("is no mask: neither a PNG file, a text \"SEG1|...\" nor a JSON object");
 }
 
-std::vector<uint8_t> pixelsOf(const MaskBits& bits) {
-  std::vector<uint8_t> pixels(static_cast<std::size_t>(bits.width) * static_cast<std::size_t>(bits.height));
+/// White inside.
+std::string pictureOf(const MaskBits& bits) {
+  const int64_t count = int64_t{bits.width} * bits.height;
+  if (count > kMostMaskPicturePixels) {
+    throw UserError("has more than " + std::to_string(kMostMaskPicturePixels) +
+                    " pixels, which a PNG file of a mask may have");
+  }
+  std::vector<uint8_t> pixels(static_cast<std::size_t>(count));
   for (std::size_t i = 0; i < pixels.size(); ++i) pixels[i] = bits.inside(i) ? 255 : 0;
-  return pixels;
+  return encodeGreyPng(pixels, bits.width, bits.height);
 }
 
 std::string infoText(const ReadMask& mask) {
@@ -89,10 +95,8 @@ std::string resultOf(MaskCommand command, const MaskOptions& options, const std:
   switch (command) {
     case MaskCommand::Encode:
       return seg_mask::encodeMaskText(readMask(bytes, options.size).bits) + "\n";
-    case MaskCommand::Decode: {
-      const MaskBits bits = readMask(bytes, options.size).bits;
-      return encodeGreyPng(pixelsOf(bits), bits.width, bits.height);
-    }
+    case MaskCommand::Decode:
+      return pictureOf(readMask(bytes, options.size).bits);
     case MaskCommand::Info:
       return infoText(readMask(bytes, options.size));
   }

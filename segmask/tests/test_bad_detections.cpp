@@ -124,6 +124,13 @@ TEST_F(BadDetections, Utf16BigWithoutMark) {
   detections(utf16(kNothingFoundLine, false));
 }
 
+TEST_F(BadDetections, Utf32WithAndWithoutMark) {
+  std::string wide;
+  for (const char letter : kNothingFoundLine) wide += std::string{letter, '\0', '\0', '\0'};
+  detections(std::string("\xFF\xFE\0\0", 4) + wide);
+  detections(wide);
+}
+
 TEST_F(BadDetections, Utf16Array) {
   detections(utf16("[" + kNothingFoundLine + "]", true));
 }

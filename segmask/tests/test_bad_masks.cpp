@@ -75,6 +75,11 @@ TEST_F(BadMasks, CountsTooMany) {
   mask("{\"size\": [2, 4], \"counts\": [7, 2]}");
 }
 
+TEST_F(BadMasks, TooLargeForAPng) {
+  const std::string file = folder_.write("bad", R"({"size": [16384, 4097], "counts": [67125248]})");
+  run({"mask", "decode", file, "--output", path("out.png")});
+}
+
 TEST_F(BadMasks, SizeBeyondTheLargest) {
   mask("{\"size\": [16385, 16384], \"counts\": [1]}");
 }

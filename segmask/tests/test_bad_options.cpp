@@ -119,6 +119,13 @@ TEST_F(BadOptions, EncoderOptionsOfRawFrames) {
   option("--preset", "fast");
 }
 
+TEST_F(BadOptions, Y4mOfASizeThatNoPictureHas) {
+  for (const char* size : {"W0 H0", "W99999 H99999"}) {
+    run({"render", "--input", folder_.write("bad.y4m", std::string("YUV4MPEG2 ") + size + " F25:1\nFRAME\n"),
+         "--detections", path("good.jsonl"), "--output", path("out.nv12")});
+  }
+}
+
 // ---- Outputs
 
 TEST_F(BadOptions, OutputIsAFolder) {
@@ -176,6 +183,14 @@ TEST_F(BadOptions, OutputIsADevice) {
   option("--output", path("full.nv12"));
 }
 
+TEST_F(BadOptions, OutputIsADeviceByName) {
+  option("--output", "/dev/full");
+}
+
+TEST_F(BadOptions, OutputWithoutAName) {
+  option("--output", "");
+}
+
 // A limit on the size of files fails a write just like a full disk, at a size that a test can choose. It is
 // less than one frame as PNG.
 TEST_F(BadOptions, OutputBeyondTheLimitOnFiles) {
@@ -226,6 +241,10 @@ TEST_F(BadOptions, SummaryInAMissingFolder) {
 TEST_F(BadOptions, SummaryIsAFolder) {
   fs::create_directory(path("folder"));
   option("--summary-json", path("folder"));
+}
+
+TEST_F(BadOptions, SummaryAndOutputOnStandardOutput) {
+  run(rendering({{"--output", "-"}, {"--summary-json", "-"}}));
 }
 
 TEST_F(BadOptions, SummaryIsTheOutput) {
@@ -349,8 +368,11 @@ TEST_F(BadOptions, WordTooMany) {
 }
 
 TEST_F(BadOptions, LookbackThatIsNone) {
-  for (const char* lookback : {"-1", "3.7", "many", "", "99999999999999999999"})
-    option("--lookback", lookback);
+  for (const char* lookback : {"-1", "3.7", "many", ""}) option("--lookback", lookback);
+}
+
+TEST_F(BadOptions, LookbackBeyond63Bits) {
+  for (const char* lookback : {"9223372036854775808", "99999999999999999999"}) option("--lookback", lookback);
 }
 
 TEST_F(BadOptions, FrameToExplainThatIsNone) {

@@ -68,6 +68,20 @@ TEST_F(ToolOutputs, WhatNothingIsDrawnOnLeavesByteForByte) {
   }
 }
 
+TEST_F(ToolOutputs, NamesInTheSummaryHaveNoControlBytes) {
+  const std::string summary = renderRaw(2, 2, flatFrames(2, 2, 1), "\x1B[2Jo.nv12");
+  EXPECT_NE(summary.find("output        " + path(" [2Jo.nv12") + "\n"), std::string::npos) << summary;
+  EXPECT_EQ(summary.find('\x1B'), std::string::npos);
+}
+
+TEST_F(ToolOutputs, NumbersOf63BitsAreTakenWhereNumbersAre) {
+  const std::string most = "9223372036854775807";
+  const std::string summary = render({"--input", folder_.write("in.nv12", flatFrames(2, 2, 3)), "--size",
+                                      "2x2", "--detections", folder_.write("d.jsonl", fullMaskLine(0, "p")),
+                                      "--output", path("out.nv12"), "--frames", most, "--lookback", most});
+  EXPECT_NE(summary.find("frames drawn  3\n"), std::string::npos) << summary;
+}
+
 TEST_F(ToolOutputs, EitherPluginDrawsTheSameBytesAndIsNamed) {
   const std::string frames = noiseFrames(63, 47, kFrames);
   const std::string input = folder_.write("in.nv12", frames);

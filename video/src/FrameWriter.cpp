@@ -49,6 +49,10 @@ OutputKind outputKindOf(const std::string& path) {
     PngPattern check(path);
     return OutputKind::PngSequence;
   }
+  std::error_code ignored;
+  if (std::filesystem::is_character_file(path, ignored) || std::filesystem::is_block_file(path, ignored)) {
+    throw UserError(path + ": is a device, and an output is a file, a pipe or -");
+  }
   throw UserError(path + ": unknown output ending '" + ending +
                   "'; it can be .mp4, .mkv, .y4m, .nv12 or a pattern such as name_%04d.png");
 }

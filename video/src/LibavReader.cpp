@@ -20,6 +20,9 @@ constexpr AVRational kFallbackRate{30, 1};
 /// never end.
 constexpr uint64_t kMostErrorsAtEnd = 1024;
 
+/// libavformat's reader of Y4M adds the six bytes of a frame's mark to the error about such a size.
+constexpr int kSizeOfNoPicture = AVERROR(EINVAL) + 6;
+
 int stopReading(void*) {
   return Interrupt::requested() ? 1 : 0;
 }
@@ -76,6 +79,9 @@ void LibavReader::openInput() {
   context->interrupt_callback = {&stopReading, nullptr};
   // On failure avformat_open_input frees the context itself.
   const int error = avformat_open_input(&context, addressOf(path_).c_str(), nullptr, nullptr);
+  if (error == kSizeOfNoPicture && std::filesystem::is_regular_file(path_)) {
+    throw UserError(path_ + ": its header says a size that no picture has");
+  }
   if (error < 0) fail(error);
   input_.reset(context);
   const int probed = avformat_find_stream_info(context, nullptr);

@@ -35,8 +35,11 @@ AVCodecID codecOf(const AVPacket& file) {
 }
 
 AVPacketPtr readWhole(const std::string& path) {
-  const FileDescriptor file = openForReading(path);
   std::error_code error;
+  if (fs::exists(path, error) && !fs::is_regular_file(path, error)) {
+    throw UserError(path + ": is no regular file, which a picture has to be");
+  }
+  const FileDescriptor file = openForReading(path);
   const std::uintmax_t size = fs::file_size(path, error);
   if (error) throw systemError(path, error.value());
   if (size > kMostBytes) throw UserError(path + ": is larger than any picture");

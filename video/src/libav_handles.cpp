@@ -1,7 +1,11 @@
 #include "video/libav_handles.h"
 
 #include <array>
+#include <cerrno>
 #include <new>
+#include <string>
+
+#include "io/UserError.h"
 
 extern "C" {
 #include <libavutil/log.h>
@@ -26,7 +30,12 @@ AVFramePtr makeAVFrame(AVPixelFormat pixelFormat, int width, int height) {
   frame->format = pixelFormat;
   frame->width = width;
   frame->height = height;
-  if (av_frame_get_buffer(frame.get(), 0) < 0) throw std::bad_alloc();
+  const int error = av_frame_get_buffer(frame.get(), 0);
+  if (error == AVERROR(ENOMEM)) throw std::bad_alloc();
+  if (error < 0) {
+    throw UserError("a picture of " + std::to_string(width) + "x" + std::to_string(height) +
+                    " pixels cannot be made: " + libavErrorText(error));
+  }
   return frame;
 }
 

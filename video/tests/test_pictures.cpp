@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 
@@ -136,6 +137,17 @@ TEST_F(Pictures, LoseTheirAlphaWhichIsSaid) {
   for (Frame frame; reader.next(frame);) {
   }
   EXPECT_EQ(reader.remarks(), Texts{paths[1] + ": its alpha is dropped (rgba); 2 pictures lose something"});
+}
+
+TEST_F(Pictures, ThatAreNoRegularFilesAreRefused) {
+  const std::string pipe = folder_.path("pipe.png");
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  try {
+    const PictureReader reader({pipe}, false);
+    FAIL() << "nothing was refused";
+  } catch (const UserError& error) {
+    EXPECT_EQ(error.what(), pipe + ": is no regular file, which a picture has to be");
+  }
 }
 
 TEST_F(Pictures, ThatAreDamagedEndTheReading) {

@@ -24,7 +24,7 @@ MASKS = [
     {"size": [2, 4], "counts": "3210"},
     {"size": [2, 2], "counts": "022", "at": [-2, -1, 4, 4]},
     {"polygon": [[1, 1, 4, 1, 4, 3], [20.5, 10, 30, 25.5, 11, 25.5]]},
-    {"size": [1, 1], "counts": "0QPPPPPPPPPP0"},  # 0 and 1, the latter in twelve groups
+    {"size": [1, 1], "counts": "0QPPPPPPPPPP0"},  # 0 and 1, the latter in twelve groups, which is the most
 ]
 TEXT = {**SQUARE, "class_info": "SEG1|4|2|Dw=="}
 # By the name of the schema, with what is special behind it.
@@ -38,7 +38,7 @@ GOOD = {
     },
     "detection-lines image": {"image": "val/a.png", "producer": "p", "detections": []},
     "summary": {
-        "frames": 2, "frames_changed": 1, "pixels_changed": 7, "detections": 2, "drawn": 1,
+        "frames": 2, "frames_changed": 1, "pixels_changed": 7, "detections": 8, "drawn": 1,
         "dropped": {
             "over_cap": 1, "not_an_object": 2, "low_score": 1, "invalid_mask": 1, "box_outside": 1, "no_pixel_in_box": 1,
         },

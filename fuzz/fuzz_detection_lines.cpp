@@ -26,7 +26,7 @@ using Kind = Json::Kind;
 constexpr int kWidth = 19;
 constexpr int kHeight = 7;
 constexpr std::int64_t kMostPixels = std::int64_t{1} << 28;
-constexpr std::int64_t kMostPixelsOfALine = std::int64_t{1} << 33;
+constexpr std::int64_t kMostPixelsOfAFrame = std::int64_t{1} << 32;
 
 constexpr std::size_t kBlock = 65536;
 
@@ -69,8 +69,15 @@ std::optional<std::int64_t> pixelsOf(const Json& mask) {
   return kWidth * kHeight;
 }
 
+// The pixels of the masks of a frame's lines so far.
+struct FramePixels {
+  std::optional<std::uint64_t> frame;
+  std::int64_t sum = 0;
+};
+
 // Replaces the masks of the line's detections by their texts.
-void expandMasks(Line& line) {
+void expandMasks(Line& line, FramePixels& pixelsSoFar) {
+  if (pixelsSoFar.frame != line.frame) pixelsSoFar = {line.frame, 0};
   Json* detections = nullptr;
   for (std::size_t i = 0; i < line.object->keys.size(); ++i) {
     if (line.object->keys[i] == "detections") detections = &line.object->values[i];
@@ -84,12 +91,12 @@ void expandMasks(Line& line) {
   const auto maskOf = [](const Json& element) {
     return element.kind == Kind::Object ? element.member("mask") : nullptr;
   };
-  std::int64_t sum = 0;
   for (std::size_t i = 0; i < elements.size(); ++i) {
     if (maskOf(elements[i]) == nullptr) continue;
     const std::optional<std::int64_t> pixels = pixelsOf(*maskOf(elements[i]));
-    sum += pixels.value_or(0);
-    if (!pixels || elements[i].member("class_info") != nullptr || sum > kMostPixelsOfALine) return refuse(i);
+    pixelsSoFar.sum += pixels.value_or(0);
+    const bool areTooMany = pixelsSoFar.sum > kMostPixelsOfAFrame;
+    if (!pixels || elements[i].member("class_info") != nullptr || areTooMany) return refuse(i);
   }
   for (std::size_t i = 0; i < elements.size(); ++i) {
     if (maskOf(elements[i]) == nullptr) continue;
@@ -106,7 +113,7 @@ void expandMasks(Line& line) {
   }
 }
 
-Line readLine(const std::string& text) {
+Line readLine(const std::string& text, FramePixels& pixelsSoFar) {
   Line line;
   bool blank = true;
   for (const char byte : text) blank = blank && reference::isSpace(byte);
@@ -129,7 +136,7 @@ Line readLine(const std::string& text) {
   if (!line.error.empty()) return line;
   line.frame = static_cast<std::uint64_t>(parsed.value.member("frame")->integer);
   line.object = parsed.value;
-  expandMasks(line);
+  expandMasks(line, pixelsSoFar);
   return line;
 }
 
@@ -165,7 +172,7 @@ class Model {
       std::string bytes = text_.substr(at_, end - at_);
       at_ = end + 1;
       if (++number_ == 1 && bytes.substr(0, 3) == "\xEF\xBB\xBF") bytes.erase(0, 3);
-      Line line = readLine(bytes);
+      Line line = readLine(bytes, pixelsSoFar_);
       gaveUp_ = gaveUp_ || line.gaveUp;
       if (line.error.empty() && line.object && line.frame < last_) {
         line.error = "frame " + std::to_string(line.frame) + " comes after frame " + std::to_string(last_) +
@@ -194,6 +201,7 @@ class Model {
   std::size_t at_ = 0;
   std::uint64_t number_ = 0;
   std::uint64_t last_ = 0;
+  FramePixels pixelsSoFar_;
   std::optional<Line> ahead_;
   std::string error_;
   bool isErrorsBegin_ = false;

@@ -43,7 +43,7 @@ std::string tokenHint(std::string_view rest) {
 
 std::string parseHint(const std::string& line, const std::string& error) {
   constexpr std::string_view kIndex = "(index ";  // the place, which the parser says in its message alone
-  const std::string encoding = encodingHint(line);
+  std::string encoding = encodingHint(line);
   if (!encoding.empty()) return encoding;
   const std::size_t index = error.find(kIndex);
   const bool isObject = line[line.find_first_not_of(" \t")] == '{';

@@ -33,7 +33,7 @@ SwJsonObject maskMember(SwJsonValue segmentation) {
   }
   SwJsonObject* const runs = segmentation.object();
   if (!runs) throw UserError("\"segmentation\" is neither a list of polygons nor run lengths");
-  if (!runs->contains("counts")) throw UserError("\"segmentation\" has no \"counts\"");
+  if (!runs->contains("counts")) throw UserError(R"("segmentation" has no "counts")");
   for (const char* key : {"size", "counts"}) {
     if (SwJsonValue* const value = runs->find(key)) mask.insert(key, std::move(*value));
   }

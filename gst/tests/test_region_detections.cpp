@@ -75,6 +75,16 @@ TEST_F(RegionDetections, AMaskThatIsNoneCostsItsDetectionAlone) {
   EXPECT_EQ(refused_[1].rfind("mask: not JSON: ", 0), 0U) << refused_[1];
 }
 
+TEST_F(RegionDetections, TheMasksOfABufferHaveTogetherAsManyPixelsAsSixteenOfTheLargest) {
+  for (int i = 0; i < 17; ++i) {
+    add(R"s(detection, mask=(string)"{\"size\": [16384, 16384], \"counts\": [1]}")s");
+  }
+  EXPECT_EQ(payload(), R"({"detections": []})");
+  ASSERT_EQ(refused_.size(), 17U);
+  EXPECT_EQ(refused_[15].rfind("detections[0]: \"counts\" ", 0), 0U) << refused_[15];
+  EXPECT_EQ(refused_[16], "detections[0]: the frame's masks have more than 4294967296 pixels together");
+}
+
 TEST_F(RegionDetections, ABufferWithoutSuchARegionHasNone) {
   EXPECT_EQ(payload(), "");
   add(nullptr);

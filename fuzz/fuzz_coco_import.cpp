@@ -221,6 +221,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                      "what an error begins with");
     return 0;
   }
+  output.finish();
   output.commit();
   fuzz::check(segmask::isUtf8(readBytes(folder.linesPath())), "the lines are UTF-8");
   fuzz::check(segmask::isUtf8(segmask::legendText(classes, true)), "the legend is UTF-8");

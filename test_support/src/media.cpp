@@ -90,6 +90,7 @@ Track videoTrack(AVFormatContext& output, const MediaVideo& video) {
   if (interlaced) codec.flags |= AV_CODEC_FLAG_INTERLACED_DCT;
   openEncoder(output, track, encoder);
   addStream(output, track);
+  track.stream->sample_aspect_ratio = video.sampleAspect;
   if (video.displayMatrix != std::array<int32_t, 9>{}) {
     const std::size_t bytes = sizeof video.displayMatrix;
     std::memcpy(av_stream_new_side_data(track.stream, AV_PKT_DATA_DISPLAYMATRIX, bytes),

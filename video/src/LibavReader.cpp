@@ -120,13 +120,13 @@ void LibavReader::offerSideStreams(SideKinds kinds) {
   }
 }
 
-void LibavReader::describe(const AVFrame& first) {
+void LibavReader::describe(AVFrame& first) {
   format_.width = first.width;
   format_.height = first.height;
   format_.timeBase = stream_->time_base;
   const AVRational rate = av_guess_frame_rate(input_.get(), stream_, nullptr);
   format_.frameRate = rate.num > 0 && rate.den > 0 ? rate : kFallbackRate;
-  format_.sampleAspect = first.sample_aspect_ratio;
+  format_.sampleAspect = av_guess_sample_aspect_ratio(input_.get(), stream_, &first);
   format_.color = colorTagsAsNv12(first);
   format_.fieldOrder = fieldOrderOf(first);
   storedWidth_ = first.width;
@@ -253,7 +253,9 @@ int64_t LibavReader::timeOf(const AVFrame& frame) const {
 }
 
 void LibavReader::refuseCutOff() const {
-  const int64_t size = avio_size(input_->pb);
+  // A pipe has no size, and says 0.
+  const bool hasSize = input_->pb && (input_->pb->seekable & AVIO_SEEKABLE_NORMAL) != 0;
+  const int64_t size = hasSize ? avio_size(input_->pb) : -1;
   if (size < 0) return;
   for (unsigned index = 0; index < input_->nb_streams; ++index) {
     AVStream* const stream = input_->streams[index];

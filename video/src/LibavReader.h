@@ -38,7 +38,7 @@ class LibavReader : public FrameReader {
   void openDecoder();
   /// Offers every other stream that is no video.
   void offerSideStreams(SideKinds kinds);
-  void describe(const AVFrame& first);
+  void describe(AVFrame& first);
   /// Decides how frames are turned, or that players are to do it.
   void orient(const AVFrame& first, bool keepRotation);
 

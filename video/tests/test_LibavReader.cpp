@@ -1,9 +1,16 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <fstream>
+#include <stdexcept>
+#include <thread>
+#include <utility>
 
 #include "io/UserError.h"
 #include "src/LibavReader.h"
 #include "test_support/TempFolder.h"
 #include "test_support/frames.h"
+#include "test_support/media.h"
 #include "video/FrameWriter.h"
 #include "video/PngEncoder.h"
 
@@ -142,6 +149,37 @@ TEST(LibavReader, ReadsAFileWhoseNameLooksLikeAnAddress) {
   const std::string path = folder.path("http:video.y4m");
   writeVideo(path, formatOf(8, 8));
   EXPECT_EQ(LibavReader(path).format().width, 8);
+}
+
+/// A pipe that gets these bytes once someone reads it.
+class FedPipe {
+ public:
+  FedPipe(const std::string& path, std::string bytes) : bytes_(std::move(bytes)) {
+    if (mkfifo(path.c_str(), 0600) != 0) throw std::runtime_error("no pipe can be made");
+    feeder_ = std::thread([this, path] { std::ofstream(path, std::ios::binary) << bytes_; });
+  }
+  ~FedPipe() { feeder_.join(); }
+  FedPipe(const FedPipe&) = delete;
+  FedPipe& operator=(const FedPipe&) = delete;
+
+ private:
+  std::string bytes_;
+  std::thread feeder_;
+};
+
+TEST(LibavReader, ReadsContainersWithTablesFromAPipe) {
+  const TempFolder folder;
+  for (const char* container : {"matroska", "mp4", "avi"}) {
+    MediaFile file;
+    file.container = container;
+    file.tableFirst = true;
+    writeMedia(folder.path("file"), file);
+    const FedPipe pipe(folder.path(container), readFile(folder.path("file")));
+    LibavReader reader(folder.path(container));
+    int frames = 0;
+    for (Frame frame; reader.next(frame);) ++frames;
+    EXPECT_EQ(frames, 10) << container;
+  }
 }
 
 TEST(LibavReader, RefusesWhatIsNoVideo) {

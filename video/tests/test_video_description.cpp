@@ -89,6 +89,18 @@ TEST(VideoRotation, OfAnEighthOfATurnIsLeftToPlayersAndSaid) {
                                      ": its rotation is no quarter turn and is left to players"});
 }
 
+TEST(VideoAspect, ThatTheContainerAloneSaysIsCarriedOver) {
+  const TempFolder folder;
+  for (const char* name : {"v.mkv", "v.y4m"}) {
+    MediaFile file;
+    file.video.encoder = name == std::string("v.y4m") ? "wrapped_avframe" : "ffv1";
+    file.video.sampleAspect = {4, 3};
+    writeMedia(folder.path(name), file);
+    LibavReader reader(folder.path(name));
+    EXPECT_EQ(av_cmp_q(reader.format().sampleAspect, {4, 3}), 0) << name;
+  }
+}
+
 TEST(VideoFields, AreCarriedOver) {
   const TempFolder folder;
   for (const AVFieldOrder order : {AV_FIELD_TT, AV_FIELD_BB}) {

@@ -28,6 +28,7 @@ struct MediaVideo {
   std::function<void(int, AVFrame&)> fill;
   std::array<int32_t, 9> displayMatrix{};  ///< all 0: none
   AVFieldOrder fieldOrder = AV_FIELD_PROGRESSIVE;
+  AVRational sampleAspect{0, 1};  ///< that the container says, and the frames do not
 };
 
 /// A track of noise, or of texts.

@@ -278,6 +278,14 @@ TEST_F(ToolBatchSplit, ADamagedVideoHasTheWholesFramesAndDamage) {
   }
 }
 
+TEST_F(ToolBatchSplit, DamagedSoundIsCountedOnce) {
+  makeInput("in.ts", "mpeg2video", true);
+  folder_.write("in.ts", withDamagedSound(readFile(path("in.ts"))));
+  EXPECT_GT(expectSame("a.mp4", 2, R"(, "strict": true, "crf": 0)"), 1);
+  EXPECT_EQ(summaryOf("out/a.mp4")["damaged"].integer(), 1);
+  EXPECT_EQ(tracksOf(path("out/a.mp4"))[1].packets, tracksOf(path("whole/a.mp4"))[1].packets);
+}
+
 TEST_F(ToolBatchSplit, LinesPastTheEndAndFaultsAreToldOnce) {
   folder_.write("d.jsonl", boxLine(1, "p", 3) + boxLine(6, "p", 900) + boxLine(9, "p", 3));
   EXPECT_EQ(expectSame("a.nv12", 2, R"(, "strict": true, "config": {"alfa": 1})"), 6);

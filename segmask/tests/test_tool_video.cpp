@@ -272,6 +272,23 @@ TEST_F(ToolVideo, AnInterruptionKeepsTheSoundUpToIt) {
   EXPECT_NEAR(tracks[1].end, tracks[0].end, 0.05);
 }
 
+TEST_F(ToolVideo, DamagedSoundIsLeftOutAndCounted) {
+  make("v.ts");
+  folder_.write("damaged.ts", withDamagedSound(readFile(path("v.ts"))));
+  for (const char* output : {"out.mp4", "out.mkv"}) {
+    const ToolResult result =
+        render("damaged.ts", output, {"--strict", "--summary-json", path("summary.json")});
+    EXPECT_EQ(result.exitCode, 3);
+    EXPECT_NE(result.out.find("\ndamaged       1 packets"), std::string::npos) << result.out;
+    EXPECT_NE(readFile(path("summary.json")).find("\"damaged\": 1"), std::string::npos);
+    EXPECT_EQ(result.err, "segmask: warning: " + path("damaged.ts") +
+                              ": 1 packet of its sound or other streams is damaged and left out\n");
+    EXPECT_EQ(tracksOf(path(output))[0].packets.size(), static_cast<std::size_t>(kFrames));
+    EXPECT_GT(tracksOf(path(output))[1].packets.size(), 100U);
+  }
+  EXPECT_EQ(render("damaged.ts", "out.mp4").exitCode, 0);
+}
+
 TEST_F(ToolVideo, AFullDiskLeavesNothingBehind) {
   make("v.mp4");
   fs::create_directory(path("small"));

@@ -216,6 +216,18 @@ void writeMedia(const std::string& path, const MediaFile& file) {
   avformat_free_context(output);
 }
 
+std::string withDamagedSound(std::string transportStream) {
+  const std::string start("\x00\x00\x01\xC0", 4);
+  const std::size_t first = transportStream.find(start);
+  const std::size_t second = transportStream.find(start, first + 1);
+  constexpr std::size_t kHeader = 9;  // its last byte says how many more there are
+  const std::size_t more = static_cast<unsigned char>(transportStream.at(second + kHeader - 1));
+  char& sync = transportStream.at(second + kHeader + more);
+  if (sync != '\xFF') throw std::runtime_error("no ADTS header there");
+  sync = 0;
+  return transportStream;
+}
+
 void writePicture(const std::string& path, MediaVideo picture) {
   picture.frames = 1;
   MediaFile file;

@@ -28,14 +28,18 @@ std::string counted(uint64_t count, const std::string& noun) {
 }  // namespace
 
 std::string damageWarning(const std::string& path, const Damage& damage) {
+  std::string errors;
   if (damage.packets > 0) {
-    return path + ": " + counted(damage.packets, "packet") +
-           " could not be decoded; frames may be missing or damaged";
+    errors = counted(damage.packets, "packet") + " could not be decoded; frames may be missing or damaged";
+  } else if (damage.frames > 0) {
+    errors = counted(damage.frames, "frame") + " had errors and may be damaged";
   }
-  if (damage.frames > 0) {
-    return path + ": " + counted(damage.frames, "frame") + " had errors and may be damaged";
+  if (damage.copied > 0) {
+    if (!errors.empty()) errors += "; ";
+    errors += counted(damage.copied, "packet") + " of its sound or other streams " +
+              (damage.copied == 1 ? "is" : "are") + " damaged and left out";
   }
-  return {};
+  return errors.empty() ? errors : path + ": " + errors;
 }
 
 FrameSize parseFrameSize(const std::string& text) {

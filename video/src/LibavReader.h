@@ -25,8 +25,8 @@ class LibavReader : public FrameReader {
   const VideoFormat& format() const override { return format_; }
   std::optional<uint64_t> frameCount() const override { return frameCount_; }
   bool next(Frame& frame) override;
-  std::string warning() const override { return damageWarning(path_, damage_); }
-  Damage damage() const override { return damage_; }
+  std::string warning() const override { return damageWarning(path_, damage()); }
+  Damage damage() const override { return {damage_.packets, damage_.frames, side_.damaged()}; }
   SideStreams* sideStreams() override { return &side_; }
   std::vector<std::string> remarks() const override { return remarks_; }
   bool passOver() override { return readPacket(); }

@@ -135,8 +135,17 @@ void Muxer::writeHeld(int64_t before, AVRational timeBase) {
 }
 
 void Muxer::write(AVPacket& packet) {
-  check(av_interleaved_write_frame(output_.get(), &packet));
+  const int error = av_interleaved_write_frame(output_.get(), &packet);
+  if (!isDamage(error)) check(error);
   check(output_->pb->error);
+}
+
+/// Whether a packet that is copied is damaged, which has then been left out. It may be an earlier one, which
+/// waited in libavformat. Those of the encoder are right.
+bool Muxer::isDamage(int error) {
+  if (error != AVERROR_INVALIDDATA || copies_.empty()) return false;
+  side_->countDamaged();
+  return true;
 }
 
 void Muxer::finish() {
@@ -146,6 +155,11 @@ void Muxer::finish() {
     const std::lock_guard<std::mutex> lock(mutex_);
     writeHeld(isWhole ? INT64_MAX : videoEnd_, video_->time_base);
     held_.clear();
+    // The trailer would write the packets that wait only up to a damaged one.
+    int error = 0;
+    while (isDamage(error = av_interleaved_write_frame(output_.get(), nullptr))) {
+    }
+    check(error);
   }
   check(av_write_trailer(output_.get()));
   avio_flush(output_->pb);

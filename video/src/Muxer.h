@@ -61,6 +61,7 @@ class Muxer {
   void hold(AVPacket& packet);
   void writeHeld(int64_t before, AVRational timeBase);
   void write(AVPacket& packet);
+  bool isDamage(int error);
 
   std::string path_;
   OutputPlace place_;

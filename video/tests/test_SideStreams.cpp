@@ -185,6 +185,31 @@ TEST(SideStreams, WaitForAWriterWithinALimit) {
   EXPECT_EQ(next, 64);
 }
 
+/// A packet of ADTS that is shorter than its header, which MP4 and Matroska do not hold, among 94 others.
+TEST(SideStreams, LackAPacketThatIsDamagedAndCountIt) {
+  const TempFolder folder;
+  writeMedia(folder.path("v.ts"), withSounds({sound("aac", 2)}));
+  const std::size_t sounds = tracksOf(folder.path("v.ts"))[1].packets.size();
+  for (const char* output : {"out.mp4", "out.mkv"}) {
+    LibavReader reader(folder.path("v.ts"), all());
+    const std::unique_ptr<FrameWriter> writer =
+        openFrameWriter(folder.path(output), reader.format(), {{}, reader.sideStreams()});
+    Frame frame;
+    for (int number = 0; reader.next(frame); ++number) {
+      writer->write(frame);
+      if (number == 20) reader.sideStreams()->push(*packetOf(3, frame.pts), "v.ts");
+    }
+    writer->finish();
+    writer->commit();
+    EXPECT_EQ(reader.damage().copied, 1U) << output;
+    EXPECT_EQ(reader.warning(),
+              folder.path("v.ts") + ": 1 packet of its sound or other streams is damaged and left out");
+    const std::vector<MediaTrack> tracks = tracksOf(folder.path(output));
+    EXPECT_EQ(tracks[0].packets.size(), 50U) << output;
+    EXPECT_EQ(tracks[1].packets.size(), sounds) << output;
+  }
+}
+
 /// No picture comes meanwhile, and what is held does not grow with what is pushed.
 TEST(SideStreams, ThatGoOnWithoutTheVideoAreWritten) {
   const TempFolder folder;

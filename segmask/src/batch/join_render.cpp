@@ -11,14 +11,16 @@
 namespace segmask {
 namespace {
 
-void join(const RenderOptions& options, const PieceReport& first, bool isWholeInput,
-          const std::vector<std::string>& files) {
+/// Returns the packets of side streams that are damaged.
+uint64_t join(const RenderOptions& options, const PieceReport& first, bool isWholeInput,
+              const std::vector<std::string>& files) {
   const std::unique_ptr<FrameReader> reader = openFrameReader(options.input, readOptionsOf(options));
   if (options.start && reader->sideStreams()) {
     reader->sideStreams()->beginAt(first.beginning, reader->format().timeBase);
   }
   joinPieces(files, options.output, {*reader, first.first, isWholeInput},
              {options.encoder, reader->sideStreams()});
+  return reader->damage().copied;
 }
 
 }  // namespace
@@ -32,7 +34,7 @@ int joinRender(const RenderOptions& options, const std::vector<PieceOptions>& pi
     totals.add(last.totals);
   }
   if (totals.frames == 0) throw UserError(options.input + ": holds no frame");
-  join(options, readReport(pieces.front().report), last.reachedEnd, files);
+  totals.damage.copied = join(options, readReport(pieces.front().report), last.reachedEnd, files);
   if (options.summaryJson) {
     OutputFile file(*options.summaryJson, *options.summaryJson);
     file.write(summaryJson(totals, options.plugin.path()) + "\n");

@@ -139,7 +139,7 @@ void FrameSource::checkTime(int64_t pts) const {
 
 Damage FrameSource::damage() const {
   const Damage now = reader_->damage();
-  return {now.packets - damageBefore_.packets, now.frames - damageBefore_.frames};
+  return {now.packets - damageBefore_.packets, now.frames - damageBefore_.frames, now.copied};
 }
 
 std::optional<uint64_t> FrameSource::frameCount() const {

@@ -37,13 +37,18 @@ void RenderOutputs::write(const FrameJob& job) {
   if (sheet_) sheet_->offer(job.number, job.frame, job.drawn);
 }
 
-void RenderOutputs::finish(const std::function<std::string()>& summary,
-                           const std::function<std::string()>& report) {
-  // Everything that can fail for lack of space comes before the first output gets its name.
+// Everything that can fail for lack of space comes before the first output gets its name.
+
+void RenderOutputs::finishFrames() {
   writer_->finish();
   if (sheet_) sheet_->finish();
+}
+
+void RenderOutputs::finish(const std::function<std::string()>& summary,
+                           const std::function<std::string()>& report) {
   if (report_) complete(*report_, report());
-  if (summary_) complete(*summary_, summary() + "\n");
+  if (summary_) complete(*summary_, summary() + "
+");
   writer_->commit();
   if (sheet_) sheet_->commit();
   if (summary_) summary_->commit();

@@ -26,9 +26,12 @@ class RenderOutputs {
 
   void write(const FrameJob& job);
 
-  /// Completes everything, with the text of `summary` for programs and that of `report`, and gives it its
-  /// names. `report` is called when the frames and the contact sheet are complete. A summary on standard
-  /// output is printed when all else is complete and nothing has its name yet.
+  /// Completes the frames and the contact sheet. No write may follow.
+  void finishFrames();
+
+  /// Completes the rest, with the text of `summary` for programs and that of `report`, and gives everything
+  /// its names. After finishFrames(). A summary on standard output is printed when all else is complete and
+  /// nothing has its name yet.
   void finish(const std::function<std::string()>& summary, const std::function<std::string()>& report);
 
   /// Where the finished frames stand until they have their name, where they are one file; otherwise empty.

@@ -44,6 +44,7 @@ void RenderTotals::add(const RenderTotals& other) {
   detectionsLookedBack += other.detectionsLookedBack;
   damage.packets += other.damage.packets;
   damage.frames += other.damage.frames;
+  damage.copied += other.damage.copied;
   renderTimes.add(other.renderTimes);
   if (!other.told) return;
   if (!told) told.emplace();
@@ -63,6 +64,7 @@ SwJsonObject totalsJson(const RenderTotals& totals) {
   object.insert("lookback", totals.detectionsLookedBack);
   object.insert("damaged_packets", totals.damage.packets);
   object.insert("damaged_frames", totals.damage.frames);
+  object.insert("damaged_copied", totals.damage.copied);
   object.insert("render_times", std::move(times));
   if (totals.told) addTold(object, *totals.told);
   return object;
@@ -76,6 +78,7 @@ RenderTotals totalsIn(const SwJsonObject& object) {
   totals.detectionsLookedBack = countIn(object, "lookback");
   totals.damage.packets = countIn(object, "damaged_packets");
   totals.damage.frames = countIn(object, "damaged_frames");
+  totals.damage.copied = countIn(object, "damaged_copied");
   std::vector<uint64_t> counts;
   const SwJsonArray* const times = object["render_times"].array();
   for (std::size_t i = 0; times && i < times->size(); ++i) {

@@ -42,7 +42,7 @@ RenderTotals totalsIn(const SwJsonObject& object);
 /// counts.
 std::string summaryJson(const RenderTotals& totals, const std::string& plugin);
 
-/// Whether any detection is known to have been dropped, or a frame may be damaged.
+/// Whether any detection is known to have been dropped, or the input was damaged.
 bool lacksAny(const RenderTotals& totals);
 
 /// Whether there were detections and yet no pixel is known to have changed.

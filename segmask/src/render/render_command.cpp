@@ -88,7 +88,6 @@ RenderSummary renderFrames(const RenderStages& stages, const Interrupt& interrup
   summary.stageTimes = FramePipeline(std::move(callbacks)).run();
   totals.detections = stages.producers.detectionsSeen() - seenBefore;
   totals.detectionsLookedBack = stages.producers.detectionsLookedBack() - lookedBackBefore;
-  totals.damage = stages.inputs.frames().damage();
   summary.telling = stages.telling;
   if (stages.telling) addTold(totals, *stages.telling);
   return summary;
@@ -200,13 +199,20 @@ std::string reportText(const RenderStages& stages, const RenderOptions& options,
   return reportPage(summary, *stages.report, facts);
 }
 
+/// After the last packet of the streams that are copied, the damage is complete.
+void finishFrames(const RenderStages& stages, RenderTotals& totals) {
+  stages.outputs.finishFrames();
+  totals.damage = stages.inputs.frames().damage();
+}
+
 int finish(const RenderStages& stages, const RenderOptions& options, const std::string& pluginPath,
-           const RenderSummary& summary) {
-  const RenderTotals& totals = summary.totals;
+           RenderSummary& summary) {
+  RenderTotals& totals = summary.totals;
   if (totals.frames == 0) {
     if (!Interrupt::requested()) throw UserError(options.input + ": holds no frame");
     return reportEarlyInterrupt();
   }
+  finishFrames(stages, totals);
   const bool hasRest = warnOfRest(stages.inputs);
   const SummaryFiles files{options.detections, options.output, options.contactSheet, pluginPath,
                            options.report};
@@ -248,8 +254,9 @@ PieceReport reportOf(const RenderStages& stages, const RenderOptions& options, c
 }
 
 int finishPiece(const RenderStages& stages, const RenderOptions& options, const PieceOptions& piece,
-                const RenderSummary& summary) {
+                RenderSummary& summary) {
   if (Interrupt::requested()) return kExitInterrupted;
+  finishFrames(stages, summary.totals);
   stages.outputs.finish({}, {});
   writeReport(reportOf(stages, options, piece.piece, summary.totals), piece.report);
   return kExitDone;
@@ -316,7 +323,7 @@ int render(const RenderOptions& options, const PieceOptions* part) {
   const RenderStages stages{
       *inputs, producers, renderer, host.plugin(), telling ? &*telling : nullptr, report ? &*report : nullptr,
       *outputs};
-  const RenderSummary summary = renderWithProgress(stages, options, interrupt);
+  RenderSummary summary = renderWithProgress(stages, options, interrupt);
   return part ? finishPiece(stages, options, *part, summary) : finish(stages, options, pluginPath, summary);
 }
 

@@ -49,6 +49,9 @@ struct MediaFile {
 
 void writeMedia(const std::string& path, const MediaFile& file);
 
+/// An MPEG-TS file whose second unit of AAC sound has no ADTS header any more, so that its packet is none.
+std::string withDamagedSound(std::string transportStream);
+
 /// Writes one frame as a picture, by an encoder of pictures ("png", "mjpeg").
 void writePicture(const std::string& path, MediaVideo picture);
 

@@ -18,8 +18,9 @@ namespace segmask {
 struct Damage {
   uint64_t packets = 0;  ///< that could not be decoded
   uint64_t frames = 0;   ///< that were decoded with errors
+  uint64_t copied = 0;   ///< packets of side streams that the output did not take
 
-  uint64_t count() const { return packets + frames; }
+  uint64_t count() const { return packets + frames + copied; }
 };
 
 /// A message of one sentence for the user about the damage of the input `path`; empty when there is none.
@@ -45,7 +46,7 @@ class FrameReader {
   /// damageWarning of the input's errors that did not end the video. Complete when next() has returned false.
   virtual std::string warning() const { return {}; }
 
-  /// The errors so far.
+  /// The errors so far. Those of side streams are complete when the writer has finished.
   virtual Damage damage() const { return {}; }
 
   /// The streams beside the video, for a writer that copies them. Null where the input can have none. Owned

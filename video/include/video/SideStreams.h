@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -16,7 +17,8 @@ namespace segmask {
 /// as they are. The reader pushes them as they come, the writer says what it takes.
 ///
 /// Packets that come before the writer is connected wait here; after that they go straight to it, in the
-/// reader's thread, so nothing here grows with the input. All calls come from the reader's thread.
+/// reader's thread, so nothing here grows with the input. All calls come from the reader's thread, but those
+/// about damage.
 class SideStreams {
  public:
   /// What may wait for the writer. A file with more than that before its first frame is not copied from.
@@ -56,6 +58,9 @@ class SideStreams {
   /// Passes on what waits, and from now on each packet.
   void connect(Sink sink);
 
+  /// A packet is damaged, so that the output does not take it. From any thread.
+  void countDamaged() { ++damaged_; }
+
   /// Whether the packets up to the end of the input were pushed.
   bool ended() const { return ended_; }
 
@@ -67,6 +72,9 @@ class SideStreams {
 
   /// A sentence for each stream that was left out.
   const std::vector<std::string>& leftOut() const { return leftOut_; }
+
+  /// The damaged packets so far. From any thread.
+  uint64_t damaged() const { return damaged_; }
 
  private:
   Stream* streamOf(const AVPacket& packet);
@@ -84,6 +92,7 @@ class SideStreams {
   std::optional<Beginning> beginning_;
   Sink sink_;
   bool ended_ = false;
+  std::atomic<uint64_t> damaged_{0};
   std::vector<std::string> leftOut_;
 };
 

@@ -140,7 +140,7 @@ Track soundTrack(AVFormatContext& output, const MediaSound& sound) {
       random = static_cast<uint32_t>((uint64_t{random} * 1'664'525 + 1'013'904'223) & 0xFFFFFFFF);
       const float value = static_cast<float>(random >> 16) / 65'536 - 0.5F;
       const auto whole = static_cast<int16_t>(value * 20'000);
-      if (codec.sample_fmt == AV_SAMPLE_FMT_S16)
+      if (av_get_bytes_per_sample(codec.sample_fmt) == sizeof whole)
         std::memcpy(frame->data[0] + 2 * static_cast<std::ptrdiff_t>(sample), &whole, sizeof whole);
       else
         std::memcpy(frame->data[0] + 4 * static_cast<std::ptrdiff_t>(sample), &value, sizeof value);
@@ -170,10 +170,26 @@ Track textTrack(AVFormatContext& output, const MediaSound& texts) {
   return track;
 }
 
+void setText(AVDictionary*& texts, const char* key, const std::string& value) {
+  check(av_dict_set(&texts, key, value.c_str(), 0), key);
+}
+
+void attach(AVFormatContext& output, const std::string& bytes) {
+  AVStream& stream = *avformat_new_stream(&output, nullptr);
+  AVCodecParameters& codec = *stream.codecpar;
+  codec.codec_type = AVMEDIA_TYPE_ATTACHMENT;
+  codec.codec_id = AV_CODEC_ID_TTF;
+  codec.extradata_size = static_cast<int>(bytes.size());
+  codec.extradata = static_cast<uint8_t*>(av_mallocz(bytes.size() + AV_INPUT_BUFFER_PADDING_SIZE));
+  bytes.copy(reinterpret_cast<char*>(codec.extradata), bytes.size());
+  setText(stream.metadata, "filename", "font.ttf");
+  setText(stream.metadata, "mimetype", "application/x-truetype-font");
+}
+
 Track makeTrack(AVFormatContext& output, const MediaSound& sound) {
   const bool isText = sound.encoder == "subrip" || sound.encoder == "mov_text";
   Track track = isText ? textTrack(output, sound) : soundTrack(output, sound);
-  if (!sound.language.empty()) av_dict_set(&track.stream->metadata, "language", sound.language.c_str(), 0);
+  if (!sound.language.empty()) setText(track.stream->metadata, "language", sound.language);
   return track;
 }
 
@@ -188,6 +204,7 @@ void writeMedia(const std::string& path, const MediaFile& file) {
   std::vector<Track> tracks;
   tracks.push_back(videoTrack(*output, file.video));
   for (const MediaSound& sound : file.sounds) tracks.push_back(makeTrack(*output, sound));
+  if (!file.attachment.empty()) attach(*output, file.attachment);
   check(avio_open(&output->pb, path.c_str(), AVIO_FLAG_WRITE), "open");
   AVDictionary* options = nullptr;
   if (file.tableFirst) av_dict_set(&options, "movflags", "faststart", 0);
@@ -247,6 +264,8 @@ std::vector<MediaTrack> tracksOf(const std::string& path) {
     const AVDictionaryEntry* const language = av_dict_get(stream.metadata, "language", nullptr, 0);
     tracks[i].type = stream.codecpar->codec_type;
     tracks[i].codec = stream.codecpar->codec_id;
+    tracks[i].header.assign(reinterpret_cast<const char*>(stream.codecpar->extradata),
+                            static_cast<std::size_t>(stream.codecpar->extradata_size));
     tracks[i].fieldOrder = stream.codecpar->field_order;
     tracks[i].hasDisplayMatrix = av_stream_get_side_data(&stream, AV_PKT_DATA_DISPLAYMATRIX, nullptr);
     if (language) tracks[i].language = language->value;

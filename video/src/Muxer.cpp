@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
@@ -26,12 +27,25 @@ std::string addressOf(const OutputPlace& place) {
   return place.path() == kStandardStream ? "pipe:" + std::to_string(STDOUT_FILENO) : "file:" + place.path();
 }
 
+/// Matroska needs the name and the kind of the file that is attached.
+bool isWholeAttachment(const AVStream& stream) {
+  const auto has = [&stream](const char* key) { return av_dict_get(stream.metadata, key, nullptr, 0); };
+  return has("filename") && has("mimetype") && stream.codecpar->extradata_size > 0;
+}
+
+bool hasWavTag(AVCodecID codec) {
+  const std::array<const AVCodecTag*, 2> tags{avformat_get_riff_audio_tags(), nullptr};
+  return av_codec_get_tag(tags.data(), codec) != 0;
+}
+
 }  // namespace
 
 Muxer::Muxer(const std::string& path, const std::string& container) : path_(path), place_(path) {
   AVFormatContext* context = nullptr;
   check(avformat_alloc_output_context2(&context, nullptr, container.c_str(), nullptr));
   output_.reset(context);
+  // What the container has a place for is copied, though its standard be young, as that of FLAC in MP4.
+  context->strict_std_compliance = FF_COMPLIANCE_EXPERIMENTAL;
 }
 
 Muxer::~Muxer() {
@@ -67,8 +81,13 @@ void Muxer::addVideo(const AVCodecContext& encoder, const VideoFormat& format) {
 }
 
 bool Muxer::canHold(const AVStream& stream) const {
-  return stream.codecpar->codec_id != AV_CODEC_ID_NONE &&
-         avformat_query_codec(output_->oformat, stream.codecpar->codec_id, FF_COMPLIANCE_NORMAL) == 1;
+  const AVCodecParameters& codec = *stream.codecpar;
+  const bool isMatroska = output_->oformat->name == std::string("matroska");
+  if (codec.codec_type == AVMEDIA_TYPE_ATTACHMENT) return isMatroska && isWholeAttachment(stream);
+  if (codec.codec_id == AV_CODEC_ID_NONE) return false;
+  if (avformat_query_codec(output_->oformat, codec.codec_id, FF_COMPLIANCE_NORMAL) == 1) return true;
+  // Sound that has no name of its own there goes by that of WAV.
+  return isMatroska && codec.codec_type == AVMEDIA_TYPE_AUDIO && hasWavTag(codec.codec_id);
 }
 
 void Muxer::addCopies(SideStreams& side) {

@@ -83,6 +83,34 @@ TEST(SideStreams, ThatTheContainerCannotHoldAreLeftOut) {
             "stream 1 (audio, pcm_s16le) is left out: .nv12 cannot hold it");
 }
 
+TEST(SideStreams, ThatHaveNoNameOfTheirOwnInMatroskaAreCopiedTooAndAttachmentsWithThem) {
+  const TempFolder folder;
+  MediaFile file =
+      withSounds({sound("pcm_mulaw", 1), sound("g722", 1), sound("wmav2", 1), sound("adpcm_ima_wav", 1)});
+  file.attachment = "the bytes of a font";
+  writeMedia(folder.path("v.mkv"), file);
+  EXPECT_EQ(copy(folder.path("v.mkv"), folder.path("out.mkv")), Texts{});
+  const std::vector<MediaTrack> before = tracksOf(folder.path("v.mkv"));
+  const std::vector<MediaTrack> after = tracksOf(folder.path("out.mkv"));
+  ASSERT_EQ(after.size(), 6U);
+  for (std::size_t track = 1; track < 5; ++track) {
+    EXPECT_EQ(after[track].codec, before[track].codec);
+    EXPECT_GT(before[track].packets.size(), 1U);
+    EXPECT_EQ(after[track].packets, before[track].packets) << track;
+  }
+  EXPECT_EQ(after[5].type, AVMEDIA_TYPE_ATTACHMENT);
+  EXPECT_EQ(after[5].header, file.attachment);
+  EXPECT_EQ(copy(folder.path("v.mkv"), folder.path("out.mp4")).back(),
+            "stream 5 (attachment, ttf) is left out: mp4 cannot hold it");
+}
+
+TEST(SideStreams, WhoseStandardIsYoungAreCopied) {
+  const TempFolder folder;
+  writeMedia(folder.path("v.mkv"), withSounds({sound("flac", 1)}));
+  EXPECT_EQ(copy(folder.path("v.mkv"), folder.path("out.mp4")), Texts{});
+  EXPECT_EQ(tracksOf(folder.path("out.mp4"))[1].packets, tracksOf(folder.path("v.mkv"))[1].packets);
+}
+
 TEST(SideStreams, AreOfferedAsFarAsTheyAreWanted) {
   const TempFolder folder;
   writeMedia(folder.path("v.mkv"), withSounds({sound("aac", 2), sound("subrip", 2)}));

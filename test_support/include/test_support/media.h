@@ -42,6 +42,7 @@ struct MediaSound {
 struct MediaFile {
   MediaVideo video;
   std::vector<MediaSound> sounds;
+  std::string attachment;   ///< the bytes of a file that a Matroska file carries along; empty: none
   bool soundFirst = false;  ///< all sounds' packets before the video's; otherwise by time
   bool tableFirst = false;  ///< of an MP4, its table of frames before them
   std::string container;    ///< empty: by the name
@@ -62,6 +63,7 @@ struct MediaTrack {
   std::string language;
   bool hasDisplayMatrix = false;
   AVFieldOrder fieldOrder = AV_FIELD_UNKNOWN;
+  std::string header;                ///< what the codec has beside its packets; of an attachment, its file
   std::vector<std::string> packets;  ///< their bytes
   std::vector<double> times;         ///< their seconds; of video, in the order of coding
   double end = 0;                    ///< when the last packet ends

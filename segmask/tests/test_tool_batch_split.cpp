@@ -286,6 +286,21 @@ TEST_F(ToolBatchSplit, DamagedSoundIsCountedOnce) {
   EXPECT_EQ(tracksOf(path("out/a.mp4"))[1].packets, tracksOf(path("whole/a.mp4"))[1].packets);
 }
 
+TEST_F(ToolBatchSplit, TitlesAndChaptersAreThoseOfTheWhole) {
+  MediaFile file;
+  file.texts = {{"title", "Harbour"}};
+  file.chapters = {{0, 0.1, "Out"}, {0.1, 0.2, "Round"}, {0.2, 0.4, "Back"}};
+  writeMedia(path("in.mkv"), file);
+  input_ = "in.mkv";
+  for (const char* const part : {"", R"(, "start": 3, "frames": 5)"}) {
+    EXPECT_GT(expectSame("a.mkv", 2, part), 1);
+    const MediaTexts texts = textsOf(path("out/a.mkv"));
+    EXPECT_EQ(texts.file.at("title"), "Harbour");
+    EXPECT_EQ(texts.chapters, textsOf(path("whole/a.mkv")).chapters);
+    EXPECT_EQ(texts.chapters.size(), part[0] == 0 ? 3U : 2U);
+  }
+}
+
 TEST_F(ToolBatchSplit, LinesPastTheEndAndFaultsAreToldOnce) {
   folder_.write("d.jsonl", boxLine(1, "p", 3) + boxLine(6, "p", 900) + boxLine(9, "p", 3));
   EXPECT_EQ(expectSame("a.nv12", 2, R"(, "strict": true, "config": {"alfa": 1})"), 6);

@@ -226,6 +226,19 @@ TEST_F(ToolVideo, PipesCarryVideos) {
   }
 }
 
+TEST_F(ToolVideo, ChaptersGoThroughAPipeAndArePartedInAFile) {
+  video_.chapters = {{0, 1, "Out"}, {1, 2, "Back"}};
+  make("v.mkv");
+  folder_.write("piped.mkv", runTool(arguments(path("v.mkv"), "-")).out);
+  EXPECT_EQ(textsOf(path("piped.mkv")).chapters, video_.chapters);
+  EXPECT_EQ(render("v.mkv", "out.mkv", {"--start", "1.5", "--frames", "10"}).exitCode, 0);
+  const std::vector<MediaChapter> chapters = textsOf(path("out.mkv")).chapters;
+  ASSERT_EQ(chapters.size(), 1U);
+  EXPECT_EQ(chapters[0].title, "Back");
+  EXPECT_EQ(chapters[0].start, 0);
+  EXPECT_NEAR(chapters[0].end, 0.4, 0.05);
+}
+
 TEST_F(ToolVideo, AClosedPipeEndsTheRunQuietly) {
   folder_.write("in.nv12", noiseFrames(64, 48, 200));
   for (const char* output : {"-", "out.nv12"}) {

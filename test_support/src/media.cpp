@@ -1,6 +1,7 @@
 #include "test_support/media.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <stdexcept>
 #include <utility>
@@ -174,7 +175,19 @@ void setText(AVDictionary*& texts, const char* key, const std::string& value) {
   check(av_dict_set(&texts, key, value.c_str(), 0), key);
 }
 
-void attach(AVFormatContext& output, const std::string& bytes) {
+void addChapter(AVFormatContext& output, const MediaChapter& made) {
+  auto* const chapter = static_cast<AVChapter*>(av_mallocz(sizeof(AVChapter)));
+  int count = static_cast<int>(output.nb_chapters);
+  check(av_dynarray_add_nofree(&output.chapters, &count, chapter), "chapter");
+  output.nb_chapters = static_cast<unsigned>(count);
+  chapter->id = count;
+  chapter->time_base = {1, 1000};
+  chapter->start = std::llround(made.start * 1000);
+  chapter->end = std::llround(made.end * 1000);
+  setText(chapter->metadata, "title", made.title);
+}
+
+void attach(AVFormatContext& output, const std::string& bytes, const std::string& kind) {
   AVStream& stream = *avformat_new_stream(&output, nullptr);
   AVCodecParameters& codec = *stream.codecpar;
   codec.codec_type = AVMEDIA_TYPE_ATTACHMENT;
@@ -183,7 +196,7 @@ void attach(AVFormatContext& output, const std::string& bytes) {
   codec.extradata = static_cast<uint8_t*>(av_mallocz(bytes.size() + AV_INPUT_BUFFER_PADDING_SIZE));
   bytes.copy(reinterpret_cast<char*>(codec.extradata), bytes.size());
   setText(stream.metadata, "filename", "font.ttf");
-  setText(stream.metadata, "mimetype", "application/x-truetype-font");
+  setText(stream.metadata, "mimetype", kind);
 }
 
 Track makeTrack(AVFormatContext& output, const MediaSound& sound) {
@@ -191,6 +204,22 @@ Track makeTrack(AVFormatContext& output, const MediaSound& sound) {
   Track track = isText ? textTrack(output, sound) : soundTrack(output, sound);
   if (!sound.language.empty()) setText(track.stream->metadata, "language", sound.language);
   return track;
+}
+
+Input openInput(const std::string& path) {
+  AVFormatContext* context = nullptr;
+  check(avformat_open_input(&context, path.c_str(), nullptr, nullptr), path.c_str());
+  Input input(context);
+  check(avformat_find_stream_info(context, nullptr), "stream info");
+  return input;
+}
+
+std::map<std::string, std::string> textsIn(const AVDictionary* dictionary) {
+  std::map<std::string, std::string> texts;
+  const AVDictionaryEntry* entry = nullptr;
+  while ((entry = av_dict_get(dictionary, "", entry, AV_DICT_IGNORE_SUFFIX)))
+    texts[entry->key] = entry->value;
+  return texts;
 }
 
 }  // namespace
@@ -203,8 +232,12 @@ void writeMedia(const std::string& path, const MediaFile& file) {
   output->flags |= AVFMT_FLAG_BITEXACT;
   std::vector<Track> tracks;
   tracks.push_back(videoTrack(*output, file.video));
+  for (const MediaVideo& video : file.moreVideos) tracks.push_back(videoTrack(*output, video));
   for (const MediaSound& sound : file.sounds) tracks.push_back(makeTrack(*output, sound));
-  if (!file.attachment.empty()) attach(*output, file.attachment);
+  if (!file.attachment.empty()) attach(*output, file.attachment, file.attachmentKind);
+  for (const auto& [key, value] : file.texts) setText(output->metadata, key.c_str(), value);
+  for (const auto& [key, value] : file.videoTexts) setText(output->streams[0]->metadata, key.c_str(), value);
+  for (const MediaChapter& chapter : file.chapters) addChapter(*output, chapter);
   check(avio_open(&output->pb, path.c_str(), AVIO_FLAG_WRITE), "open");
   AVDictionary* options = nullptr;
   if (file.tableFirst) av_dict_set(&options, "movflags", "faststart", 0);
@@ -254,10 +287,8 @@ void writePicture(const std::string& path, MediaVideo picture) {
 }
 
 std::vector<MediaTrack> tracksOf(const std::string& path) {
-  AVFormatContext* context = nullptr;
-  check(avformat_open_input(&context, path.c_str(), nullptr, nullptr), path.c_str());
-  const Input input(context);
-  check(avformat_find_stream_info(context, nullptr), "stream info");
+  const Input input = openInput(path);
+  AVFormatContext* const context = input.get();
   std::vector<MediaTrack> tracks(context->nb_streams);
   for (unsigned i = 0; i < context->nb_streams; ++i) {
     const AVStream& stream = *context->streams[i];
@@ -282,10 +313,23 @@ std::vector<MediaTrack> tracksOf(const std::string& path) {
   return tracks;
 }
 
+MediaTexts textsOf(const std::string& path) {
+  const Input input = openInput(path);
+  MediaTexts texts;
+  texts.file = textsIn(input->metadata);
+  texts.video = textsIn(input->streams[0]->metadata);
+  for (unsigned i = 0; i < input->nb_chapters; ++i) {
+    const AVChapter& chapter = *input->chapters[i];
+    const double tick = av_q2d(chapter.time_base);
+    texts.chapters.push_back({static_cast<double>(chapter.start) * tick,
+                              static_cast<double>(chapter.end) * tick, textsIn(chapter.metadata)["title"]});
+  }
+  return texts;
+}
+
 std::vector<int> trackOrderOf(const std::string& path) {
-  AVFormatContext* context = nullptr;
-  check(avformat_open_input(&context, path.c_str(), nullptr, nullptr), path.c_str());
-  const Input input(context);
+  const Input input = openInput(path);
+  AVFormatContext* const context = input.get();
   const Packet packet(av_packet_alloc());
   std::vector<std::pair<int64_t, int>> places;
   for (; av_read_frame(context, packet.get()) >= 0; av_packet_unref(packet.get()))

@@ -107,12 +107,18 @@ void LibavReader::openDecoder() {
 }
 
 void LibavReader::offerSideStreams(SideKinds kinds) {
+  if (kinds != SideKinds::None) side_.setInput(*input_, *stream_);
   for (unsigned index = 0; index < input_->nb_streams; ++index) {
     AVStream& stream = *input_->streams[index];
     if (&stream == stream_) continue;
     const AVMediaType type = stream.codecpar->codec_type;
-    const bool isOffered = type == AVMEDIA_TYPE_AUDIO ? kinds == SideKinds::All : kinds != SideKinds::None;
-    if (isOffered && type != AVMEDIA_TYPE_VIDEO) {
+    const bool isWanted = type == AVMEDIA_TYPE_AUDIO ? kinds == SideKinds::All : kinds != SideKinds::None;
+    // A demuxer discards the track that holds a file's chapters, which it gives as such.
+    const bool isOffered = isWanted && stream.discard != AVDISCARD_ALL;
+    if (isOffered && type == AVMEDIA_TYPE_VIDEO) {
+      const bool isCover = (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
+      side_.leaveOut(stream, isCover ? "it is a cover picture" : "one video alone is drawn");
+    } else if (isOffered) {
       side_.add(stream);
     } else {
       stream.discard = AVDISCARD_ALL;

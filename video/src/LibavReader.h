@@ -36,7 +36,7 @@ class LibavReader : public FrameReader {
  private:
   void openInput();
   void openDecoder();
-  /// Offers every other stream that is no video.
+  /// Offers every other stream that is no video, the titles and the chapters.
   void offerSideStreams(SideKinds kinds);
   void describe(AVFrame& first);
   /// Decides how frames are turned, or that players are to do it.

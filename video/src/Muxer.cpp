@@ -7,9 +7,11 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
+#include <optional>
 #include <utility>
 
 #include "io/UserError.h"
+#include "src/container_texts.h"
 
 namespace segmask {
 namespace {
@@ -58,7 +60,12 @@ bool Muxer::wantsGlobalHeader() const {
 
 void Muxer::open(const AVCodecContext& encoder, const VideoFormat& format, SideStreams* side) {
   addVideo(encoder, format);
-  if (side) addCopies(*side);
+  if (side) {
+    copyTitles(*side, *output_, *video_);
+    addCopies(*side);
+    // Who reads a stream does not find what comes at its end, so it gets the chapters before that is known.
+    if (place_.isStream()) copyChapters(*side, *output_, std::nullopt, video_->time_base);
+  }
   check(avio_open(&output_->pb, addressOf(place_).c_str(), AVIO_FLAG_WRITE));
   check(avformat_write_header(output_.get(), nullptr));
   if (!side) return;
@@ -179,6 +186,9 @@ void Muxer::finish() {
     while (isDamage(error = av_interleaved_write_frame(output_.get(), nullptr))) {
     }
     check(error);
+  }
+  if (side_ && !place_.isStream()) {
+    copyChapters(*side_, *output_, isWhole ? std::nullopt : std::optional(videoEnd_), video_->time_base);
   }
   check(av_write_trailer(output_.get()));
   avio_flush(output_->pb);

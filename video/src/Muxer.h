@@ -33,8 +33,8 @@ class Muxer {
   /// Whether encoders are to put their headers where the container has them.
   bool wantsGlobalHeader() const;
 
-  /// Adds the video stream, and those of `side`, which may be null, that the container can hold. Writes the
-  /// container's header.
+  /// Adds the video stream, and those of `side`, which may be null, that the container can hold, its titles
+  /// and, at the end, its chapters. Writes the container's header.
   void open(const AVCodecContext& encoder, const VideoFormat& format, SideStreams* side);
 
   /// Takes what is in a packet of the encoder.

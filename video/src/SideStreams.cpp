@@ -41,10 +41,14 @@ void SideStreams::push(AVPacket& packet, const std::string& path) {
   av_packet_move_ref(waiting_.back().get(), &packet);
 }
 
+void SideStreams::leaveOut(AVStream& stream, const std::string& reason) {
+  stream.discard = AVDISCARD_ALL;
+  leftOut_.push_back(describe(stream) + " is left out: " + reason);
+}
+
 void SideStreams::leaveOut(Stream& stream, const std::string& reason) {
   stream.isCopied = false;
-  stream.input->discard = AVDISCARD_ALL;
-  leftOut_.push_back(describe(*stream.input) + " is left out: " + reason);
+  leaveOut(*stream.input, reason);
 }
 
 void SideStreams::leaveOutAll(const std::string& reason) {
@@ -70,6 +74,10 @@ void SideStreams::beginAt(int64_t time, AVRational timeBase) {
   waiting_.erase(std::remove_if(waiting_.begin(), waiting_.end(), isEarly), waiting_.end());
 }
 
+int64_t SideStreams::beginningIn(AVRational timeBase) const {
+  return beginning_ ? av_rescale_q(beginning_->time, beginning_->timeBase, timeBase) : 0;
+}
+
 SideStreams::Stream* SideStreams::streamOf(const AVPacket& packet) {
   const auto found = std::find_if(streams_.begin(), streams_.end(), [&packet](const Stream& stream) {
     return stream.input->index == packet.stream_index;
@@ -84,11 +92,9 @@ bool SideStreams::isBeforeBeginning(const AVPacket& packet, const Stream& stream
 }
 
 void SideStreams::passOn(AVPacket& packet, const Stream& stream) {
-  if (beginning_) {
-    const int64_t shift = av_rescale_q(beginning_->time, beginning_->timeBase, stream.input->time_base);
-    if (packet.pts != AV_NOPTS_VALUE) packet.pts -= shift;
-    if (packet.dts != AV_NOPTS_VALUE) packet.dts -= shift;
-  }
+  const int64_t shift = beginningIn(stream.input->time_base);
+  if (packet.pts != AV_NOPTS_VALUE) packet.pts -= shift;
+  if (packet.dts != AV_NOPTS_VALUE) packet.dts -= shift;
   sink_(packet);
 }
 

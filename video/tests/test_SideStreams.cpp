@@ -178,6 +178,72 @@ TEST(SideStreams, ThatLieFarFromTheVideoAreWrittenInTime) {
   EXPECT_GT(std::count(written.begin(), written.begin() + 100, 0), 10);
 }
 
+MediaFile withTexts() {
+  MediaFile file = withSounds({sound("aac", 2)});
+  file.texts = {{"title", "Harbour"}, {"artist", "A. Pilot"}};
+  file.videoTexts = {{"title", "The left camera"}, {"language", "fra"}};
+  file.chapters = {{0, 0.5, "Out"}, {0.5, 1.25, "Round"}, {1.25, 2, "Back"}};
+  return file;
+}
+
+TEST(VideoTexts, TitlesLanguageAndChaptersAreCarriedOver) {
+  const TempFolder folder;
+  const MediaFile file = withTexts();
+  writeMedia(folder.path("v.mkv"), file);
+  for (const char* output : {"out.mkv", "out.mp4"}) {
+    EXPECT_EQ(copy(folder.path("v.mkv"), folder.path(output)), Texts{});
+    const MediaTexts texts = textsOf(folder.path(output));
+    EXPECT_EQ(texts.file.at("title"), "Harbour") << output;
+    EXPECT_EQ(texts.file.count("artist") + texts.file.count("ARTIST"), 1U) << output;
+    EXPECT_EQ(texts.video.at("language"), "fra") << output;
+    EXPECT_EQ(texts.chapters, file.chapters) << output;
+  }
+  // libavformat writes no track's title into MP4.
+  EXPECT_EQ(textsOf(folder.path("out.mkv")).video.at("title"), "The left camera");
+  // MP4 has a track for its chapters, which is none to be copied.
+  EXPECT_EQ(copy(folder.path("out.mp4"), folder.path("again.mkv")), Texts{});
+  EXPECT_EQ(textsOf(folder.path("again.mkv")).chapters, file.chapters);
+  EXPECT_EQ(textsOf(folder.path("again.mkv")).file.count("MAJOR_BRAND"), 0U);
+}
+
+TEST(VideoTexts, ChaptersAreThoseOfThePartThatIsDrawn) {
+  const TempFolder folder;
+  writeMedia(folder.path("v.mkv"), withTexts());
+  for (const char* output : {"out.mkv", "out.mp4"}) {
+    LibavReader reader(folder.path("v.mkv"), all());
+    reader.sideStreams()->beginAt(750, {1, 1000});
+    const std::unique_ptr<FrameWriter> writer =
+        openFrameWriter(folder.path(output), reader.format(), {{}, reader.sideStreams()});
+    Frame frame;
+    for (int number = 0; number < 20 && reader.next(frame); ++number) writer->write(frame);
+    writer->finish();
+    writer->commit();
+    // 20 frames of 0.04 s, of which the first is at 0.75 s.
+    const std::vector<MediaChapter> chapters = textsOf(folder.path(output)).chapters;
+    ASSERT_EQ(chapters.size(), 2U) << output;
+    EXPECT_EQ(chapters[0], (MediaChapter{0, 0.5, "Round"})) << output;
+    EXPECT_EQ(chapters[1].start, 0.5) << output;
+    EXPECT_NEAR(chapters[1].end, 0.8, 0.03) << output;
+  }
+}
+
+TEST(SideStreams, OtherVideosAndCoversAreNamed) {
+  const TempFolder folder;
+  MediaVideo cover;
+  cover.encoder = "png";
+  cover.pixelFormat = AV_PIX_FMT_RGB24;
+  writePicture(folder.path("cover.png"), cover);
+  MediaFile file = withSounds({sound("aac", 1)});
+  file.moreVideos.resize(1);
+  file.attachment = readFile(folder.path("cover.png"));
+  file.attachmentKind = "image/png";
+  writeMedia(folder.path("v.mkv"), file);
+  EXPECT_EQ(copy(folder.path("v.mkv"), folder.path("out.mkv")),
+            (Texts{"stream 1 (video, mpeg4) is left out: one video alone is drawn",
+                   "stream 3 (video, png) is left out: it is a cover picture"}));
+  EXPECT_EQ(tracksOf(folder.path("out.mkv")).size(), 2U);
+}
+
 AVStream streamOf(AVCodecParameters& parameters) {
   AVStream stream{};
   stream.index = 1;

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -39,9 +40,24 @@ struct MediaSound {
   std::string language;
 };
 
+struct MediaChapter {
+  double start = 0;  ///< seconds
+  double end = 0;
+  std::string title;
+
+  bool operator==(const MediaChapter& other) const {
+    return start == other.start && end == other.end && title == other.title;
+  }
+};
+
 struct MediaFile {
   MediaVideo video;
   std::vector<MediaSound> sounds;
+  std::vector<MediaVideo> moreVideos;
+  std::map<std::string, std::string> texts;       ///< of the file: its title, its artist
+  std::map<std::string, std::string> videoTexts;  ///< and of its first video
+  std::vector<MediaChapter> chapters;
+  std::string attachmentKind = "application/x-truetype-font";
   std::string attachment;   ///< the bytes of a file that a Matroska file carries along; empty: none
   bool soundFirst = false;  ///< all sounds' packets before the video's; otherwise by time
   bool tableFirst = false;  ///< of an MP4, its table of frames before them
@@ -70,6 +86,15 @@ struct MediaTrack {
 };
 
 std::vector<MediaTrack> tracksOf(const std::string& path);
+
+/// What a file says about itself in words, as a demuxer gives it.
+struct MediaTexts {
+  std::map<std::string, std::string> file;
+  std::map<std::string, std::string> video;  ///< of the first stream
+  std::vector<MediaChapter> chapters;
+};
+
+MediaTexts textsOf(const std::string& path);
 
 /// The packets' tracks in the order in which the file has them.
 std::vector<int> trackOrderOf(const std::string& path);

@@ -13,8 +13,9 @@
 
 namespace segmask {
 
-/// The streams beside the video of an input (sound, subtitles, data), whose packets are copied to the output
-/// as they are. The reader pushes them as they come, the writer says what it takes.
+/// What an input has beside its video: streams (sound, subtitles, data), whose packets are copied to the
+/// output as they are, titles and chapters. The reader pushes them as they come, the writer says what it
+/// takes.
 ///
 /// Packets that come before the writer is connected wait here; after that they go straight to it, in the
 /// reader's thread, so nothing here grows with the input. All calls come from the reader's thread, but those
@@ -36,6 +37,12 @@ class SideStreams {
 
   // For the reader.
 
+  /// The input, for its titles and chapters, and its video. They belong to the reader.
+  void setInput(const AVFormatContext& input, const AVStream& video) {
+    input_ = &input;
+    video_ = &video;
+  }
+
   void add(AVStream& stream) { streams_.push_back({&stream, true}); }
 
   /// Takes what is in the packet if its stream is copied. Throws UserError when too much waits; `path` is the
@@ -49,11 +56,21 @@ class SideStreams {
 
   std::vector<Stream>& streams() { return streams_; }
 
-  /// The output does not take this stream, because of `reason`.
+  /// This stream is not copied, because of `reason`.
+  void leaveOut(AVStream& stream, const std::string& reason);
+
+  /// The output does not take this one, because of `reason`.
   void leaveOut(Stream& stream, const std::string& reason);
 
   /// The same for all streams.
   void leaveOutAll(const std::string& reason);
+
+  /// The input; null where nothing of it is wanted.
+  const AVFormatContext* input() const { return input_; }
+  const AVStream* video() const { return video_; }
+
+  /// The input's time from which times count, in ticks of `timeBase`.
+  int64_t beginningIn(AVRational timeBase) const;
 
   /// Passes on what waits, and from now on each packet.
   void connect(Sink sink);
@@ -86,6 +103,8 @@ class SideStreams {
     AVRational timeBase;
   };
 
+  const AVFormatContext* input_ = nullptr;
+  const AVStream* video_ = nullptr;
   std::vector<Stream> streams_;
   std::deque<AVPacketPtr> waiting_;
   std::size_t waitingBytes_ = 0;

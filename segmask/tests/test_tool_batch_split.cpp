@@ -286,6 +286,19 @@ TEST_F(ToolBatchSplit, DamagedSoundIsCountedOnce) {
   EXPECT_EQ(tracksOf(path("out/a.mp4"))[1].packets, tracksOf(path("whole/a.mp4"))[1].packets);
 }
 
+TEST_F(ToolBatchSplit, TimesThatJumpBackGoOnAsInTheWhole) {
+  makeInput("in.ts", "libx264", true);
+  const std::string once = readFile(path("in.ts"));
+  folder_.write("in.ts", once + once);
+  // One warning, and no piece begins by the index.
+  EXPECT_EQ(expectSame("a.mp4", 4, R"(, "crf": 0)"), 6);
+  const std::vector<MediaTrack> tracks = tracksOf(path("out/a.mp4"));
+  EXPECT_EQ(tracks[0].packets.size(), std::size_t{2 * kFrames});
+  EXPECT_TRUE(framesOf(path("out/a.mp4")) == framesOf(path("whole/a.mp4")));
+  EXPECT_EQ(tracks[1].packets, tracksOf(path("whole/a.mp4"))[1].packets);
+  EXPECT_EQ(tracks[1].times, tracksOf(path("whole/a.mp4"))[1].times);
+}
+
 TEST_F(ToolBatchSplit, TitlesAndChaptersAreThoseOfTheWhole) {
   MediaFile file;
   file.texts = {{"title", "Harbour"}};

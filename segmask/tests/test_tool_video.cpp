@@ -302,6 +302,18 @@ TEST_F(ToolVideo, DamagedSoundIsLeftOutAndCounted) {
   EXPECT_EQ(render("damaged.ts", "out.mp4").exitCode, 0);
 }
 
+TEST_F(ToolVideo, TimesThatJumpBackAreSaid) {
+  make("v.ts");
+  const std::string once = readFile(path("v.ts"));
+  folder_.write("twice.ts", once + once);
+  const ToolResult result = render("twice.ts", "out.mp4", {"--strict"});
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_EQ(result.err, "segmask: warning: " + path("twice.ts") +
+                            ": its time stamps jump back in 1 place; from there on they are moved, so that "
+                            "time goes on\n");
+  EXPECT_EQ(tracksOf(path("out.mp4"))[0].packets.size(), static_cast<std::size_t>(2 * kFrames));
+}
+
 TEST_F(ToolVideo, AFullDiskLeavesNothingBehind) {
   make("v.mp4");
   fs::create_directory(path("small"));

@@ -17,6 +17,9 @@ class FrameIndexBuilder {
   /// To be called with each packet of the video, in the order of the file.
   void add(const AVPacket& packet);
 
+  /// The packets are not where their times say.
+  void setUnclear() { isClear_ = false; }
+
   FrameIndex build() const;
 
  private:
@@ -32,7 +35,7 @@ class FrameIndexBuilder {
   bool isIntraOnly_;
   int lengthBytes_ = 0;  ///< before each unit of H.264; 0 where start codes separate them
   std::vector<Packet> packets_;
-  bool isClear_ = true;  ///< every packet has a time and is shown
+  bool isClear_ = true;  ///< every packet has its own time and is shown
 };
 
 }  // namespace segmask

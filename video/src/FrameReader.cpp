@@ -42,6 +42,12 @@ std::string damageWarning(const std::string& path, const Damage& damage) {
   return errors.empty() ? errors : path + ": " + errors;
 }
 
+std::string timeJumpWarning(const std::string& path, uint64_t jumps) {
+  if (jumps == 0) return {};
+  return path + ": its time stamps jump back in " + counted(jumps, "place") +
+         "; from there on they are moved, so that time goes on";
+}
+
 FrameSize parseFrameSize(const std::string& text) {
   const std::size_t x = text.find('x');
   FrameSize size;

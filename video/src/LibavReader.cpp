@@ -215,9 +215,12 @@ bool LibavReader::readPacket() {
       break;
     }
     if (packet_->stream_index == stream_->index) {
+      times_.moveVideo(*packet_, stream_->time_base);
       if (indexBuilder_) indexBuilder_->add(*packet_);
+      if (indexBuilder_ && times_.jumps() > 0) indexBuilder_->setUnclear();
       return true;
     }
+    times_.moveOther(*packet_, *input_->streams[packet_->stream_index]);
     side_.push(*packet_, path_);
   }
   return false;
@@ -239,6 +242,7 @@ void LibavReader::goTo(const FrameEntry& entry) {
   inputEnded_ = false;
   framesRead_ = entry.frame;
   lastPts_ = entry.pts - 1;
+  times_ = SteadyTimes();  // an input whose times jump has no entries
   // A container that counts by the times of showing leads to an earlier entry.
   const int error = av_seek_frame(input_.get(), stream_->index, entry.dts, AVSEEK_FLAG_BACKWARD);
   if (error < 0) throw NotAsIndexed(path_);

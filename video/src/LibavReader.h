@@ -7,6 +7,7 @@
 #include "src/FrameIndexBuilder.h"
 #include "src/Nv12Converter.h"
 #include "src/Orientation.h"
+#include "src/SteadyTimes.h"
 #include "video/FrameReader.h"
 #include "video/libav_handles.h"
 
@@ -15,8 +16,9 @@ namespace segmask {
 /// Reads the best video stream of whatever libavformat opens: a video file, an image, a stream's address.
 ///
 /// Packets that do not decode are left out and counted as damage. Frames without a time stamp,
-/// or with one that does not rise, get the next possible one. A file that ends before its own table of frames
-/// does is an error when that end is met.
+/// or with one that does not rise, get the next possible one; where the time stamps jump back, all streams
+/// are moved (SteadyTimes). A file that ends before its own table of frames does is an error when that end is
+/// met.
 class LibavReader : public FrameReader {
  public:
   /// Opens the file and decodes its first frame. Throws UserError when that is not possible.
@@ -27,6 +29,7 @@ class LibavReader : public FrameReader {
   bool next(Frame& frame) override;
   std::string warning() const override { return damageWarning(path_, damage()); }
   Damage damage() const override { return {damage_.packets, damage_.frames, side_.damaged()}; }
+  uint64_t timeJumps() const override { return times_.jumps(); }
   SideStreams* sideStreams() override { return &side_; }
   std::vector<std::string> remarks() const override { return remarks_; }
   bool passOver() override { return readPacket(); }
@@ -67,6 +70,7 @@ class LibavReader : public FrameReader {
   std::vector<unsigned char> stored_;  ///< a frame before it is turned
   VideoFormat format_;
   SideStreams side_;
+  SteadyTimes times_;
   std::vector<std::string> remarks_;
   std::optional<FrameIndexBuilder> indexBuilder_;
   std::optional<uint64_t> frameCount_;

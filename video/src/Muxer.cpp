@@ -111,7 +111,7 @@ void Muxer::addCopies(SideStreams& side) {
     copy->time_base = input.time_base;
     copy->disposition = input.disposition;
     check(av_dict_copy(&copy->metadata, input.metadata, 0));
-    copies_.push_back({&input, copy});
+    copies_.push_back({&input, copy, std::nullopt});
   }
 }
 
@@ -128,6 +128,17 @@ void Muxer::writeVideo(AVPacket& packet, const AVCodecContext& encoder) {
   write(packet);
 }
 
+/// A time of decoding that does not rise, which containers refuse, becomes the next possible one.
+void Muxer::makeRise(AVPacket& packet, Copy& copy) const {
+  if (packet.dts == AV_NOPTS_VALUE) return;
+  const AVMediaType type = copy.input->codecpar->codec_type;
+  const bool mayStay = (output_->oformat->flags & AVFMT_TS_NONSTRICT) != 0 || type == AVMEDIA_TYPE_SUBTITLE ||
+                       type == AVMEDIA_TYPE_DATA;
+  if (copy.last) packet.dts = std::max(packet.dts, *copy.last + (mayStay ? 0 : 1));
+  if (packet.pts != AV_NOPTS_VALUE) packet.pts = std::max(packet.pts, packet.dts);
+  copy.last = packet.dts;
+}
+
 void Muxer::hold(AVPacket& packet) {
   const auto copy = std::find_if(copies_.begin(), copies_.end(), [&packet](const Copy& one) {
     return one.input->index == packet.stream_index;
@@ -136,6 +147,7 @@ void Muxer::hold(AVPacket& packet) {
   av_packet_rescale_ts(&packet, copy->input->time_base, copy->output->time_base);
   packet.stream_index = copy->output->index;
   packet.pos = -1;
+  makeRise(packet, *copy);
   const std::lock_guard<std::mutex> lock(mutex_);
   heldBytes_ += bytesOf(packet);
   held_.push_back(makeAVPacket());

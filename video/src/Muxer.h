@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <deque>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -53,12 +54,14 @@ class Muxer {
   struct Copy {
     const AVStream* input;
     AVStream* output;
+    std::optional<int64_t> last;  ///< when the last packet is decoded, in ticks of the output
   };
 
   void addVideo(const AVCodecContext& encoder, const VideoFormat& format);
   void addCopies(SideStreams& side);
   bool canHold(const AVStream& stream) const;
   void hold(AVPacket& packet);
+  void makeRise(AVPacket& packet, Copy& copy) const;
   void writeHeld(int64_t before, AVRational timeBase);
   void write(AVPacket& packet);
   bool isDamage(int error);

@@ -178,6 +178,66 @@ TEST(SideStreams, ThatLieFarFromTheVideoAreWrittenInTime) {
   EXPECT_GT(std::count(written.begin(), written.begin() + 100, 0), 10);
 }
 
+AVPacketPtr packetOf(int bytes, int64_t time) {
+  AVPacketPtr packet = makeAVPacket();
+  if (av_new_packet(packet.get(), bytes) < 0) throw std::bad_alloc();
+  packet->stream_index = 1;
+  packet->pts = packet->dts = time;
+  return packet;
+}
+
+/// Two recordings in one file, both of which begin at the same time.
+TEST(TimesThatJumpBack, GoOnForTheVideoAndItsSound) {
+  const TempFolder folder;
+  MediaFile file = withSounds({sound("aac", 2), sound("mp2", 2)});
+  file.video.encoder = "libx264";
+  writeMedia(folder.path("v.ts"), file);
+  const std::string once = readFile(folder.path("v.ts"));
+  const std::string twice = folder.write("twice.ts", once + once);
+  LibavReader reader(twice);
+  std::vector<double> times;
+  for (Frame frame; reader.next(frame);)
+    times.push_back(static_cast<double>(frame.pts) * av_q2d(reader.format().timeBase));
+  ASSERT_EQ(times.size(), 100U);
+  for (std::size_t i = 1; i < times.size(); ++i) EXPECT_NEAR(times[i] - times[i - 1], 0.04, 0.001) << i;
+  EXPECT_EQ(reader.timeJumps(), 1U);
+  EXPECT_EQ(reader.warning(), "");
+
+  for (const char* output : {"out.mp4", "out.mkv"}) {
+    EXPECT_EQ(copy(twice, folder.path(output)), Texts{});
+    const std::vector<MediaTrack> tracks = tracksOf(folder.path(output));
+    EXPECT_EQ(tracks[0].packets.size(), 100U);
+    for (const std::size_t number : {1, 2}) {
+      const MediaTrack& track = tracks[number];
+      // Packets of 1024 and of 1152 samples, 48000 a second.
+      const double step = number == 1 ? 0.0213 : 0.024;
+      EXPECT_EQ(track.packets.size(), 2 * tracksOf(folder.path("v.ts"))[number].packets.size());
+      for (std::size_t i = 1; i < track.times.size(); ++i)
+        EXPECT_NEAR(track.times[i] - track.times[i - 1], step, 0.04) << output << number << ", packet " << i;
+      EXPECT_NEAR(track.times.back() - track.times.front(), 4, 0.1);
+    }
+  }
+}
+
+TEST(TimesThatJumpBack, ALittleGetThePossibleOnes) {
+  const TempFolder folder;
+  writeMedia(folder.path("v.mkv"), withSounds({sound("aac", 1)}));
+  LibavReader reader(folder.path("v.mkv"), all());
+  const std::unique_ptr<FrameWriter> writer =
+      openFrameWriter(folder.path("out.mp4"), reader.format(), {{}, reader.sideStreams()});
+  Frame frame;
+  while (reader.next(frame)) writer->write(frame);
+  for (const int64_t time : {2000, 1990, 1990, 2020})
+    reader.sideStreams()->push(*packetOf(50, time), "v.mkv");
+  writer->finish();
+  writer->commit();
+  const std::vector<double> times = tracksOf(folder.path("out.mp4"))[1].times;
+  ASSERT_GT(times.size(), 4U);
+  EXPECT_TRUE(std::is_sorted(times.end() - 4, times.end()));
+  EXPECT_NEAR(*(times.end() - 2), 2.0, 0.001);
+  EXPECT_NEAR(times.back(), 2.02, 0.001);
+}
+
 MediaFile withTexts() {
   MediaFile file = withSounds({sound("aac", 2)});
   file.texts = {{"title", "Harbour"}, {"artist", "A. Pilot"}};
@@ -250,14 +310,6 @@ AVStream streamOf(AVCodecParameters& parameters) {
   stream.codecpar = &parameters;
   stream.time_base = {1, 1000};
   return stream;
-}
-
-AVPacketPtr packetOf(int bytes, int64_t time) {
-  AVPacketPtr packet = makeAVPacket();
-  if (av_new_packet(packet.get(), bytes) < 0) throw std::bad_alloc();
-  packet->stream_index = 1;
-  packet->pts = packet->dts = time;
-  return packet;
 }
 
 TEST(SideStreams, WaitForAWriterWithinALimit) {

@@ -153,11 +153,14 @@ void noteLosses(FrameReader& reader, const std::string& output) {
 }
 
 /// True when there are lines past the end of the input.
-bool warnOfRest(RenderInputs& inputs) {
+bool warnOfRest(RenderInputs& inputs, const std::string& path) {
   if (inputs.arePictures()) {
     for (const std::string& remark : inputs.reader().remarks()) note(remark);
   }
-  if (!inputs.reader().warning().empty()) warn(inputs.reader().warning());
+  const FrameReader& reader = inputs.reader();
+  for (const std::string& warning : {reader.warning(), timeJumpWarning(path, reader.timeJumps())}) {
+    if (!warning.empty()) warn(warning);
+  }
   const std::optional<RenderInputs::Rest> rest = inputs.rest();
   if (!rest) return false;
   if (!rest->warning.empty()) warn(rest->warning);
@@ -213,7 +216,7 @@ int finish(const RenderStages& stages, const RenderOptions& options, const std::
     return reportEarlyInterrupt();
   }
   finishFrames(stages, totals);
-  const bool hasRest = warnOfRest(stages.inputs);
+  const bool hasRest = warnOfRest(stages.inputs, options.input);
   const SummaryFiles files{options.detections, options.output, options.contactSheet, pluginPath,
                            options.report};
   stages.outputs.finish([&] { return summaryJson(totals, files.plugin); },

@@ -26,6 +26,9 @@ struct Damage {
 /// A message of one sentence for the user about the damage of the input `path`; empty when there is none.
 std::string damageWarning(const std::string& path, const Damage& damage);
 
+/// The same about time stamps that jump back.
+std::string timeJumpWarning(const std::string& path, uint64_t jumps);
+
 /// A source of frames, read once from the first to the last.
 class FrameReader {
  public:
@@ -48,6 +51,9 @@ class FrameReader {
 
   /// The errors so far. Those of side streams are complete when the writer has finished.
   virtual Damage damage() const { return {}; }
+
+  /// How often the video's time stamps have jumped back so far. What follows is moved, so that time goes on.
+  virtual uint64_t timeJumps() const { return 0; }
 
   /// The streams beside the video, for a writer that copies them. Null where the input can have none. Owned
   /// by the reader.

@@ -1,6 +1,7 @@
 #include "src/Nv12Converter.h"
 
 #include <cstring>
+#include <new>
 #include <string>
 
 #include "io/UserError.h"
@@ -60,6 +61,23 @@ void setScalerColors(SwsContext* scaler, const AVFrame& frame) {
   sws_setColorspaceDetails(scaler, matrix, sourceRange, matrix, fullRange, kNeutral, kUnity, kUnity);
 }
 
+/// The grey tones of 16 bits with alpha, which the scaler library would take for limited range.
+AVFramePtr withoutAlpha(const AVFrame& frame) {
+  const bool isBigEndian = frame.format == AV_PIX_FMT_YA16BE;
+  AVFramePtr gray =
+      makeAVFrame(isBigEndian ? AV_PIX_FMT_GRAY16BE : AV_PIX_FMT_GRAY16LE, frame.width, frame.height);
+  if (av_frame_copy_props(gray.get(), &frame) < 0) throw std::bad_alloc();
+  constexpr std::size_t kTone = 2;  // bytes, followed by as many of alpha
+  for (int row = 0; row < frame.height; ++row) {
+    const uint8_t* from = frame.data[0] + static_cast<std::ptrdiff_t>(row) * frame.linesize[0];
+    uint8_t* to = gray->data[0] + static_cast<std::ptrdiff_t>(row) * gray->linesize[0];
+    for (int column = 0; column < frame.width; ++column, from += 2 * kTone, to += kTone) {
+      std::memcpy(to, from, kTone);
+    }
+  }
+  return gray;
+}
+
 }  // namespace
 
 ColorTags colorTagsAsNv12(const AVFrame& frame) {
@@ -110,6 +128,9 @@ void Nv12Converter::convert(const AVFrame& frame, std::vector<unsigned char>& pa
 }
 
 const AVFrame& Nv12Converter::scaled(const AVFrame& frame) {
+  if (frame.format == AV_PIX_FMT_YA16BE || frame.format == AV_PIX_FMT_YA16LE) {
+    return scaled(*withoutAlpha(frame));
+  }
   const auto format = static_cast<AVPixelFormat>(frame.format);
   constexpr int kFlags = SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INP;
   // The function takes ownership of the old context and returns it again while size and format stay the same.

@@ -90,6 +90,32 @@ TEST(Nv12Converter, RgbBecomesLimitedRangeAndSaysSo) {
   EXPECT_EQ(tags.matrix, AVCOL_SPC_SMPTE170M);
 }
 
+/// A row of grey tones, of `bytes` bytes a sample, each before as many bytes of alpha if there is one.
+Bytes lumaOf(AVPixelFormat format, const std::vector<unsigned char>& tones, std::size_t bytes,
+             bool hasAlpha) {
+  const AVFramePtr frame = makeAVFrame(format, static_cast<int>(tones.size()), 1);
+  unsigned char* at = frame->data[0];
+  for (const unsigned char tone : tones) {
+    at = std::fill_n(at, bytes, tone);
+    if (hasAlpha) at = std::fill_n(at, bytes, static_cast<unsigned char>(255));
+  }
+  Bytes packed = convert(*frame);
+  packed.resize(tones.size());
+  return packed;
+}
+
+TEST(Nv12Converter, GreyKeepsItsTonesWithAlphaToo) {
+  const Bytes tones{0, 1, 16, 127, 128, 235, 254, 255};
+  EXPECT_EQ(lumaOf(AV_PIX_FMT_GRAY8, tones, 1, false), tones);
+  EXPECT_EQ(lumaOf(AV_PIX_FMT_YA8, tones, 1, true), tones);
+  const Bytes ends{0, 255};
+  EXPECT_EQ(lumaOf(AV_PIX_FMT_GRAY16BE, ends, 2, false), ends);
+  EXPECT_EQ(lumaOf(AV_PIX_FMT_YA16BE, ends, 2, true), ends);
+  EXPECT_EQ(lumaOf(AV_PIX_FMT_YA16LE, ends, 2, true), ends);
+  EXPECT_EQ(lumaOf(AV_PIX_FMT_YA16BE, tones, 2, true), lumaOf(AV_PIX_FMT_GRAY16BE, tones, 2, false));
+  EXPECT_EQ(lumaOf(AV_PIX_FMT_YA16LE, tones, 2, true), lumaOf(AV_PIX_FMT_GRAY16LE, tones, 2, false));
+}
+
 TEST(RgbConverter, GoesByTheRangeOfTheVideo) {
   VideoFormat format;
   format.width = 3;

@@ -88,6 +88,14 @@ void refuseUnlessFile(const fs::path& target) {
                                          : ": is no regular file, and output replaces what is there"));
 }
 
+/// Moves a file to a name that nothing has. Otherwise returns -1, with errno, as rename() does.
+int moveUnlessThere(const char* from, const char* to) {
+  const int moved = renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE);
+  if (moved == 0 || (errno != EINVAL && errno != ENOSYS)) return moved;
+  // Not every file system can do that in one step. The name in the stage goes with it.
+  return link(from, to);
+}
+
 }  // namespace
 
 StagedOutput::StagedOutput(const std::string& target, LeftBehind leftBehind) {
@@ -116,17 +124,22 @@ StagedOutput::~StagedOutput() {
   fs::remove_all(stage_, ignored);
 }
 
-void StagedOutput::commit() {
+void StagedOutput::commit(Existing existing) {
   std::error_code error;
   for (fs::directory_iterator entry(stage_, error), end; !error && entry != end; entry.increment(error)) {
-    moveIntoPlace(entry->path().filename().string());
+    moveIntoPlace(entry->path().filename().string(), existing);
   }
   if (error) throw UserError(folder_ + ": " + error.message());
 }
 
-void StagedOutput::moveIntoPlace(const std::string& fileName) const {
+void StagedOutput::moveIntoPlace(const std::string& fileName, Existing existing) const {
   const std::string target = folder_ + "/" + fileName;
-  if (std::rename(pathOf(fileName).c_str(), target.c_str()) != 0) throw systemError(target, errno);
+  const std::string staged = pathOf(fileName);
+  const int result = existing == Existing::Kept ? moveUnlessThere(staged.c_str(), target.c_str())
+                                                : std::rename(staged.c_str(), target.c_str());
+  if (result == 0) return;
+  if (existing == Existing::Kept && errno == EEXIST) throw FileExists(target);
+  throw systemError(target, errno);
 }
 
 }  // namespace segmask

@@ -40,8 +40,8 @@ void TextOutput::finish() {
   file_.close();
 }
 
-void TextOutput::commit() {
-  if (stage_) stage_->commit();
+void TextOutput::commit(Existing existing) {
+  if (stage_) stage_->commit(existing);
 }
 
 void TextOutput::print() {

@@ -51,6 +51,29 @@ TEST(StagedOutput, MovesAllFilesOfASequence) {
   EXPECT_EQ(readFile(folder.path("9.png")), "old");
 }
 
+TEST(StagedOutput, KeepsAFileThatHasAppearedMeanwhile) {
+  const TempFolder folder;
+  {
+    StagedOutput output(folder.path("out.mp4"));
+    put(output.path(), "new");
+    folder.write("out.mp4", "another's");
+    try {
+      output.commit(Existing::Kept);
+      FAIL() << "it was replaced";
+    } catch (const FileExists& error) {
+      EXPECT_EQ(error.what(), folder.path("out.mp4") + ": exists, and -n never overwrites");
+    }
+  }
+  EXPECT_EQ(readFile(folder.path("out.mp4")), "another's");
+  {
+    StagedOutput output(folder.path("other.mp4"));
+    put(output.path(), "new");
+    output.commit(Existing::Kept);
+  }
+  EXPECT_EQ(readFile(folder.path("other.mp4")), "new");
+  EXPECT_EQ(folder.names(), (Names{"other.mp4", "out.mp4"}));
+}
+
 TEST(StagedOutput, FollowsALinkToAFileThatIsNotThereYet) {
   const TempFolder folder;
   std::filesystem::create_directory(folder.path("sub"));

@@ -179,6 +179,29 @@ TEST_F(ToolVideo, OverwritesUnlessItMayNot) {
   EXPECT_EQ(render("v.mp4", "out.mp4").exitCode, 0);
 }
 
+/// The plug-in waits in the first frame, so that the file comes in the middle of the run.
+TEST_F(ToolVideo, WhatAppearsDuringTheRunIsKeptToo) {
+  folder_.write("in.nv12", flatFrames(16, 8, 20));
+  for (const char* appearing : {"out.mkv", "sheet.png", "summary.json"}) {
+    folder_.write("hold", "");
+    const FileDescriptor err = openForTool("err", O_WRONLY | O_CREAT | O_TRUNC);
+    const pid_t process =
+        startTool(arguments(path("in.nv12"), path("out.mkv"),
+                            {"-n", "--size", "16x8", "--contact-sheet", path("sheet.png"), "--summary-json",
+                             path("summary.json"), "--plugin", libraryPath("libsegmask_held_plugin.so"),
+                             "--config", "{\"hold\": \"" + path("hold") + "\"}"}),
+                  err.get(), err.get());
+    while (!fs::exists(path("hold." + std::to_string(process))))
+      std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    folder_.write(appearing, "another's");
+    fs::remove(path("hold"));
+    EXPECT_EQ(waitForTool(process), 2);
+    EXPECT_EQ(readFile(path("err")), "segmask: " + path(appearing) + ": exists, and -n never overwrites\n");
+    EXPECT_EQ(readFile(path(appearing)), "another's");
+    for (const char* output : {"out.mkv", "sheet.png", "summary.json"}) fs::remove(path(output));
+  }
+}
+
 TEST_F(ToolVideo, StandardStreamsCarryVideosAndTheSummaryStepsAside) {
   const std::string frames = flatFrames(16, 8, 20);
   const FileDescriptor raw = (folder_.write("in.nv12", frames), openForTool("in.nv12", O_RDONLY));

@@ -19,7 +19,7 @@ class H264Writer : public FrameWriter {
   void write(const Frame& frame) override;
   void finish() override;
   std::string finishedFile() const override { return muxer_.stagedFile(); }
-  void commit() override { muxer_.commit(); }
+  void commit(Existing existing) override { muxer_.commit(existing); }
 
  private:
   void encode(const Frame* frame);

@@ -45,7 +45,7 @@ class Muxer {
   /// video.
   void finish();
   std::string stagedFile() const { return place_.stagedFile(); }
-  void commit() { place_.commit(); }
+  void commit(Existing existing = Existing::Replaced) { place_.commit(existing); }
 
   /// Throws UserError for a libav error.
   void check(int error) const;

@@ -20,7 +20,7 @@ class PacketFileWriter : public FrameWriter {
 
   void write(const Frame& frame) override { encode(&frame); }
   void finish() override;
-  void commit() override { place_.commit(); }
+  void commit(Existing existing) override { place_.commit(existing); }
 
  private:
   void encode(const Frame* frame);

@@ -46,8 +46,8 @@ void PictureWriter::write(const Frame& frame) {
   file.close();
 }
 
-void PictureWriter::commit() {
-  stage_->commit();
+void PictureWriter::commit(Existing existing) {
+  stage_->commit(existing);
   isFolderMade_ = false;
 }
 

@@ -20,7 +20,7 @@ class PngSequenceWriter : public FrameWriter {
 
   void write(const Frame& frame) override;
   void finish() override {}
-  void commit() override { stage_.commit(); }
+  void commit(Existing existing) override { stage_.commit(existing); }
 
  private:
   std::string path_;

@@ -16,7 +16,7 @@ class RawNv12Writer : public FrameWriter {
   void write(const Frame& frame) override { file_.write(frame.nv12.data(), frame.nv12.size()); }
   void finish() override { file_.close(); }
   std::string finishedFile() const override { return place_.stagedFile(); }
-  void commit() override { place_.commit(); }
+  void commit(Existing existing) override { place_.commit(existing); }
 
  private:
   OutputPlace place_;

@@ -20,7 +20,7 @@ class Y4mWriter : public FrameWriter {
   void write(const Frame& frame) override;
   void finish() override { file_.close(); }
   std::string finishedFile() const override { return place_.stagedFile(); }
-  void commit() override { place_.commit(); }
+  void commit(Existing existing) override { place_.commit(existing); }
 
  private:
   Nv12Layout layout_;

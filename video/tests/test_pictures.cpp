@@ -207,7 +207,7 @@ TEST_F(Pictures, AreWrittenUnderTheirNamesIntoAFolderThatIsMade) {
     writer.write(grayFrame(5, 7, 150));
     writer.finish();
     EXPECT_FALSE(fs::exists(path("out/a.png")));
-    writer.commit();
+    writer.commit(Existing::Replaced);
   }
   PictureReader reader({path("out/a.png"), path("out/b.png")}, false);
   Frame frame;

@@ -29,9 +29,9 @@ class OutputPlace {
   /// Opens it. A pipe is waited for until someone reads it.
   OutputFile open() const;
 
-  /// Gives a file its name. Throws UserError.
-  void commit() {
-    if (stage_) stage_->commit();
+  /// Gives a file its name, as StagedOutput::commit.
+  void commit(Existing existing = Existing::Replaced) {
+    if (stage_) stage_->commit(existing);
   }
 
  private:

@@ -6,6 +6,9 @@
 
 namespace segmask {
 
+/// What becomes of a file that has the name of an output.
+enum class Existing { Replaced, Kept };
+
 /// Output that appears whole or not at all. Files are written into a hidden folder beside their target
 /// (".segmask-XXXXXX") and moved to their final names by commit(). Without a commit this object's destructor
 /// deletes the folder with its files, and an existing target is untouched.
@@ -32,11 +35,12 @@ class StagedOutput {
   /// Where the target itself is written until the commit.
   std::string path() const { return pathOf(fileName_); }
 
-  /// Moves everything that was written to its final name, replacing files that are there. Throws UserError.
-  void commit();
+  /// Moves everything that was written to its final name. Throws UserError: FileExists, where a file is there
+  /// that is to be kept; files that were moved before it stay.
+  void commit(Existing existing = Existing::Replaced);
 
  private:
-  void moveIntoPlace(const std::string& fileName) const;
+  void moveIntoPlace(const std::string& fileName, Existing existing) const;
 
   std::string folder_;
   std::string fileName_;

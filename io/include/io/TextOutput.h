@@ -21,8 +21,8 @@ class TextOutput {
   /// Completes the text, which standard output gets now. No write may follow.
   void finish();
 
-  /// Gives the finished text its name.
-  void commit();
+  /// Gives the finished text its name, as StagedOutput::commit.
+  void commit(Existing existing = Existing::Replaced);
 
  private:
   void flush();

@@ -22,6 +22,12 @@ class ClosedPipe : public UserError {
   explicit ClosedPipe(const std::string& file) : UserError(file + ": nobody reads it any more") {}
 };
 
+/// `file` is there, and the user does not want it to be replaced.
+class FileExists : public UserError {
+ public:
+  explicit FileExists(const std::string& file) : UserError(file + ": exists, and -n never overwrites") {}
+};
+
 /// The error of the system call that just failed: "FILE: No such file or directory".
 UserError systemError(const std::string& file, int error);
 

@@ -27,7 +27,7 @@ class ContactSheet {
   /// Where the sheet stands between finish() and commit().
   std::string finishedFile() const { return stage_.path(); }
 
-  void commit() { stage_.commit(); }
+  void commit(Existing existing) { stage_.commit(existing); }
 
  private:
   struct Size {

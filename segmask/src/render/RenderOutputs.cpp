@@ -14,7 +14,7 @@ void complete(TextOutput& output, const std::string& text) {
 
 RenderOutputs::RenderOutputs(const RenderOptions& options, const std::optional<PicturePlan>& pictures,
                              RenderInputs& inputs, const VideoPiece* piece)
-    : inputs_(inputs) {
+    : inputs_(inputs), existing_(options.neverOverwrite ? Existing::Kept : Existing::Replaced) {
   FrameReader& reader = inputs.frames().reader();
   // The small ones first: opening a pipe may wait.
   if (options.contactSheet) sheet_ = std::make_unique<ContactSheet>(*options.contactSheet, reader.format());
@@ -47,12 +47,11 @@ void RenderOutputs::finishFrames() {
 void RenderOutputs::finish(const std::function<std::string()>& summary,
                            const std::function<std::string()>& report) {
   if (report_) complete(*report_, report());
-  if (summary_) complete(*summary_, summary() + "
-");
-  writer_->commit();
-  if (sheet_) sheet_->commit();
-  if (summary_) summary_->commit();
-  if (report_) report_->commit();
+  if (summary_) complete(*summary_, summary() + "\n");
+  writer_->commit(existing_);
+  if (sheet_) sheet_->commit(existing_);
+  if (summary_) summary_->commit(existing_);
+  if (report_) report_->commit(existing_);
 }
 
 }  // namespace segmask

@@ -42,6 +42,7 @@ class RenderOutputs {
 
  private:
   const RenderInputs& inputs_;
+  Existing existing_;
   std::unique_ptr<FrameWriter> writer_;
   PictureWriter* pictureWriter_ = nullptr;  ///< writer_, where pictures are written
   std::unique_ptr<ContactSheet> sheet_;

@@ -125,7 +125,7 @@ void checkNothingIsThere(const RenderOptions& options, const OutputFiles& output
   for (const std::optional<std::string>& file : {options.contactSheet, options.summaryJson, options.report}) {
     if (file && file != kStandardStream && OutputFiles::exists(*file)) existing = file;
   }
-  if (existing) throw UserError(*existing + ": exists, and -n never overwrites");
+  if (existing) throw FileExists(*existing);
 }
 
 bool isEncoded(OutputKind kind) {

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "io/Frame.h"
+#include "io/StagedOutput.h"
 #include "video/SideStreams.h"
 #include "video/VideoFormat.h"
 
@@ -29,8 +30,9 @@ class FrameWriter {
   /// Where the output stands between finish() and commit(), for an output of one file; otherwise empty.
   virtual std::string finishedFile() const { return {}; }
 
-  /// Gives the finished output its name.
-  virtual void commit() = 0;
+  /// Gives the finished output its name, or throws FileExists where a file is there that is to be kept.
+  virtual void commit(Existing existing) = 0;
+  void commit() { commit(Existing::Replaced); }
 
  protected:
   FrameWriter() = default;

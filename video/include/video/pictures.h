@@ -69,7 +69,7 @@ class PictureWriter : public FrameWriter {
   /// After begin(), which says what it is.
   void write(const Frame& frame) override;
   void finish() override {}
-  void commit() override;
+  void commit(Existing existing) override;
 
  private:
   std::string folder_;

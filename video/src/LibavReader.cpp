@@ -10,6 +10,9 @@
 #include "io/FileDescriptor.h"
 #include "io/Interrupt.h"
 #include "io/UserError.h"
+#include "src/matroska_end.h"
+
+namespace fs = std::filesystem;
 
 namespace segmask {
 namespace {
@@ -31,7 +34,7 @@ int stopReading(void*) {
 std::string addressOf(const std::string& path) {
   if (path == kStandardStream) return "pipe:" + std::to_string(STDIN_FILENO);
   std::error_code ignored;
-  return std::filesystem::exists(path, ignored) ? "file:" + path : path;
+  return fs::exists(path, ignored) ? "file:" + path : path;
 }
 
 std::string sizeText(int width, int height) {
@@ -272,10 +275,19 @@ void LibavReader::refuseCutOff() const {
     const int entries = avformat_index_get_entries_count(stream);
     if (entries == 0 || stream->discard == AVDISCARD_ALL) continue;
     const AVIndexEntry& last = *avformat_index_get_entry(stream, entries - 1);
-    if (last.pos + last.size <= size) continue;
-    throw UserError(path_ + ": the file is cut off: it has " + std::to_string(size) +
-                    " bytes, and by its own table " + std::to_string(last.pos + last.size) + " or more");
+    if (last.pos + last.size > size)
+      failCutOff(size, "table " + std::to_string(last.pos + last.size) + " or more");
   }
+  std::error_code ignored;
+  const bool isMatroska = std::string(input_->iformat->name).rfind("matroska", 0) == 0;
+  const std::optional<uint64_t> end =
+      isMatroska && fs::is_regular_file(path_, ignored) ? matroskaEnd(path_) : std::nullopt;
+  if (end && *end > static_cast<uint64_t>(size)) failCutOff(size, "header " + std::to_string(*end));
+}
+
+void LibavReader::failCutOff(int64_t size, const std::string& expected) const {
+  throw UserError(path_ + ": the file is cut off: it has " + std::to_string(size) +
+                  " bytes, and by its own " + expected);
 }
 
 void LibavReader::fail(int error) const {

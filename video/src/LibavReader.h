@@ -53,8 +53,9 @@ class LibavReader : public FrameReader {
   /// Feeds the decoder one packet, or the end of the stream.
   void feed();
   int64_t timeOf(const AVFrame& frame) const;
-  /// Throws UserError when the file ends before the last packet of its tables.
+  /// Throws UserError when the file ends before the last packet of its tables, or before its header says.
   void refuseCutOff() const;
+  [[noreturn]] void failCutOff(int64_t size, const std::string& expected) const;
   [[noreturn]] void fail(int error) const;
 
   std::string path_;

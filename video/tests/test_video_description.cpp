@@ -181,6 +181,36 @@ TEST(CutOffVideos, AreRefusedAtTheirEnd) {
   EXPECT_THROW(LibavReader(folder.write("cut.mp4", other.substr(0, other.size() - 100))), UserError);
 }
 
+/// Reads all frames; the message of the error, if there is one.
+std::string messageOfReading(const std::string& path) {
+  try {
+    LibavReader reader(path);
+    for (Frame frame; reader.next(frame);) {
+    }
+  } catch (const UserError& error) {
+    return error.what();
+  }
+  return {};
+}
+
+TEST(CutOffVideos, InMatroskaAreRefusedByTheirHeader) {
+  const TempFolder folder;
+  MediaFile file = rotatedVideo();
+  file.video.frames = 50;
+  writeMedia(folder.path("whole.mkv"), file);
+  EXPECT_EQ(messageOfReading(folder.path("whole.mkv")), "");
+  std::string bytes = readFile(folder.path("whole.mkv"));
+  const std::size_t kept = bytes.size() - bytes.size() / 4;
+  const std::string cut = folder.write("cut.mkv", bytes.substr(0, kept));
+  EXPECT_EQ(messageOfReading(cut), cut + ": the file is cut off: it has " + std::to_string(kept) +
+                                       " bytes, and by its own header " + std::to_string(bytes.size()));
+  // What was recorded without an end has a size of ones alone.
+  const std::size_t segment = bytes.find("\x18\x53\x80\x67\x01");
+  ASSERT_NE(segment, std::string::npos);
+  bytes.replace(segment + 5, 7, 7, '\xFF');
+  EXPECT_EQ(messageOfReading(folder.write("live.mkv", bytes.substr(0, kept))), "");
+}
+
 TEST(ShrinkingFiles, AreRefused) {
   const TempFolder folder;
   const std::string raw = folder.write("a.nv12", noiseFrames(16, 8, 4));

@@ -105,6 +105,9 @@ void LibavReader::openDecoder() {
   if (copied < 0) fail(copied);
   decoder_->pkt_timebase = stream_->time_base;
   decoder_->thread_count = 0;
+  // As PictureReader, which takes no picture that lacks a part.
+  arePictureFiles_ = input_->iformat->name == std::string("image2");
+  if (arePictureFiles_) decoder_->err_recognition = AV_EF_CRCCHECK | AV_EF_EXPLODE;
   const int opened = avcodec_open2(decoder_.get(), codec, nullptr);
   if (opened < 0) fail(opened);
 }
@@ -196,7 +199,7 @@ bool LibavReader::decode() {
     if (error == AVERROR(ENOMEM)) throw std::bad_alloc();
     if (error != AVERROR(EAGAIN)) {
       // Damaged input: the decoder goes on with what follows, and so do players.
-      ++damage_.packets;
+      damagePacket();
       if (inputEnded_ && ++errorsAtEnd_ > kMostErrorsAtEnd) return false;
     }
     feed();
@@ -231,12 +234,21 @@ bool LibavReader::readPacket() {
 
 void LibavReader::feed() {
   if (readPacket()) {
-    if (avcodec_send_packet(decoder_.get(), packet_.get()) < 0) ++damage_.packets;
+    if (avcodec_send_packet(decoder_.get(), packet_.get()) < 0) damagePacket();
     return;
   }
   // A decoder with several threads may report the damage of an earlier packet only now.
   const int error = avcodec_send_packet(decoder_.get(), nullptr);
-  if (error < 0 && error != AVERROR_EOF) ++damage_.packets;
+  if (error < 0 && error != AVERROR_EOF) damagePacket();
+}
+
+void LibavReader::damagePacket() {
+  if (arePictureFiles_) {
+    const bool isOne = framesRead_ == 0 && fs::exists(path_);
+    throw UserError(path_ + ": " + (isOne ? "the picture" : "picture " + std::to_string(framesRead_)) +
+                    " is damaged");
+  }
+  ++damage_.packets;
 }
 
 void LibavReader::goTo(const FrameEntry& entry) {

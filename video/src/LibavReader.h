@@ -15,10 +15,10 @@ namespace segmask {
 
 /// Reads the best video stream of whatever libavformat opens: a video file, an image, a stream's address.
 ///
-/// Packets that do not decode are left out and counted as damage. Frames without a time stamp,
-/// or with one that does not rise, get the next possible one; where the time stamps jump back, all streams
-/// are moved (SteadyTimes). A file that ends before its own table of frames does is an error when that end is
-/// met.
+/// Packets that do not decode are left out and counted as damage, but those of picture files, which have to
+/// be whole. Frames without a time stamp, or with one that does not rise, get the next possible one; where
+/// the time stamps jump back, all streams are moved (SteadyTimes). A file that ends before its own table of
+/// frames does is an error when that end is met.
 class LibavReader : public FrameReader {
  public:
   /// Opens the file and decodes its first frame. Throws UserError when that is not possible.
@@ -52,6 +52,8 @@ class LibavReader : public FrameReader {
   bool readPacket();
   /// Feeds the decoder one packet, or the end of the stream.
   void feed();
+  /// A packet does not decode. Throws UserError where it is a picture.
+  void damagePacket();
   int64_t timeOf(const AVFrame& frame) const;
   /// Throws UserError when the file ends before the last packet of its tables, or before its header says.
   void refuseCutOff() const;
@@ -75,6 +77,7 @@ class LibavReader : public FrameReader {
   std::vector<std::string> remarks_;
   std::optional<FrameIndexBuilder> indexBuilder_;
   std::optional<uint64_t> frameCount_;
+  bool arePictureFiles_ = false;
   bool firstIsDecoded_ = false;
   bool inputEnded_ = false;
   uint64_t framesRead_ = 0;

@@ -211,6 +211,23 @@ TEST(CutOffVideos, InMatroskaAreRefusedByTheirHeader) {
   EXPECT_EQ(messageOfReading(folder.write("live.mkv", bytes.substr(0, kept))), "");
 }
 
+TEST(CutOffPictures, AreRefusedAsVideosToo) {
+  const TempFolder folder;
+  MediaVideo picture;
+  picture.encoder = "mjpeg";
+  picture.pixelFormat = AV_PIX_FMT_YUVJ420P;
+  picture.fill = &fillHalves;
+  writePicture(folder.path("0.jpg"), picture);
+  const std::string bytes = readFile(folder.path("0.jpg"));
+  const std::string cut = folder.write("cut.jpg", bytes.substr(0, bytes.size() - 40));
+  EXPECT_EQ(messageOfReading(folder.path("0.jpg")), "");
+  EXPECT_EQ(messageOfReading(cut), cut + ": the picture is damaged");
+  folder.write("1.jpg", readFile(cut));
+  folder.write("2.jpg", bytes);
+  const std::string pattern = folder.path("%d.jpg");
+  EXPECT_EQ(messageOfReading(pattern), pattern + ": picture 1 is damaged");
+}
+
 TEST(ShrinkingFiles, AreRefused) {
   const TempFolder folder;
   const std::string raw = folder.write("a.nv12", noiseFrames(16, 8, 4));

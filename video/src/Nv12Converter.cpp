@@ -112,7 +112,9 @@ void Nv12Converter::convert(const AVFrame& frame, std::vector<unsigned char>& pa
   const Nv12Layout layout{frame.width, frame.height};
   packed.resize(layout.frameBytes());
   const bool planar = frame.format == AV_PIX_FMT_YUV420P || frame.format == AV_PIX_FMT_YUVJ420P;
-  const AVFrame& source = planar || frame.format == AV_PIX_FMT_NV12 ? frame : scaled(frame);
+  const bool isGrayWithAlpha = frame.format == AV_PIX_FMT_YA16BE || frame.format == AV_PIX_FMT_YA16LE;
+  const AVFramePtr gray = isGrayWithAlpha ? withoutAlpha(frame) : nullptr;
+  const AVFrame& source = planar || frame.format == AV_PIX_FMT_NV12 ? frame : scaled(gray ? *gray : frame);
 
   const Plane luma{packed.data(), layout.width};
   const Plane chroma{packed.data() + layout.lumaBytes(),
@@ -128,9 +130,6 @@ void Nv12Converter::convert(const AVFrame& frame, std::vector<unsigned char>& pa
 }
 
 const AVFrame& Nv12Converter::scaled(const AVFrame& frame) {
-  if (frame.format == AV_PIX_FMT_YA16BE || frame.format == AV_PIX_FMT_YA16LE) {
-    return scaled(*withoutAlpha(frame));
-  }
   const auto format = static_cast<AVPixelFormat>(frame.format);
   constexpr int kFlags = SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INP;
   // The function takes ownership of the old context and returns it again while size and format stay the same.

@@ -231,7 +231,8 @@ void DetectionHints::lookAtMask(const SwJsonObject& object, const Place& place) 
   int height = 0;
   const std::optional<NumberBox> box = boxOf(object);
   if (!mask.isString() || !box || isAroundFrame(*box, frame_)) return;
-  if (std::sscanf(mask.text().c_str(), "SEG1|%9d|%9d|", &width, &height) != 2) return;
+  constexpr std::size_t kHeader = 32;  // sscanf looks for the end of the whole text, which may be long
+  if (std::sscanf(mask.text().substr(0, kHeader).c_str(), "SEG1|%9d|%9d|", &width, &height) != 2) return;
   if (!isCropped({width, height}, *box, frame_)) return;
   add(boxMask_, place);
   if (boxMaskWidth_.value_or(width) != width) boxMasksVary_ = true;

@@ -1,5 +1,6 @@
 #include "src/element.h"
 
+#include <algorithm>
 #include <exception>
 #include <memory>
 #include <mutex>
@@ -63,6 +64,7 @@ struct State {
   std::unique_ptr<StreamDrawing> drawing;  ///< null while stopped
   segmask_gst::FrameCounter counter;
   bool warnedOfRegions = false;
+  std::vector<std::string> configWarnings;  ///< of the configuration that was applied last
 };
 
 G_DEFINE_TYPE(GstSegmaskOverlay, gst_segmask_overlay, GST_TYPE_VIDEO_FILTER)
@@ -171,6 +173,17 @@ bool withoutThrowing(GstBaseTransform* transform, const Body& body) {
   return false;
 }
 
+/// Posts what the plug-in passes over in a configuration, and not again what it passed over in the last one:
+/// the configuration may change with every frame.
+void warnOfConfig(GstBaseTransform* transform, State& state, std::vector<std::string> warnings) {
+  const std::vector<std::string> known = std::exchange(state.configWarnings, std::move(warnings));
+  for (const std::string& warning : state.configWarnings) {
+    if (std::find(known.begin(), known.end(), warning) != known.end()) continue;
+    post(transform, GST_MESSAGE_WARNING, GST_RESOURCE_ERROR, GST_RESOURCE_ERROR_SETTINGS,
+         "config: " + warning);
+  }
+}
+
 /// Takes over what was set since the last time. Before the first frame a bad configuration is an error; later
 /// the one before it stays.
 void takeSettings(GstBaseTransform* transform, State& state, bool isFirst) {
@@ -185,10 +198,7 @@ void takeSettings(GstBaseTransform* transform, State& state, bool isFirst) {
   }
   state.drawing->enableDebug(debug);
   try {
-    for (const std::string& warning : state.drawing->configure(config.empty() ? "{}" : config)) {
-      post(transform, GST_MESSAGE_WARNING, GST_RESOURCE_ERROR, GST_RESOURCE_ERROR_SETTINGS,
-           "config: " + warning);
-    }
+    warnOfConfig(transform, state, state.drawing->configure(config.empty() ? "{}" : config));
   } catch (const UserError& error) {
     if (isFirst) throw;
     post(transform, GST_MESSAGE_WARNING, GST_RESOURCE_ERROR, GST_RESOURCE_ERROR_SETTINGS,
@@ -209,6 +219,7 @@ gboolean start(GstBaseTransform* transform) {
     state.drawing = std::make_unique<StreamDrawing>(options);
     state.counter = {};
     state.warnedOfRegions = false;
+    state.configWarnings.clear();
     takeSettings(transform, state, true);
     GST_INFO_OBJECT(transform, "draws with %s, detections of %s", options.plugin.path().c_str(),
                     options.location.empty() ? "the buffers alone" : options.location.c_str());

@@ -149,6 +149,9 @@ TEST_F(Element, WhatThePluginPassesOverInAConfigurationIsAWarning) {
   harness.drawn(noise(1), {0});
   EXPECT_EQ(harness.message(GST_MESSAGE_WARNING),
             "config: the plug-in has no \"alhpa\"; did you mean \"alpha\"?");
+  harness.set(R"(config={"alhpa": 0.8})");
+  harness.drawn(noise(1), {1});
+  EXPECT_EQ(harness.message(GST_MESSAGE_WARNING), "") << "said before";
 }
 
 TEST_F(Element, AMaskOfABufferThatIsNoneIsAWarningOnceAndTheFrameGoesOn) {

@@ -23,7 +23,18 @@ bool isBlank(const std::string& text) {
 }  // namespace
 
 std::optional<RawDetectionLine> DetectionLineReader::next() {
-  if (reader_.lineNumber() == 0) refuseOtherFiles(reader_);
+  if (reader_.lineNumber() > 0) return nextLine();
+  const std::string beginning(reader_.beginning());
+  refuseEndlessOtherFile(beginning, reader_);
+  try {
+    return nextLine();
+  } catch (const UserError&) {
+    refuseOtherFile(beginning, reader_);
+    throw;
+  }
+}
+
+std::optional<RawDetectionLine> DetectionLineReader::nextLine() {
   while (reader_.next(text_)) {
     if (reader_.lineNumber() == 1 && text_.compare(0, kByteOrderMarkBytes, kByteOrderMark) == 0) {
       text_.erase(0, kByteOrderMarkBytes);

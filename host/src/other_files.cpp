@@ -1,6 +1,8 @@
 #include "src/other_files.h"
 
 #include <algorithm>
+#include <cctype>
+#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -10,6 +12,7 @@ namespace segmask {
 namespace {
 
 constexpr std::string_view kBlank = " \t\r\n";
+constexpr std::size_t kLongFirstLine = 1 << 15;
 
 /// Without a byte order mark and the blanks around it.
 std::string_view trimmed(std::string_view text) {
@@ -34,8 +37,7 @@ bool beginsAsCoco(std::string_view text) {
                             begins("annotations") || begins("categories"));
 }
 
-/// Whether the text is an object that goes on after its first line. One that is merely cut off has no second
-/// line.
+/// Whether the text is an object that goes on after its first line, which ends where no object does.
 bool isOverSeveralLines(std::string_view text) {
   const std::size_t end = text.find('\n');
   if (text[0] != '{' || end == std::string_view::npos) return false;
@@ -43,15 +45,24 @@ bool isOverSeveralLines(std::string_view text) {
   return std::string_view("{[,:").find(firstLine.back()) != std::string_view::npos;
 }
 
+/// As a word for a shell.
+std::string quoted(const std::string& path) {
+  const auto isPlain = [](unsigned char byte) {
+    return std::isalnum(byte) != 0 || std::strchr("._-/", byte);
+  };
+  return std::all_of(path.begin(), path.end(), isPlain) ? path : "'" + path + "'";
+}
+
 /// The command that makes lines of the file by jq.
 std::string jqCommand(const std::string& arguments, const LineReader& reader) {
   if (reader.path() == "standard input") return "jq -c " + arguments;
-  if (reader.isPacked()) return "gzip -dc " + reader.path() + " | jq -c " + arguments + " > lines.jsonl";
-  return "jq -c " + arguments + " " + reader.path() + " > lines.jsonl";
+  if (reader.isPacked())
+    return "gzip -dc " + quoted(reader.path()) + " | jq -c " + arguments + " > lines.jsonl";
+  return "jq -c " + arguments + " " + quoted(reader.path()) + " > lines.jsonl";
 }
 
 std::string importCommand(const LineReader& reader) {
-  return "segmask import coco " + (reader.path() == "standard input" ? "-" : reader.path()) +
+  return "segmask import coco " + (reader.path() == "standard input" ? "-" : quoted(reader.path())) +
          " -o lines.jsonl";
 }
 
@@ -73,9 +84,16 @@ std::string otherKind(std::string_view text, const LineReader& reader) {
 
 }  // namespace
 
-void refuseOtherFiles(LineReader& reader) {
-  const std::string kind = otherKind(trimmed(reader.beginning()), reader);
+void refuseOtherFile(std::string_view beginning, const LineReader& reader) {
+  const std::string kind = otherKind(trimmed(beginning), reader);
   if (!kind.empty()) throw UserError(reader.path() + ": " + kind);
+}
+
+void refuseEndlessOtherFile(std::string_view beginning, const LineReader& reader) {
+  if (beginning.find('\n') != std::string_view::npos) return;
+  if (has(beginning, "producer") || has(beginning, "frame") || has(beginning, "detections")) return;
+  const std::string_view text = trimmed(beginning);
+  if (text.size() >= kLongFirstLine && beginsAsCoco(text)) refuseOtherFile(beginning, reader);
 }
 
 }  // namespace segmask

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <charconv>
+#include <cmath>
 
 using seg_mask::DetView;
 using seg_mask::MaskTextFault;
@@ -13,8 +14,11 @@ namespace {
 
 /// As short as it can be and still tell the number from its neighbours: 0.4999999 is below 0.5.
 std::string numberText(float number) {
+  const float size = std::abs(number);
+  const bool isUsual = size == 0 || (size >= 1e-6F && size < 1e9F);
+  const auto format = isUsual ? std::chars_format::fixed : std::chars_format::general;
   std::array<char, 32> text{};
-  return {text.data(), std::to_chars(text.data(), text.data() + text.size(), number).ptr};
+  return {text.data(), std::to_chars(text.data(), text.data() + text.size(), number, format).ptr};
 }
 
 std::string sizeText(int width, int height) {

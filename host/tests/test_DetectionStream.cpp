@@ -177,6 +177,15 @@ TEST_F(DetectionStreamTest, NamesFilesThatAreEasilyTakenForDetectionLines) {
   EXPECT_EQ(errorOf(line(0, "p") + R"({"images": []})"), at(2, "no \"frame\"")) << "not at the beginning";
 }
 
+TEST_F(DetectionStreamTest, TakesNoLineForAnotherFileThatIsOne) {
+  const std::string filler(70'000, 'x');
+  for (const std::string& members :
+       {std::string(R"("info": "cam1")"), std::string(R"("categories": ["a"], "images": 2)"),
+        R"("detections": [{"image_id": 7, "note": ")" + filler + "\"}]"}) {
+    EXPECT_EQ(errorOf("{" + members + R"(, "frame": 0, "producer": "p"})"), "") << members.substr(0, 40);
+  }
+}
+
 TEST_F(DetectionStreamTest, NamesThemThroughGzipToo) {
   const std::string path = folder_.path("d.gz");
   const gzFile packed = gzopen(path.c_str(), "wb");

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "host/config_hints.h"
+#include "host/nearest_name.h"
 
 namespace segmask {
 namespace {
@@ -44,6 +45,15 @@ TEST(ConfigWarnings, ValuesThatTheSchemaDoesNotAllow) {
 TEST(ConfigWarnings, ASchemaWithoutPropertiesAllowsAll) {
   EXPECT_EQ(configWarnings(R"({"a": 1})", "{}"), Texts{});
   EXPECT_EQ(configWarnings(R"({"a": 1})", "no schema"), Texts{});
+}
+
+TEST(NearestName, KeysOfAnyLengthAreLookedAt) {
+  EXPECT_EQ(nearestName(std::string(200'000'000, 'a'), {"alpha"}), "");
+  EXPECT_TRUE(isMisspelling("scor", "score"));
+  EXPECT_TRUE(isMisspelling("socre", "score"));
+  EXPECT_FALSE(isMisspelling("socr", "score"));
+  EXPECT_TRUE(isMisspelling("detetons", "detections"));
+  EXPECT_FALSE(isMisspelling("detetos", "detections"));
 }
 
 }  // namespace

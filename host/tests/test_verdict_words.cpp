@@ -40,6 +40,10 @@ TEST(WhyDropped, HasTheNumbersThatTheRuleWasAppliedTo) {
   EXPECT_EQ(why(Outcome::LowScore, faint), "score 0.2 is below min_score 0.5");
   faint.score = 0.49999997F;
   EXPECT_EQ(why(Outcome::LowScore, faint), "score 0.49999997 is below min_score 0.5");
+  faint.score = 0.0001F;
+  EXPECT_EQ(why(Outcome::LowScore, faint), "score 0.0001 is below min_score 0.5");
+  faint.score = -1e30F;
+  EXPECT_EQ(why(Outcome::LowScore, faint), "score -1e+30 is below min_score 0.5");
   EXPECT_EQ(why(Outcome::OverCap, {}),
             "max_overlay_dets is 256, and the frame has as many detections before this one");
   EXPECT_EQ(why(Outcome::NotAnObject, {}), "it is no JSON object");

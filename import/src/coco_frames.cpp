@@ -27,18 +27,24 @@ std::string keyOf(const std::string& picture, bool isResult) {
 }
 
 using Images = std::unordered_map<std::string, const CocoImage*>;
+using Twins = std::pair<const CocoImage*, const CocoImage*>;
 
-/// Throws UserError when two images are one picture.
-Images imagesByKey(const CocoFile& file) {
+/// The images, without those that would be the same picture as one before them; `twins` gets the first two
+/// that are.
+Images imagesByKey(const CocoFile& file, std::optional<Twins>& twins) {
   Images images;
   for (const CocoImage& image : file.images()) {
-    const std::string key = keyOf(image, file.isResultList());
-    const auto [first, isNew] = images.emplace(key, &image);
-    if (isNew) continue;
-    throw UserError(file.name() + ": images: those with the \"id\" " + std::to_string(first->second->id) +
-                    " and " + std::to_string(image.id) + " are both " + key);
+    const auto [first, isNew] = images.emplace(keyOf(image, file.isResultList()), &image);
+    if (!isNew && !twins) twins = Twins{first->second, &image};
   }
   return images;
+}
+
+void refuseTwins(const CocoFile& file, const std::optional<Twins>& twins) {
+  if (!twins) return;
+  throw UserError(file.name() + ": images: those with the \"id\" " + std::to_string(twins->first->id) +
+                  " and " + std::to_string(twins->second->id) + " are both " +
+                  keyOf(*twins->first, file.isResultList()));
 }
 
 /// Refuses images that are left when each picture has got its own.
@@ -59,11 +65,14 @@ void refuseMissing(const CocoFile& file, const Images& left, const std::string& 
 
 std::vector<CocoFrame> framesOf(const CocoFile& file, const std::optional<std::string>& folder) {
   std::vector<CocoFrame> frames;
-  Images left = imagesByKey(file);
+  std::optional<Twins> twins;
+  Images left = imagesByKey(file, twins);
   if (!folder) {
-    for (const CocoImage& image : file.images()) frames.push_back({&image, image.name});
+    // Names that several images have would lead a line to another's picture. Numbers do not.
+    for (const CocoImage& image : file.images()) frames.push_back({&image, twins ? "" : image.name});
     return frames;
   }
+  refuseTwins(file, twins);
   for (std::string& picture : pictureNames(*folder)) {
     const auto found = left.find(keyOf(picture, file.isResultList()));
     frames.push_back({found == left.end() ? nullptr : found->second, std::move(picture)});

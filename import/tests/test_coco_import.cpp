@@ -251,11 +251,16 @@ TEST_F(CocoImport, RefusesPicturesWhoseNamesAreNotUtf8) {
 }
 
 // Lines name their pictures without folders, so the masks of both would be drawn on one.
-TEST_F(CocoImport, RefusesTwoImagesOfOneNameWithAFolderOfPicturesAndWithout) {
+TEST_F(CocoImport, TwoImagesOfOneNameAreRefusedWithAFolderOfPicturesAndNumberedWithout) {
   const std::string file = R"({"annotations": [], "images": [
     {"id": 4, "file_name": "cam0/1.png", "width": 1, "height": 1},
     {"id": 9, "file_name": "cam1/1.png", "width": 1, "height": 1}]})";
-  expectRefused(file, "images: those with the \"id\" 4 and 9 are both 1.png");
+  const Imported result = import(file);
+  EXPECT_EQ(result.error, "");
+  EXPECT_EQ(result.lines, R"({"frame": 0, "producer": "p", "detections": []})"
+                          "\n"
+                          R"({"frame": 1, "producer": "p", "detections": []})"
+                          "\n");
   std::filesystem::create_directory(folder_.path("pictures"));
   folder_.write("pictures/1.png", "");
   source_.images = folder_.path("pictures");

@@ -88,12 +88,18 @@ void refuseUnlessFile(const fs::path& target) {
                                          : ": is no regular file, and output replaces what is there"));
 }
 
-/// Moves a file to a name that nothing has. Otherwise returns -1, with errno, as rename() does.
+/// Moves a file to a name that nothing has. Otherwise returns -1, with errno, as rename() does. On a file
+/// system that can neither do that in one step nor have two names for a file, one that appears within
+/// microseconds is replaced.
 int moveUnlessThere(const char* from, const char* to) {
   const int moved = renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE);
   if (moved == 0 || (errno != EINVAL && errno != ENOSYS)) return moved;
-  // Not every file system can do that in one step. The name in the stage goes with it.
-  return link(from, to);
+  if (link(from, to) == 0) return 0;  // the name in the stage goes with that
+  if (errno != EPERM && errno != ENOSYS && errno != EOPNOTSUPP && errno != EMLINK) return -1;
+  struct stat status {};
+  if (lstat(to, &status) != 0) return rename(from, to);
+  errno = EEXIST;
+  return -1;
 }
 
 }  // namespace

@@ -58,6 +58,9 @@ struct PieceOptions {
 /// impossible output, one file in two roles, a configuration that a plug-in would ignore silently.
 void checkOptions(const RenderOptions& options, const std::optional<PicturePlan>& pictures);
 
+/// Throws FileExists when an output would replace anything.
+void checkNothingIsThere(const RenderOptions& options, const std::optional<PicturePlan>& pictures);
+
 /// Throws UserError for a configuration that a plug-in would ignore silently as a whole.
 void checkConfig(const std::string& config);
 

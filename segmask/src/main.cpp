@@ -5,9 +5,9 @@
 
 namespace {
 
-/// Keeps memory that was freed, up to 128 MiB and in pieces of up to 4 MiB, for the next frame. Masks of the
-/// frame's size are texts of hundreds of kilobytes, which the C library would take from the system and give
-/// back for each frame.
+/// Keeps memory that was freed for the next frame, in pieces of up to 4 MiB, up to 128 MiB in each of the C
+/// library's heaps. Masks of the frame's size are texts of hundreds of kilobytes, which it would take from
+/// the system and give back for each frame.
 void keepFreedMemory() {
 #ifdef __GLIBC__
   mallopt(M_MMAP_THRESHOLD, 4 << 20);

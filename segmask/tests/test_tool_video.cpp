@@ -198,7 +198,10 @@ TEST_F(ToolVideo, WhatAppearsDuringTheRunIsKeptToo) {
     EXPECT_EQ(waitForTool(process), 2);
     EXPECT_EQ(readFile(path("err")), "segmask: " + path(appearing) + ": exists, and -n never overwrites\n");
     EXPECT_EQ(readFile(path(appearing)), "another's");
-    for (const char* output : {"out.mkv", "sheet.png", "summary.json"}) fs::remove(path(output));
+    for (const char* output : {"out.mkv", "sheet.png", "summary.json"}) {
+      EXPECT_EQ(fs::exists(path(output)), output == std::string(appearing)) << output;
+      fs::remove(path(output));
+    }
   }
 }
 

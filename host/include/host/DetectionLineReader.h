@@ -58,6 +58,7 @@ class DetectionLineReader {
   const std::string& path() const { return reader_.path(); }
 
  private:
+  std::optional<RawDetectionLine> nextLine();
   RawDetectionLine parse() const;
   void readPlace(const SwJsonObject& object, RawDetectionLine& line) const;
 

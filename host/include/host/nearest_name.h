@@ -9,4 +9,8 @@ namespace segmask {
 /// none.
 std::string nearestName(const std::string& name, const std::vector<std::string>& names);
 
+/// Whether `name` differs from `meant` in one byte, of ten and more in two at most, or in two that changed
+/// places.
+bool isMisspelling(const std::string& name, const std::string& meant);
+
 }  // namespace segmask

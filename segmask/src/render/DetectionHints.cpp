@@ -161,11 +161,12 @@ void DetectionHints::look(const DetectionLine& line) {
   }
 }
 
-/// A line without "detections" says that nothing was found, unless it has a list by a name that nobody knows.
+/// A line without "detections" says that nothing was found, unless it has a list of objects by another name.
 void DetectionHints::lookForDetections(const SwJsonObject& object, const Place& place) {
   if (lookForMember(object, kDetections, place)) return;
   for (const auto& [key, value] : object) {
-    if (value.array() && !value.array()->isEmpty()) return addMember(notRead(key, kDetections.name), place);
+    const bool isList = value.array() && !value.array()->isEmpty() && (*value.array())[0].isObject();
+    if (isList) return addMember(notRead(key, kDetections.name), place);
   }
 }
 
@@ -199,14 +200,15 @@ bool DetectionHints::lookForMember(const SwJsonObject& object, const MemberNames
 std::string DetectionHints::findMisspelt(const SwJsonObject& object, const std::string& name) {
   constexpr std::size_t kShortest = 5;      // a name that a misspelling leaves recognisable
   constexpr uint64_t kMostSearches = 1000;  // members may be left out on purpose, and comparing takes time
-  if (name.size() < kShortest || searches_ == kMostSearches) return {};
+  // What is called nearly like "class_info" is often of the class, and no mask.
+  if (name.size() < kShortest || name == "class_info" || searches_ == kMostSearches) return {};
   ++searches_;
   const auto isRead = [](const std::string& key) {
     return std::any_of(std::begin(kMembers), std::end(kMembers),
                        [&key](const MemberNames& member) { return key == member.name; });
   };
   for (const auto& [key, value] : object) {
-    if (!isRead(key) && !nearestName(key, {name}).empty()) return key;
+    if (!isRead(key) && isMisspelling(key, name)) return key;
   }
   return {};
 }

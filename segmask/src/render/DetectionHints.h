@@ -32,7 +32,7 @@ class DetectionHints {
   /// The frames from now on have this size.
   void setFrameSize(render_base::FrameSize frame) { frame_ = frame; }
 
-  /// To be called for each line, in the file's order.
+  /// To be called for each line, in the order of drawing, which is the file's but for pictures.
   void look(const DetectionLine& line);
 
   /// A sentence for each kind that occurred; `file` is the name of the lines' file. `fromTheBeginning` says

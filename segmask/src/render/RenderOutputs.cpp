@@ -14,7 +14,10 @@ void complete(TextOutput& output, const std::string& text) {
 
 RenderOutputs::RenderOutputs(const RenderOptions& options, const std::optional<PicturePlan>& pictures,
                              RenderInputs& inputs, const VideoPiece* piece)
-    : inputs_(inputs), existing_(options.neverOverwrite ? Existing::Kept : Existing::Replaced) {
+    : options_(options),
+      pictures_(pictures),
+      inputs_(inputs),
+      existing_(options.neverOverwrite ? Existing::Kept : Existing::Replaced) {
   FrameReader& reader = inputs.frames().reader();
   // The small ones first: opening a pipe may wait.
   if (options.contactSheet) sheet_ = std::make_unique<ContactSheet>(*options.contactSheet, reader.format());
@@ -37,8 +40,6 @@ void RenderOutputs::write(const FrameJob& job) {
   if (sheet_) sheet_->offer(job.number, job.frame, job.drawn);
 }
 
-// Everything that can fail for lack of space comes before the first output gets its name.
-
 void RenderOutputs::finishFrames() {
   writer_->finish();
   if (sheet_) sheet_->finish();
@@ -46,6 +47,8 @@ void RenderOutputs::finishFrames() {
 
 void RenderOutputs::finish(const std::function<std::string()>& summary,
                            const std::function<std::string()>& report) {
+  // Everything that can fail for lack of space comes before the first output gets its name.
+  if (existing_ == Existing::Kept) checkNothingIsThere(options_, pictures_);
   if (report_) complete(*report_, report());
   if (summary_) complete(*summary_, summary() + "\n");
   writer_->commit(existing_);

@@ -19,8 +19,8 @@ namespace segmask {
 /// programs. Nothing gets its name before everything is complete. Used by one thread at a time.
 class RenderOutputs {
  public:
-  /// Opens the outputs for the frames of `inputs`, which must outlive this object; of a piece where there is
-  /// one. Throws UserError.
+  /// Opens the outputs for the frames of `inputs`; of a piece where there is one. What is given must outlive
+  /// this object. Throws UserError.
   RenderOutputs(const RenderOptions& options, const std::optional<PicturePlan>& pictures,
                 RenderInputs& inputs, const VideoPiece* piece);
 
@@ -31,7 +31,9 @@ class RenderOutputs {
 
   /// Completes the rest, with the text of `summary` for programs and that of `report`, and gives everything
   /// its names. After finishFrames(). A summary on standard output is printed when all else is complete and
-  /// nothing has its name yet.
+  /// nothing has its name yet. Throws FileExists, and gives none its name, when a file has appeared that must
+  /// not be replaced; one that appears after that look is kept too, though not all outputs may have got their
+  /// names then.
   void finish(const std::function<std::string()>& summary, const std::function<std::string()>& report);
 
   /// Where the finished frames stand until they have their name, where they are one file; otherwise empty.
@@ -41,6 +43,8 @@ class RenderOutputs {
   std::string finishedSheet() const { return sheet_ ? sheet_->finishedFile() : std::string(); }
 
  private:
+  const RenderOptions& options_;
+  const std::optional<PicturePlan>& pictures_;
   const RenderInputs& inputs_;
   Existing existing_;
   std::unique_ptr<FrameWriter> writer_;

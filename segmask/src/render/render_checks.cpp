@@ -119,15 +119,6 @@ void checkRoles(const RenderOptions& options, const OutputFiles& outputs) {
   }
 }
 
-/// Throws UserError when anything would be overwritten.
-void checkNothingIsThere(const RenderOptions& options, const OutputFiles& outputs) {
-  std::optional<std::string> existing = outputs.existing();
-  for (const std::optional<std::string>& file : {options.contactSheet, options.summaryJson, options.report}) {
-    if (file && file != kStandardStream && OutputFiles::exists(*file)) existing = file;
-  }
-  if (existing) throw FileExists(*existing);
-}
-
 bool isEncoded(OutputKind kind) {
   return kind == OutputKind::Mp4 || kind == OutputKind::Mkv;
 }
@@ -191,6 +182,14 @@ seg_mask::DecisionSettings decisionSettings(const std::optional<std::string>& co
   return configuration ? seg_mask::readDecisionSettings(*configuration, {}) : seg_mask::DecisionSettings();
 }
 
+void checkNothingIsThere(const RenderOptions& options, const std::optional<PicturePlan>& pictures) {
+  std::optional<std::string> existing = OutputFiles(options.output, pictures).existing();
+  for (const std::optional<std::string>& file : {options.contactSheet, options.summaryJson, options.report}) {
+    if (file && file != kStandardStream && OutputFiles::exists(*file)) existing = file;
+  }
+  if (existing) throw FileExists(*existing);
+}
+
 void checkOptions(const RenderOptions& options, const std::optional<PicturePlan>& pictures) {
   const OutputFiles outputs(options.output, pictures);
   if (options.contactSheet && lowerCaseEnding(*options.contactSheet) != ".png") {
@@ -206,7 +205,7 @@ void checkOptions(const RenderOptions& options, const std::optional<PicturePlan>
   if (pictures && isSamePath(options.input, pictures->outputFolder)) {
     throw UserError(options.output + ": --output is the folder of the --input");
   }
-  if (options.neverOverwrite) checkNothingIsThere(options, outputs);
+  if (options.neverOverwrite) checkNothingIsThere(options, pictures);
   if (options.config) checkConfig(*options.config);
   if (!pictures) static_cast<void>(rawFrameSize(options.input, options.size));
 }

@@ -10,8 +10,10 @@ namespace {
 /// the system and give back for each frame.
 void keepFreedMemory() {
 #ifdef __GLIBC__
+  // NOLINTBEGIN(concurrency-mt-unsafe): there is one thread so far
   mallopt(M_MMAP_THRESHOLD, 4 << 20);
   mallopt(M_TRIM_THRESHOLD, 128 << 20);
+  // NOLINTEND(concurrency-mt-unsafe)
 #endif
 }
 

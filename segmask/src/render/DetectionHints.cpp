@@ -62,10 +62,8 @@ bool isInFractions(const NumberBox& box) {
 }
 
 bool hasFraction(const NumberBox& box) {
-  for (const double side : {box.x, box.y, box.w, box.h}) {
-    if (side != std::floor(side)) return true;
-  }
-  return false;
+  const std::array<double, 4> sides{box.x, box.y, box.w, box.h};
+  return std::any_of(sides.begin(), sides.end(), [](double side) { return side != std::floor(side); });
 }
 
 /// Producers that do not limit their masks send such boxes.

@@ -22,12 +22,12 @@ std::string scrollingHtml(const std::string& label, const std::string& table) {
          "</div>\n";
 }
 
-std::string numberCell(const std::string& text) {
-  return "<td class=\"number\">" + text + "</td>";
+std::string numberCell(const std::string& html) {
+  return "<td class=\"number\">" + html + "</td>";
 }
 
-std::string numberHead(const std::string& text) {
-  return R"(<th scope="col" class="number">)" + text + "</th>";
+std::string numberHead(const std::string& html) {
+  return R"(<th scope="col" class="number">)" + html + "</th>";
 }
 
 }  // namespace segmask

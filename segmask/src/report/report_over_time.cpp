@@ -124,8 +124,9 @@ std::string lookbackChart(const std::vector<Span>& spans, const RenderSummary& s
 /// one often does, would leave the others no height. Infinite where there are none such.
 double ceilingOf(const std::vector<Span>& spans) {
   constexpr double kFar = 3;  // times what nineteen of twenty spans stay below
-  std::vector<double> slowest;
-  for (const Span& span : spans) slowest.push_back(span.slowestMs);
+  std::vector<double> slowest(spans.size());
+  std::transform(spans.begin(), spans.end(), slowest.begin(),
+                 [](const Span& span) { return span.slowestMs; });
   std::sort(slowest.begin(), slowest.end());
   const double usual = slowest[(slowest.size() - 1) * 19 / 20];
   return slowest.back() > kFar * usual ? kFar * usual : std::numeric_limits<double>::infinity();

@@ -207,7 +207,7 @@ TEST(TimesThatJumpBack, GoOnForTheVideoAndItsSound) {
     EXPECT_EQ(copy(twice, folder.path(output)), Texts{});
     const std::vector<MediaTrack> tracks = tracksOf(folder.path(output));
     EXPECT_EQ(tracks[0].packets.size(), 100U);
-    for (const std::size_t number : {1, 2}) {
+    for (const std::size_t number : {1U, 2U}) {
       const MediaTrack& track = tracks[number];
       // Packets of 1024 and of 1152 samples, 48000 a second.
       const double step = number == 1 ? 0.0213 : 0.024;

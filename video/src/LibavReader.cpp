@@ -5,12 +5,14 @@
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
+#include <string_view>
 #include <utility>
 
 #include "io/FileDescriptor.h"
 #include "io/Interrupt.h"
 #include "io/UserError.h"
 #include "src/matroska_end.h"
+#include "src/png_chunks.h"
 
 namespace fs = std::filesystem;
 
@@ -35,6 +37,10 @@ std::string addressOf(const std::string& path) {
   if (path == kStandardStream) return "pipe:" + std::to_string(STDIN_FILENO);
   std::error_code ignored;
   return fs::exists(path, ignored) ? "file:" + path : path;
+}
+
+std::string_view bytesOf(const AVPacket& packet) {
+  return {reinterpret_cast<const char*>(packet.data), static_cast<std::size_t>(packet.size)};
 }
 
 std::string sizeText(int width, int height) {
@@ -82,7 +88,8 @@ void LibavReader::openInput() {
   context->interrupt_callback = {&stopReading, nullptr};
   // On failure avformat_open_input frees the context itself.
   const int error = avformat_open_input(&context, addressOf(path_).c_str(), nullptr, nullptr);
-  if (error == kSizeOfNoPicture && std::filesystem::is_regular_file(path_)) {
+  std::error_code ignored;
+  if (error == kSizeOfNoPicture && fs::is_regular_file(path_, ignored)) {
     throw UserError(path_ + ": its header says a size that no picture has");
   }
   if (error < 0) fail(error);
@@ -106,7 +113,10 @@ void LibavReader::openDecoder() {
   decoder_->pkt_timebase = stream_->time_base;
   decoder_->thread_count = 0;
   // As PictureReader, which takes no picture that lacks a part.
-  arePictureFiles_ = input_->iformat->name == std::string("image2");
+  const std::string format = input_->iformat->name;
+  arePictureFiles_ = format == "image2";
+  const bool isPng = stream_->codecpar->codec_id == AV_CODEC_ID_PNG;
+  arePngFiles_ = isPng && (arePictureFiles_ || format == "png_pipe");
   if (arePictureFiles_) decoder_->err_recognition = AV_EF_CRCCHECK | AV_EF_EXPLODE;
   const int opened = avcodec_open2(decoder_.get(), codec, nullptr);
   if (opened < 0) fail(opened);
@@ -234,6 +244,9 @@ bool LibavReader::readPacket() {
 
 void LibavReader::feed() {
   if (readPacket()) {
+    // Without its data the decoder refuses it too, in its turn.
+    if (arePngFiles_ && !hasAllPngRows(bytesOf(*packet_)))
+      av_shrink_packet(packet_.get(), kPngSignatureBytes);
     if (avcodec_send_packet(decoder_.get(), packet_.get()) < 0) damagePacket();
     return;
   }
@@ -244,7 +257,8 @@ void LibavReader::feed() {
 
 void LibavReader::damagePacket() {
   if (arePictureFiles_) {
-    const bool isOne = framesRead_ == 0 && fs::exists(path_);
+    std::error_code ignored;
+    const bool isOne = framesRead_ == 0 && fs::exists(path_, ignored);
     throw UserError(path_ + ": " + (isOne ? "the picture" : "picture " + std::to_string(framesRead_)) +
                     " is damaged");
   }

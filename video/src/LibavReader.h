@@ -78,6 +78,7 @@ class LibavReader : public FrameReader {
   std::optional<FrameIndexBuilder> indexBuilder_;
   std::optional<uint64_t> frameCount_;
   bool arePictureFiles_ = false;
+  bool arePngFiles_ = false;  ///< the packets, of files or of a stream of such
   bool firstIsDecoded_ = false;
   bool inputEnded_ = false;
   uint64_t framesRead_ = 0;

@@ -23,8 +23,8 @@ std::optional<PngChunk> nextPngChunk(std::string_view file, std::size_t& at);
 uint32_t bigEndian32(std::string_view bytes, std::size_t at);
 
 /// Whether the image data of a PNG file are, unpacked, of all the rows that its header asks for. libavcodec's
-/// decoder gives a picture without an error when rows are missing. The file has been decoded by it: what else
-/// is wrong with the data is not looked at. Throws std::bad_alloc.
+/// decoder gives a picture without an error when rows are missing. What else is wrong with the data is left
+/// to it. Throws std::bad_alloc.
 bool hasAllPngRows(std::string_view file);
 
 }  // namespace segmask

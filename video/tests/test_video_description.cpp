@@ -228,6 +228,27 @@ TEST(CutOffPictures, AreRefusedAsVideosToo) {
   EXPECT_EQ(messageOfReading(pattern), pattern + ": picture 1 is damaged");
 }
 
+/// Two rows of three pixels in grey, of which the data have the first one; every chunk is whole.
+TEST(CutOffPictures, ThatAreAPngOfTooFewRowsAreRefusedAsVideosToo) {
+  const TempFolder folder;
+  MediaVideo picture;
+  picture.encoder = "png";
+  picture.pixelFormat = AV_PIX_FMT_GRAY8;
+  picture.width = 3;
+  picture.height = 2;
+  writePicture(folder.path("0.png"), picture);
+  EXPECT_EQ(messageOfReading(folder.path("0.png")), "");
+  const char oneRowOfTwo[] =
+      "\x89PNG\r\n\x1A\n\0\0\0\x0DIHDR\0\0\0\3\0\0\0\2\x08\0\0\0\0\xB8\x1F\x39\xC6"
+      "\0\0\0\x0CIDAT\x78\xDA\x63\x60\x60\x64\2\0\0\x08\0\4\x08\x1D\x63\x0A\0\0\0\0IEND\xAE\x42\x60\x82";
+  const std::string bytes(oneRowOfTwo, sizeof oneRowOfTwo - 1);
+  const std::string cut = folder.write("cut.png", bytes);
+  EXPECT_EQ(messageOfReading(cut), cut + ": no frame of its video stream can be decoded");
+  folder.write("1.png", bytes);
+  const std::string pattern = folder.path("%d.png");
+  EXPECT_EQ(messageOfReading(pattern), pattern + ": picture 1 is damaged");
+}
+
 TEST(ShrinkingFiles, AreRefused) {
   const TempFolder folder;
   const std::string raw = folder.write("a.nv12", noiseFrames(16, 8, 4));

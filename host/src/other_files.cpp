@@ -1,12 +1,10 @@
 #include "src/other_files.h"
 
-#include <algorithm>
-#include <cctype>
-#include <cstring>
 #include <string>
 #include <string_view>
 
 #include "io/UserError.h"
+#include "io/file_names.h"
 
 namespace segmask {
 namespace {
@@ -45,24 +43,16 @@ bool isOverSeveralLines(std::string_view text) {
   return std::string_view("{[,:").find(firstLine.back()) != std::string_view::npos;
 }
 
-/// As a word for a shell.
-std::string quoted(const std::string& path) {
-  const auto isPlain = [](unsigned char byte) {
-    return std::isalnum(byte) != 0 || std::strchr("._-/", byte);
-  };
-  return std::all_of(path.begin(), path.end(), isPlain) ? path : "'" + path + "'";
-}
-
 /// The command that makes lines of the file by jq.
 std::string jqCommand(const std::string& arguments, const LineReader& reader) {
   if (reader.path() == "standard input") return "jq -c " + arguments;
   if (reader.isPacked())
-    return "gzip -dc " + quoted(reader.path()) + " | jq -c " + arguments + " > lines.jsonl";
-  return "jq -c " + arguments + " " + quoted(reader.path()) + " > lines.jsonl";
+    return "gzip -dc " + shellText(reader.path()) + " | jq -c " + arguments + " > lines.jsonl";
+  return "jq -c " + arguments + " " + shellText(reader.path()) + " > lines.jsonl";
 }
 
 std::string importCommand(const LineReader& reader) {
-  return "segmask import coco " + (reader.path() == "standard input" ? "-" : quoted(reader.path())) +
+  return "segmask import coco " + (reader.path() == "standard input" ? "-" : shellText(reader.path())) +
          " -o lines.jsonl";
 }
 

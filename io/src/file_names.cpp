@@ -52,4 +52,12 @@ bool isSamePath(const std::string& a, const std::string& b) {
   return !errorA && !errorB && first == second;
 }
 
+std::string shellText(const std::string& word) {
+  const std::string plain = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_@%+=:,./-";
+  if (!word.empty() && word.find_first_not_of(plain) == std::string::npos) return word;
+  std::string quoted = "'";
+  for (const char character : word) quoted += character == '\'' ? "'\\''" : std::string(1, character);
+  return quoted + "'";
+}
+
 }  // namespace segmask

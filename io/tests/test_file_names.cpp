@@ -28,5 +28,11 @@ TEST(LinksFollowed, EndsWhereLinksLeadInACircle) {
   EXPECT_TRUE(found == folder.path("a") || found == folder.path("b"));
 }
 
+TEST(ShellText, QuotesWordsWhereNeeded) {
+  EXPECT_EQ(shellText("in/a_1.mp4"), "in/a_1.mp4");
+  EXPECT_EQ(shellText(""), "''");
+  EXPECT_EQ(shellText("it's $HOME"), R"('it'\''s $HOME')");
+}
+
 }  // namespace
 }  // namespace segmask

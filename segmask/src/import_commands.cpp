@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <iostream>
 #include <sstream>
 
 #include "detection/class_color.h"
@@ -77,22 +76,19 @@ PassedOver importAll(ImportKind kind, const ImportOptions& options, DetectionLin
 }
 
 /// What is no error, but hardly meant so.
-void warn(ImportKind kind, const PassedOver& passedOver, const ClassTable& classes) {
+void warnOf(ImportKind kind, const PassedOver& passedOver, const ClassTable& classes) {
   constexpr std::size_t kColors = seg_mask::kPalette.size();
   if (passedOver.count > 0) {
     const bool isOne = passedOver.count == 1;
     const std::string what =
         kind == ImportKind::Coco ? (isOne ? " annotation" : " annotations") : (isOne ? " file" : " files");
-    std::cerr << "segmask: warning: " + oneLine(passedOver.first) + ": " + std::to_string(passedOver.count) +
-                     what +
-                     (kind == ImportKind::Coco ? " without a segmentation" : " without a pixel inside") +
-                     (isOne ? " was" : " were") + " passed over" + (isOne ? "\n" : ", this one first\n");
+    warn(passedOver.first + ": " + std::to_string(passedOver.count) + what +
+         (kind == ImportKind::Coco ? " without a segmentation" : " without a pixel inside") +
+         (isOne ? " was passed over" : " were passed over, this one first"));
   }
   if (classes.names().size() > kColors) {
-    std::cerr << "segmask: warning: " + std::to_string(classes.names().size()) + " classes share " +
-                     std::to_string(kColors) + " colours\n";
+    warn(std::to_string(classes.names().size()) + " classes share " + std::to_string(kColors) + " colours");
   }
-  std::cerr << std::flush;
 }
 
 std::string summaryOf(const ImportOptions& options, const DetectionLines& lines, const ClassTable& classes) {
@@ -106,7 +102,7 @@ std::string summaryOf(const ImportOptions& options, const DetectionLines& lines,
 }
 
 int reportInterrupt() {
-  std::cerr << "segmask: interrupted; nothing was written\n" << std::flush;
+  tell("interrupted; nothing was written");
   return kExitInterrupted;
 }
 
@@ -123,7 +119,7 @@ int importUninterrupted(ImportKind kind, const ImportOptions& options) {
   output.finish();
   if (legend) legend->commit();
   output.commit();
-  warn(kind, passedOver, classes);
+  warnOf(kind, passedOver, classes);
   if (options.output != kStandardStream) printSummary(summaryOf(options, lines, classes));
   return kExitDone;
 }

@@ -66,11 +66,5 @@ TEST(HtmlText, Base64HasPadding) {
   EXPECT_EQ(base64Text(std::string("\xFF\0\x7F", 3)), "/wB/");
 }
 
-TEST(HtmlText, WordsForAShellAreQuotedWhereNeeded) {
-  EXPECT_EQ(shellText("in/a_1.mp4"), "in/a_1.mp4");
-  EXPECT_EQ(shellText(""), "''");
-  EXPECT_EQ(shellText("it's $HOME"), R"('it'\''s $HOME')");
-}
-
 }  // namespace
 }  // namespace segmask

@@ -17,29 +17,22 @@ namespace {
 constexpr char kSignature[] = "\x89PNG\r\n\x1A\n";
 constexpr char kDamaged[] = "the PNG file is damaged or cut off";
 
-constexpr char kHeaderKind[] = "IHDR";
+constexpr std::size_t kLeastBytes = 33;  // the signature and the header
 
-/// Where the header's fields stand in the file, of which it is the first chunk.
-constexpr std::size_t kHeaderKindAt = 12;
-constexpr std::size_t kWidthAt = 16;
-constexpr std::size_t kHeightAt = 20;
-constexpr std::size_t kSampleBitsAt = 24;
-constexpr std::size_t kColorKindAt = 25;
-constexpr std::size_t kHeaderBytes = 33;
-
-constexpr char kColorKindGrey = 0;
-constexpr char kColorKindPalette = 3;
+constexpr unsigned kColorKindGrey = 0;
+constexpr unsigned kColorKindPalette = 3;
 
 /// Looks at the header before anything is decoded.
-void checkHeader(const std::string& bytes) {
+PngHeader checkedHeader(const std::string& bytes) {
   if (!isPng(bytes)) throw UserError("is no PNG file");
-  if (bytes.size() < kHeaderBytes) throw UserError("the PNG file is cut off");
-  if (bytes.compare(kHeaderKindAt, 4, kHeaderKind) != 0) throw UserError(kDamaged);
-  const uint64_t pixels = uint64_t{bigEndian32(bytes, kWidthAt)} * bigEndian32(bytes, kHeightAt);
-  if (pixels > static_cast<uint64_t>(kMostMaskPicturePixels)) {
+  if (bytes.size() < kLeastBytes) throw UserError("the PNG file is cut off");
+  const std::optional<PngHeader> header = pngHeader(bytes);
+  if (!header) throw UserError(kDamaged);
+  if (uint64_t{header->width} * header->height > static_cast<uint64_t>(kMostMaskPicturePixels)) {
     throw UserError("has more than " + std::to_string(kMostMaskPicturePixels) + " pixels");
   }
-  if (bytes[kSampleBitsAt] == 16) throw UserError("has 16 bits a sample; masks have at most 8");
+  if (header->sampleBits == 16) throw UserError("has 16 bits a sample; masks have at most 8");
+  return *header;
 }
 
 AVFramePtr decode(const std::string& bytes) {
@@ -77,10 +70,10 @@ using ValueTable = std::array<uint8_t, 256>;
 
 /// What the decoder's palette indices and grey values are in the file, or 0 where that is transparent. The
 /// decoder stretches 2 and 4 bits of grey to 8, and compares only then with the transparent value.
-ValueTable valueTable(const std::string& bytes) {
+ValueTable valueTable(const std::string& bytes, const PngHeader& header) {
   const std::string transparency = transparencyOf(bytes);
-  const bool isGrey = bytes[kColorKindAt] == kColorKindGrey;
-  const int bits = static_cast<unsigned char>(bytes[kSampleBitsAt]);
+  const bool isGrey = header.colorKind == kColorKindGrey;
+  const int bits = static_cast<int>(header.sampleBits);
   const bool isStretched = isGrey && (bits == 2 || bits == 4);
   const int transparentGrey =
       isGrey && transparency.size() == 2 ? static_cast<unsigned char>(transparency[1]) : 0;
@@ -88,7 +81,7 @@ ValueTable valueTable(const std::string& bytes) {
   for (std::size_t i = 0; i < table.size(); ++i) {
     const int value = static_cast<int>(i) >> (isStretched ? 8 - bits : 0);
     const bool isTransparentIndex =
-        bytes[kColorKindAt] == kColorKindPalette && i < transparency.size() && transparency[i] == 0;
+        header.colorKind == kColorKindPalette && i < transparency.size() && transparency[i] == 0;
     if (!isTransparentIndex && value != transparentGrey) table[i] = static_cast<uint8_t>(value);
   }
   return table;
@@ -140,7 +133,7 @@ bool isPng(const std::string& bytes) {
 }
 
 MaskPicture decodeMaskPicture(const std::string& bytes) {
-  checkHeader(bytes);
+  const PngHeader header = checkedHeader(bytes);
   const AVFramePtr decoded = decode(bytes);
   const bool isBits = decoded->format == AV_PIX_FMT_MONOBLACK;
   const PixelForm form = isBits ? PixelForm{1, false} : formOf(decoded->format);
@@ -157,7 +150,7 @@ MaskPicture decodeMaskPicture(const std::string& bytes) {
     }
   }
   if (picture.isIndexed) {
-    const ValueTable table = valueTable(bytes);
+    const ValueTable table = valueTable(bytes, header);
     for (uint8_t& value : picture.values) value = table[value];
   }
   return picture;

@@ -40,14 +40,12 @@ uint64_t countOf(uint64_t size, uint64_t first, uint64_t step) {
 
 /// Each row is one byte, for its filter, and its pixels in whole bytes.
 template <std::size_t kCount>
-uint64_t rowBytes(std::string_view header, const std::array<Pass, kCount>& passes) {
-  const uint64_t pixelBits =
-      static_cast<unsigned char>(header[kSampleBitsAt]) *
-      kSamples[static_cast<std::size_t>(static_cast<unsigned char>(header[kColorKindAt])) % kSamples.size()];
+uint64_t rowBytes(const PngHeader& header, const std::array<Pass, kCount>& passes) {
+  const uint64_t pixelBits = header.sampleBits * kSamples[header.colorKind % kSamples.size()];
   uint64_t bytes = 0;
   for (const Pass& pass : passes) {
-    const uint64_t width = countOf(bigEndian32(header, kWidthAt), pass.x, pass.stepX);
-    const uint64_t height = countOf(bigEndian32(header, kHeightAt), pass.y, pass.stepY);
+    const uint64_t width = countOf(header.width, pass.x, pass.stepX);
+    const uint64_t height = countOf(header.height, pass.y, pass.stepY);
     if (width > 0) bytes += height * (1 + (width * pixelBits + 7) / 8);
   }
   return bytes;
@@ -63,12 +61,13 @@ class UnpackedSize {
   UnpackedSize(const UnpackedSize&) = delete;
   UnpackedSize& operator=(const UnpackedSize&) = delete;
 
-  void add(std::string_view packed) {
+  /// Counts no further than `enough`, but for a block.
+  void add(std::string_view packed, uint64_t enough) {
     // zlib does not write there.
     stream_.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(packed.data()));
     stream_.avail_in = static_cast<uInt>(packed.size());
     int result = Z_OK;
-    while (result == Z_OK && (stream_.avail_in > 0 || stream_.avail_out == 0)) {
+    while (result == Z_OK && bytes_ < enough && (stream_.avail_in > 0 || stream_.avail_out == 0)) {
       stream_.next_out = block_.data();
       stream_.avail_out = static_cast<uInt>(block_.size());
       result = inflate(&stream_, Z_NO_FLUSH);
@@ -85,13 +84,14 @@ class UnpackedSize {
   uint64_t bytes_ = 0;
 };
 
-}  // namespace
-
+/// The number of 32 bits at `at`, the highest first.
 uint32_t bigEndian32(std::string_view bytes, std::size_t at) {
   uint32_t number = 0;
   for (std::size_t i = 0; i < 4; ++i) number = number << 8 | static_cast<unsigned char>(bytes[at + i]);
   return number;
 }
+
+}  // namespace
 
 std::optional<PngChunk> nextPngChunk(std::string_view file, std::size_t& at) {
   if (file.size() < at || file.size() - at < kFrameBytes) return std::nullopt;
@@ -102,16 +102,23 @@ std::optional<PngChunk> nextPngChunk(std::string_view file, std::size_t& at) {
   return chunk;
 }
 
+std::optional<PngHeader> pngHeader(std::string_view file) {
+  std::size_t at = kPngSignatureBytes;
+  const std::optional<PngChunk> chunk = nextPngChunk(file, at);
+  if (!chunk || chunk->kind != "IHDR" || chunk->data.size() < kHeaderBytes) return std::nullopt;
+  const auto byteAt = [&chunk](std::size_t place) { return static_cast<unsigned char>(chunk->data[place]); };
+  return PngHeader{bigEndian32(chunk->data, kWidthAt), bigEndian32(chunk->data, kHeightAt),
+                   byteAt(kSampleBitsAt), byteAt(kColorKindAt), byteAt(kInterlacedAt) != 0};
+}
+
 bool hasAllPngRows(std::string_view file) {
-  uint64_t asked = 0;
+  const std::optional<PngHeader> header = pngHeader(file);
+  if (!header) return false;
+  const uint64_t asked = header->isInterlaced ? rowBytes(*header, kInterlaced) : rowBytes(*header, kWhole);
   UnpackedSize data;
   std::size_t at = kPngSignatureBytes;
   while (const std::optional<PngChunk> chunk = nextPngChunk(file, at)) {
-    if (chunk->kind == "IHDR" && chunk->data.size() >= kHeaderBytes) {
-      asked = chunk->data[kInterlacedAt] != 0 ? rowBytes(chunk->data, kInterlaced)
-                                              : rowBytes(chunk->data, kWhole);
-    }
-    if (chunk->kind == "IDAT") data.add(chunk->data);
+    if (chunk->kind == "IDAT") data.add(chunk->data, asked);
   }
   return data.bytes() >= asked;
 }

@@ -18,4 +18,7 @@ bool isSameFile(const std::string& a, const std::string& b);
 /// Whether both names are of one place, where a file may exist or not, whatever links are on the way.
 bool isSamePath(const std::string& a, const std::string& b);
 
+/// The name as a word for a shell, quoted where needed.
+std::string shellText(const std::string& word);
+
 }  // namespace segmask

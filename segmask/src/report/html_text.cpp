@@ -112,12 +112,4 @@ std::string base64Text(const std::string& bytes) {
   return text;
 }
 
-std::string shellText(const std::string& word) {
-  const std::string plain = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_@%+=:,./-";
-  if (!word.empty() && word.find_first_not_of(plain) == std::string::npos) return word;
-  std::string quoted = "'";
-  for (const char character : word) quoted += character == '\'' ? "'\\''" : std::string(1, character);
-  return quoted + "'";
-}
-
 }  // namespace segmask

@@ -27,7 +27,4 @@ std::string sizeText(uint64_t bytes);
 /// The bytes as base64, with padding.
 std::string base64Text(const std::string& bytes);
 
-/// The words as one line for a shell, quoted where needed.
-std::string shellText(const std::string& word);
-
 }  // namespace segmask

@@ -2,6 +2,7 @@
 
 #include "detection/class_color.h"
 #include "host/verdict_words.h"
+#include "io/file_names.h"
 #include "render_base/settings.h"
 #include "src/json_values.h"
 #include "src/report/html_text.h"
